@@ -1,0 +1,11 @@
+# A room is a library; it links only the rooms below it, so that an arrow in the wrong direction does not link.
+#   iqrx_room(control SOURCES a.cpp b.cpp USES runtime erp)
+function(iqrx_room name)
+  cmake_parse_arguments(ROOM "" "" "SOURCES;USES;LIBRARIES" ${ARGN})
+  add_library(iqrx_${name} STATIC ${ROOM_SOURCES})
+  target_link_libraries(iqrx_${name} PUBLIC iqrx_options)
+  foreach(used IN LISTS ROOM_USES)
+    target_link_libraries(iqrx_${name} PUBLIC iqrx_${used})
+  endforeach()
+  target_link_libraries(iqrx_${name} PRIVATE ${ROOM_LIBRARIES})
+endfunction()

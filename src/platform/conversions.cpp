@@ -1,0 +1,203 @@
+#include "platform/conversions.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <optional>
+
+#include "platform/date.h"
+#include "platform/error.h"
+
+namespace iqrx::platform {
+
+namespace {
+
+template <class... Cases>
+struct Overloaded : Cases... {
+    using Cases::operator()...;
+};
+template <class... Cases>
+Overloaded(Cases...) -> Overloaded<Cases...>;
+
+std::string_view Trimmed(std::string_view text) {
+    const auto first = text.find_first_not_of(" \t\r\n");
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
+}
+
+std::optional<Double> ParseNumber(std::string_view text) {
+    text = Trimmed(text);
+    if (text.starts_with('+')) text.remove_prefix(1);
+    if (text.empty() || text.find_first_of("infaINFA") != std::string_view::npos) return std::nullopt;
+    Double number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error == std::errc::result_out_of_range) RaiseRuntimeError(kOverflow);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return number;
+}
+
+template <class T>
+T Whole(Double number) {
+    const Double rounded = std::nearbyint(number);
+    if (!(rounded >= static_cast<Double>(std::numeric_limits<T>::min()) &&
+          rounded <= static_cast<Double>(std::numeric_limits<T>::max())))
+        RaiseRuntimeError(kOverflow);
+    return static_cast<T>(rounded);
+}
+
+template <class T>
+T ToWhole(const Value& value) {
+    if (value.Is<T>()) return value.As<T>();
+    return Whole<T>(ToDouble(value));
+}
+
+// Digits and exponent of the shortest form with at most `precision` significant digits.
+struct Decimal {
+    std::string digits;  // without a trailing zero
+    int exponent;        // of the first digit
+};
+
+Decimal Shortest(Double number, int precision) {
+    std::array<char, 32> buffer;
+    const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number,
+                                   std::chars_format::scientific, precision - 1)
+                         .ptr;
+    const std::string_view text(buffer.data(), static_cast<std::size_t>(end - buffer.data()));
+    const auto e = text.find('e');
+    Decimal decimal;
+    for (char c : text.substr(0, e))
+        if (c != '.') decimal.digits += c;
+    decimal.digits.resize(std::max<std::size_t>(1, decimal.digits.find_last_not_of('0') + 1));
+    auto exponent = text.substr(e + 1);
+    if (exponent.starts_with('+')) exponent.remove_prefix(1);
+    std::from_chars(exponent.data(), exponent.data() + exponent.size(), decimal.exponent);
+    return decimal;
+}
+
+std::string Fixed(const Decimal& decimal, std::string_view separator) {
+    const auto& [digits, exponent] = decimal;
+    if (exponent < 0)
+        return "0" + std::string(separator) + std::string(static_cast<std::size_t>(-exponent - 1), '0') +
+               digits;
+    const auto whole = static_cast<std::size_t>(exponent) + 1;
+    if (digits.size() <= whole) return digits + std::string(whole - digits.size(), '0');
+    return digits.substr(0, whole) + std::string(separator) + digits.substr(whole);
+}
+
+std::string Scientific(const Decimal& decimal, std::string_view separator) {
+    std::string text = decimal.digits.substr(0, 1);
+    if (decimal.digits.size() > 1) text += std::string(separator) + decimal.digits.substr(1);
+    const std::string exponent = std::to_string(std::abs(decimal.exponent));
+    return text + (decimal.exponent < 0 ? "E-" : "E+") + (exponent.size() < 2 ? "0" : "") + exponent;
+}
+
+std::string TextWithPrecision(Double number, int precision, std::string_view separator) {
+    constexpr int kMaxDecimals = 15;
+    if (number == 0) return "0";
+    if (!std::isfinite(number)) RaiseRuntimeError(kOverflow);
+    const Decimal decimal = Shortest(std::abs(number), precision);
+    const int decimals = static_cast<int>(decimal.digits.size()) - 1 - decimal.exponent;
+    const bool fixed = decimal.exponent < precision && decimals <= kMaxDecimals;
+    return (number < 0 ? "-" : "") + (fixed ? Fixed(decimal, separator) : Scientific(decimal, separator));
+}
+
+std::string DateText(Date moment) {
+    const Date day = StartOfDay(moment);
+    if (day == kZeroDay) return IsoTime(moment);
+    return day == moment ? IsoDate(moment) : IsoDateTime(moment);
+}
+
+}  // namespace
+
+std::string NumberText(Double number, std::string_view decimalSeparator) {
+    return TextWithPrecision(number, 15, decimalSeparator);
+}
+
+std::string NumberText(Single number, std::string_view decimalSeparator) {
+    return TextWithPrecision(number, 7, decimalSeparator);
+}
+
+std::string SignedText(Long number) { return (number < 0 ? "" : " ") + std::to_string(number); }
+
+std::string ToText(const Value& value, std::string_view decimalSeparator) {
+    return std::visit(Overloaded{
+                          [](const Empty&) { return std::string(); },
+                          [](const Null&) -> std::string { RaiseRuntimeError(kInvalidUseOfNull); },
+                          [](Boolean flag) { return std::string(flag ? "True" : "False"); },
+                          [&](Single number) { return NumberText(number, decimalSeparator); },
+                          [&](Double number) { return NumberText(number, decimalSeparator); },
+                          [](const std::string& text) { return text; },
+                          [](Date moment) { return DateText(moment); },
+                          [](const ObjectRef&) -> std::string { RaiseRuntimeError(kTypeMismatch); },
+                          [](auto number) { return std::to_string(number); },
+                      },
+                      value);
+}
+
+Boolean ToBoolean(const Value& value) {
+    if (value.Is<Boolean>()) return value.As<Boolean>();
+    if (value.Is<std::string>()) {
+        const auto text = Trimmed(value.As<std::string>());
+        if (text == "True" || text == "true") return true;
+        if (text == "False" || text == "false") return false;
+    }
+    return ToDouble(value) != 0;
+}
+
+Byte ToByte(const Value& value) { return ToWhole<Byte>(value); }
+Integer ToInteger(const Value& value) { return ToWhole<Integer>(value); }
+Long ToLong(const Value& value) { return ToWhole<Long>(value); }
+
+Single ToSingle(const Value& value) {
+    const Double number = ToDouble(value);
+    if (std::abs(number) > std::numeric_limits<Single>::max()) RaiseRuntimeError(kOverflow);
+    return static_cast<Single>(number);
+}
+
+Double ToDouble(const Value& value) {
+    return std::visit(Overloaded{
+                          [](const Empty&) { return 0.0; },
+                          [](const Null&) -> Double { RaiseRuntimeError(kInvalidUseOfNull); },
+                          [](Boolean flag) { return flag ? -1.0 : 0.0; },
+                          [](const std::string& text) {
+                              if (const auto number = ParseNumber(text)) return *number;
+                              RaiseRuntimeError(kTypeMismatch);
+                          },
+                          [](Date moment) { return ToAutomationDate(moment); },
+                          [](const ObjectRef&) -> Double { RaiseRuntimeError(kTypeMismatch); },
+                          [](auto number) { return static_cast<Double>(number); },
+                      },
+                      value);
+}
+
+Date ToDate(const Value& value) {
+    if (value.Is<Date>()) return value.As<Date>();
+    if (value.Is<std::string>()) {
+        if (const auto moment = ParseIsoDate(Trimmed(value.As<std::string>()))) return *moment;
+        RaiseRuntimeError(kTypeMismatch);
+    }
+    return FromAutomationDate(ToDouble(value));
+}
+
+ObjectRef ToObject(const Value& value) {
+    if (!value.Is<ObjectRef>()) RaiseRuntimeError(kTypeMismatch);
+    if (!value.As<ObjectRef>()) RaiseRuntimeError(kObjectNotSet);
+    return value.As<ObjectRef>();
+}
+
+bool IsNumeric(std::string_view text) {
+    try {
+        return ParseNumber(text).has_value();
+    } catch (const RuntimeError&) {
+        return false;
+    }
+}
+
+Double RoundHalfToEven(Double number, int decimals) {
+    const Double scale = std::pow(10.0, decimals);
+    const Double scaled = number * scale;
+    return std::isfinite(scaled) ? std::nearbyint(scaled) / scale : number;
+}
+
+}  // namespace iqrx::platform

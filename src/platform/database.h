@@ -1,0 +1,85 @@
+// The database as the copy sees it: a connection that executes texts and recordsets opened on texts.
+// The members mirror ADO's. One thread uses a connection and its recordsets.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/value.h"
+
+namespace iqrx::platform {
+
+struct ErrorEntry {
+    std::int32_t number = 0;
+    std::string source;
+    std::string description;
+    std::string sqlState;
+};
+
+// What the provider had to say about its last failure; stays until cleared or until the next failure.
+using Errors = std::vector<ErrorEntry>;
+
+enum class CursorType : int { ForwardOnly = 0, Keyset = 1, Dynamic = 2, Static = 3 };
+enum class LockType : int { ReadOnly = 1, Pessimistic = 2, Optimistic = 3 };
+
+class Recordset {
+public:
+    virtual ~Recordset() = default;  // closes
+
+    // Every member raises RuntimeError on failure, after the connection's Errors were filled.
+    virtual void Open(std::string_view source, CursorType cursor, LockType lock) = 0;
+    virtual void Close() = 0;
+
+    virtual bool Bof() const = 0;
+    virtual bool Eof() const = 0;
+    virtual std::int32_t RecordCount() = 0;
+    virtual void MoveFirst() = 0;
+    virtual void MoveNext() = 0;
+
+    // Fields of the current row by name (not case-sensitive) or by position from 0, with the type of the
+    // column.
+    virtual Value Field(std::string_view name) = 0;
+    virtual Value Field(int position) = 0;
+
+    // A new row: AddNew, its fields by position, Update. The row is in the table when Update returns or,
+    // where the adapter sends rows in batches, when Close does.
+    virtual void AddNew() = 0;
+    virtual void SetField(int position, const Value& value) = 0;
+    virtual void Update() = 0;
+
+    virtual void Delete() = 0;  // the current row
+};
+
+class Connection {
+public:
+    virtual ~Connection() = default;  // closes
+
+    // Every member but Close raises RuntimeError on failure, after Errors was filled.
+    virtual void SetConnectionTimeout(int seconds) = 0;  // 0: no limit
+    virtual void SetCommandTimeout(int seconds) = 0;     // 0: no limit
+    virtual void Open(const std::string& connectionString) = 0;
+    virtual void Close() = 0;
+
+    // Runs the text and returns the number of rows that it affected.
+    virtual std::int32_t Execute(std::string_view sql) = 0;
+
+    virtual std::string DefaultDatabase() = 0;
+    virtual void SetDefaultDatabase(const std::string& name) = 0;
+
+    virtual Errors& LastErrors() = 0;
+
+    // A recordset whose active connection is this one; it must not outlive it.
+    virtual std::unique_ptr<Recordset> CreateRecordset() = 0;
+};
+
+// Creates the connection class that a connection string asks for; the connection is not open yet.
+class DatabaseProvider {
+public:
+    virtual ~DatabaseProvider() = default;
+    virtual std::unique_ptr<Connection> CreateConnection(std::string_view connectionString) = 0;
+};
+
+}  // namespace iqrx::platform

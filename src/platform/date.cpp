@@ -1,0 +1,117 @@
+#include "platform/date.h"
+
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+
+namespace iqrx::platform {
+
+namespace {
+
+std::int64_t FloorDays(Date moment) {
+    std::int64_t days = moment.secondsSince1970 / kSecondsPerDay;
+    if (moment.secondsSince1970 % kSecondsPerDay < 0) --days;
+    return days;
+}
+
+std::string Padded(int number, std::size_t width) {
+    std::string digits = std::to_string(number);
+    return digits.size() < width ? std::string(width - digits.size(), '0') + digits : digits;
+}
+
+std::optional<int> Digits(std::string_view text) {
+    int number = 0;
+    for (char c : text) {
+        if (c < '0' || c > '9') return std::nullopt;
+        number = number * 10 + (c - '0');
+    }
+    return number;
+}
+
+}  // namespace
+
+Date FromCivil(const CivilTime& time) {
+    const std::chrono::sys_days day = std::chrono::year(time.year) / time.month / time.day;
+    return {day.time_since_epoch().count() * kSecondsPerDay + time.hour * 3600 + time.minute * 60 +
+            time.second};
+}
+
+CivilTime ToCivil(Date moment) {
+    const std::int64_t days = FloorDays(moment);
+    const std::chrono::year_month_day date{std::chrono::sys_days(std::chrono::days(days))};
+    const int seconds = static_cast<int>(moment.secondsSince1970 - days * kSecondsPerDay);
+    return {static_cast<int>(date.year()),
+            static_cast<int>(static_cast<unsigned>(date.month())),
+            static_cast<int>(static_cast<unsigned>(date.day())),
+            seconds / 3600,
+            seconds / 60 % 60,
+            seconds % 60};
+}
+
+Date TimeOfDay(Date moment) {
+    return {kZeroDay.secondsSince1970 + moment.secondsSince1970 - FloorDays(moment) * kSecondsPerDay};
+}
+
+Date StartOfDay(Date moment) { return {FloorDays(moment) * kSecondsPerDay}; }
+
+Date AddDays(Date moment, int days) { return {moment.secondsSince1970 + days * kSecondsPerDay}; }
+
+Date AddMinutes(Date moment, int minutes) { return {moment.secondsSince1970 + minutes * std::int64_t{60}}; }
+
+int DaysBetween(Date from, Date to) { return static_cast<int>(FloorDays(to) - FloorDays(from)); }
+
+std::optional<Date> ParseIsoDate(std::string_view text) {
+    if ((text.size() != 10 && text.size() != 19) || text[4] != '-' || text[7] != '-') return std::nullopt;
+    const auto year = Digits(text.substr(0, 4)), month = Digits(text.substr(5, 2)),
+               day = Digits(text.substr(8, 2));
+    if (!year || !month || !day) return std::nullopt;
+    const std::chrono::year_month_day date{std::chrono::year(*year),
+                                           std::chrono::month(static_cast<unsigned>(*month)),
+                                           std::chrono::day(static_cast<unsigned>(*day))};
+    if (!date.ok()) return std::nullopt;
+    CivilTime time{*year, *month, *day};
+    if (text.size() == 19) {
+        if (text[10] != ' ' || text[13] != ':' || text[16] != ':') return std::nullopt;
+        const auto hour = Digits(text.substr(11, 2)), minute = Digits(text.substr(14, 2)),
+                   second = Digits(text.substr(17, 2));
+        if (!hour || !minute || !second || *hour > 23 || *minute > 59 || *second > 59) return std::nullopt;
+        time.hour = *hour;
+        time.minute = *minute;
+        time.second = *second;
+    }
+    return FromCivil(time);
+}
+
+std::string IsoDate(Date moment) {
+    const CivilTime time = ToCivil(moment);
+    return Padded(time.year, 4) + '-' + Padded(time.month, 2) + '-' + Padded(time.day, 2);
+}
+
+std::string IsoTime(Date moment) {
+    const CivilTime time = ToCivil(moment);
+    return Padded(time.hour, 2) + ':' + Padded(time.minute, 2) + ':' + Padded(time.second, 2);
+}
+
+std::string IsoDateTime(Date moment) { return IsoDate(moment) + ' ' + IsoTime(moment); }
+
+std::string CompactDate(Date moment) {
+    const CivilTime time = ToCivil(moment);
+    return Padded(time.year, 4) + Padded(time.month, 2) + Padded(time.day, 2);
+}
+
+double ToAutomationDate(Date moment) {
+    const auto seconds = moment.secondsSince1970 - kZeroDay.secondsSince1970;
+    const std::int64_t days = FloorDays({seconds});
+    const double time = static_cast<double>(seconds - days * kSecondsPerDay) / kSecondsPerDay;
+    return days < 0 ? static_cast<double>(days) - time : static_cast<double>(days) + time;
+}
+
+Date FromAutomationDate(double days) {
+    const double whole = std::trunc(days);
+    const double time = std::abs(days - whole);
+    return {kZeroDay.secondsSince1970 + static_cast<std::int64_t>(whole) * kSecondsPerDay +
+            std::llround(time * kSecondsPerDay)};
+}
+
+}  // namespace iqrx::platform

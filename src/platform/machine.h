@@ -1,0 +1,66 @@
+// What the machine supplies besides objects and databases.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/value.h"
+
+namespace iqrx::platform {
+
+class Clock {
+public:
+    virtual ~Clock() = default;
+    virtual Date Now() = 0;  // local time
+};
+
+class Locale {
+public:
+    virtual ~Locale() = default;
+    virtual std::string DecimalSeparator() = 0;
+    virtual std::string ShortDate(Date moment) = 0;  // the user's short date format
+    virtual std::string LongTime(Date moment) = 0;   // the user's long time format
+};
+
+class TimeZone {
+public:
+    virtual ~TimeZone() = default;
+    virtual int BiasMinutes() = 0;  // UTC = local standard time + bias; -60 an hour east of Greenwich
+};
+
+class MessageBox {
+public:
+    virtual ~MessageBox() = default;
+    virtual void Show(const std::string& text) = 0;
+};
+
+class XmlDocument {
+public:
+    virtual ~XmlDocument() = default;
+    virtual bool Load(
+        const std::filesystem::path& file) = 0;  // false: missing, unreadable or not well-formed
+    // The text of the first node at a path such as "ROOT/NAME".
+    virtual std::optional<std::string> SelectSingleNodeText(const std::string& path) = 0;
+};
+
+class XmlDocumentFactory {
+public:
+    virtual ~XmlDocumentFactory() = default;
+    virtual std::unique_ptr<XmlDocument> CreateDocument() = 0;
+};
+
+struct Machine {
+    Clock& clock;
+    Locale& locale;
+    TimeZone& timeZone;
+    MessageBox& messageBox;
+    XmlDocumentFactory& xml;
+    std::filesystem::path programFolder;
+    char pathSeparator = '/';
+    std::string defaultLogDirectory = ".";  // where a request with a blank log directory logs
+};
+
+}  // namespace iqrx::platform
