@@ -52,12 +52,30 @@ public:
     virtual std::unique_ptr<XmlDocument> CreateDocument() = 0;
 };
 
+// A text file of short lines that end in CR LF. Members raise RuntimeError; the destructor closes.
+class TextStream {
+public:
+    virtual ~TextStream() = default;
+    virtual bool AtEndOfStream() = 0;
+    virtual std::string ReadLine() = 0;
+    virtual void WriteLine(const std::string& text) = 0;
+    virtual void Close() = 0;
+};
+
+class TextFiles {
+public:
+    virtual ~TextFiles() = default;
+    virtual std::unique_ptr<TextStream> CreateTextFile(const std::filesystem::path& file) = 0;  // overwrites
+    virtual std::unique_ptr<TextStream> OpenTextFile(const std::filesystem::path& file) = 0;    // for reading
+};
+
 struct Machine {
     Clock& clock;
     Locale& locale;
     TimeZone& timeZone;
     MessageBox& messageBox;
     XmlDocumentFactory& xml;
+    TextFiles& files;
     std::filesystem::path programFolder;
     char pathSeparator = '/';
     std::string defaultLogDirectory = ".";  // where a request with a blank log directory logs
