@@ -18,6 +18,7 @@ struct FieldLayout {
     std::string_view field;   // the ERP's field name
     FieldKind kind = FieldKind::Text;
     bool key = false;
+    bool status = false;  // the field that GetByStatusRange selects by; at most one of a table
 };
 
 // The fields of a table's records, its key fields first and in key order. Views into data that lives for
