@@ -40,8 +40,7 @@ public:
 class XmlDocument {
 public:
     virtual ~XmlDocument() = default;
-    virtual bool Load(
-        const std::filesystem::path& file) = 0;  // false: missing, unreadable or not well-formed
+    virtual bool Load(const std::filesystem::path& file) = 0;  // false: missing, unreadable or not well-formed
     // The text of the first node at a path such as "ROOT/NAME".
     virtual std::optional<std::string> SelectSingleNodeText(const std::string& path) = 0;
 };
@@ -78,7 +77,8 @@ struct Machine {
     TextFiles& files;
     std::filesystem::path programFolder;
     char pathSeparator = '/';
-    std::string defaultLogDirectory = ".";  // where a request with a blank log directory logs
+    std::string blankDirectory = ".";       // what a blank log directory stands for
+    std::string defaultLogDirectory = ".";  // where the request error log goes when its directory is blank
 };
 
 }  // namespace iqrx::platform

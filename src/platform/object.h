@@ -37,7 +37,7 @@ struct ByRef {
 
 template <class... Arguments>
 Value Call(Object& object, std::string_view member, Arguments&&... arguments) {
-    auto pass = []<class A>(A&& argument) -> Argument {
+    [[maybe_unused]] auto pass = []<class A>(A&& argument) -> Argument {
         if constexpr (std::same_as<std::remove_cvref_t<A>, ByRef>)
             return {argument.value, true};
         else
@@ -45,7 +45,7 @@ Value Call(Object& object, std::string_view member, Arguments&&... arguments) {
     };
     std::array<Argument, sizeof...(Arguments)> passed{pass(std::forward<Arguments>(arguments))...};
     Value result = object.Invoke(member, passed);
-    auto readBack = [next = passed.begin()]<class A>(A&& argument) mutable {
+    [[maybe_unused]] auto readBack = [next = passed.begin()]<class A>(A&& argument) mutable {
         if constexpr (std::same_as<std::remove_cvref_t<A>, ByRef>) argument.value = std::move(next->value);
         ++next;
     };

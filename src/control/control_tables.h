@@ -1,0 +1,45 @@
+// The tables in the local database that steer the copy: lock, last update and filter of each table, marks of
+// full copies, parameters.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "runtime/database_session.h"
+
+namespace iqrx::control {
+
+// Every member raises RuntimeError when its statement fails.
+class ControlTables {
+public:
+    ControlTables(platform::Clock& clock, runtime::DatabaseSession& database)
+        : clock_(clock), database_(database) {}
+
+    bool IsTableInUse(const std::string& table);
+    void LockTable(const std::string& table);
+    void UnlockTable(const std::string& table);
+
+    // The moment the next audit window begins; 1970-01-01 00:00:00 for a table that was never copied.
+    platform::Date GetTableLastUpdate(const std::string& table);
+    void SetTableLastUpdate(const std::string& table, const std::string& dateLiteral);
+
+    // A bit mask over the order statuses that are copied.
+    platform::Integer GetFilterFlag(const std::string& table);
+
+    void MarkFullSyncStart(const std::string& table);
+    void MarkFullSyncFinish(const std::string& table);
+    void PurgeAuditTable(const std::string& table);
+
+    platform::Integer GetQrxCalendar();  // days of calendar history
+    platform::Value GetTVKFilter();      // 1: calendars are expanded; Empty when the parameter is not set
+
+private:
+    platform::Value ControlField(const std::string& table, std::string_view field);
+    void SetInUse(const std::string& table, char inUse);
+    std::string FullSyncLiteral() const;
+
+    platform::Clock& clock_;
+    runtime::DatabaseSession& database_;
+};
+
+}  // namespace iqrx::control

@@ -1,0 +1,55 @@
+// One run of one table: what every table routine is handed.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "control/process.h"
+
+namespace iqrx::control {
+
+struct Counters {
+    platform::Long inserted = 0;
+    platform::Long updated = 0;
+    platform::Long deleted = 0;
+};
+
+// Raises "overflow" past the largest 32-bit number.
+void Add(platform::Long& counter, platform::Long amount);
+
+enum SyncMethod : platform::Integer { kFull = 1, kIncremental = 2 };
+
+struct CopyRun {
+    explicit CopyRun(Process& owner) : process(owner) {}
+
+    runtime::DatabaseSession& Database() { return process.database; }
+    const runtime::SqlLiterals& Literals() { return process.database.Literals(); }
+    // The ERP that the run parameter names; opened at its first use, kept for the run.
+    erp::Erp& Erp(const std::string& runParameter);
+
+    Process& process;
+    Counters counters;
+    std::unique_ptr<platform::TextStream> calcodesFile;  // between CreateCalcodesFile and CloseCalcodesFile
+
+private:
+    std::unique_ptr<erp::Erp> erp_;
+};
+
+// A table's entry routine: 1 copies in full, 2 incrementally, any other method does nothing.
+using CopyRoutine = void (*)(CopyRun& run, const std::string& tableName, const std::string& runParameter,
+                             platform::Integer syncMethod);
+
+struct TableRoutine {
+    std::string_view table;  // lower case
+    CopyRoutine copy;
+};
+
+// The calendar runs, which are not tables of the dispatch list.
+struct CalendarRoutines {
+    void (*copyEmployeeCalendar)(CopyRun& run, const std::string& employee, const std::string& runParameter);
+    void (*copyCalendar)(CopyRun& run, const std::string& calendar, const std::string& runParameter);
+    void (*expandListedCalendars)(CopyRun& run);
+};
+
+}  // namespace iqrx::control

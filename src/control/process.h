@@ -1,0 +1,58 @@
+// What lives as long as the process: its ports, its settings and the services built on them. One object,
+// handed down, so that a test can own two of them at once.
+#pragma once
+
+#include <string>
+
+#include "control/control_tables.h"
+#include "control/table_catalog.h"
+#include "erp/erp.h"
+#include "runtime/event_log.h"
+#include "runtime/message_catalog.h"
+#include "runtime/run_log.h"
+
+namespace iqrx::control {
+
+// What a request says beside its arguments; the command line fills it.
+struct Settings {
+    bool standalone = false;   // no instance object, no relays to it
+    bool tableStatus = false;  // the caller wants UpdateStatusByTable
+    platform::Long statusKey = 0;
+    platform::Integer currentInstanceNumber = 0;
+    std::string treeGroup;
+    std::string calendarRunParameter98;  // a calendar code
+    std::string calendarRunParameter99;  // an employee number
+    std::string commandLineText;
+    bool allTables = false;
+};
+
+struct Process {
+    Process(platform::Machine machineToUse, platform::DatabaseProvider& databaseProvider,
+            erp::ErpProvider& erpProvider, platform::ObjectFactory& objectFactory,
+            std::ostream& diagnosticsStream)
+        : machine(machineToUse),
+          databases(databaseProvider),
+          erps(erpProvider),
+          objects(objectFactory),
+          diagnostics(diagnosticsStream) {}
+
+    platform::Machine machine;
+    platform::DatabaseProvider& databases;
+    erp::ErpProvider& erps;
+    platform::ObjectFactory& objects;
+    std::ostream& diagnostics;  // standard error: what cannot be logged
+
+    Settings settings;
+    runtime::MessageCatalog messages{machine.xml, machine.programFolder};
+    runtime::EventLog eventLog{machine};
+    runtime::RunLog runLog{machine, messages, diagnostics};
+    runtime::DatabaseSession database{machine, databases};
+    TableCatalog catalog;
+    ControlTables controlTables{machine.clock, database};
+
+    // An ERP business component that managers are registered with. Nothing assigns it; the hook is kept for a
+    // site's own component.
+    platform::ObjectRef sharedBusComponent;
+};
+
+}  // namespace iqrx::control

@@ -1,0 +1,65 @@
+#include "control/table_catalog.h"
+
+#include "platform/conversions.h"
+#include "platform/error.h"
+#include "runtime/sql_literals.h"
+#include "runtime/trim.h"
+
+namespace iqrx::control {
+
+namespace {
+
+constexpr std::int32_t kCatalogEmpty = 1004;
+
+std::string TextOf(const platform::Value& value) {
+    return value.Is<platform::Null>() ? std::string() : platform::ToText(value);
+}
+
+}  // namespace
+
+void TableCatalog::LoadTableCatalog(platform::DatabaseProvider& provider, const std::string& connectionString,
+                                    const std::string& database, platform::Integer databasePlatform,
+                                    const std::string& treeGroup) {
+    auto connection = provider.CreateConnection(connectionString);
+    connection->Open(connectionString);
+    if (databasePlatform == runtime::kSqlServer)
+        connection->Execute("SET DATEFORMAT YMD");
+    else if (databasePlatform == runtime::kOracle && !database.empty())
+        connection->Execute("Alter session set current_schema= " + database);
+    auto rows = connection->CreateRecordset();
+    rows->Open(std::string("SELECT a.ERPTableID,a.tableid, a.tablename, c.text from tstables a, tstreenodes b, "
+                           "tsi18ntext c where a.productid = N'") +
+                   kProductIdentifier + "' AND b.groupid = N'" + std::string(runtime::Trim(treeGroup)) +
+                   "' AND a.tableid = b.tableid AND b.label = c.label",
+               platform::CursorType::ForwardOnly, platform::LockType::ReadOnly);
+    if (rows->Eof())
+        throw platform::RuntimeError(kCatalogEmpty, "iQrx Data Copy - Start",
+                                     "tstables or tstreenodes table is empty .. Cannot Proceed");
+    entries_ = {};
+    for (; !rows->Eof(); rows->MoveNext()) {
+        const auto id = platform::ToInteger(rows->Field("TableID"));
+        if (id < 0 || id > kLastId)
+            platform::RaiseRuntimeError(platform::kSubscriptOutOfRange,
+                                        "tableid " + std::to_string(id) + " in tstables");
+        entries_[static_cast<std::size_t>(id)] = {
+            TextOf(rows->Field("ERPTableID")), TextOf(rows->Field("TableName")), TextOf(rows->Field("Text"))};
+    }
+    rows.reset();
+    connection->Close();
+}
+
+const TableCatalog::Entry& TableCatalog::At(int id) const {
+    if (id < 0 || id > kLastId)
+        platform::RaiseRuntimeError(platform::kSubscriptOutOfRange, "table id " + std::to_string(id));
+    return entries_[static_cast<std::size_t>(id)];
+}
+
+std::string TableCatalog::GetTableName(int id) const { return std::string(runtime::Trim(At(id).name)); }
+
+std::string TableCatalog::GetErpTableId(int id) const {
+    return std::string(runtime::Trim(At(id).erpTableId));
+}
+
+const std::string& TableCatalog::GetTableText(int id) const { return At(id).text; }
+
+}  // namespace iqrx::control

@@ -1,0 +1,39 @@
+// The copyable tables by their catalog id.
+#pragma once
+
+#include <array>
+#include <string>
+
+#include "platform/database.h"
+#include "platform/machine.h"
+
+namespace iqrx::control {
+
+inline constexpr const char* kProductIdentifier = "1028";
+
+class TableCatalog {
+public:
+    static constexpr int kLastId = 128;
+
+    // Reads the tables of a tree group over a connection of its own. Raises RuntimeError; without a row
+    // "tstables or tstreenodes table is empty .. Cannot Proceed".
+    void LoadTableCatalog(platform::DatabaseProvider& provider, const std::string& connectionString,
+                          const std::string& database, platform::Integer databasePlatform,
+                          const std::string& treeGroup);
+
+    // Each raises "subscript out of range" for an id above kLastId or below 0; an id without a table has
+    // empty texts.
+    std::string GetTableName(int id) const;
+    std::string GetErpTableId(int id) const;
+    const std::string& GetTableText(int id) const;
+
+private:
+    struct Entry {
+        std::string erpTableId, name, text;
+    };
+    const Entry& At(int id) const;
+
+    std::array<Entry, kLastId + 1> entries_;
+};
+
+}  // namespace iqrx::control

@@ -1,0 +1,220 @@
+#include "engine/copy_pattern.h"
+
+#include <vector>
+
+#include "control/cls_data_copy.h"
+#include "engine/statement_texts.h"
+#include "platform/conversions.h"
+#include "platform/error.h"
+
+namespace iqrx::engine {
+
+using platform::Call;
+using platform::Value;
+
+namespace {
+
+struct AuditObjects {
+    ObjectRef criteria, period;
+    std::vector<ObjectRef> parameters;
+    ObjectRef reader, status;
+};
+
+AuditObjects CreateAuditObjects(erp::Erp& erp, std::size_t keys) {
+    AuditObjects audit;
+    audit.criteria = erp.CreateObject("com.orva.erp.audit.AuditCriteria");
+    audit.period = erp.CreateObject("com.orva.erp.audit.Period");
+    for (std::size_t i = 0; i < keys; ++i)
+        audit.parameters.push_back(erp.CreateObject("com.orva.erp.audit.Parameter"));
+    audit.reader = erp.CreateObject("com.orva.erp.audit.AuditReader");
+    audit.status = erp.CreateObject("com.orva.erp.audit.RecordStatus");
+    return audit;
+}
+
+std::string UpperBound(const KeyRange& range) {
+    return range.width > 0 ? runtime::MaxKeyString(range.width) : std::string(range.to);
+}
+
+void SetCriteria(const AuditObjects& audit, const TableDef& def, platform::Date from, platform::Date to) {
+    Call(*audit.period, "setFrom", from);
+    Call(*audit.period, "setTo", to);
+    Call(*audit.criteria, "setPeriod", audit.period);
+    for (std::size_t i = 0; i < def.auditKeys.size(); ++i) {
+        const AuditKey& key = def.auditKeys[i];
+        Call(*audit.parameters[i], "setFieldName", std::string(key.field));
+        Call(*audit.parameters[i], "setFrom", std::string(key.range.from));
+        Call(*audit.parameters[i], "setTo", UpperBound(key.range));
+    }
+    for (const ObjectRef& parameter : audit.parameters) Call(*audit.criteria, "addParameter", parameter);
+    for (const std::string_view field : def.outputFields)
+        Call(*audit.criteria, "addOutputField", std::string(field));
+}
+
+bool IsTrue(const Value& answer) { return !answer.Is<platform::Null>() && platform::ToBoolean(answer); }
+
+bool Is(Object& status, std::string_view question, const ObjectRef& element) {
+    return IsTrue(Call(status, question, element));
+}
+
+// An error of its own must not hide the one that is being reported.
+void CloseAfterFailure(const ObjectRef& manager) {
+    try {
+        if (manager) Call(*manager, "CloseManager");
+    } catch (const std::exception&) {
+    }
+}
+
+// Every change of the trail, oldest first; the elements carry the values, the original object is taken along
+// unread.
+void ForEachChange(const AuditObjects& audit, Object& manager, const IncrementalSteps& steps) {
+    while (IsTrue(Call(*audit.reader, "hasMoreElements"))) {
+        Value current = Call(*audit.reader, "nextElement");
+        const Value original = Call(*audit.reader, "getOriginalObject", platform::ByRef{current});
+        const ObjectRef element = platform::ToObject(current);
+        if (Is(*audit.status, "isDeleted", element)) {
+            steps.deleted({*element, manager, false});
+            continue;
+        }
+        const bool isUpdated = Is(*audit.status, "isUpdated", element);
+        const bool isInserted = Is(*audit.status, "isInserted", element);
+        if (isUpdated || isInserted) steps.changed({*element, manager, isUpdated});
+    }
+}
+
+void ReadAuditTrail(const TableRun& copy, const IncrementalSteps& steps) {
+    control::Process& process = copy.run.process;
+    Value manager = CreateManager(copy);
+    Value record = copy.run.Erp(copy.runParameter).CreateRecord(copy.table.Layout());
+    const AuditObjects audit =
+        CreateAuditObjects(copy.run.Erp(copy.runParameter), copy.table.def.auditKeys.size());
+    Call(*platform::ToObject(manager), "SetRunParameter", copy.runParameter);
+    const platform::Date from = process.controlTables.GetTableLastUpdate(copy.tableName);
+    const platform::Date to = process.machine.clock.Now();
+    SetCriteria(audit, copy.table.def, from, to);
+    Value criteria = audit.criteria;
+    Call(*audit.reader, "Initialize", platform::ByRef{manager}, platform::ByRef{record},
+         platform::ByRef{criteria});
+    steps.beforeLoop();
+    ForEachChange(audit, *platform::ToObject(manager), steps);
+    if (const auto stamp = copy.run.Literals().UtcDateLiteral(to))
+        process.controlTables.SetTableLastUpdate(copy.tableName, *stamp);
+    const control::Counters& counters = copy.run.counters;
+    process.runLog.LogTableCounts(copy.tableName, counters.inserted, counters.updated, counters.deleted);
+}
+
+}  // namespace
+
+void ChooseCopy(platform::Integer syncMethod, const std::function<void()>& full,
+                const std::function<void()>& incremental) {
+    if (syncMethod == control::kFull) full();
+    if (syncMethod == control::kIncremental) incremental();
+}
+
+ObjectRef CreateManager(const TableRun& copy) {
+    Value manager = copy.run.Erp(copy.runParameter).CreateManager(copy.table.Layout());
+    if (const ObjectRef& component = copy.run.process.sharedBusComponent)
+        Call(*component, "addManager", platform::ByRef{manager});
+    return platform::ToObject(manager);
+}
+
+ObjectRef FetchByKeyRange(const TableRun& copy, Object& manager) {
+    std::vector<platform::Argument> bounds;
+    for (const KeyRange& range : copy.table.def.fullRanges) {
+        bounds.push_back({range.numeric ? Value(range.numberFrom) : Value(std::string(range.from))});
+        bounds.push_back({range.numeric ? Value(range.numberTo) : Value(UpperBound(range))});
+    }
+    const Value enumerator = manager.Invoke("GetByKeyRange", bounds);
+    return enumerator.Is<ObjectRef>() ? enumerator.As<ObjectRef>() : ObjectRef();
+}
+
+void ForEachRecord(Object& enumerator, const std::function<void(Object& record)>& act) {
+    while (IsTrue(enumerator.Get("hasMoreElements"))) {
+        const ObjectRef record = platform::ToObject(enumerator.Get("nextElement"));
+        act(*record);
+    }
+}
+
+void Mark(const TableRun& copy) {
+    copy.run.Database().Execute("UPDATE " + copy.tableName + " SET upd_flag = 1 ");
+}
+
+void Sweep(const TableRun& copy) {
+    copy.run.Database().Execute("DELETE FROM " + copy.tableName + " WHERE upd_flag = 1");
+}
+
+void CountAllAsInserted(CopyRun& run) {
+    control::Add(run.counters.inserted, run.counters.updated);
+    run.counters.updated = 0;
+}
+
+void StampAndLogFullCopy(const TableRun& copy, const std::string& startTime) {
+    copy.run.process.controlTables.SetTableLastUpdate(copy.tableName, startTime);
+    copy.run.process.runLog.LogTableCounts(copy.tableName, copy.run.counters.inserted, 0, 0);
+}
+
+void WithFailureReport(const TableRun& copy, std::string_view failureLabel, ObjectRef& manager,
+                       const std::function<void()>& body) {
+    try {
+        body();
+    } catch (...) {
+        const platform::RuntimeError error = platform::CurrentError();
+        control::Process& process = copy.run.process;
+        process.runLog.LogError("", error);
+        CloseAfterFailure(manager);
+        runtime::MessageCatalog& messages = process.messages;
+        const std::string text = runtime::FillFirst(messages.GetI18nText(failureLabel), "%1",
+                                                    messages.GetI18nText(copy.table.def.titleLabel));
+        throw platform::RuntimeError(error.number, error.source,
+                                     control::FailedMessage(messages, messages.GetI18nText("STIT0095"), text));
+    }
+}
+
+void FullCopy(const TableRun& copy, UpsertRoutine upsert) {
+    copy.run.counters.inserted = 0;
+    ObjectRef manager;
+    WithFailureReport(copy, copy.table.def.fullFailure, manager, [&] {
+        manager = CreateManager(copy);
+        Call(*manager, "SetRunParameter", copy.runParameter);
+        const ObjectRef enumerator = FetchByKeyRange(copy, *manager);
+        const std::string startTime = copy.run.Literals().CurrentTimeLiteral();
+        if (enumerator) {
+            Mark(copy);
+            ForEachRecord(*enumerator, [&](Object& record) { upsert(copy.run, record, copy.tableName); });
+            CountAllAsInserted(copy.run);
+            Sweep(copy);
+            StampAndLogFullCopy(copy, startTime);
+        }
+        Call(*manager, "CloseManager");
+    });
+}
+
+void IncrementalCopy(const TableRun& copy, const IncrementalSteps& steps) {
+    copy.run.counters = {};
+    ObjectRef neverClosed;  // an incremental copy releases its manager without closing it
+    WithFailureReport(copy, copy.table.def.incrementalFailure, neverClosed,
+                      [&] { ReadAuditTrail(copy, steps); });
+}
+
+void IncrementalCopy(const TableRun& copy, UpsertRoutine upsert) {
+    IncrementalCopy(
+        copy,
+        {.deleted =
+             [&](const AuditElement& change) {
+                 Remove(copy.run, copy.table, change.element, copy.tableName);
+                 control::Add(copy.run.counters.deleted, 1);
+             },
+         .changed = [&](const AuditElement& change) { upsert(copy.run, change.element, copy.tableName); }});
+}
+
+void Upsert(CopyRun& run, const Table& table, Object& record, const std::string& tableName) {
+    const StatementTexts texts(table, record, tableName, run.Literals());
+    if (run.Database().Execute(texts.Text(table.update)) != 0) return control::Add(run.counters.updated, 1);
+    const platform::Long affected = run.Database().Execute(texts.Text(table.insert));
+    if (affected == 1 || table.def.countsEveryInsert) control::Add(run.counters.inserted, 1);
+}
+
+platform::Long Remove(CopyRun& run, const Table& table, Object& element, const std::string& tableName) {
+    return run.Database().Execute(StatementTexts(table, element, tableName, run.Literals()).Text(table.remove));
+}
+
+}  // namespace iqrx::engine

@@ -1,0 +1,69 @@
+// The pattern that every table follows: full copy by mark and sweep, incremental copy from the audit trail,
+// row upsert. Each member raises RuntimeError after it has logged the failure, with a description in the
+// catalog's words.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "control/copy_run.h"
+#include "engine/table.h"
+#include "platform/object.h"
+
+namespace iqrx::engine {
+
+using control::CopyRun;
+using platform::Object;
+using platform::ObjectRef;
+
+using UpsertRoutine = void (*)(CopyRun& run, Object& record, const std::string& tableName);
+
+// What a routine of a table is called with.
+struct TableRun {
+    CopyRun& run;
+    const Table& table;
+    const std::string& tableName;
+    const std::string& runParameter;
+};
+
+// 1 calls the full copy, 2 the incremental copy, any other method neither.
+void ChooseCopy(platform::Integer syncMethod, const std::function<void()>& full,
+                const std::function<void()>& incremental);
+
+void FullCopy(const TableRun& copy, UpsertRoutine upsert);
+
+struct AuditElement {
+    Object& element;
+    Object& manager;  // the one that reads the trail
+    bool isUpdated;   // else inserted; means nothing for a deleted element
+};
+
+// What an incremental copy does with the elements of the audit trail.
+struct IncrementalSteps {
+    std::function<void(const AuditElement&)> deleted;
+    std::function<void(const AuditElement&)> changed;
+    std::function<void()> beforeLoop = [] {};
+};
+void IncrementalCopy(const TableRun& copy, const IncrementalSteps& steps);
+// Deletes by the table's own statement and counts it whether or not a row went; upserts what was changed.
+void IncrementalCopy(const TableRun& copy, UpsertRoutine upsert);
+
+// UPDATE by key and, when no row was affected, INSERT; counts what it did.
+void Upsert(CopyRun& run, const Table& table, Object& record, const std::string& tableName);
+// The statement that removes an element's row; the number of rows affected.
+platform::Long Remove(CopyRun& run, const Table& table, Object& element, const std::string& tableName);
+
+// The pieces of the pattern, for the tables that depart from it.
+ObjectRef CreateManager(const TableRun& copy);                     // registered and set to the run parameter
+ObjectRef FetchByKeyRange(const TableRun& copy, Object& manager);  // Nothing where the ERP answers none
+void ForEachRecord(Object& enumerator, const std::function<void(Object& record)>& act);
+void Mark(const TableRun& copy);
+void Sweep(const TableRun& copy);
+// Every copied record counts as inserted.
+void CountAllAsInserted(CopyRun& run);
+void StampAndLogFullCopy(const TableRun& copy, const std::string& startTime);
+// Runs a copy routine's body under its handler; the handler closes `manager` when the body set one.
+void WithFailureReport(const TableRun& copy, std::string_view failureLabel, ObjectRef& manager,
+                       const std::function<void()>& body);
+
+}  // namespace iqrx::engine

@@ -1,0 +1,75 @@
+// A table as data: its columns, key ranges, audit fields and statements in full sight.
+#pragma once
+
+#include <string_view>
+
+#include "engine/conversions.h"
+#include "engine/fixed_list.h"
+#include "engine/sql_template.h"
+
+namespace iqrx::engine {
+
+struct Column {
+    std::string_view name;
+    std::string_view getter;
+    Conversion conversion;
+    std::string_view field = name;  // the ERP's field name
+};
+
+// The bounds of one key field: texts, or single-precision numbers.
+struct KeyRange {
+    std::string_view from = {};
+    std::string_view to = {};
+    int width = 0;  // above 0: up to that many characters of code 127
+    platform::Single numberFrom = 0, numberTo = 0;
+    bool numeric = false;
+};
+constexpr KeyRange UpTo(int width) { return {.width = width}; }
+constexpr KeyRange Between(std::string_view from, std::string_view to) { return {.from = from, .to = to}; }
+constexpr KeyRange Numbers(platform::Single from, platform::Single to) {
+    return {.numberFrom = from, .numberTo = to, .numeric = true};
+}
+
+struct AuditKey {
+    std::string_view field;
+    KeyRange range;
+};
+
+struct TableDef {
+    std::string_view name;
+    std::string_view titleLabel;
+    FixedList<Column, 40> columns;
+    FixedList<KeyRange, 4> fullRanges;  // handed to the manager by a full copy
+    FixedList<AuditKey, 4> auditKeys;   // the key, in key order, and what the audit trail is asked for
+    FixedList<std::string_view, 32> outputFields;
+    std::string_view statusField = {};  // the field that a full copy by status asks for
+    SqlTemplate update, insert, remove;
+    std::string_view fullFailure = "SLBL0456";
+    std::string_view incrementalFailure = "SLBL0512";
+    bool countsEveryInsert = false;  // true: an INSERT counts whatever number of rows the server reports
+};
+
+// A statement cut into texts and columns.
+struct Piece {
+    std::string_view text;
+    int column = kText;  // an index into the columns, or one of these
+    static constexpr int kText = -1, kTableName = -2;
+};
+using Statement = FixedList<Piece, 96>;
+
+struct Table {
+    TableDef def;
+    Statement update, insert, remove;
+    FixedList<erp::FieldLayout, 48> fields;
+
+    // Views into this table, which lives for ever.
+    erp::TableLayout Layout() const { return {def.name, {fields.data(), fields.size()}}; }
+};
+
+// Cuts a table's statements and checks them: an unknown name in a hole, an unclosed brace and a column that
+// no statement uses do not compile.
+consteval Table Checked(const TableDef& def);
+
+}  // namespace iqrx::engine
+
+#include "engine/table_check.h"

@@ -1,0 +1,38 @@
+#include "runtime/message_catalog.h"
+
+#include <utility>
+
+namespace iqrx::runtime {
+
+MessageCatalog::MessageCatalog(platform::XmlDocumentFactory& xml, std::filesystem::path programFolder)
+    : xml_(xml), file_(std::move(programFolder) / "I18nText.xml") {}
+
+std::string MessageCatalog::GetI18nText(std::string_view label) {
+    try {
+        if (!loaded_) {
+            auto document = xml_.CreateDocument();
+            if (document->Load(file_)) loaded_ = std::move(document);
+        }
+        if (loaded_) {
+            if (auto text = loaded_->SelectSingleNodeText("I18NTEXT/" + std::string(label))) return *text;
+        }
+    } catch (const std::exception&) {
+        // Without a text the label still tells the reader what happened.
+    }
+    return std::string(label);
+}
+
+std::string Fill(std::string text, std::string_view placeholder, std::string_view value) {
+    for (auto at = text.find(placeholder); at != std::string::npos;
+         at = text.find(placeholder, at + value.size()))
+        text.replace(at, placeholder.size(), value);
+    return text;
+}
+
+std::string FillFirst(std::string text, std::string_view placeholder, std::string_view value) {
+    if (const auto at = text.find(placeholder); at != std::string::npos)
+        text.replace(at, placeholder.size(), value);
+    return text;
+}
+
+}  // namespace iqrx::runtime

@@ -1,0 +1,56 @@
+// The run log: one file per table and day, opened for each entry, so that it is never held open between two
+// of them.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+
+#include "platform/database.h"
+#include "platform/error.h"
+#include "runtime/message_catalog.h"
+
+namespace iqrx::runtime {
+
+// A file that cannot be written stops nobody: the copy goes on, and the first error of the run goes to
+// `diagnostics`.
+class RunLog {
+public:
+    RunLog(platform::Machine& machine, MessageCatalog& messages, std::ostream& diagnostics)
+        : machine_(machine), messages_(messages), diagnostics_(diagnostics) {}
+
+    void SetLogFileName(std::string path);  // a new run begins
+    const std::string& LogFileName() const { return logFileName_; }
+
+    // The error that the run met first, which is the cause of those that follow; empty while there is none.
+    const std::string& FirstError() const { return firstError_; }
+
+    // The provider's errors that LogError writes and clears; null while there is no connection to ask.
+    void KeepErrors(platform::Errors* errors) { errors_ = errors; }
+
+    // The second and third count are written when they are above 0.
+    void LogTableCounts(const std::string& table, platform::Long first, platform::Long second,
+                        platform::Long third);
+
+    // The text, what the provider said of it, and the run-time error itself.
+    void LogError(const std::string& text, const platform::RuntimeError& error);
+
+private:
+    platform::Machine& machine_;
+    MessageCatalog& messages_;
+    std::ostream& diagnostics_;
+    std::string logFileName_;
+    std::string firstError_;
+    platform::Errors* errors_ = nullptr;
+};
+
+// The line that opens an entry: the date and the time in the catalog's words.
+std::string DateTimeLine(platform::Machine& machine, MessageCatalog& messages);
+
+// The line of an error on standard error: the program's name and the description, line breaks taken out.
+std::string DiagnosticLine(const std::string& description);
+
+// Appends a failure to the request error log of a directory. Returns whether it could be written.
+bool LogHandlerError(platform::Machine& machine, MessageCatalog& messages, const std::string& logDirectory,
+                     const platform::RuntimeError& error);
+
+}  // namespace iqrx::runtime
