@@ -54,7 +54,7 @@ void Upsert(CopyRun& run, const Table& table, Object& record, const std::string&
 platform::Long Remove(CopyRun& run, const Table& table, Object& element, const std::string& tableName);
 
 // The pieces of the pattern, for the tables that depart from it.
-ObjectRef CreateManager(const TableRun& copy);                     // registered and set to the run parameter
+ObjectRef CreateManager(const TableRun& copy);                     // created and registered
 ObjectRef FetchByKeyRange(const TableRun& copy, Object& manager);  // Nothing where the ERP answers none
 void ForEachRecord(Object& enumerator, const std::function<void(Object& record)>& act);
 void Mark(const TableRun& copy);
