@@ -45,7 +45,7 @@ struct Process {
     Settings settings;
     runtime::MessageCatalog messages{machine.xml, machine.programFolder};
     runtime::EventLog eventLog{machine};
-    runtime::RunLog runLog{machine, messages, diagnostics};
+    runtime::RunLog runLog{machine, messages};
     runtime::DatabaseSession database{machine, databases};
     TableCatalog catalog;
     ControlTables controlTables{machine.clock, database};

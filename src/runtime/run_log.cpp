@@ -63,9 +63,7 @@ void RunLog::LogError(const std::string& text, const platform::RuntimeError& err
         errors_->clear();
     }
     Write(file, {error.source, error.description});
-    const bool first = firstError_.empty();
-    if (first) firstError_ = error.description;
-    if (first && !file.flush()) diagnostics_ << DiagnosticLine(error.description) << std::endl;
+    if (firstError_.empty()) firstError_ = error.description;
 }
 
 std::string DiagnosticLine(const std::string& description) {

@@ -2,7 +2,6 @@
 // of them.
 #pragma once
 
-#include <iosfwd>
 #include <string>
 
 #include "platform/database.h"
@@ -11,12 +10,10 @@
 
 namespace iqrx::runtime {
 
-// A file that cannot be written stops nobody: the copy goes on, and the first error of the run goes to
-// `diagnostics`.
+// A file that cannot be written stops nobody: the entry is dropped, the copy goes on.
 class RunLog {
 public:
-    RunLog(platform::Machine& machine, MessageCatalog& messages, std::ostream& diagnostics)
-        : machine_(machine), messages_(messages), diagnostics_(diagnostics) {}
+    RunLog(platform::Machine& machine, MessageCatalog& messages) : machine_(machine), messages_(messages) {}
 
     void SetLogFileName(std::string path);  // a new run begins
     const std::string& LogFileName() const { return logFileName_; }
@@ -37,7 +34,6 @@ public:
 private:
     platform::Machine& machine_;
     MessageCatalog& messages_;
-    std::ostream& diagnostics_;
     std::string logFileName_;
     std::string firstError_;
     platform::Errors* errors_ = nullptr;

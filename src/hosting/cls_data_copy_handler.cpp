@@ -1,0 +1,144 @@
+#include "hosting/cls_data_copy_handler.h"
+
+#include <ostream>
+
+#include "hosting/command_line.h"
+#include "hosting/dispatch.h"
+#include "platform/conversions.h"
+#include "platform/error.h"
+
+namespace iqrx::hosting {
+
+using control::Outcome;
+using platform::ByRef;
+using platform::Call;
+using platform::Integer;
+using platform::Value;
+
+namespace {
+
+// What UpdateSyncStatus says to the scheduler, and UpdateStatusByTable of a table.
+enum SyncStatus : Integer { kSyncStarted = 1, kSyncComplete = 2, kSyncFailed = 3 };
+enum TableStatus : Integer { kTableStarted = 2, kTableComplete = 4, kTableInUse = 8, kTableFailed = 16 };
+
+// The run for one employee's calendar has no table of its own to speak of.
+int TextId(Integer tableId) {
+    return tableId == control::kCalendarOfEmployee ? control::kCalendarTable : tableId;
+}
+
+}  // namespace
+
+clsDataCopyHandler::clsDataCopyHandler(control::Process& process, control::DataCopyEvents* listener)
+    : process_(process), listener_(listener) {}
+
+void clsDataCopyHandler::HandleDataCopy(const std::string& ConnString, const std::string& DBName,
+                                        Integer TableID, Integer SyncMethod, const std::string& LogDirectory,
+                                        const std::string& BusComponent, platform::Long DatabasePlatform) {
+    outcome_ = Outcome::Error;
+    try {
+        Handle({ConnString, DBName, TableID, SyncMethod, LogDirectory, BusComponent, DatabasePlatform});
+    } catch (...) {
+        const platform::RuntimeError error = platform::CurrentError();
+        runtime::LogHandlerError(process_.machine, process_.messages, LogDirectory, error);
+        process_.diagnostics << runtime::DiagnosticLine(error.description) << std::endl;
+    }
+}
+
+void clsDataCopyHandler::Handle(const control::CopyRequest& request) {
+    if (!process_.settings.standalone) FetchInstanceObject();
+    dataCopyJob_ = std::make_unique<control::clsDataCopy>(process_, Tables(), Calendars(), *this);
+    process_.settings.allTables = false;
+    if (request.tableId == control::kAllTables) {
+        process_.settings.allTables = true;
+        dataCopyJob_->CopyAllTables(request);
+        outcome_ = Outcome::Complete;
+        return;
+    }
+    dataCopyJob_->StartDataCopy(request);
+    outcome_ = dataCopyJob_->LastOutcome();
+}
+
+void clsDataCopyHandler::FetchInstanceObject() {
+    const platform::ObjectRef registry = process_.objects.CreateObject("iQRXyInstHandler.InstanceHandle");
+    Value number = process_.settings.currentInstanceNumber;
+    const Value instance = Call(*registry, "getInstance", ByRef{number});
+    instanceObject_ = instance.Is<platform::ObjectRef>() ? instance.As<platform::ObjectRef>() : nullptr;
+    registry->Set("CurrentInstanceNumber", process_.settings.currentInstanceNumber);
+    if (!instanceObject_)
+        throw platform::RuntimeError(kNoInstanceObject, "Handle Data Copy",
+                                     process_.messages.GetI18nText("SLBL0120"));
+}
+
+platform::Object& clsDataCopyHandler::Instance() {
+    if (!instanceObject_) platform::RaiseRuntimeError(platform::kObjectNotSet);
+    return *instanceObject_;
+}
+
+std::string clsDataCopyHandler::TextAbout(std::string_view label, int textId) {
+    return runtime::Fill(
+        runtime::Fill(process_.messages.GetI18nText(label), "%1", process_.catalog.GetTableText(textId)),
+        "%2", process_.catalog.GetErpTableId(textId));
+}
+
+void clsDataCopyHandler::RelayStatus(int textId, Integer status) {
+    if (!process_.settings.tableStatus) return;
+    Value key = process_.settings.statusKey;
+    Call(Instance(), "UpdateStatusByTable", process_.catalog.GetTableText(textId),
+         process_.catalog.GetErpTableId(textId), status, ByRef{key});
+}
+
+void clsDataCopyHandler::DataCopyAlreadyInProgress(platform::Date iTime, Integer iTableID) {
+    if (listener_) listener_->DataCopyAlreadyInProgress(iTime, iTableID);
+    const int textId = TextId(iTableID);
+    if (!process_.settings.standalone)
+        Call(Instance(), "writeToMessageBox", TextAbout("SLBL0007", textId), iTime);
+    RelayStatus(textId, kTableInUse);
+}
+
+void clsDataCopyHandler::DataCopyComplete(platform::Date iTime, Integer iTableID, platform::Long icount,
+                                          platform::Long ucount, platform::Long dcount) {
+    if (listener_) listener_->DataCopyComplete(iTime, iTableID, icount, ucount, dcount);
+    const int textId = TextId(iTableID);
+    if (!process_.settings.standalone) {
+        std::string text = TextAbout("SLBL0010", textId);
+        text = runtime::Fill(text, "%3", std::to_string(icount));
+        text = runtime::Fill(text, "%4", std::to_string(ucount));
+        text = runtime::Fill(text, "%5", std::to_string(dcount));
+        Call(Instance(), "writeToMessageBox", text, iTime);
+        Call(Instance(), "UpdateSyncStatus", Integer{kSyncComplete}, iTime);
+    }
+    RelayStatus(textId, kTableComplete);
+}
+
+void clsDataCopyHandler::DataCopydone() {
+    if (listener_) listener_->DataCopydone();
+    if (!process_.settings.standalone) instanceObject_.reset();
+}
+
+void clsDataCopyHandler::DataCopyError(platform::Date iTime, Integer iTableID, Integer ieNumber,
+                                       const std::string& ieMessage) {
+    if (listener_) listener_->DataCopyError(iTime, iTableID, ieNumber, ieMessage);
+    const int textId = TextId(iTableID);
+    if (!process_.settings.standalone) {
+        std::string alert = process_.messages.GetI18nText("SLBL0133");
+        alert = runtime::Fill(alert, "%1", process_.catalog.GetTableName(textId));
+        alert = runtime::Fill(alert, "%2", std::to_string(ieNumber));
+        alert = runtime::Fill(alert, "%3", ieMessage);
+        Call(Instance(), "writeToMessageBox", TextAbout("SLBL0006", textId), iTime);
+        Call(Instance(), "WriteToAlertBox", alert, iTime);
+        Call(Instance(), "UpdateSyncStatus", Integer{kSyncFailed}, iTime);
+    }
+    RelayStatus(textId, kTableFailed);
+}
+
+void clsDataCopyHandler::DataCopyStarted(platform::Date iTime, Integer iTableID) {
+    if (listener_) listener_->DataCopyStarted(iTime, iTableID);
+    const int textId = TextId(iTableID);
+    if (!process_.settings.standalone) {
+        Call(Instance(), "writeToMessageBox", TextAbout("SLBL0009", textId), iTime);
+        Call(Instance(), "UpdateSyncStatus", Integer{kSyncStarted}, iTime);
+    }
+    RelayStatus(textId, kTableStarted);
+}
+
+}  // namespace iqrx::hosting

@@ -1,0 +1,20 @@
+// A command-line start.
+#pragma once
+
+#include <string>
+
+#include "control/process.h"
+
+namespace iqrx::hosting {
+
+enum ExitCode : int { kCompleted = 0, kFailed = 1, kTableInUse = 2 };
+
+// Runs the request of a command line. Raises nothing: a failure goes to the request error log of the log
+// directory and, in one line, to the process's diagnostics.
+ExitCode SubMain(control::Process& process, const std::string& commandLine);
+
+// Loads the catalog of the settings' tree group; the description of an error is in the catalog's words.
+void LoadCatalog(control::Process& process, const std::string& connectionString, const std::string& database,
+                 platform::Integer databasePlatform);
+
+}  // namespace iqrx::hosting
