@@ -169,7 +169,7 @@ void WithFailureReport(const TableRun& copy, std::string_view failureLabel, Obje
     }
 }
 
-void FullCopy(const TableRun& copy, UpsertRoutine upsert) {
+void FullCopy(const TableRun& copy, UpsertRoutine upsert, const FullSteps& steps) {
     copy.run.counters.inserted = 0;
     ObjectRef manager;
     WithFailureReport(copy, copy.table.def.fullFailure, manager, [&] {
@@ -179,10 +179,12 @@ void FullCopy(const TableRun& copy, UpsertRoutine upsert) {
         const std::string startTime = copy.run.Literals().CurrentTimeLiteral();
         if (enumerator) {
             Mark(copy);
+            steps.afterMark();
             ForEachRecord(*enumerator, [&](Object& record) { upsert(copy.run, record, copy.tableName); });
             CountAllAsInserted(copy.run);
             Sweep(copy);
             StampAndLogFullCopy(copy, startTime);
+            steps.afterStamp();
         }
         Call(*manager, "CloseManager");
     });
@@ -206,15 +208,28 @@ void IncrementalCopy(const TableRun& copy, UpsertRoutine upsert) {
          .changed = [&](const AuditElement& change) { upsert(copy.run, change.element, copy.tableName); }});
 }
 
-void Upsert(CopyRun& run, const Table& table, Object& record, const std::string& tableName) {
+void Upsert(CopyRun& run, const Table& table, Object& record, const std::string& tableName,
+            const UpsertGuards& guards) {
+    const auto look = [&run](Guard guard, const std::string& sql) {
+        if (guard) guard(run, sql);
+    };
     const StatementTexts texts(table, record, tableName, run.Literals());
-    if (run.Database().Execute(texts.Text(table.update)) != 0) return control::Add(run.counters.updated, 1);
-    const platform::Long affected = run.Database().Execute(texts.Text(table.insert));
-    if (affected == 1 || table.def.countsEveryInsert) control::Add(run.counters.inserted, 1);
+    std::string sql = texts.Text(table.update);
+    look(guards.beforeUpdate, sql);
+    if (run.Database().Execute(sql) != 0) {
+        control::Add(run.counters.updated, 1);
+    } else {
+        sql = texts.Text(table.insert);
+        look(guards.beforeInsert, sql);
+        const platform::Long affected = run.Database().Execute(sql);
+        if (affected == 1 || table.def.countsEveryInsert) control::Add(run.counters.inserted, 1);
+    }
+    look(guards.afterwards, sql);
 }
 
 platform::Long Remove(CopyRun& run, const Table& table, Object& element, const std::string& tableName) {
-    return run.Database().Execute(StatementTexts(table, element, tableName, run.Literals()).Text(table.remove));
+    const StatementTexts texts(table, element, tableName, run.Literals(), AskDates::InTheirPlace);
+    return run.Database().Execute(texts.Text(table.remove));
 }
 
 }  // namespace iqrx::engine

@@ -30,7 +30,12 @@ struct TableRun {
 void ChooseCopy(platform::Integer syncMethod, const std::function<void()>& full,
                 const std::function<void()>& incremental);
 
-void FullCopy(const TableRun& copy, UpsertRoutine upsert);
+// What a table does beside the pattern of a full copy; neither happens when the ERP answers no enumerator.
+struct FullSteps {
+    std::function<void()> afterMark = [] {};
+    std::function<void()> afterStamp = [] {};
+};
+void FullCopy(const TableRun& copy, UpsertRoutine upsert, const FullSteps& steps = {});
 
 struct AuditElement {
     Object& element;
@@ -48,9 +53,18 @@ void IncrementalCopy(const TableRun& copy, const IncrementalSteps& steps);
 // Deletes by the table's own statement and counts it whether or not a row went; upserts what was changed.
 void IncrementalCopy(const TableRun& copy, UpsertRoutine upsert);
 
+// Looks at a statement's text; raises RuntimeError to stop the copy.
+using Guard = void (*)(CopyRun& run, const std::string& sql);
+struct UpsertGuards {
+    Guard beforeUpdate = nullptr;
+    Guard beforeInsert = nullptr;
+    Guard afterwards = nullptr;  // is shown the statement that was executed last
+};
+
 // UPDATE by key and, when no row was affected, INSERT; counts what it did.
-void Upsert(CopyRun& run, const Table& table, Object& record, const std::string& tableName);
-// The statement that removes an element's row; the number of rows affected.
+void Upsert(CopyRun& run, const Table& table, Object& record, const std::string& tableName,
+            const UpsertGuards& guards = {});
+// The statement that removes an element's row, which asks for the key alone; the number of rows affected.
 platform::Long Remove(CopyRun& run, const Table& table, Object& element, const std::string& tableName);
 
 // The pieces of the pattern, for the tables that depart from it.

@@ -3,8 +3,9 @@
 namespace iqrx::engine {
 
 StatementTexts::StatementTexts(const Table& table, platform::Object& record, const std::string& tableName,
-                               const runtime::SqlLiterals& literals)
+                               const runtime::SqlLiterals& literals, AskDates askDates)
     : table_(table), record_(record), tableName_(tableName), literals_(literals) {
+    if (askDates == AskDates::InTheirPlace) return;
     for (std::size_t i = 0; i < table.def.columns.size(); ++i) {
         const Column& column = table.def.columns[i];
         if (column.conversion.kind == erp::FieldKind::Date)

@@ -9,12 +9,15 @@
 
 namespace iqrx::engine {
 
+enum class AskDates { First, InTheirPlace };
+
 // Asks the record's getters afresh for each statement, in the order of its text; dates are asked and
-// converted first, in column order, once for all statements of the record. Everything is borrowed.
+// converted first, in column order, once for all statements of the record, unless `askDates` leaves them in
+// their place. Everything is borrowed.
 class StatementTexts {
 public:
     StatementTexts(const Table& table, platform::Object& record, const std::string& tableName,
-                   const runtime::SqlLiterals& literals);
+                   const runtime::SqlLiterals& literals, AskDates askDates = AskDates::First);
 
     std::string Text(const Statement& statement) const;
 
