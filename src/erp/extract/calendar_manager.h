@@ -1,0 +1,26 @@
+// The calendar service: Initialize, ListUTCActualCalendarForQRX, Close.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+#include "erp/extract/calendar_index.h"
+#include "erp/extract/paging.h"
+
+namespace iqrx::erp::extract {
+
+class CalendarManager final : public platform::Object {
+public:
+    explicit CalendarManager(const std::filesystem::path& directory);
+    platform::Value Invoke(std::string_view member, std::span<platform::Argument> arguments) override;
+
+private:
+    Elements Select(std::span<const platform::Argument> arguments);
+
+    std::filesystem::path file_;
+    std::optional<CalendarIndex> index_;  // made by the first listing
+    std::shared_ptr<const RecordShape> shape_;
+    Listings listings_;
+};
+
+}  // namespace iqrx::erp::extract

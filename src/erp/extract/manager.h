@@ -1,0 +1,36 @@
+// The data-access object of one table.
+#pragma once
+
+#include <filesystem>
+
+#include "erp/extract/key_range.h"
+#include "erp/extract/paging.h"
+
+namespace iqrx::erp::extract {
+
+class Manager final : public platform::Object {
+public:
+    Manager(std::filesystem::path directory, const TableLayout& layout);
+
+    // SetRunParameter, CloseManager, GetByKeyRange, GetByStatusRange, ListObjects.
+    platform::Value Invoke(std::string_view member, std::span<platform::Argument> arguments) override;
+
+    const TableLayout& Layout() const { return layout_; }
+    std::filesystem::path AuditFile() const;
+
+private:
+    std::filesystem::path RecordsFile() const;
+    platform::Value GetByKeyRange(std::span<const platform::Argument> arguments) const;
+    platform::Value GetByStatusRange(std::span<const platform::Argument> arguments) const;
+    platform::Value ListObjects(std::span<platform::Argument> arguments);
+    KeyRanges RangesOfKeys(std::span<const platform::Argument> bounds) const;
+    platform::Value Select(KeyRanges ranges) const;
+    Elements ElementsAfter(std::span<const platform::Argument> key) const;
+
+    std::filesystem::path directory_;
+    TableLayout layout_;
+    std::shared_ptr<const RecordShape> shape_;
+    Listings listings_;
+};
+
+}  // namespace iqrx::erp::extract

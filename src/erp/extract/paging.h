@@ -1,0 +1,36 @@
+// Listings that are handed out in pages. A listing stays open under its call id until its last page.
+#pragma once
+
+#include <functional>
+#include <map>
+
+#include "erp/extract/record_stream.h"
+
+namespace iqrx::erp::extract {
+
+// How a service names the members of its pages.
+struct PageMembers {
+    std::string_view wrapper;  // of the page: the wrapper around its records
+    std::string_view size;     // of the wrapper: how many there are
+    std::string_view at;       // of the wrapper: the record at an index from 0
+};
+
+class Listings {
+public:
+    explicit Listings(const PageMembers& members) : members_(members) {}
+
+    // The next page of the listing `callId`; 0 begins the one that `begin` opens. Leaves the call id and "Y"
+    // or "N" in the arguments. Besides its wrapper the page answers getSetComplete and getCallId. Raises
+    // RuntimeError for a page size below 1 and for a call id that is not open.
+    platform::ObjectRef NextPage(const std::function<Elements()>& begin, const platform::Argument& pageSize,
+                                 platform::Argument& callId, platform::Argument& setComplete);
+
+    void Close() { open_.clear(); }
+
+private:
+    PageMembers members_;
+    std::map<platform::Long, Elements> open_;
+    platform::Long lastCallId_ = 0;
+};
+
+}  // namespace iqrx::erp::extract

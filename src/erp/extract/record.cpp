@@ -1,0 +1,60 @@
+#include "erp/extract/record.h"
+
+#include <bit>
+
+#include "erp/extract/late_bound.h"
+
+namespace iqrx::erp::extract {
+
+using platform::Value;
+
+Value MissingValue(FieldKind kind) {
+    switch (kind) {
+        case FieldKind::Text:
+            return std::string();
+        case FieldKind::Whole:
+            return platform::Long{0};
+        case FieldKind::Real:
+            return platform::Double{0};
+        case FieldKind::Date:
+            break;
+    }
+    return platform::Null();
+}
+
+RecordShape::RecordShape(std::span<const FieldLayout> fields)
+    : fields_(fields), slots_(std::bit_ceil(2 * fields.size() + 2), -1) {
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        auto& slot = slots_[Slot(fields[i].getter)];
+        if (slot < 0) slot = static_cast<std::int16_t>(i);
+    }
+}
+
+int RecordShape::FindGetter(std::string_view member) const { return slots_[Slot(member)]; }
+
+// The slot that holds the getter, or the free one where it would stand.
+std::size_t RecordShape::Slot(std::string_view member) const {
+    const auto letter = [&](std::size_t place) -> std::size_t {
+        return place < member.size() ? static_cast<unsigned char>(member[place]) : 0;
+    };
+    const std::size_t mask = slots_.size() - 1;
+    std::size_t slot = member.size() * 5 + letter(3) * 3 + letter(6) * 7 + letter(member.size() / 2) * 11 +
+                       letter(member.size() - 1);
+    for (slot &= mask; slots_[slot] >= 0; slot = (slot + 1) & mask)
+        if (fields_[static_cast<std::size_t>(slots_[slot])].getter == member) break;
+    return slot;
+}
+
+Record::Record(std::shared_ptr<const RecordShape> shape) : shape_(std::move(shape)) {
+    values_.reserve(shape_->Fields().size());
+    for (const FieldLayout& field : shape_->Fields()) values_.push_back(MissingValue(field.kind));
+}
+
+Value Record::Invoke(std::string_view member, std::span<platform::Argument> arguments) {
+    const int field = shape_->FindGetter(member);
+    if (field < 0) RaiseNoSuchMember("The record", member);
+    ExpectArguments(arguments, 0);
+    return values_[static_cast<std::size_t>(field)];
+}
+
+}  // namespace iqrx::erp::extract

@@ -1,0 +1,47 @@
+// Rows turned into records, one at a time.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "erp/extract/record.h"
+
+namespace iqrx::erp::extract {
+
+class RecordStream {
+public:
+    virtual ~RecordStream() = default;
+    // Fills the record with the next row; false at the end. Raises RuntimeError for a malformed row.
+    virtual bool Read(Record& record) = 0;
+};
+
+// An enumeration over a stream. It looks one record ahead, and fills a record again once nobody else holds
+// it: a caller that keeps a record keeps its values.
+class Elements {
+public:
+    Elements(std::unique_ptr<RecordStream> stream, std::shared_ptr<const RecordShape> shape);
+
+    bool HasMore();
+    std::shared_ptr<Record> Next();  // raises RuntimeError behind the last
+
+private:
+    std::shared_ptr<Record> FreeRecord();
+
+    std::unique_ptr<RecordStream> stream_;
+    std::shared_ptr<const RecordShape> shape_;
+    std::vector<std::shared_ptr<Record>> used_;
+    std::shared_ptr<Record> ahead_;
+    bool ended_ = false;
+};
+
+// hasMoreElements() and nextElement().
+class Enumerator final : public platform::Object {
+public:
+    explicit Enumerator(Elements elements) : elements_(std::move(elements)) {}
+    platform::Value Invoke(std::string_view member, std::span<platform::Argument> arguments) override;
+
+private:
+    Elements elements_;
+};
+
+}  // namespace iqrx::erp::extract
