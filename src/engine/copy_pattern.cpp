@@ -110,6 +110,13 @@ void ChooseCopy(platform::Integer syncMethod, const std::function<void()>& full,
     if (syncMethod == control::kIncremental) incremental();
 }
 
+void ChooseCopy(CopyRun& run, const std::string& tableName, const std::string& runParameter,
+                Integer syncMethod, CopyingRoutine* full, CopyingRoutine* incremental) {
+    ChooseCopy(
+        syncMethod, [&] { full(run, tableName, runParameter); },
+        [&] { incremental(run, tableName, runParameter); });
+}
+
 ObjectRef CreateManager(const TableRun& copy) {
     Value manager = copy.run.Erp(copy.runParameter).CreateManager(copy.table.Layout());
     if (const ObjectRef& component = copy.run.process.sharedBusComponent)
@@ -149,7 +156,8 @@ void CountAllAsInserted(CopyRun& run) {
 
 void StampAndLogFullCopy(const TableRun& copy, const std::string& startTime) {
     copy.run.process.controlTables.SetTableLastUpdate(copy.tableName, startTime);
-    copy.run.process.runLog.LogTableCounts(copy.tableName, copy.run.counters.inserted, 0, 0);
+    const control::Counters& counters = copy.run.counters;
+    copy.run.process.runLog.LogTableCounts(copy.tableName, counters.inserted, counters.updated, 0);
 }
 
 void WithFailureReport(const TableRun& copy, std::string_view failureLabel, ObjectRef& manager,
@@ -169,24 +177,29 @@ void WithFailureReport(const TableRun& copy, std::string_view failureLabel, Obje
     }
 }
 
-void FullCopy(const TableRun& copy, UpsertRoutine upsert, const FullSteps& steps) {
+void FullCopy(const TableRun& copy, const std::function<void(Object& manager)>& copyRecords) {
     copy.run.counters.inserted = 0;
     ObjectRef manager;
     WithFailureReport(copy, copy.table.def.fullFailure, manager, [&] {
         manager = CreateManager(copy);
         Call(*manager, "SetRunParameter", copy.runParameter);
-        const ObjectRef enumerator = FetchByKeyRange(copy, *manager);
-        const std::string startTime = copy.run.Literals().CurrentTimeLiteral();
-        if (enumerator) {
-            Mark(copy);
-            steps.afterMark();
-            ForEachRecord(*enumerator, [&](Object& record) { upsert(copy.run, record, copy.tableName); });
-            CountAllAsInserted(copy.run);
-            Sweep(copy);
-            StampAndLogFullCopy(copy, startTime);
-            steps.afterStamp();
-        }
+        copyRecords(*manager);
         Call(*manager, "CloseManager");
+    });
+}
+
+void FullCopy(const TableRun& copy, UpsertRoutine* upsert, const FullSteps& steps) {
+    FullCopy(copy, [&](Object& manager) {
+        const ObjectRef enumerator = FetchByKeyRange(copy, manager);
+        const std::string startTime = copy.run.Literals().CurrentTimeLiteral();
+        if (!enumerator) return;
+        Mark(copy);
+        steps.afterMark();
+        ForEachRecord(*enumerator, [&](Object& record) { upsert(copy.run, record, copy.tableName); });
+        CountAllAsInserted(copy.run);
+        Sweep(copy);
+        StampAndLogFullCopy(copy, startTime);
+        steps.afterStamp();
     });
 }
 
@@ -197,7 +210,7 @@ void IncrementalCopy(const TableRun& copy, const IncrementalSteps& steps) {
                       [&] { ReadAuditTrail(copy, steps); });
 }
 
-void IncrementalCopy(const TableRun& copy, UpsertRoutine upsert) {
+void IncrementalCopy(const TableRun& copy, UpsertRoutine* upsert) {
     IncrementalCopy(
         copy,
         {.deleted =

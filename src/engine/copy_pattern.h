@@ -6,17 +6,12 @@
 #include <functional>
 #include <string>
 
-#include "control/copy_run.h"
+#include "engine/routines.h"
 #include "engine/table.h"
-#include "platform/object.h"
 
 namespace iqrx::engine {
 
-using control::CopyRun;
-using platform::Object;
 using platform::ObjectRef;
-
-using UpsertRoutine = void (*)(CopyRun& run, Object& record, const std::string& tableName);
 
 // What a routine of a table is called with.
 struct TableRun {
@@ -29,13 +24,19 @@ struct TableRun {
 // 1 calls the full copy, 2 the incremental copy, any other method neither.
 void ChooseCopy(platform::Integer syncMethod, const std::function<void()>& full,
                 const std::function<void()>& incremental);
+// The same for a table whose two copies are plain routines.
+void ChooseCopy(CopyRun& run, const std::string& tableName, const std::string& runParameter,
+                Integer syncMethod, CopyingRoutine* full, CopyingRoutine* incremental);
 
 // What a table does beside the pattern of a full copy; neither happens when the ERP answers no enumerator.
 struct FullSteps {
     std::function<void()> afterMark = [] {};
     std::function<void()> afterStamp = [] {};
 };
-void FullCopy(const TableRun& copy, UpsertRoutine upsert, const FullSteps& steps = {});
+void FullCopy(const TableRun& copy, UpsertRoutine* upsert, const FullSteps& steps = {});
+// The frame of a full copy around a table's own way with its records: a manager that knows the run parameter
+// is created before and closed after it.
+void FullCopy(const TableRun& copy, const std::function<void(Object& manager)>& copyRecords);
 
 struct AuditElement {
     Object& element;
@@ -51,7 +52,7 @@ struct IncrementalSteps {
 };
 void IncrementalCopy(const TableRun& copy, const IncrementalSteps& steps);
 // Deletes by the table's own statement and counts it whether or not a row went; upserts what was changed.
-void IncrementalCopy(const TableRun& copy, UpsertRoutine upsert);
+void IncrementalCopy(const TableRun& copy, UpsertRoutine* upsert);
 
 // Looks at a statement's text; raises RuntimeError to stop the copy.
 using Guard = void (*)(CopyRun& run, const std::string& sql);
@@ -75,6 +76,7 @@ void Mark(const TableRun& copy);
 void Sweep(const TableRun& copy);
 // Every copied record counts as inserted.
 void CountAllAsInserted(CopyRun& run);
+// The next window begins at `startTime`; what was inserted and updated is logged.
 void StampAndLogFullCopy(const TableRun& copy, const std::string& startTime);
 // Runs a copy routine's body under its handler; the handler closes `manager` when the body set one.
 void WithFailureReport(const TableRun& copy, std::string_view failureLabel, ObjectRef& manager,

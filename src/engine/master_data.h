@@ -4,22 +4,13 @@
 // logged the failure.
 #pragma once
 
-#include <string>
-
-#include "control/copy_run.h"
-#include "platform/object.h"
+#include "engine/routines.h"
 
 namespace iqrx::engine {
 
-using control::CopyRun;
-using platform::Integer;
-using platform::Object;
-
 // tsmdm030
-void CopyServiceTypes(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                      Integer syncMethod);
-void CopyServiceTypesFull(CopyRun& run, const std::string& tableName, const std::string& runParameter);
-void CopyServiceTypesIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter);
-void UpsertServiceType(CopyRun& run, Object& record, const std::string& tableName);
+EntryRoutine CopyServiceTypes;
+CopyingRoutine CopyServiceTypesFull, CopyServiceTypesIncremental;
+UpsertRoutine UpsertServiceType;
 
 }  // namespace iqrx::engine

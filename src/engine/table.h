@@ -44,6 +44,7 @@ struct TableDef {
     FixedList<std::string_view, 32> outputFields;
     std::string_view statusField = {};  // the field that a full copy by status asks for
     SqlTemplate update, insert, remove;
+    SqlTemplate count = {};  // of a table whose full copy lets the server choose between the two
     std::string_view fullFailure = "SLBL0456";
     std::string_view incrementalFailure = "SLBL0512";
     bool countsEveryInsert = false;  // true: an INSERT counts whatever number of rows the server reports
@@ -59,7 +60,7 @@ using Statement = FixedList<Piece, 96>;
 
 struct Table {
     TableDef def;
-    Statement update, insert, remove;
+    Statement update, insert, remove, count;
     FixedList<erp::FieldLayout, 48> fields;
 
     // Views into this table, which lives for ever.

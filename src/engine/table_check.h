@@ -23,7 +23,7 @@ constexpr Statement Cut(const TableDef& def, const SqlTemplate& text) {
 
 constexpr void RequireEveryColumn(const Table& table) {
     std::array<bool, 40> used{};
-    for (const Statement* statement : {&table.update, &table.insert, &table.remove})
+    for (const Statement* statement : {&table.update, &table.insert, &table.remove, &table.count})
         for (const Piece& piece : *statement)
             if (piece.column >= 0) used[static_cast<std::size_t>(piece.column)] = true;
     for (std::size_t i = 0; i < table.def.columns.size(); ++i)
@@ -55,7 +55,12 @@ constexpr FixedList<erp::FieldLayout, 48> LayoutFields(const TableDef& def) {
 }
 
 consteval Table Checked(const TableDef& def) {
-    Table table{def, Cut(def, def.update), Cut(def, def.insert), Cut(def, def.remove), LayoutFields(def)};
+    Table table{def,
+                Cut(def, def.update),
+                Cut(def, def.insert),
+                Cut(def, def.remove),
+                Cut(def, def.count),
+                LayoutFields(def)};
     RequireEveryColumn(table);
     return table;
 }

@@ -27,9 +27,7 @@ constexpr Table kServiceTypes = Checked({
 
 void CopyServiceTypes(CopyRun& run, const std::string& tableName, const std::string& runParameter,
                       Integer syncMethod) {
-    ChooseCopy(
-        syncMethod, [&] { CopyServiceTypesFull(run, tableName, runParameter); },
-        [&] { CopyServiceTypesIncremental(run, tableName, runParameter); });
+    ChooseCopy(run, tableName, runParameter, syncMethod, CopyServiceTypesFull, CopyServiceTypesIncremental);
 }
 
 void CopyServiceTypesFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
