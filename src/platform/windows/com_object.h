@@ -1,0 +1,56 @@
+// COM objects behind the port of late-bound objects. Members are called by name through IDispatch; an object
+// is used on the thread that obtained it.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "platform/object.h"
+#include "platform/windows/com.h"
+
+namespace iqrx::platform::windows {
+
+// What is known of a class: the ids of its members, and the classes of the objects that its members answer,
+// told apart by the answering member and the object's method table. A member's id is asked for once a class.
+struct MemberIds {
+    std::map<std::string, DISPID, std::less<>> ids;
+};
+struct ObjectClass {
+    std::shared_ptr<MemberIds> members = std::make_shared<MemberIds>();
+    std::map<std::pair<std::string, const void*>, std::shared_ptr<ObjectClass>> answers;
+};
+
+class ComObject : public Object {
+public:
+    explicit ComObject(ComRef<IDispatch> dispatch,
+                       std::shared_ptr<ObjectClass> objectClass = std::make_shared<ObjectClass>());
+
+    Value Invoke(std::string_view member, std::span<Argument> arguments) override;
+    void Set(std::string_view member, const Value& value) override;
+
+    const ComRef<IDispatch>& Dispatch() const { return dispatch_; }
+
+private:
+    DISPID IdOf(std::string_view member);
+    ObjectRef Answer(std::string_view member, ComRef<IDispatch> dispatch);
+
+    ComRef<IDispatch> dispatch_;
+    std::shared_ptr<ObjectClass> class_;
+};
+
+// The interface of a COM object, or a new one around any other object.
+ComRef<IDispatch> DispatchOf(const ObjectRef& object);
+
+// What a caller handed in: the object that DispatchOf wrapped, or a new ComObject.
+ObjectRef ObjectOf(ComRef<IDispatch> dispatch);
+
+class ComObjectFactory : public ObjectFactory {
+public:
+    ObjectRef CreateObject(std::string_view progId) override;
+
+private:
+    std::map<std::string, std::shared_ptr<MemberIds>, std::less<>> classes_;  // by ProgID
+};
+
+}  // namespace iqrx::platform::windows

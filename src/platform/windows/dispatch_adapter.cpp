@@ -1,0 +1,135 @@
+#include "platform/windows/dispatch_adapter.h"
+
+#include <array>
+#include <vector>
+
+#include "platform/windows/com_error.h"
+#include "platform/windows/com_object.h"
+#include "platform/windows/variant.h"
+
+namespace iqrx::platform::windows {
+
+namespace {
+
+const void* MethodTable(const IDispatch* dispatch) { return *reinterpret_cast<const void* const*>(dispatch); }
+
+// The process's atoms are the table of names: an atom is a name's id for ever.
+std::string NameOf(DISPID id) {
+    std::array<wchar_t, 256> name{};
+    const UINT length = GetAtomNameW(static_cast<ATOM>(id), name.data(), name.size());
+    return Utf8({name.data(), length});
+}
+
+// Stores a value where a by-reference argument points, as that place's type.
+void Store(const Value& value, VARIANT& reference) {
+    if (reference.vt == (VT_BYREF | VT_VARIANT)) return ToVariant(value, *reference.pvarVal);
+    const auto type = static_cast<VARTYPE>(reference.vt & ~VT_BYREF);
+    Variant converted;
+    ToVariant(value, converted);
+    Check(VariantChangeType(&converted, &converted, 0, type), "");
+    switch (type) {
+        case VT_BSTR:
+            std::swap(*reference.pbstrVal, converted.bstrVal);
+            break;
+        case VT_DISPATCH:
+        case VT_UNKNOWN:
+            std::swap(*reference.ppunkVal, converted.punkVal);
+            break;
+        case VT_BOOL:
+        case VT_I2:
+            *reference.piVal = converted.iVal;
+            break;
+        case VT_UI1:
+            *reference.pbVal = converted.bVal;
+            break;
+        case VT_I4:
+        case VT_R4:
+            *reference.plVal = converted.lVal;
+            break;
+        case VT_R8:
+        case VT_DATE:
+            *reference.pdblVal = converted.dblVal;
+            break;
+        default:
+            RaiseRuntimeError(kTypeMismatch);
+    }
+}
+
+}  // namespace
+
+ComRef<IDispatch> DispatchAdapter::Around(ObjectRef object) {
+    return ComRef<IDispatch>::Adopt(new DispatchAdapter(std::move(object)));
+}
+
+ObjectRef DispatchAdapter::Inside(IDispatch* dispatch) {
+    // Told by its method table: asking for an interface would be a call into another process for most
+    // objects.
+    const auto sample = Around(nullptr);
+    if (dispatch == nullptr || MethodTable(dispatch) != MethodTable(sample.Get())) return nullptr;
+    return static_cast<DispatchAdapter*>(dispatch)->object_;
+}
+
+HRESULT DispatchAdapter::QueryInterface(REFIID iid, void** object) {
+    const bool known = iid == IID_IUnknown || iid == IID_IDispatch;
+    *object = known ? this : nullptr;
+    if (!known) return E_NOINTERFACE;
+    AddRef();
+    return S_OK;
+}
+
+ULONG DispatchAdapter::Release() {
+    const ULONG left = --references_;
+    if (left == 0) delete this;
+    return left;
+}
+
+HRESULT DispatchAdapter::GetTypeInfoCount(UINT* count) {
+    *count = 0;
+    return S_OK;
+}
+
+HRESULT DispatchAdapter::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) {
+    for (UINT i = 1; i < count; ++i) ids[i] = DISPID_UNKNOWN;
+    if (count == 0) return S_OK;
+    const ATOM atom = AddAtomW(names[0]);
+    ids[0] = atom == 0 ? DISPID_UNKNOWN : atom;
+    return atom == 0 || count > 1 ? DISP_E_UNKNOWNNAME : S_OK;
+}
+
+HRESULT DispatchAdapter::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parameters, VARIANT* result,
+                                EXCEPINFO* exception, UINT*) {
+    const std::string member = NameOf(id);
+    if (member.empty()) return DISP_E_MEMBERNOTFOUND;
+    // The member may let go of the last reference from outside.
+    const auto alive = ComRef<DispatchAdapter>::Share(this);
+    try {
+        if ((flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) == 0)
+            Call(member, *parameters, result);
+        else if (parameters->cArgs == 1)
+            object_->Set(member, FromVariant(parameters->rgvarg[0], ObjectOf));
+        else
+            RaiseRuntimeError(kWrongArgumentCount);
+        return S_OK;
+    } catch (...) {
+        const RuntimeError error = CurrentError();
+        if (exception == nullptr) return ResultOf(error);
+        FillException(error, *exception);
+        return DISP_E_EXCEPTION;
+    }
+}
+
+void DispatchAdapter::Call(const std::string& member, const DISPPARAMS& parameters, VARIANT* result) {
+    std::vector<Argument> arguments(parameters.cArgs);
+    for (UINT i = 0; i < parameters.cArgs; ++i) {
+        const VARIANT& passed = parameters.rgvarg[parameters.cArgs - 1 - i];
+        arguments[i] = {FromVariant(passed, ObjectOf), (passed.vt & VT_BYREF) != 0};
+    }
+    const std::vector<Argument> received = arguments;
+    const Value answer = object_->Invoke(member, arguments);
+    for (UINT i = 0; i < parameters.cArgs; ++i)
+        if (arguments[i].byReference && arguments[i].value != received[i].value)
+            Store(arguments[i].value, parameters.rgvarg[parameters.cArgs - 1 - i]);
+    if (result != nullptr) ToVariant(answer, *result);
+}
+
+}  // namespace iqrx::platform::windows

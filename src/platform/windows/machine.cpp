@@ -1,0 +1,113 @@
+#include "platform/windows/machine.h"
+
+#include <array>
+
+#include "platform/date.h"
+#include "platform/windows/com.h"
+#include "platform/windows/message_box.h"
+#include "platform/windows/text_files.h"
+#include "platform/windows/xml_document.h"
+
+namespace iqrx::platform::windows {
+
+namespace {
+
+class LocalClock : public Clock {
+public:
+    Date Now() override {
+        SYSTEMTIME now;
+        GetLocalTime(&now);
+        return FromCivil({now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond});
+    }
+};
+
+SYSTEMTIME SystemTime(Date moment) {
+    const CivilTime civil = ToCivil(moment);
+    SYSTEMTIME time{};
+    time.wYear = static_cast<WORD>(civil.year);
+    time.wMonth = static_cast<WORD>(civil.month);
+    time.wDay = static_cast<WORD>(civil.day);
+    time.wHour = static_cast<WORD>(civil.hour);
+    time.wMinute = static_cast<WORD>(civil.minute);
+    time.wSecond = static_cast<WORD>(civil.second);
+    return time;
+}
+
+class UserLocale : public Locale {
+public:
+    std::string DecimalSeparator() override {
+        std::array<wchar_t, 50> buffer{};
+        GetLocaleInfoW(GetUserDefaultLCID(), LOCALE_SDECIMAL, buffer.data(), buffer.size());
+        return Utf8(buffer.data());
+    }
+
+    std::string ShortDate(Date moment) override {
+        const SYSTEMTIME time = SystemTime(moment);
+        std::array<wchar_t, 100> buffer{};
+        GetDateFormatW(GetUserDefaultLCID(), DATE_SHORTDATE, &time, nullptr, buffer.data(), buffer.size());
+        return Utf8(buffer.data());
+    }
+
+    std::string LongTime(Date moment) override {
+        const SYSTEMTIME time = SystemTime(moment);
+        std::array<wchar_t, 100> buffer{};
+        GetTimeFormatW(GetUserDefaultLCID(), 0, &time, nullptr, buffer.data(), buffer.size());
+        return Utf8(buffer.data());
+    }
+};
+
+class StandardTimeZone : public TimeZone {
+public:
+    int BiasMinutes() override {
+        TIME_ZONE_INFORMATION zone{};
+        GetTimeZoneInformation(&zone);
+        return zone.Bias;
+    }
+};
+
+}  // namespace
+
+struct WindowsMachine::Parts {
+    LocalClock clock;
+    UserLocale locale;
+    StandardTimeZone timeZone;
+    UserMessageBox messageBox;
+    MsxmlDocumentFactory xml;
+    ScriptingTextFiles files;
+};
+
+WindowsMachine::WindowsMachine(Audience audience, std::chrono::milliseconds boxLimit)
+    : parts_(new Parts{{}, {}, {}, UserMessageBox(audience, boxLimit), {}, {}}) {}
+
+WindowsMachine::~WindowsMachine() = default;
+
+Machine WindowsMachine::Ports() {
+    return {parts_->clock,
+            parts_->locale,
+            parts_->timeZone,
+            parts_->messageBox,
+            parts_->xml,
+            parts_->files,
+            ProgramFile().parent_path(),
+            '\\',
+            "",
+            "C:"};
+}
+
+Audience AudienceOfDesktop() {
+    USEROBJECTFLAGS flags{};
+    const bool known =
+        GetUserObjectInformationW(GetProcessWindowStation(), UOI_FLAGS, &flags, sizeof flags, nullptr) != 0;
+    return known && (flags.dwFlags & WSF_VISIBLE) != 0 ? Audience::Somebody : Audience::Nobody;
+}
+
+std::filesystem::path ProgramFile() {
+    std::wstring file(MAX_PATH, L'\0');
+    for (;;) {
+        const DWORD length = GetModuleFileNameW(nullptr, file.data(), static_cast<DWORD>(file.size()));
+        if (length < file.size()) return file.substr(0, length);
+        file.resize(file.size() * 2);
+    }
+}
+
+}  // namespace iqrx::platform::windows

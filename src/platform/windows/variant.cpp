@@ -1,0 +1,128 @@
+#include "platform/windows/variant.h"
+
+#include "platform/date.h"
+#include "platform/error.h"
+#include "platform/windows/com_error.h"
+#include "platform/windows/com_object.h"
+
+namespace iqrx::platform::windows {
+
+namespace {
+
+struct Fill {
+    VARIANT& variant;
+
+    void operator()(const Empty&) const { variant.vt = VT_EMPTY; }
+    void operator()(const Null&) const { variant.vt = VT_NULL; }
+    void operator()(Boolean flag) const {
+        variant.vt = VT_BOOL;
+        variant.boolVal = flag ? VARIANT_TRUE : VARIANT_FALSE;
+    }
+    void operator()(Byte number) const {
+        variant.vt = VT_UI1;
+        variant.bVal = number;
+    }
+    void operator()(Integer number) const {
+        variant.vt = VT_I2;
+        variant.iVal = number;
+    }
+    void operator()(Long number) const {
+        variant.vt = VT_I4;
+        variant.lVal = number;
+    }
+    void operator()(Single number) const {
+        variant.vt = VT_R4;
+        variant.fltVal = number;
+    }
+    void operator()(Double number) const {
+        variant.vt = VT_R8;
+        variant.dblVal = number;
+    }
+    void operator()(Date moment) const {
+        variant.vt = VT_DATE;
+        variant.date = ToAutomationDate(moment);
+    }
+    void operator()(const std::string& text) const {
+        variant.vt = VT_BSTR;
+        variant.bstrVal = Bstr(text).Detach();
+    }
+    void operator()(const ObjectRef& object) const {
+        variant.vt = VT_DISPATCH;
+        variant.pdispVal = object ? DispatchOf(object).Detach() : nullptr;
+    }
+};
+
+Value Fitting(long long number) {
+    if (number >= INT32_MIN && number <= INT32_MAX) return static_cast<Long>(number);
+    return static_cast<Double>(number);
+}
+
+Value AsDouble(const VARIANT& variant) {
+    Variant converted;
+    Check(VariantChangeTypeEx(&converted, const_cast<VARIANT*>(&variant), LOCALE_INVARIANT, 0, VT_R8), "");
+    return converted.dblVal;
+}
+
+Value AsObject(IUnknown* unknown, const MakeObject& makeObject) {
+    if (unknown == nullptr) return ObjectRef();
+    auto dispatch = ComRef<IUnknown>::Share(unknown).As<IDispatch>();
+    if (!dispatch) RaiseRuntimeError(kTypeMismatch);
+    return makeObject(std::move(dispatch));
+}
+
+}  // namespace
+
+void ToVariant(const Value& value, VARIANT& variant) {
+    VariantClear(&variant);
+    std::visit(Fill{variant}, value);
+}
+
+Value FromVariant(const VARIANT& variant, const MakeObject& makeObject) {
+    switch (variant.vt) {
+        case VT_EMPTY:
+            return Empty{};
+        case VT_NULL:
+            return Null{};
+        case VT_BOOL:
+            return variant.boolVal != VARIANT_FALSE;
+        case VT_UI1:
+            return variant.bVal;
+        case VT_I1:
+            return static_cast<Integer>(variant.cVal);
+        case VT_I2:
+            return variant.iVal;
+        case VT_UI2:
+            return static_cast<Long>(variant.uiVal);
+        case VT_I4:
+        case VT_INT:
+            return static_cast<Long>(variant.lVal);
+        case VT_UI4:
+        case VT_UINT:
+            return Fitting(variant.ulVal);
+        case VT_I8:
+            return Fitting(variant.llVal);
+        case VT_R4:
+            return variant.fltVal;
+        case VT_R8:
+            return variant.dblVal;
+        case VT_UI8:
+        case VT_CY:
+        case VT_DECIMAL:
+            return AsDouble(variant);
+        case VT_DATE:
+            return FromAutomationDate(variant.date);
+        case VT_BSTR:
+            return FromBstr(variant.bstrVal);
+        case VT_DISPATCH:
+        case VT_UNKNOWN:
+            return AsObject(variant.punkVal, makeObject);
+        default:
+            break;
+    }
+    if ((variant.vt & VT_BYREF) == 0) RaiseRuntimeError(kTypeMismatch);
+    Variant followed;
+    Check(VariantCopyInd(&followed, const_cast<VARIANT*>(&variant)), "");
+    return FromVariant(followed, makeObject);
+}
+
+}  // namespace iqrx::platform::windows
