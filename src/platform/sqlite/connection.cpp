@@ -1,0 +1,77 @@
+#include "platform/sqlite/connection.h"
+
+#include <limits>
+
+#include "platform/connection_string.h"
+#include "platform/sqlite/errors.h"
+#include "platform/sqlite/recordset.h"
+
+namespace iqrx::platform {
+
+ControlTables StandardControlTables() {
+    return {"tstables", "tstreenodes", "tsi18ntext", "tsfullsyncs", "tsparameters"};
+}
+
+std::unique_ptr<Connection> CreateSqliteConnection(ControlTables controlTables) {
+    return std::make_unique<sqlite::SqliteConnection>(std::move(controlTables));
+}
+
+}  // namespace iqrx::platform
+
+namespace iqrx::platform::sqlite {
+
+SqliteConnection::~SqliteConnection() {
+    try {
+        Close();
+    } catch (...) {  // nobody is left to hear of it
+    }
+}
+
+void SqliteConnection::SetCommandTimeout(int seconds) {
+    commandTimeout_ = seconds;
+    if (session_) session_->Call([&] { session_->Handle().SetLockWait(seconds); });
+}
+
+void SqliteConnection::Open(const std::string& connectionString) {
+    try {
+        const auto file = ConnectionString(connectionString).Find("Data Source");
+        if (!file || file->empty())
+            throw DatabaseFailure(kDatabaseError, "The connection string names no file (Data Source=FILE)",
+                                  "08001");
+        Close();
+        session_ = std::make_unique<Session>(*file, errors_, controlTables_);
+        session_->Handle().SetLockWait(commandTimeout_);
+    } catch (...) {
+        errors_ = {EntryOf(std::current_exception())};
+        throw;
+    }
+}
+
+void SqliteConnection::Close() {
+    if (!session_) return;
+    const std::unique_ptr<Session> closing = std::move(session_);
+    closing->Call([&] { closing->Commit(); });
+}
+
+std::int32_t SqliteConnection::Execute(std::string_view sql) {
+    Session& session = Opened();
+    const std::int64_t affected = session.Call([&] { return session.Run(*session.Find(sql)); });
+    constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(affected < kMost ? affected : kMost);
+}
+
+std::unique_ptr<Recordset> SqliteConnection::CreateRecordset() {
+    return std::make_unique<SqliteRecordset>(*this);
+}
+
+Session& SqliteConnection::Opened() {
+    if (session_) return *session_;
+    try {
+        RaiseRecordsetError(kObjectClosed, "The connection is closed");
+    } catch (...) {
+        errors_ = {EntryOf(std::current_exception())};
+        throw;
+    }
+}
+
+}  // namespace iqrx::platform::sqlite

@@ -1,0 +1,38 @@
+// The embedded database's connection.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/sqlite/session.h"
+
+namespace iqrx::platform::sqlite {
+
+class SqliteConnection : public Connection {
+public:
+    explicit SqliteConnection(ControlTables controlTables) : controlTables_(std::move(controlTables)) {}
+    ~SqliteConnection() override;
+
+    // A time-out bounds the wait for other processes' locks, which without one ends after a minute.
+    void SetConnectionTimeout(int) override {}
+    void SetCommandTimeout(int seconds) override;
+    void Open(const std::string& connectionString) override;
+    void Close() override;
+    std::int32_t Execute(std::string_view sql) override;
+    std::string DefaultDatabase() override { return defaultDatabase_; }
+    // There is one database in a file; sites' names for it are taken as they are.
+    void SetDefaultDatabase(const std::string& name) override { defaultDatabase_ = name; }
+    Errors& LastErrors() override { return errors_; }
+    std::unique_ptr<Recordset> CreateRecordset() override;
+
+    Session& Opened();  // raises when the connection is closed
+
+private:
+    const ControlTables controlTables_;
+    Errors errors_;
+    int commandTimeout_ = 0;
+    std::string defaultDatabase_ = "main";
+    std::unique_ptr<Session> session_;
+};
+
+}  // namespace iqrx::platform::sqlite

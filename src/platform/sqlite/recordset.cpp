@@ -1,0 +1,255 @@
+#include "platform/sqlite/recordset.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "platform/connection_string.h"
+#include "platform/sqlite/errors.h"
+
+namespace iqrx::platform::sqlite {
+
+namespace {
+
+constexpr std::size_t kRowsPerChunk = 256;
+
+std::string Quoted(const std::string& name) { return "[" + name + "]"; }
+
+}  // namespace
+
+SqliteRecordset::Stream::Stream(const std::filesystem::path& file, const Program& program,
+                                const Literals& literals)
+    : database(file, Database::IfMissing::Fail) {
+    database.Run("PRAGMA query_only=1; BEGIN");  // one view of the data until the recordset is closed
+    statement = Statement(database, program.translation.statements.front());
+    statement.BindAll(literals, 0, literals.Items().size(), true);
+}
+
+void SqliteRecordset::Open(std::string_view source, CursorType, LockType) {
+    Close();
+    Call([&](Session& session) {
+        source_ = source;
+        auto program = session.Find(source_);
+        if (!program->translation.isSelect)
+            RaiseRecordsetError(kNotUpdatable, "The statement returns no rows");
+        Statement& statement = program->statements.front();
+        statement.BindAll(session.TextLiterals(), 0, session.TextLiterals().Items().size());
+        const ResetAtEnd reset(statement);
+        columns_ = program->columns;
+        if (ReadChunk(statement)) {
+            statement.Reset();
+            session.Commit();  // another connection sees what is committed
+            stream_ = std::make_unique<Stream>(session.File(), *program, session.TextLiterals());
+            ReadChunk(stream_->statement);
+        }
+        program_ = std::move(program);
+    });
+}
+
+void SqliteRecordset::Close() {
+    program_.reset();
+    stream_.reset();
+    insert_ = {};
+    insertedPositions_.clear();
+    chunk_.clear();
+    rowCount_ = row_ = chunkStart_ = 0;
+    isLastChunk_ = true;
+    isAdding_ = isDeleted_ = false;
+}
+
+bool SqliteRecordset::ReadChunk(Statement& statement) {
+    chunk_.clear();
+    rowCount_ = row_ = 0;
+    isDeleted_ = false;
+    while (rowCount_ < kRowsPerChunk) {
+        if (!statement.Step()) {
+            isLastChunk_ = true;
+            return false;
+        }
+        // A changed schema shows at the first step only.
+        if (statement.ColumnCount() != columns_.size()) columns_ = statement.Columns();
+        for (std::size_t i = 0; i < columns_.size(); ++i)
+            chunk_.push_back(statement.Field(static_cast<int>(i), columns_[i].type));
+        ++rowCount_;
+    }
+    isLastChunk_ = false;
+    return true;
+}
+
+std::int32_t SqliteRecordset::RecordCount() {
+    return Call([&](Session&) {
+        CheckOpen();
+        if (!stream_) return static_cast<std::int32_t>(rowCount_);
+        Literals literals;
+        Tokenize(source_, literals);
+        Statement count(stream_->database,
+                        "SELECT count(*) FROM (" + program_->translation.statements.front() + ")");
+        count.BindAll(literals, 0, literals.Items().size());
+        count.Step();
+        return static_cast<std::int32_t>(
+            std::min<std::int64_t>(count.Whole(0), std::numeric_limits<std::int32_t>::max()));
+    });
+}
+
+void SqliteRecordset::MoveFirst() {
+    Call([&](Session&) {
+        CheckOpen();
+        if (Bof()) RaiseRecordsetError(kNoCurrentRecord, "The recordset is empty");
+        if (chunkStart_ > 0) {
+            stream_->statement.Reset();
+            chunkStart_ = 0;
+            ReadChunk(stream_->statement);
+        }
+        row_ = 0;
+    });
+}
+
+void SqliteRecordset::MoveNext() {
+    if (row_ + 1 < rowCount_) {
+        ++row_;
+        isDeleted_ = false;
+        return;
+    }
+    Call([&](Session&) {
+        CheckOpen();
+        if (Eof()) RaiseRecordsetError(kNoCurrentRecord, "There is no current record");
+        isDeleted_ = false;
+        if (isLastChunk_) {
+            ++row_;
+        } else {
+            chunkStart_ += rowCount_;
+            ReadChunk(stream_->statement);
+        }
+    });
+}
+
+Value SqliteRecordset::Field(std::string_view name) {
+    for (std::size_t i = 0; i < columns_.size(); ++i)
+        if (EqualIgnoringCase(columns_[i].name, name)) return Field(static_cast<int>(i));
+    return Call([&](Session&) -> Value {
+        CheckOpen();
+        RaiseRecordsetError(kItemNotFound, "The result has no column \"" + std::string(name) + "\"");
+    });
+}
+
+Value SqliteRecordset::Field(int position) {
+    if (Eof() || isDeleted_ || position < 0 || static_cast<std::size_t>(position) >= columns_.size())
+        Call([&](Session&) { CheckRow(), CheckPosition(position); });
+    return chunk_[row_ * columns_.size() + static_cast<std::size_t>(position)];
+}
+
+void SqliteRecordset::AddNew() {
+    Call([&](Session&) {
+        Table();
+        newRow_.clear();
+        isAdding_ = true;
+    });
+}
+
+void SqliteRecordset::SetField(int position, const Value& value) {
+    if (!isAdding_ || position < 0 || static_cast<std::size_t>(position) >= columns_.size())
+        Call([&](Session&) {
+            CheckOpen(), CheckPosition(position);
+            RaiseRecordsetError(kNotUpdatable, "Fields are set in a new row only");
+        });
+    const auto same = std::find_if(newRow_.begin(), newRow_.end(),
+                                   [&](const NewField& field) { return field.position == position; });
+    if (same == newRow_.end())
+        newRow_.push_back({position, value});
+    else
+        same->value = value;
+}
+
+void SqliteRecordset::Update() {
+    Call([&](Session& session) {
+        if (!isAdding_) RaiseRecordsetError(kNotUpdatable, "There is no new row");
+        isAdding_ = false;
+        PrepareInsert(session);
+        for (std::size_t i = 0; i < newRow_.size(); ++i)
+            insert_.Bind(static_cast<int>(i) + 1, newRow_[i].value);
+        session.InGroup(program_->touchesControlTable, [&] {
+            const ResetAtEnd reset(insert_);
+            insert_.Step();
+        });
+    });
+}
+
+// Fields that were not set take their defaults; so the statement depends on which were.
+void SqliteRecordset::PrepareInsert(Session& session) {
+    const auto samePosition = [](const NewField& field, int position) { return field.position == position; };
+    if (!insertedPositions_.empty() && std::equal(newRow_.begin(), newRow_.end(), insertedPositions_.begin(),
+                                                  insertedPositions_.end(), samePosition))
+        return;
+    insertedPositions_.clear();
+    std::string names, values;
+    for (const NewField& field : newRow_) {
+        if (!names.empty()) names += ',', values += ',';
+        names += Quoted(columns_[static_cast<std::size_t>(field.position)].name);
+        values += '?';
+        insertedPositions_.push_back(field.position);
+    }
+    insert_ = Statement(session.Handle(),
+                        newRow_.empty() ? "INSERT INTO " + Table() + " DEFAULT VALUES"
+                                        : "INSERT INTO " + Table() + "(" + names + ") VALUES(" + values + ")");
+}
+
+void SqliteRecordset::Delete() {
+    Call([&](Session& session) {
+        CheckRow();
+        std::vector<int> keys;
+        Statement statement(session.Handle(), DeleteText(session, keys));
+        for (std::size_t i = 0; i < keys.size(); ++i)
+            statement.Bind(static_cast<int>(i) + 1,
+                           chunk_[row_ * columns_.size() + static_cast<std::size_t>(keys[i])]);
+        session.InGroup(program_->touchesControlTable, [&] {
+            const ResetAtEnd reset(statement);
+            statement.Step();
+            if (session.Handle().Changes() == 0)
+                RaiseRecordsetError(kNotUpdatable, "The current row is no longer in the table");
+        });
+        isDeleted_ = true;
+    });
+}
+
+// The row is known by the table's key or, where it has none, by all of its columns.
+std::string SqliteRecordset::DeleteText(Session& session, std::vector<int>& keys) const {
+    const auto positionOf = [&](const std::string& name) {
+        for (std::size_t i = 0; i < columns_.size(); ++i)
+            if (EqualIgnoringCase(columns_[i].name, name)) return static_cast<int>(i);
+        RaiseRecordsetError(kNotUpdatable, "The result lacks the key column \"" + name + "\"");
+    };
+    Statement keyColumns(session.Handle(), "SELECT name FROM pragma_table_info(?) WHERE pk > 0");
+    keyColumns.Bind(1, Value(Table()));
+    while (keyColumns.Step())
+        keys.push_back(positionOf(std::get<std::string>(keyColumns.Field(0, ColumnType::Stored))));
+    if (keys.empty())
+        for (std::size_t i = 0; i < columns_.size(); ++i) keys.push_back(static_cast<int>(i));
+    std::string text = "DELETE FROM " + Table() + " WHERE ";
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        if (i > 0) text += " AND ";
+        text += Quoted(columns_[static_cast<std::size_t>(keys[i])].name) + " IS ?";
+    }
+    return text;
+}
+
+const std::string& SqliteRecordset::Table() const {
+    CheckOpen();
+    if (program_->translation.tables.size() != 1)
+        RaiseRecordsetError(kNotUpdatable, "Rows of a result from several tables cannot be changed");
+    return program_->translation.tables.front();
+}
+
+void SqliteRecordset::CheckOpen() const {
+    if (!program_) RaiseRecordsetError(kObjectClosed, "The recordset is closed");
+}
+
+void SqliteRecordset::CheckRow() const {
+    CheckOpen();
+    if (Eof() || isDeleted_) RaiseRecordsetError(kNoCurrentRecord, "There is no current record");
+}
+
+void SqliteRecordset::CheckPosition(int position) const {
+    if (position < 0 || static_cast<std::size_t>(position) >= columns_.size())
+        RaiseRecordsetError(kItemNotFound, "The result has no column " + std::to_string(position));
+}
+
+}  // namespace iqrx::platform::sqlite

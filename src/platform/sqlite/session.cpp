@@ -1,0 +1,106 @@
+#include "platform/sqlite/session.h"
+
+#include "platform/sqlite/errors.h"
+
+namespace iqrx::platform::sqlite {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+WriteGroupLimits GroupLimits() {
+    WriteGroupLimits limits;
+    limits.time = 100ms;
+    // Our own connections look twice in a millisecond and are served by a short pause. Others wait with
+    // SQLite's own handler, which looks every 100 ms in the end and gives up after seconds (five, in many
+    // programs): each of them finds a quiet time in which no load is running, however many loads there are.
+    limits.pause = 0.02;
+    limits.quiet = 125ms;
+    limits.cycle = 3s;
+    return limits;
+}
+
+// Statistics from a part of the rows serve as well, in a time that does not grow with the table.
+constexpr const char* kSettings = "PRAGMA analysis_limit=400; PRAGMA cache_size=-16384";
+
+}  // namespace
+
+Session::Session(const std::filesystem::path& file, Errors& errors, const ControlTables& controlTables)
+    : file_(file),
+      errors_(errors),
+      database_(file, Database::IfMissing::Fail),
+      cache_(database_, controlTables),
+      group_([this] { database_.Run("BEGIN IMMEDIATE"); }, [this] { CommitGroup(); }, GroupLimits()) {
+    database_.Run(kSettings);
+}
+
+Session::~Session() = default;
+
+std::shared_ptr<Program> Session::Find(std::string_view text) { return cache_.Find(text, literals_); }
+
+std::int64_t Session::Run(Program& program) {
+    if (program.translation.isSelect || program.translation.steps.empty()) return 0;
+    std::int64_t affected = 0;
+    InGroup(program.touchesControlTable,
+            [&] { affected = program.translation.steps.size() == 1 ? RunSteps(program) : RunBatch(program); });
+    return affected;
+}
+
+// A batch takes effect as a whole or not at all.
+std::int64_t Session::RunBatch(Program& program) {
+    database_.Run("SAVEPOINT batch");
+    try {
+        const std::int64_t affected = RunSteps(program);
+        database_.Run("RELEASE batch");
+        return affected;
+    } catch (...) {
+        if (database_.InTransaction()) database_.Run("ROLLBACK TO batch; RELEASE batch");
+        throw;
+    }
+}
+
+std::int64_t Session::RunSteps(Program& program) {
+    const std::vector<Step>& steps = program.translation.steps;
+    std::int64_t affected = 0, kept = 0;
+    for (std::size_t next = 0; next < steps.size();) {
+        const Step& step = steps[next++];
+        if (step.kind == Step::Kind::Skip) {
+            next = step.target;
+            continue;
+        }
+        if (step.kind == Step::Kind::SkipUnless) {
+            const Literal& wanted = literals_.Items()[step.firstLiteral];
+            if (wanted.kind != LiteralKind::Whole || wanted.whole != kept) next = step.target;
+            continue;
+        }
+        Statement& statement = program.statements[step.statement];
+        statement.BindAll(literals_, step.firstLiteral, step.literalCount);
+        const ResetAtEnd reset(statement);
+        const bool row = statement.Step();
+        if (step.kind == Step::Kind::Count && row) kept = statement.Whole(0);
+        if (step.kind == Step::Kind::Run) affected += database_.Changes();
+    }
+    return affected;
+}
+
+void Session::CommitGroup() {
+    try {
+        database_.Run("COMMIT");
+    } catch (...) {
+        if (database_.InTransaction()) database_.Run("ROLLBACK");
+        throw;
+    }
+}
+
+// Called inside a handler.
+void Session::Fail() {
+    errors_ = {EntryOf(std::current_exception())};
+    try {
+        if (!database_.InTransaction()) group_.Forget();
+        group_.Commit();
+    } catch (...) {
+        errors_.push_back(EntryOf(std::current_exception()));
+    }
+}
+
+}  // namespace iqrx::platform::sqlite

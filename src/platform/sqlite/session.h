@@ -1,0 +1,69 @@
+// An open database with what its connection and recordsets share: the statements, the write group and the way
+// that every call goes.
+#pragma once
+
+#include <filesystem>
+#include <mutex>
+#include <string_view>
+
+#include "platform/database.h"
+#include "platform/sqlite/handles.h"
+#include "platform/sqlite/statement_cache.h"
+#include "platform/write_group.h"
+
+namespace iqrx::platform::sqlite {
+
+class Session {
+public:
+    // `errors` and `controlTables` must outlive the session. Raises when the file can't be used.
+    Session(const std::filesystem::path& file, Errors& errors, const ControlTables& controlTables);
+    ~Session();  // what was not committed is lost
+
+    // Does one call's work. When it fails, its error is entered in the connection's Errors and what was written
+    // before is committed, then the error is raised. `work` must leave no statement that is not reset.
+    template <class Work>
+    auto Call(Work work) {
+        const auto turn = group_.Lock();
+        try {
+            group_.RaiseTimerError();
+            return work();
+        } catch (...) {
+            Fail();
+            throw;
+        }
+    }
+
+    // Everything below belongs inside of Call.
+    std::shared_ptr<Program> Find(std::string_view text);  // its literals are in TextLiterals
+    const Literals& TextLiterals() const { return literals_; }
+    std::int64_t Run(Program& program);  // the found program; rows affected
+
+    template <class Write>
+    void InGroup(bool commitAtOnce, Write write) {
+        group_.BeforeWrite();
+        write();
+        if (commitAtOnce)
+            group_.Commit();
+        else
+            group_.AfterWrite();
+    }
+    void Commit() { group_.Commit(); }
+
+    Database& Handle() { return database_; }
+    const std::filesystem::path& File() const { return file_; }
+
+private:
+    std::int64_t RunSteps(Program& program);
+    std::int64_t RunBatch(Program& program);
+    void CommitGroup();
+    void Fail();
+
+    const std::filesystem::path file_;
+    Errors& errors_;
+    Database database_;
+    StatementCache cache_;
+    Literals literals_;
+    WriteGroup group_;
+};
+
+}  // namespace iqrx::platform::sqlite

@@ -1,0 +1,41 @@
+// Translates a statement text into the database's own statements. The dialect is what the copy and its tools
+// send: single-table changes, selects, the session statements and the batches of count-then-insert-or-update
+// blocks. Anything else is an error.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/sqlite/lexer.h"
+
+namespace iqrx::platform::sqlite {
+
+// A statement runs as a list of steps; all but the batches have one step or none.
+struct Step {
+    enum class Kind {
+        Run,         // executes a statement; its affected rows count
+        RunSilent,   // executes a statement; its affected rows don't
+        Count,       // executes a statement and keeps the number that it selects
+        SkipUnless,  // goes on at `target` unless the number kept equals the literal
+        Skip,        // goes on at `target`
+    };
+    Kind kind = Kind::Run;
+    std::size_t statement = 0;     // index of the statement
+    std::size_t firstLiteral = 0;  // its literals are bound in their order
+    std::size_t literalCount = 0;
+    std::size_t target = 0;
+};
+
+struct Translation {
+    std::vector<std::string> statements;  // each once
+    std::vector<Step> steps;
+    std::vector<std::string> tables;  // in lower case
+    bool isSelect = false;
+};
+
+// Raises with the place that it does not know.
+Translation Translate(std::string_view text, const std::vector<Token>& tokens);
+
+}  // namespace iqrx::platform::sqlite

@@ -1,0 +1,121 @@
+#include "platform/write_group.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace iqrx::platform {
+
+namespace {
+// Longer without a group than this, and other writers have had their turn anyway.
+constexpr std::chrono::milliseconds kBreak{200};
+}  // namespace
+
+WriteGroup::WriteGroup(Action begin, Action commit, WriteGroupLimits limits)
+    : begin_(std::move(begin)), commit_(std::move(commit)), limits_(limits) {
+    if (limits_.timer) timer_ = std::thread([this] { RunTimer(); });
+}
+
+WriteGroup::~WriteGroup() {
+    if (!timer_.joinable()) return;
+    {
+        std::lock_guard lock(timerMutex_);
+        stopping_ = true;
+    }
+    wake_.notify_one();
+    timer_.join();
+}
+
+void WriteGroup::RaiseTimerError() {
+    if (timerError_) std::rethrow_exception(std::exchange(timerError_, nullptr));
+}
+
+void WriteGroup::BeforeWrite() {
+    if (open_) return;
+    LeaveRoom();
+    begin_();
+    open_ = true;
+    writes_ = 0;
+    begun_ = Clock::now();
+    auto deadline = begun_ + limits_.time;
+    if (limits_.cycle.count() > 0 && begun_ - busySince_ >= limits_.warmUp)
+        deadline = std::min(deadline, begun_ + (limits_.cycle - IntoCycle()));
+    {
+        std::lock_guard lock(timerMutex_);
+        deadline_ = deadline;
+        due_.store(false, std::memory_order_relaxed);
+    }
+    if (limits_.timer) wake_.notify_one();
+}
+
+// Waits until this connection may begin its next group.
+void WriteGroup::LeaveRoom() {
+    std::this_thread::sleep_until(notBefore_);
+    const auto now = Clock::now();
+    if (now - ended_ > kBreak) busySince_ = now;
+    if (limits_.cycle.count() == 0 || now - busySince_ < limits_.warmUp) return;
+    const auto intoCycle = IntoCycle();
+    if (intoCycle < limits_.quiet) std::this_thread::sleep_for(limits_.quiet - intoCycle);
+}
+
+std::chrono::milliseconds WriteGroup::IntoCycle() const {
+    const auto wallClock = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(wallClock) % limits_.cycle;
+}
+
+void WriteGroup::AfterWrite() {
+    if (++writes_ >= limits_.writes || IsDue()) Commit();
+}
+
+bool WriteGroup::IsDue() const {
+    if (limits_.timer) return due_.load(std::memory_order_relaxed);  // spares a look at the clock per write
+    return Clock::now() >= deadline_;
+}
+
+void WriteGroup::Commit() {
+    if (!open_) return;
+    const auto begun = begun_;
+    Forget();
+    commit_();
+    Ended(begun);
+}
+
+void WriteGroup::Forget() {
+    open_ = false;
+    ended_ = Clock::now();
+}
+
+void WriteGroup::Ended(Clock::time_point begun) {
+    ended_ = Clock::now();
+    notBefore_ = ended_ + std::chrono::duration_cast<Clock::duration>((ended_ - begun) * limits_.pause);
+}
+
+void WriteGroup::RunTimer() {
+    std::unique_lock lock(timerMutex_);
+    while (!stopping_) {
+        if (deadline_ == Clock::time_point::max()) {
+            wake_.wait(lock);
+        } else if (const auto deadline = deadline_; Clock::now() < deadline) {
+            wake_.wait_until(lock, deadline);
+        } else {
+            deadline_ = Clock::time_point::max();
+            due_.store(true, std::memory_order_relaxed);
+            lock.unlock();
+            CommitIdleGroup();
+            lock.lock();
+        }
+    }
+}
+
+// A busy connection commits by itself as soon as it sees that the group is due; by the time that the lock is
+// free, either it has done so or no call is under way.
+void WriteGroup::CommitIdleGroup() {
+    const auto turn = Lock();
+    if (!open_ || !due_.load(std::memory_order_relaxed)) return;
+    try {
+        Commit();
+    } catch (...) {
+        timerError_ = std::current_exception();
+    }
+}
+
+}  // namespace iqrx::platform

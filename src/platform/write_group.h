@@ -1,0 +1,79 @@
+// Groups a connection's writes into short transactions, since a commit costs more than the statements before it.
+// A group ends when it has been open for its time or holds its count of writes; then other writers get room.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+namespace iqrx::platform {
+
+struct WriteGroupLimits {
+    std::chrono::milliseconds time{100};  // how long a group stays open
+    std::int64_t writes = 100'000;        // how many writes it holds
+    // A thread that ends the group in time when no further call comes. Without it the time is looked at
+    // with each write only: for drivers that one thread alone may call.
+    bool timer = true;
+
+    // Room for other writers: a pause after each group, as a share of the time that it was open, and, once
+    // writes have come without a break for `warmUp`, a quiet time at the start of every `cycle` of the wall
+    // clock. All processes keep the same quiet times, so that a writer that looks rarely finds nobody there.
+    double pause = 0;
+    std::chrono::milliseconds quiet{0}, cycle{0}, warmUp{1000};
+};
+
+class WriteGroup {
+public:
+    using Action = std::function<void()>;
+
+    // `begin` and `commit` act on the connection and may raise; after either raised, no group is open.
+    WriteGroup(Action begin, Action commit, WriteGroupLimits limits = {});
+    // Does not commit. No other member may run any more.
+    ~WriteGroup();
+    WriteGroup(const WriteGroup&) = delete;
+    WriteGroup& operator=(const WriteGroup&) = delete;
+
+    // Held for every use of the connection and of the members below.
+    [[nodiscard]] std::unique_lock<std::mutex> Lock() { return std::unique_lock(mutex_); }
+
+    void RaiseTimerError();  // raises, once, what a commit of the timer raised
+    void BeforeWrite();      // begins a group unless one is open
+    void AfterWrite();       // commits when a limit is reached
+    void Commit();           // does nothing when no group is open
+    void Forget();           // the database has ended the group's transaction by itself
+    bool IsOpen() const { return open_; }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void LeaveRoom();
+    std::chrono::milliseconds IntoCycle() const;
+    bool IsDue() const;
+    void Ended(Clock::time_point begun);
+    void RunTimer();
+    void CommitIdleGroup();
+
+    const Action begin_, commit_;
+    const WriteGroupLimits limits_;
+
+    std::mutex mutex_;
+    bool open_ = false;
+    std::int64_t writes_ = 0;
+    Clock::time_point begun_{}, ended_{}, busySince_{}, notBefore_{};
+    std::exception_ptr timerError_;
+
+    // Shared with the timer without mutex_, which a busy connection holds nearly always.
+    std::mutex timerMutex_;
+    std::condition_variable wake_;
+    Clock::time_point deadline_ = Clock::time_point::max();
+    bool stopping_ = false;
+    std::atomic<bool> due_ = false;
+    std::thread timer_;
+};
+
+}  // namespace iqrx::platform
