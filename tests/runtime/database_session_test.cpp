@@ -1,0 +1,58 @@
+#include "runtime/database_session.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/test_process.h"
+
+namespace iqrx::testing {
+namespace {
+
+using ::testing::ElementsAre;
+
+class Session : public TestProcess, public ::testing::Test {
+protected:
+    runtime::DatabaseSession& session = process.database;
+};
+
+TEST_F(Session, OpensSqlServerWithoutTimeLimitsAndSetsDateFormatThenDatabase) {
+    session.SetPlatform(1);
+    session.OpenDatabase("the string", "scheduling");
+    EXPECT_THAT(database.calls, ElementsAre("CreateConnection the string", "ConnectionTimeout 0",
+                                            "CommandTimeout 0", "OpenConnection the string",
+                                            "Execute SET DATEFORMAT YMD", "DefaultDatabase scheduling"));
+    EXPECT_EQ(session.CurrentDatabase(), "scheduling");
+}
+
+TEST_F(Session, KeepsTheLoginsDatabaseWhenNoneIsNamed) {
+    session.SetPlatform(1);
+    session.OpenDatabase("the string", "");
+    EXPECT_EQ(session.CurrentDatabase(), "master");
+}
+
+TEST_F(Session, SetsOraclesSchemaByStatement) {
+    session.SetPlatform(2);
+    session.OpenDatabase("the string", "SCHED");
+    EXPECT_THAT(database.executed, ElementsAre("Alter session set current_schema= SCHED"));
+    EXPECT_EQ(session.CurrentDatabase(), "SCHED");
+    session.OpenDatabase("the string", "");
+    EXPECT_EQ(database.executed.size(), 1U) << "no statement without a name";
+}
+
+TEST_F(Session, LetsTheErrorOfOpenReachItsCaller) {
+    database.WhenConnected({-2147467259, "driver", "no such server"});
+    EXPECT_THROW(session.OpenDatabase("the string", ""), platform::RuntimeError);
+}
+
+TEST_F(Session, IgnoresWhatFailsInStatisticsAndInClosing) {
+    session.OpenDatabase("the string", "");
+    database.WhenExecuted("UPDATE STATISTICS tsmdm030", platform::RuntimeError(1, "s", "d"));
+    session.UpdateStatistics(" tsmdm030 ");
+    EXPECT_EQ(database.executed.back(), "UPDATE STATISTICS tsmdm030");
+    session.CloseDatabase();
+    session.CloseDatabase();
+    EXPECT_THROW(session.Execute("x"), platform::RuntimeError);
+}
+
+}  // namespace
+}  // namespace iqrx::testing
