@@ -13,4 +13,44 @@ EntryRoutine CopyServiceTypes;
 CopyingRoutine CopyServiceTypesFull, CopyServiceTypesIncremental;
 UpsertRoutine UpsertServiceType;
 
+// tsmdm100
+EntryRoutine CopyServiceCenters;
+CopyingRoutine CopyServiceCentersFull, CopyServiceCentersIncremental;
+UpsertRoutine UpsertServiceCenter;
+
+// tsmdm105
+EntryRoutine CopyServiceAreas;
+CopyingRoutine CopyServiceAreasFull, CopyServiceAreasIncremental;
+UpsertRoutine UpsertServiceArea;
+
+// tsmdm130
+EntryRoutine CopySkills;
+CopyingRoutine CopySkillsFull, CopySkillsIncremental;
+UpsertRoutine UpsertSkill;
+
+// tsmdm135
+EntryRoutine CopyEmployeeSkills;
+CopyingRoutine CopyEmployeeSkillsFull, CopyEmployeeSkillsIncremental;
+UpsertRoutine UpsertEmployeeSkill;
+
+// tsmdm140
+EntryRoutine CopyServiceEmployees;
+CopyingRoutine CopyServiceEmployeesFull, CopyServiceEmployeesIncremental;
+UpsertRoutine UpsertServiceEmployee;
+
+// tsclm020
+EntryRoutine CopyResponseTimes;
+CopyingRoutine CopyResponseTimesFull, CopyResponseTimesIncremental;
+UpsertRoutine UpsertResponseTime;
+
+// tsclm024
+EntryRoutine CopySolutionTimes;
+CopyingRoutine CopySolutionTimesFull, CopySolutionTimesIncremental;
+UpsertRoutine UpsertSolutionTime;
+
+// tccom130
+EntryRoutine CopyAddresses;
+CopyingRoutine CopyAddressesFull, CopyAddressesIncremental;
+UpsertRoutine UpsertAddress;
+
 }  // namespace iqrx::engine

@@ -39,7 +39,7 @@ struct TableDef {
     std::string_view name;
     std::string_view titleLabel;
     FixedList<Column, 40> columns;
-    FixedList<KeyRange, 4> fullRanges;  // handed to the manager by a full copy
+    FixedList<KeyRange, 4> fullRanges = {};  // handed to the manager by a full copy
     FixedList<AuditKey, 4> auditKeys;   // the key, in key order, and what the audit trail is asked for
     FixedList<std::string_view, 32> outputFields;
     std::string_view statusField = {};  // the field that a full copy by status asks for
