@@ -8,6 +8,7 @@ namespace iqrx::platform {
 namespace {
 // Longer without a group than this, and other writers have had their turn anyway.
 constexpr std::chrono::milliseconds kBreak{200};
+constexpr std::chrono::milliseconds kNone{0};
 }  // namespace
 
 WriteGroup::WriteGroup(Action begin, Action commit, WriteGroupLimits limits)
@@ -33,12 +34,16 @@ void WriteGroup::BeforeWrite() {
     if (open_) return;
     LeaveRoom();
     begin_();
+    while (QuietTimeLeft() > kNone) {  // it was another group's end that let this one begin
+        commit_();
+        std::this_thread::sleep_for(QuietTimeLeft());
+        begin_();
+    }
     open_ = true;
     writes_ = 0;
     begun_ = Clock::now();
     auto deadline = begun_ + limits_.time;
-    if (limits_.cycle.count() > 0 && begun_ - busySince_ >= limits_.warmUp)
-        deadline = std::min(deadline, begun_ + (limits_.cycle - IntoCycle()));
+    if (KeepsQuietTimes()) deadline = std::min(deadline, begun_ + (limits_.cycle - IntoCycle()));
     {
         std::lock_guard lock(timerMutex_);
         deadline_ = deadline;
@@ -50,11 +55,16 @@ void WriteGroup::BeforeWrite() {
 // Waits until this connection may begin its next group.
 void WriteGroup::LeaveRoom() {
     std::this_thread::sleep_until(notBefore_);
-    const auto now = Clock::now();
-    if (now - ended_ > kBreak) busySince_ = now;
-    if (limits_.cycle.count() == 0 || now - busySince_ < limits_.warmUp) return;
-    const auto intoCycle = IntoCycle();
-    if (intoCycle < limits_.quiet) std::this_thread::sleep_for(limits_.quiet - intoCycle);
+    if (Clock::now() - ended_ > kBreak) busySince_ = Clock::now();
+    std::this_thread::sleep_for(QuietTimeLeft());
+}
+
+bool WriteGroup::KeepsQuietTimes() const {
+    return limits_.quiet > kNone && Clock::now() - busySince_ >= limits_.warmUp;
+}
+
+std::chrono::milliseconds WriteGroup::QuietTimeLeft() const {
+    return KeepsQuietTimes() ? std::max(kNone, limits_.quiet - IntoCycle()) : kNone;
 }
 
 std::chrono::milliseconds WriteGroup::IntoCycle() const {

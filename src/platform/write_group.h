@@ -52,6 +52,8 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void LeaveRoom();
+    bool KeepsQuietTimes() const;
+    std::chrono::milliseconds QuietTimeLeft() const;
     std::chrono::milliseconds IntoCycle() const;
     bool IsDue() const;
     void Ended(Clock::time_point begun);

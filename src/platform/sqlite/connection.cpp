@@ -20,12 +20,7 @@ std::unique_ptr<Connection> CreateSqliteConnection(ControlTables controlTables) 
 
 namespace iqrx::platform::sqlite {
 
-SqliteConnection::~SqliteConnection() {
-    try {
-        Close();
-    } catch (...) {  // nobody is left to hear of it
-    }
-}
+SqliteConnection::~SqliteConnection() { Close(); }
 
 void SqliteConnection::SetCommandTimeout(int seconds) {
     commandTimeout_ = seconds;
@@ -50,7 +45,10 @@ void SqliteConnection::Open(const std::string& connectionString) {
 void SqliteConnection::Close() {
     if (!session_) return;
     const std::unique_ptr<Session> closing = std::move(session_);
-    closing->Call([&] { closing->Commit(); });
+    try {
+        closing->Call([&] { closing->Commit(); });
+    } catch (...) {  // LastErrors tells
+    }
 }
 
 std::int32_t SqliteConnection::Execute(std::string_view sql) {

@@ -1,0 +1,119 @@
+#include "platform/write_group.h"
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <stdexcept>
+#include <string>
+
+namespace iqrx::platform {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kLong = 1h;
+constexpr auto kPatience = 20s;  // until a test that hangs fails
+
+WriteGroupLimits Limits(std::chrono::milliseconds time, std::int64_t writes, bool timer) {
+    WriteGroupLimits limits;
+    limits.time = time;
+    limits.writes = writes;
+    limits.timer = timer;
+    return limits;
+}
+
+class WriteGroups : public testing::Test {
+protected:
+    WriteGroup::Action Note(char what) {
+        return [this, what] { calls += what; };
+    }
+    static void Write(WriteGroup& group) {
+        const auto turn = group.Lock();
+        group.BeforeWrite();
+        group.AfterWrite();
+    }
+    std::string calls;  // b: begun, c: committed
+};
+
+TEST_F(WriteGroups, HoldWritesUpToTheirCount) {
+    WriteGroup group(Note('b'), Note('c'), Limits(kLong, 3, false));
+    for (int i = 0; i < 7; ++i) Write(group);
+    EXPECT_EQ(calls, "bcbcb");
+}
+
+TEST_F(WriteGroups, EndWithTheWriteAfterWhichTheirTimeIsOver) {
+    WriteGroup group(Note('b'), Note('c'), Limits(0ms, 100, false));
+    Write(group);
+    Write(group);
+    EXPECT_EQ(calls, "bcbc");
+}
+
+TEST_F(WriteGroups, AreCommittedOnDemandAndOnceOnly) {
+    WriteGroup group(Note('b'), Note('c'), Limits(kLong, 100, true));
+    const auto turn = group.Lock();
+    group.Commit();
+    group.BeforeWrite();
+    group.AfterWrite();
+    group.Commit();
+    group.Commit();
+    EXPECT_EQ(calls, "bc");
+}
+
+TEST_F(WriteGroups, AreNotCommittedWhenTheDatabaseHasGivenThemUp) {
+    WriteGroup group(Note('b'), Note('c'), Limits(kLong, 100, false));
+    const auto turn = group.Lock();
+    group.BeforeWrite();
+    group.Forget();
+    group.Commit();
+    EXPECT_EQ(calls, "b");
+}
+
+TEST_F(WriteGroups, AreNotOpenWhenTheirBeginningFailed) {
+    WriteGroup group([] { throw std::runtime_error("locked"); }, Note('c'), Limits(kLong, 100, false));
+    const auto turn = group.Lock();
+    EXPECT_THROW(group.BeforeWrite(), std::runtime_error);
+    EXPECT_FALSE(group.IsOpen());
+}
+
+TEST_F(WriteGroups, AreNotOpenWhenTheirCommitFailed) {
+    WriteGroup group(
+        Note('b'), [] { throw std::runtime_error("full"); }, Limits(kLong, 1, false));
+    EXPECT_THROW(Write(group), std::runtime_error);
+    EXPECT_FALSE(group.IsOpen());
+}
+
+TEST_F(WriteGroups, AreCommittedInTimeWhenNoFurtherCallComes) {
+    std::promise<void> committed;
+    WriteGroup group(
+        Note('b'), [&] { committed.set_value(); }, Limits(10ms, 100, true));
+    Write(group);
+    EXPECT_EQ(committed.get_future().wait_for(kPatience), std::future_status::ready);
+}
+
+TEST_F(WriteGroups, AreCommittedByABusyWriterItself) {
+    std::thread::id committer;
+    WriteGroup group(
+        Note('b'), [&] { committer = std::this_thread::get_id(); }, Limits(5ms, std::int64_t{1} << 60, true));
+    const auto giveUp = std::chrono::steady_clock::now() + kPatience;
+    while (committer != std::this_thread::get_id() && std::chrono::steady_clock::now() < giveUp) Write(group);
+    EXPECT_EQ(committer, std::this_thread::get_id());
+}
+
+TEST_F(WriteGroups, RaiseAtTheNextCallWhatTheTimersCommitRaised) {
+    std::promise<void> tried;
+    WriteGroup group(
+        Note('b'),
+        [&] {
+            tried.set_value();
+            throw std::runtime_error("disk full");
+        },
+        Limits(10ms, 100, true));
+    Write(group);
+    ASSERT_EQ(tried.get_future().wait_for(kPatience), std::future_status::ready);
+    const auto turn = group.Lock();
+    EXPECT_THROW(group.RaiseTimerError(), std::runtime_error);
+    EXPECT_NO_THROW(group.RaiseTimerError());
+}
+
+}  // namespace
+}  // namespace iqrx::platform
