@@ -1,5 +1,6 @@
 #include "hosting/dispatch.h"
 
+#include "calendars/configuration.h"
 #include "engine/master_data.h"
 
 namespace iqrx::hosting {
@@ -7,7 +8,19 @@ namespace iqrx::hosting {
 namespace {
 
 constexpr control::TableRoutine kTables[] = {
+    {"tsmdm000", calendars::CopySkillCombinations},
     {"tsmdm030", engine::CopyServiceTypes},
+    {"tsmdm100", engine::CopyServiceCenters},
+    {"tsmdm105", engine::CopyServiceAreas},
+    {"tsmdm130", engine::CopySkills},
+    {"tsmdm135", engine::CopyEmployeeSkills},
+    {"tsmdm140", engine::CopyServiceEmployees},
+    {"tscfg220", calendars::CopyInstallations},
+    {"tscfg200", calendars::CopyServiceObjects},
+    {"tsclm020", engine::CopyResponseTimes},
+    {"tsclm024", engine::CopySolutionTimes},
+    {"tcccp001", calendars::CopyAvailabilityTypes},
+    {"tccom130", engine::CopyAddresses},
 };
 
 void NoCalendar(control::CopyRun&, const std::string&, const std::string&) {}
