@@ -1,0 +1,14 @@
+// Text files of short lines.
+#pragma once
+
+#include "platform/machine.h"
+
+namespace iqrx::platform::posix {
+
+class PlainTextFiles : public TextFiles {
+public:
+    std::unique_ptr<TextStream> CreateTextFile(const std::filesystem::path& file) override;
+    std::unique_ptr<TextStream> OpenTextFile(const std::filesystem::path& file) override;
+};
+
+}  // namespace iqrx::platform::posix

@@ -1,0 +1,55 @@
+#include "platform/posix/xml_document.h"
+
+#include <algorithm>
+#include <pugixml.hpp>
+
+namespace iqrx::platform::posix {
+
+namespace {
+
+void AppendText(const pugi::xml_node& node, std::string& text) {
+    for (const pugi::xml_node child : node.children()) {
+        text += child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata ? child.value() : "";
+        AppendText(child, text);
+    }
+}
+
+// Blanks around a text are layout of the file, not part of it.
+std::string Trimmed(const std::string& text) {
+    constexpr const char* kBlanks = " \t\r\n";
+    const auto first = text.find_first_not_of(kBlanks);
+    if (first == std::string::npos) return {};
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+class PugiDocument : public XmlDocument {
+public:
+    bool Load(const std::filesystem::path& file) override {
+        if (document_.load_file(file.c_str())) {
+            const auto children = document_.children();
+            const auto isElement = [](const pugi::xml_node& node) { return node.type() == pugi::node_element; };
+            if (std::count_if(children.begin(), children.end(), isElement) == 1) return true;
+        }
+        document_.reset();
+        return false;
+    }
+
+    std::optional<std::string> SelectSingleNodeText(const std::string& path) override {
+        const pugi::xml_node node = document_.first_element_by_path(path.c_str());
+        if (!node) return std::nullopt;
+        std::string text;
+        AppendText(node, text);
+        return Trimmed(text);
+    }
+
+private:
+    pugi::xml_document document_;
+};
+
+}  // namespace
+
+std::unique_ptr<XmlDocument> PugiDocumentFactory::CreateDocument() {
+    return std::make_unique<PugiDocument>();
+}
+
+}  // namespace iqrx::platform::posix

@@ -1,0 +1,139 @@
+#include "platform/posix/instance_registry.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <fstream>
+#include <future>
+
+#include "platform/conversions.h"
+#include "platform/date.h"
+#include "platform/error.h"
+
+namespace iqrx::platform::posix {
+namespace {
+
+constexpr const char* kRegistry = "iQRXyInstHandler.InstanceHandle";
+
+class Registry : public ::testing::Test {
+protected:
+    Registry()
+        : file(std::filesystem::temp_directory_path() /
+               (std::string("iqrx-instance-") +
+                ::testing::UnitTest::GetInstance()->current_test_info()->name())) {
+        std::filesystem::remove(file);
+    }
+    ~Registry() override {
+        std::error_code ignored;
+        std::filesystem::remove(file, ignored);
+    }
+
+    std::string Written() const {
+        std::ifstream stream(file);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    std::filesystem::path file;
+};
+
+std::int32_t NumberRaisedBy(InstanceRegistryFactory& factory, std::string_view progId) {
+    try {
+        factory.CreateObject(progId);
+    } catch (const RuntimeError& error) {
+        return error.number;
+    }
+    return 0;
+}
+
+TEST_F(Registry, WritesTheCallsOnItselfAndOnTheInstanceInOrder) {
+    InstanceRegistryFactory factory(file);
+    const ObjectRef registry = factory.CreateObject(kRegistry);
+    Value number = Integer{2};
+    const ObjectRef instance = ToObject(Call(*registry, "getInstance", ByRef{number}));
+    registry->Set("CurrentInstanceNumber", Integer{2});
+    Value statusKey = Long{77};
+    const Date time = ParseIsoDate("2026-11-21 14:03:07").value();
+    Call(*instance, "writeToMessageBox", std::string("a \"text\"\r\n"), time);
+    Call(*instance, "UpdateSyncStatus", Integer{1}, time);
+    Call(*instance, "WriteToAlertBox", std::string("alert"), time);
+    Call(*instance, "UpdateStatusByTable", std::string("Service Types"), std::string("tsmdm030"), Integer{2},
+         ByRef{statusKey});
+    EXPECT_EQ(Written(),
+              R"({"call":"getInstance","args":[2]}
+{"set":"CurrentInstanceNumber","value":2}
+{"call":"writeToMessageBox","args":["a \"text\"\r\n","14:03:07"]}
+{"call":"UpdateSyncStatus","args":[1,"14:03:07"]}
+{"call":"WriteToAlertBox","args":["alert","14:03:07"]}
+{"call":"UpdateStatusByTable","args":["Service Types","tsmdm030",2,77]}
+)");
+    EXPECT_EQ(number, Value(Integer{2}));
+    EXPECT_EQ(statusKey, Value(Long{77}));
+}
+
+TEST_F(Registry, AppendsToWhatTheFileHolds) {
+    for (const Integer number : {Integer{1}, Integer{2}})
+        InstanceRegistryFactory(file).CreateObject(kRegistry)->Set("CurrentInstanceNumber", number);
+    EXPECT_EQ(Written(),
+              "{\"set\":\"CurrentInstanceNumber\",\"value\":1}\n"
+              "{\"set\":\"CurrentInstanceNumber\",\"value\":2}\n");
+}
+
+TEST_F(Registry, DoesNotExistWithoutAFile) {
+    InstanceRegistryFactory factory(std::nullopt);
+    EXPECT_EQ(NumberRaisedBy(factory, kRegistry), kCannotCreateObject);
+}
+
+TEST_F(Registry, IsTheOnlyClass) {
+    InstanceRegistryFactory factory(file);
+    EXPECT_EQ(NumberRaisedBy(factory, "ADODB.Connection"), kCannotCreateObject);
+    EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(Registry, ThatCannotBeWrittenIsAnErrorThatNamesTheFile) {
+    InstanceRegistryFactory factory(file / "below" / "nothing");
+    try {
+        factory.CreateObject(kRegistry);
+        FAIL();
+    } catch (const RuntimeError& error) {
+        EXPECT_EQ(error.number, kCannotCreateObject);
+        EXPECT_NE(error.description.find(file.string()), std::string::npos) << error.description;
+    }
+}
+
+TEST_F(Registry, AnswersNoMemberThatItDoesNotHave) {
+    InstanceRegistryFactory factory(file);
+    const ObjectRef registry = factory.CreateObject(kRegistry);
+    Value number = Integer{1};
+    const ObjectRef instance = ToObject(Call(*registry, "getInstance", ByRef{number}));
+    EXPECT_THROW(Call(*registry, "writeToMessageBox", std::string("x")), RuntimeError);
+    EXPECT_THROW(Call(*instance, "getInstance", Integer{1}), RuntimeError);
+    EXPECT_THROW(instance->Set("CurrentInstanceNumber", Integer{1}), RuntimeError);
+}
+
+TEST_F(Registry, SpeaksToTheReaderOfAFifo) {
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    auto read = std::async(std::launch::async, [&] {
+        std::ifstream stream(file);
+        return std::string(std::istreambuf_iterator<char>(stream), {});
+    });
+    {
+        InstanceRegistryFactory factory(file);
+        Value number = Integer{3};
+        Call(*factory.CreateObject(kRegistry), "getInstance", ByRef{number});
+        factory.CreateObject(kRegistry)->Set("CurrentInstanceNumber", Integer{3});
+    }
+    EXPECT_EQ(read.get(),
+              "{\"call\":\"getInstance\",\"args\":[3]}\n{\"set\":\"CurrentInstanceNumber\",\"value\":3}\n");
+}
+
+TEST_F(Registry, RaisesWhenTheReaderOfAFifoHasLeft) {
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    auto reader = std::async(std::launch::async, [&] { std::ifstream stream(file); });
+    InstanceRegistryFactory factory(file);
+    const ObjectRef registry = factory.CreateObject(kRegistry);
+    reader.get();
+    EXPECT_THROW(registry->Set("CurrentInstanceNumber", Integer{3}), RuntimeError);
+}
+
+}  // namespace
+}  // namespace iqrx::platform::posix
