@@ -40,10 +40,10 @@ struct TableDef {
     std::string_view titleLabel;
     FixedList<Column, 40> columns;
     FixedList<KeyRange, 4> fullRanges = {};  // handed to the manager by a full copy
-    FixedList<AuditKey, 4> auditKeys;   // the key, in key order, and what the audit trail is asked for
-    FixedList<std::string_view, 32> outputFields;
+    FixedList<AuditKey, 4> auditKeys = {};   // the key, in key order, and what the audit trail is asked for
+    FixedList<std::string_view, 32> outputFields = {};
     std::string_view statusField = {};  // the field that a full copy by status asks for
-    SqlTemplate update, insert, remove;
+    SqlTemplate update = {}, insert = {}, remove = {};
     SqlTemplate count = {};  // of a table whose full copy lets the server choose between the two
     std::string_view fullFailure = "SLBL0456";
     std::string_view incrementalFailure = "SLBL0512";
