@@ -2,6 +2,7 @@
 
 #include "calendars/configuration.h"
 #include "engine/master_data.h"
+#include "orders/orders.h"
 
 namespace iqrx::hosting {
 
@@ -17,6 +18,11 @@ constexpr control::TableRoutine kTables[] = {
     {"tsmdm140", engine::CopyServiceEmployees},
     {"tscfg220", calendars::CopyInstallations},
     {"tscfg200", calendars::CopyServiceObjects},
+    {"tssoc200", orders::CopyServiceOrders},
+    {"tssoc205", orders::CopyServiceOrderLines},
+    {"tssoc206", orders::CopyAssignments},
+    {"tssoc210", orders::CopyServiceOrderActivities},
+    {"tsspc200", orders::CopyPlannedActivities},
     {"tsclm020", engine::CopyResponseTimes},
     {"tsclm024", engine::CopySolutionTimes},
     {"tcccp001", calendars::CopyAvailabilityTypes},

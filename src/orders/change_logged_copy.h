@@ -1,0 +1,23 @@
+// What the tables that keep a change-log share.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "engine/copy_pattern.h"
+
+namespace iqrx::orders {
+
+// A full copy that fetches a range of order statuses after the other, as the table's filter flag says; a range
+// that the ERP answers with no enumerator is an empty one. `begin` marks the rows and the start of the full copy.
+void FullCopyByStatus(const engine::TableRun& copy, const std::function<void()>& begin,
+                      const std::function<void(platform::Object& record)>& upsert);
+
+// The end of a full copy: the change-log is emptied and the copy marked as finished.
+void FinishFullSync(const engine::TableRun& copy);
+
+// The time that a change-log row carries: the database's conversion of an empty text. What counts is the
+// row's presence and its action.
+std::string ChangeLogTime(const runtime::SqlLiterals& literals);
+
+}  // namespace iqrx::orders
