@@ -118,10 +118,14 @@ void ChooseCopy(CopyRun& run, const std::string& tableName, const std::string& r
 }
 
 ObjectRef CreateManager(const TableRun& copy) {
-    Value manager = copy.run.Erp(copy.runParameter).CreateManager(copy.table.Layout());
-    if (const ObjectRef& component = copy.run.process.sharedBusComponent)
-        Call(*component, "addManager", platform::ByRef{manager});
-    return platform::ToObject(manager);
+    return RegisterManager(copy.run, copy.run.Erp(copy.runParameter).CreateManager(copy.table.Layout()));
+}
+
+ObjectRef RegisterManager(CopyRun& run, const ObjectRef& manager) {
+    Value registered = manager;
+    if (const ObjectRef& component = run.process.sharedBusComponent)
+        Call(*component, "addManager", platform::ByRef{registered});
+    return platform::ToObject(registered);
 }
 
 ObjectRef FetchByKeyRange(const TableRun& copy, Object& manager) {

@@ -69,7 +69,9 @@ void Upsert(CopyRun& run, const Table& table, Object& record, const std::string&
 platform::Long Remove(CopyRun& run, const Table& table, Object& element, const std::string& tableName);
 
 // The pieces of the pattern, for the tables that depart from it.
-ObjectRef CreateManager(const TableRun& copy);                     // created and registered
+ObjectRef CreateManager(const TableRun& copy);  // created and registered
+// Registers a manager with the shared business component, if there is one; the manager to go on with.
+ObjectRef RegisterManager(CopyRun& run, const ObjectRef& manager);
 ObjectRef FetchByKeyRange(const TableRun& copy, Object& manager);  // Nothing where the ERP answers none
 void ForEachRecord(Object& enumerator, const std::function<void(Object& record)>& act);
 void Mark(const TableRun& copy);
