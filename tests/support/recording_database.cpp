@@ -38,6 +38,12 @@ std::string JsonValue(const Value& value) {
     return value.Is<std::string>() ? JsonText(text) : text;
 }
 
+std::string JsonArray(const std::vector<Value>& values) {
+    std::string json = "[";
+    for (const Value& value : values) json += (&value == values.data() ? "" : ",") + JsonValue(value);
+    return json + "]";
+}
+
 std::string Head(std::string_view op, std::string_view sql) {
     return R"({"op":")" + std::string(op) + R"(","sql":)" + JsonText(sql);
 }
@@ -119,8 +125,8 @@ public:
         (*added_)[index] = value;
     }
     void Update() override {
-        database_.calls.push_back("Update");
         if (!added_) throw Misuse("Update without AddNew");
+        database_.calls.push_back("Update " + JsonArray(*added_));
         database_.statements.push_back(TraceOfAddNew(source_, *added_));
         rows_->rows.push_back(std::move(*added_));
         added_.reset();
@@ -289,9 +295,7 @@ std::string TraceOfExecute(std::string_view sql, std::int32_t affected) {
 std::string TraceOfOpen(std::string_view sql) { return Head("open", sql) + "}"; }
 std::string TraceOfDelete(std::string_view sql) { return Head("delete", sql) + "}"; }
 std::string TraceOfAddNew(std::string_view sql, const std::vector<Value>& values) {
-    std::string line = Head("addnew", sql) + R"(,"values":[)";
-    for (std::size_t i = 0; i < values.size(); ++i) line += (i ? "," : "") + JsonValue(values[i]);
-    return line + "]}";
+    return Head("addnew", sql) + R"(,"values":)" + JsonArray(values) + "}";
 }
 
 }  // namespace iqrx::testing

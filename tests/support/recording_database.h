@@ -50,7 +50,7 @@ public:
 
     // Every call in order: "CreateConnection TEXT", "ConnectionTimeout 0", "CommandTimeout 0",
     // "OpenConnection TEXT", "DefaultDatabase NAME", "CloseConnection", "Execute TEXT", "Open TEXT CURSOR
-    // LOCK", "MoveFirst", "AddNew", "Update", "Delete", "Close".
+    // LOCK", "MoveFirst", "AddNew", "Update VALUES" of the new row, "Delete", "Close".
     std::vector<std::string> calls;
     // The statements in the form of the statement trace, one JSON object each.
     std::vector<std::string> statements;

@@ -93,7 +93,8 @@ struct TestProcess {
 };
 
 // Compares the statements since the connection was opened with a file of tests/golden: a line a statement,
-// the text between brackets, CR LF as "\r\n"; blank lines and lines that begin with "#" are passed over.
+// the text between brackets, CR LF as "\r\n"; a row added to the recordset opened last as `add` and its
+// values, a row deleted from it as `delete`. Blank lines and lines that begin with "#" are passed over.
 // Fails with the first line that differs.
 void ExpectGolden(const RecordingDatabase& database, const std::string& goldenName);
 
