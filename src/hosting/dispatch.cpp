@@ -1,6 +1,8 @@
 #include "hosting/dispatch.h"
 
+#include "calendars/calendars.h"
 #include "calendars/configuration.h"
+#include "calendars/expansion.h"
 #include "engine/master_data.h"
 #include "orders/orders.h"
 
@@ -27,12 +29,11 @@ constexpr control::TableRoutine kTables[] = {
     {"tsclm024", engine::CopySolutionTimes},
     {"tcccp001", calendars::CopyAvailabilityTypes},
     {"tccom130", engine::CopyAddresses},
+    {"tcccp030", calendars::CopyCalendars},
 };
 
-void NoCalendar(control::CopyRun&, const std::string&, const std::string&) {}
-void NoExpansion(control::CopyRun&) {}
-
-constexpr control::CalendarRoutines kCalendars{NoCalendar, NoCalendar, NoExpansion};
+constexpr control::CalendarRoutines kCalendars{calendars::CopyEmployeeCalendar, calendars::CopyCalendar,
+                                               calendars::ExpandListedCalendars};
 
 }  // namespace
 

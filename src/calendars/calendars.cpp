@@ -1,0 +1,184 @@
+#include "calendars/calendars.h"
+
+#include <vector>
+
+#include "calendars/calcodes_file.h"
+#include "calendars/calendar_service.h"
+#include "calendars/expansion.h"
+#include "calendars/failure_log.h"
+#include "engine/copy_pattern.h"
+#include "platform/conversions.h"
+#include "platform/error.h"
+
+namespace iqrx::calendars {
+
+using platform::Integer;
+using platform::Long;
+using platform::Object;
+using platform::ObjectRef;
+using platform::Value;
+
+namespace {
+
+constexpr const char* kTable = "tcccp030";
+
+constexpr FailureText kCopyCalendar{"SLBL0049", "Copy Calender Of Employee"};
+constexpr FailureText kCopyEmployeeCalendar{"SLBL0050", "Copy Calendar of Employee"};
+
+// Closes the codes file whichever way a copy ends, so that the calendars copied before a failure are expanded.
+struct CodesFileGuard {
+    CopyRun& run;
+    ~CodesFileGuard() { run.calcodesFile.reset(); }
+};
+
+void InsertPage(CopyRun& run, Object& page) {
+    const ObjectRef wrapper = platform::ToObject(page.Get("getUTCActualCalendarForQRXWrapper"));
+    const Long size = platform::ToLong(wrapper->Get("sizeActualCalendar"));
+    for (Long i = 0; i < size; ++i) {
+        Value index = platform::ToInteger(i);
+        const Value record = platform::Call(*wrapper, "getActualCalendarAt", platform::ByRef{index});
+        InsertCalendarRecord(run, *platform::ToObject(record), kTable);
+    }
+}
+
+// The paged listing of one calendar. Without a first page the local rows stay as they are and
+// `beforeFirstInterval` is not called.
+void CopyIntervals(CopyRun& run, CalendarService& service, const DateWindow& window,
+                   const std::string& calendar, const std::function<void()>& beforeFirstInterval) {
+    ObjectRef page = service.List(calendar, window, 0, "N");
+    if (!page) return;
+    beforeFirstInterval();
+    while (true) {
+        InsertPage(run, *page);
+        const std::string setComplete = platform::ToText(page->Get("getSetComplete"));
+        if (setComplete == "Y") return;
+        const Long callId = platform::ToLong(page->Get("getCallId"));
+        page = platform::ToObject(service.List(calendar, window, callId, setComplete));
+    }
+}
+
+std::vector<std::string> CalendarsInUse(CopyRun& run) {
+    std::vector<std::string> calendars;
+    getEmployeeCalenderList(run, [&](const std::string& calendar) { calendars.push_back(calendar); });
+    return calendars;
+}
+
+void LogCountsAndClose(CopyRun& run, CalendarService& service) {
+    run.process.runLog.LogTableCounts(kTable, run.counters.inserted, 0, 0);
+    service.Close();
+}
+
+std::string CalendarNamed(const std::string& code) { return "calendar " + code; }
+
+bool CalendarsAreExpanded(CopyRun& run) {
+    return platform::ToDouble(run.process.controlTables.GetTVKFilter()) == 1;
+}
+
+}  // namespace
+
+void CopyCalendars(CopyRun& run, const std::string&, const std::string& runParameter, Integer syncMethod) {
+    LogFailure(run, kActualCalendars, {}, [&] {
+        engine::ChooseCopy(
+            syncMethod,
+            [&] {
+                CopyCalendarsFull(run, runParameter);
+                if (CalendarsAreExpanded(run)) ExpandCalendars(run);
+            },
+            [&] {
+                CopyCalendarsIncremental(run, runParameter);
+                if (CalendarsAreExpanded(run)) ExpandListedCalendars(run);
+            });
+    });
+}
+
+void CopyCalendarsFull(CopyRun& run, const std::string& runParameter) {
+    std::string subject;
+    LogFailure(run, kActualCalendars, subject, [&] {
+        CalendarService service(run, runParameter);
+        const DateWindow window = ComputeDateWindow(run);
+        const std::vector<std::string> calendars = CalendarsInUse(run);
+        if (!calendars.empty()) run.Database().Execute("UPDATE tcccp030 SET upd_flag=1");
+        for (const std::string& calendar : calendars) {
+            subject = CalendarNamed(calendar);
+            CopyIntervals(run, service, window, calendar, [&] { DeleteCalendar(run, calendar); });
+        }
+        subject.clear();
+        if (!calendars.empty()) run.Database().Execute("DELETE FROM tcccp030 WHERE upd_flag = 1");
+        LogCountsAndClose(run, service);
+    });
+}
+
+void CopyCalendarsIncremental(CopyRun& run, const std::string& runParameter) {
+    std::string subject;
+    LogFailure(run, kActualCalendars, subject, [&] {
+        const CodesFileGuard guard{run};
+        CalendarService service(run, runParameter);
+        const DateWindow window = ComputeDateWindow(run);
+        const std::vector<std::string> calendars = CalendarsInUse(run);
+        CreateCalcodesFile(run);
+        for (const std::string& calendar : calendars) {
+            subject = CalendarNamed(calendar);
+            CopyIntervals(run, service, window, calendar, [&] {
+                DeleteCalendar(run, calendar);
+                WriteCalcode(run, calendar);
+            });
+        }
+        subject.clear();
+        CloseCalcodesFile(run);
+        LogCountsAndClose(run, service);
+    });
+}
+
+void CopyCalendar(CopyRun& run, const std::string& calendar, const std::string& runParameter) {
+    LogFailure(run, kCopyCalendar, CalendarNamed(calendar), [&] {
+        const CodesFileGuard guard{run};
+        CalendarService service(run, runParameter);
+        run.counters.inserted = 0;
+        CopyIntervals(run, service, ComputeDateWindow(run), calendar, [&] {
+            CreateCalcodesFile(run);
+            WriteCalcode(run, calendar);
+            DeleteCalendar(run, calendar);
+        });
+        if (run.calcodesFile) CloseCalcodesFile(run);
+        LogCountsAndClose(run, service);
+    });
+}
+
+void CopyEmployeeCalendar(CopyRun& run, const std::string& employee, const std::string& runParameter) {
+    LogFailure(run, kCopyEmployeeCalendar, "employee " + employee, [&] {
+        auto rows = run.Database().OpenRecordset("SELECT * FROM tsmdm140 WHERE emno = " +
+                                                 run.Literals().QuoteSqlString(employee));
+        const std::string calendar = platform::ToText(rows->Field("ccal"));
+        rows.reset();
+        CopyCalendar(run, calendar, runParameter);
+    });
+}
+
+void DeleteCalendar(CopyRun& run, const std::string& calendar) {
+    LogFailure(run, kDeleteCalendar, CalendarNamed(calendar), [&] {
+        run.Database().DbConnection().SetCommandTimeout(0);
+        run.Database().Execute("DELETE FROM tcccp030 WHERE ccal = " + run.Literals().QuoteSqlString(calendar));
+    });
+}
+
+void getEmployeeCalenderList(CopyRun& run, const std::function<void(const std::string& calendar)>& add) {
+    constexpr const char* kSqlServerList =
+        "SELECT DISTINCT tsmdm140.ccal  FROM tsmdm140 WHERE (tsmdm140.ccal <>  N'' OR  tsmdm140.ccal is NOT NULL)"
+        " UNION "
+        " SELECT DISTINCT tsmdm100.ccal  FROM tsmdm100 WHERE (tsmdm100.ccal <>  N'' OR  tsmdm100.ccal is NOT NULL) "
+        " order by tsmdm140.ccal asc ";
+    constexpr const char* kOracleList =
+        "SELECT DISTINCT tsmdm140.ccal  FROM tsmdm140 WHERE (tsmdm140.ccal <>  N' ' OR  tsmdm140.ccal is NOT NULL)"
+        " UNION "
+        " SELECT DISTINCT tsmdm100.ccal  FROM tsmdm100 WHERE (tsmdm100.ccal <>  N' ' OR  tsmdm100.ccal is NOT NULL)"
+        " order by ccal asc ";
+    const bool sqlServer = run.Database().Platform() == runtime::kSqlServer;
+    // A static cursor, for only that knows its number of rows.
+    auto rows =
+        run.Database().OpenRecordset(sqlServer ? kSqlServerList : kOracleList, platform::CursorType::Static);
+    if (rows->RecordCount() > 0)
+        for (rows->MoveFirst(); !rows->Eof(); rows->MoveNext()) add(platform::ToText(rows->Field(0)));
+    rows->Close();
+}
+
+}  // namespace iqrx::calendars

@@ -1,0 +1,127 @@
+#include "calendars/expansion.h"
+
+#include "calendars/calcodes_file.h"
+#include "calendars/failure_log.h"
+#include "platform/conversions.h"
+#include "platform/date.h"
+#include "platform/error.h"
+
+namespace iqrx::calendars {
+
+using platform::CursorType;
+using platform::Date;
+using platform::LockType;
+using platform::Recordset;
+
+namespace {
+
+constexpr FailureText kExpandCalendars{"STIT0023", "Expand Calendars"};
+
+struct Interval {
+    std::string calendar;
+    std::string availabilityType;
+    Date start, end;  // UTC
+    int days;         // local day boundaries between the two; not above 0 for an interval of one piece
+};
+
+Interval ReadInterval(Recordset& source) {
+    Interval interval;
+    interval.calendar = platform::ToText(source.Field("ccal"));
+    interval.availabilityType = platform::ToText(source.Field("ract"));
+    interval.days =
+        platform::DaysBetween(platform::ToDate(source.Field("stdt")), platform::ToDate(source.Field("endt")));
+    interval.start = platform::ToDate(source.Field("ustm"));
+    interval.end = platform::ToDate(source.Field("uftm"));
+    return interval;
+}
+
+void AddPiece(Recordset& target, const Interval& interval, Date start, Date end) {
+    target.AddNew();
+    target.SetField(0, interval.calendar);
+    target.SetField(1, interval.availabilityType);
+    target.SetField(2, start);
+    target.SetField(3, end);
+    target.Update();
+}
+
+// Every piece keeps the interval's UTC times of day, while the local dates say how many there are.
+void ExpandInterval(const Interval& interval, Recordset& target) {
+    if (interval.days <= 0) return AddPiece(target, interval, interval.start, interval.end);
+    for (int day = 0; day <= interval.days; ++day)
+        AddPiece(target, interval, platform::AddDays(interval.start, day),
+                 platform::AddDays(interval.end, day - interval.days));
+}
+
+void ExpandRows(Recordset& source, Recordset& target, std::string& subject) {
+    if (source.Bof() && source.Eof()) return;
+    for (source.MoveFirst(); !source.Eof(); source.MoveNext()) {
+        subject = "calendar " + platform::ToText(source.Field("ccal"));
+        ExpandInterval(ReadInterval(source), target);
+    }
+}
+
+std::unique_ptr<Recordset> OpenSource(CopyRun& run, const std::string& sql) {
+    return run.Database().OpenRecordset(sql, CursorType::ForwardOnly, LockType::Optimistic);
+}
+
+std::unique_ptr<Recordset> OpenTarget(CopyRun& run) {
+    return run.Database().OpenRecordset("select * from tcccp031 WHERE  1=0", CursorType::Keyset,
+                                        LockType::Optimistic);
+}
+
+void ExpandCalendar(CopyRun& run, const std::string& calendar, std::string& subject) {
+    auto source =
+        OpenSource(run, "select * from tcccp030 WHERE  ccal=" + run.Literals().QuoteSqlString(calendar));
+    DeleteExpandedCalendar(run, calendar);
+    auto target = OpenTarget(run);
+    ExpandRows(*source, *target, subject);
+    source->Close();
+    target->Close();
+}
+
+// Null when there is no file: most runs copy no calendar and have nothing to expand.
+std::unique_ptr<platform::TextStream> OpenCalcodesFile(CopyRun& run) {
+    try {
+        return run.process.machine.files.OpenTextFile(CalcodesFilePath(run));
+    } catch (const platform::RuntimeError& error) {
+        if (error.number == platform::kFileNotFound) return nullptr;
+        throw;
+    }
+}
+
+}  // namespace
+
+void ExpandCalendars(CopyRun& run) {
+    std::string subject;
+    LogFailure(run, kExpandCalendars, subject, [&] {
+        auto source = OpenSource(run, "select * from tcccp030");
+        run.Database().Execute("truncate table tcccp031 ");
+        auto target = OpenTarget(run);
+        ExpandRows(*source, *target, subject);
+        subject.clear();
+        source->Close();
+        target->Close();
+        run.process.runLog.LogTableCounts("tcccp031", 0, 0, 0);
+    });
+}
+
+void ExpandListedCalendars(CopyRun& run) {
+    std::string subject;
+    LogFailure(run, kExpandCalendars, subject, [&] {
+        const auto codes = OpenCalcodesFile(run);
+        while (codes && !codes->AtEndOfStream()) {
+            const std::string calendar = codes->ReadLine();
+            subject = "calendar " + calendar;
+            ExpandCalendar(run, calendar, subject);
+        }
+    });
+}
+
+void DeleteExpandedCalendar(CopyRun& run, const std::string& calendar) {
+    LogFailure(run, kDeleteCalendar, "calendar " + calendar, [&] {
+        run.Database().DbConnection().SetCommandTimeout(0);
+        run.Database().Execute("DELETE FROM tcccp031 WHERE ccal = " + run.Literals().QuoteSqlString(calendar));
+    });
+}
+
+}  // namespace iqrx::calendars

@@ -1,0 +1,18 @@
+#include "calendars/failure_log.h"
+
+namespace iqrx::calendars {
+
+void LogFailure(CopyRun& run, const FailureText& text, const std::string& subject,
+                const std::function<void()>& body) {
+    try {
+        body();
+    } catch (...) {
+        const platform::RuntimeError error = platform::CurrentError();
+        std::string line = " " + run.process.messages.GetI18nText(text.label);
+        if (!text.fixed.empty()) line += " - " + std::string(text.fixed);
+        if (!subject.empty()) line += ", " + subject;
+        run.process.runLog.LogError(line, error);
+    }
+}
+
+}  // namespace iqrx::calendars

@@ -1,0 +1,245 @@
+#include <gmock/gmock.h>
+
+#include "calendars/calendars_fixture.h"
+#include "control/cls_data_copy.h"
+#include "platform/error.h"
+
+namespace iqrx::testing {
+namespace {
+
+using namespace std::string_literals;
+using platform::Integer;
+using platform::RuntimeError;
+using platform::Value;
+using ::testing::AnyOf;
+using ::testing::Contains;
+using ::testing::Each;
+using ::testing::HasSubstr;
+using ::testing::IsSupersetOf;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+const std::string kSweep = "DELETE FROM tcccp030 WHERE upd_flag = 1";
+
+// Five calendars with two intervals each, of which C3 gives trouble.
+class FailingCalendars : public CalendarProcess, public ::testing::Test {
+protected:
+    FailingCalendars() {
+        xml.texts = {{"STIT0023", "Actual Calendars"},
+                     {"SLBL0049", "Calendar not copied"},
+                     {"SLBL0481", "Calendar not deleted"}};
+        for (const std::string code : {"C1", "C2", "C3", "C4", "C5"})
+            service.intervals[code] = Intervals(code, 2);
+    }
+    void GivenFive(Integer tvkparam = 0) { Given(1, {"C1", "C2", "C3", "C4", "C5"}, tvkparam); }
+
+    std::vector<std::string> Inserts() const {
+        std::vector<std::string> inserts;
+        for (const std::string& sql : database.executed)
+            if (sql.starts_with("INSERT")) inserts.push_back(sql);
+        return inserts;
+    }
+};
+
+TEST_F(FailingCalendars, EndAFullCopyWithoutItsSweep) {
+    GivenFive();
+    service.failing = "C3";
+    Copy(1);
+    EXPECT_EQ(run.counters.inserted, 4);
+    EXPECT_THAT(Inserts(), Each(AnyOf(HasSubstr("N'C1'"), HasSubstr("N'C2'"))));
+    EXPECT_THAT(database.executed, Not(Contains(kSweep)));
+    EXPECT_THAT(database.executed, Not(Contains(HasSubstr("N'C4'"))));
+    EXPECT_THAT(CalendarLog(), HasSubstr("Date-Time :2026-03-04 : 05:06:07 Actual Calendars, calendar C3\""));
+    EXPECT_THAT(CalendarLog(), HasSubstr("\"ERP\",\"The remote procedure call failed.\""));
+    EXPECT_EQ(erp.calls.back(), "service.Close()");
+}
+
+TEST_F(FailingCalendars, EndAnIncrementalCopyWithTheCodesOfThoseThatWereCopied) {
+    GivenFive();
+    service.failing = "C3";
+    Copy(2);
+    EXPECT_EQ(run.counters.inserted, 4);
+    EXPECT_EQ(Contents(CodesFile()), "C1\nC2\n");
+    EXPECT_THAT(CalendarLog(), HasSubstr("Actual Calendars, calendar C3\""));
+}
+
+TEST_F(FailingCalendars, LetThoseThatWereCopiedBeExpanded) {
+    GivenFive(1);
+    service.failing = "C3";
+    Copy(2);
+    EXPECT_THAT(database.executed, IsSupersetOf({"DELETE FROM tcccp031 WHERE ccal = N'C1'",
+                                                 "DELETE FROM tcccp031 WHERE ccal = N'C2'"}));
+    EXPECT_THAT(database.executed, Not(Contains("DELETE FROM tcccp031 WHERE ccal = N'C3'")));
+}
+
+TEST_F(FailingCalendars, KeepWhatTheirFirstPagesBrought) {
+    GivenFive();
+    service.intervals["C3"] = Intervals("C3", 800);
+    service.failing = "C3";
+    service.failingCallId = 40750;
+    Copy(1);
+    EXPECT_EQ(run.counters.inserted, 2 + 2 + 750);
+    EXPECT_THAT(database.executed, Not(Contains(kSweep)));
+}
+
+TEST_F(FailingCalendars, EndTheRunOfOneCalendar) {
+    GivenFive();
+    service.failing = "C3";
+    calendars::CopyCalendar(run, "C3", "");
+    EXPECT_TRUE(database.executed.empty());
+    EXPECT_THAT(CalendarLog(), HasSubstr(" Calendar not copied - Copy Calender Of Employee, calendar C3\""));
+}
+
+TEST_F(FailingCalendars, EndTheRunOfAnEmployee) {
+    GivenFive();
+    database.WhenOpened("SELECT * FROM tsmdm140 WHERE emno = N'E1'", Rows{{"ccal"}, {{"C3"s}}});
+    service.failing = "C3";
+    calendars::CopyEmployeeCalendar(run, "E1", "");
+    EXPECT_TRUE(database.executed.empty());
+    EXPECT_THAT(CalendarLog(), HasSubstr(" Calendar not copied - Copy Calender Of Employee, calendar C3\""));
+}
+
+TEST_F(FailingCalendars, ThatCannotBeListedAreNotSwept) {
+    GivenFive();
+    database.WhenOpened(kSqlServerList, RuntimeError(17, "server", "deadlock"));
+    Copy(1);
+    EXPECT_TRUE(database.executed.empty());
+    EXPECT_THAT(CalendarLog(), HasSubstr("\"server\",\"deadlock\""));
+}
+
+TEST_F(FailingCalendars, ThatCannotBeDeletedAreReportedAndCopied) {
+    GivenFive();
+    database.WhenExecuted("DELETE FROM tcccp030 WHERE ccal = N'C3'", RuntimeError(17, "server", "deadlock"));
+    Copy(1);
+    EXPECT_EQ(run.counters.inserted, 10);
+    EXPECT_THAT(database.executed, Contains(kSweep));
+    EXPECT_THAT(CalendarLog(), HasSubstr(" Calendar not deleted - Delete Calendar, calendar C3\""));
+}
+
+TEST_F(FailingCalendars, AreReportedWithoutTheErpToo) {
+    GivenFive();
+    erp.onCreateObject = [](auto) -> platform::ObjectRef {
+        throw RuntimeError(429, "test", "no calendar service");
+    };
+    Copy(1);
+    Copy(2);
+    calendars::CopyCalendar(run, "C1", "");
+    EXPECT_TRUE(database.executed.empty());
+    EXPECT_THAT(CalendarLog(), HasSubstr("no calendar service"));
+}
+
+TEST_F(FailingCalendars, AreCopiedEvenWhereTheirCodesCannotBeWritten) {
+    GivenFive();
+    std::filesystem::create_directory(CodesFile());
+    calendars::CopyCalendar(run, "C1", "");
+    EXPECT_EQ(run.counters.inserted, 2);
+    EXPECT_THAT(CalendarLog(), HasSubstr("Actual Calendars - Calendar Codes File, calendar C1\""));
+}
+
+TEST_F(FailingCalendars, WithoutParametersAreNotCopied) {
+    GivenFive();
+    database.WhenOpened("SELECT * FROM tsparameters", Rows{{"Qrxcal", "tvkparam"}, {}});
+    database.WhenOpened("SELECT tvkparam FROM tsparameters", Rows{{"tvkparam"}, {}});
+    Copy(1);
+    EXPECT_TRUE(database.executed.empty());
+    EXPECT_THAT(CalendarLog(), HasSubstr("\"GetTVKFilter\",\"Could not get the Filter Flag\""));
+}
+
+struct BadValue {
+    const char* getter;
+    Value value;
+    std::string name;
+};
+class BadIntervals : public FailingCalendars, public ::testing::WithParamInterface<BadValue> {};
+
+TEST_P(BadIntervals, EndTheCopyAndNameTheirCalendar) {
+    GivenFive();
+    service.intervals["C3"][1].insert_or_assign(GetParam().getter, GetParam().value);
+
+    Copy(1);
+    EXPECT_EQ(run.counters.inserted, 5);
+    EXPECT_THAT(database.executed, Not(Contains(kSweep)));
+    EXPECT_THAT(CalendarLog(), HasSubstr("Actual Calendars, calendar C3\""));
+
+    run.counters = {};
+    Copy(2);
+    EXPECT_EQ(run.counters.inserted, 5);
+    EXPECT_EQ(Contents(CodesFile()), "C1\nC2\nC3\n");
+
+    calendars::CopyCalendar(run, "C3", "");
+    EXPECT_EQ(run.counters.inserted, 1);
+    EXPECT_THAT(CalendarLog(), HasSubstr("Copy Calender Of Employee, calendar C3\""));
+}
+
+INSTANTIATE_TEST_SUITE_P(Values, BadIntervals,
+                         ::testing::Values(BadValue{"getStartTime", "noon"s, "StartTimeNoNumber"},
+                                           BadValue{"getEndTime", 1e10, "EndTimeTooLarge"},
+                                           BadValue{"getEndTime", platform::Null(), "EndTimeNull"},
+                                           BadValue{"getStartutcdate", "2026-02-30"s, "StartMomentNoDate"},
+                                           BadValue{"getEndutcdate", platform::Null(), "EndMomentNull"},
+                                           BadValue{"getStartDate", platform::Null(), "StartDateNull"},
+                                           BadValue{"getCalendar", platform::Null(), "CalendarNull"},
+                                           BadValue{"getCumulativeCapacity", platform::Null(), "CapacityNull"}),
+                         [](const auto& test) { return test.param.name; });
+
+// The outcomes of requests through the driver, by their events.
+struct RecordedEvents : control::DataCopyEvents {
+    std::vector<std::string> events;
+    void DataCopyStarted(platform::Date, Integer) override { events.push_back("started"); }
+    void DataCopyError(platform::Date, Integer, Integer, const std::string&) override {
+        events.push_back("error");
+    }
+    void DataCopyComplete(platform::Date, Integer, platform::Long inserted, platform::Long,
+                          platform::Long) override {
+        events.push_back("complete " + std::to_string(inserted));
+    }
+    void DataCopyAlreadyInProgress(platform::Date, Integer) override { events.push_back("in progress"); }
+    void DataCopydone() override { events.push_back("done"); }
+};
+
+struct RunKind {
+    Integer tableId, syncMethod;
+    std::string name;
+    int inserted;
+};
+class FailingCalendarRuns : public FailingCalendars, public ::testing::WithParamInterface<RunKind> {};
+
+TEST_P(FailingCalendarRuns, EndWithTheirNormalOutcome) {
+    GivenFive(1);
+    database.WhenOpened("SELECT * FROM tsmdm140 WHERE emno = N'E1'", Rows{{"ccal"}, {{"C3"s}}});
+    database.WhenOpened(
+        "SELECT a.ERPTableID,a.tableid, a.tablename, c.text from tstables a, tstreenodes b, tsi18ntext c where "
+        "a.productid = N'1028' AND b.groupid = N'SYNC' AND a.tableid = b.tableid AND b.label = c.label",
+        Rows{{"ERPTableID", "tableid", "tablename", "text"},
+             {{"tcccp030"s, Integer{18}, "tcccp030"s, "Actual Calendars"s}}});
+    process.catalog.LoadTableCatalog(database, "test", "", 1, "SYNC");
+    process.settings.calendarRunParameter98 = "C3";
+    process.settings.calendarRunParameter99 = "E1";
+    process.settings.tableStatus = true;
+    service.failing = "C3";
+
+    RecordedEvents events;
+    constexpr control::TableRoutine kTables[] = {{"tcccp030", calendars::CopyCalendars}};
+    control::clsDataCopy job(
+        process, kTables,
+        {calendars::CopyEmployeeCalendar, calendars::CopyCalendar, calendars::ExpandListedCalendars}, events);
+    control::CopyRequest request;
+    request.connectionString = "test";
+    request.tableId = GetParam().tableId;
+    request.syncMethod = GetParam().syncMethod;
+    request.logFilePath = directory.path.string();
+    job.StartDataCopy(request);
+
+    EXPECT_THAT(events.events,
+                ::testing::ElementsAre("started", "complete " + std::to_string(GetParam().inserted), "done"));
+    const std::string log = GetParam().tableId == 98 ? "_20260304.log" : "tcccp030_20260304.log";
+    EXPECT_THAT(Contents(directory.path / log), HasSubstr("calendar C3\""));
+}
+
+INSTANTIATE_TEST_SUITE_P(Runs, FailingCalendarRuns,
+                         ::testing::Values(RunKind{18, 1, "Full", 4}, RunKind{18, 2, "Incremental", 4},
+                                           RunKind{98, 1, "OneCalendar", 0}, RunKind{99, 1, "Employee", 0}),
+                         [](const auto& test) { return test.param.name; });
+
+}  // namespace
+}  // namespace iqrx::testing
