@@ -107,7 +107,7 @@ ObjectRef RecordingErp::MakeEnumerator() {
     auto next = std::make_shared<std::size_t>(0);
     return std::make_shared<FakeObject>(
         "enumerator", &calls, [this, next, fetched = records](auto member, auto) -> Value {
-            if (member == "hasMoreElements") return *next < fetched.size();
+            if (member == "hasMoreElements") return HasMore(*next < fetched.size());
             FailWhere(++*next);
             return MakeRecord(fetched.at(*next - 1), "record " + std::to_string(*next));
         });
@@ -116,7 +116,7 @@ ObjectRef RecordingErp::MakeEnumerator() {
 ObjectRef RecordingErp::MakeReader() {
     readElements_ = 0;
     return std::make_shared<FakeObject>("AuditReader", &calls, [this](auto member, auto) -> Value {
-        if (member == "hasMoreElements") return readElements_ < trail.size();
+        if (member == "hasMoreElements") return HasMore(readElements_ < trail.size());
         if (member != "nextElement") return {};
         FailWhere(++readElements_);
         return MakeRecord(trail.at(readElements_ - 1).fields, "element " + std::to_string(readElements_));
@@ -128,6 +128,11 @@ ObjectRef RecordingErp::MakeStatus() {
         const char letter = member == "isDeleted" ? 'D' : member == "isUpdated" ? 'U' : 'I';
         return trail.at(readElements_ - 1).letters.find(letter) != std::string::npos;
     });
+}
+
+Value RecordingErp::HasMore(bool has) const {
+    if (!has && answersNullAtTheEnd) return platform::Null{};
+    return has;
 }
 
 void RecordingErp::FailWhere(std::size_t number) const {

@@ -56,6 +56,7 @@ public:
     std::vector<Fields> records;
     bool hasEnumerator = true;  // false: a fetch answers Nothing
     std::vector<Change> trail;
+    bool answersNullAtTheEnd = false;  // hasMoreElements answers Null where there are none
 
     // Called before a manager's fetch answers; may change `records` and `hasEnumerator` for it, or raise.
     std::function<void(std::string_view member, std::span<platform::Argument> arguments)> onFetch;
@@ -72,6 +73,7 @@ private:
     platform::ObjectRef MakeReader();
     platform::ObjectRef MakeStatus();
     platform::Value AnswerManager(std::string_view member, std::span<platform::Argument> arguments);
+    platform::Value HasMore(bool has) const;
     void FailWhere(std::size_t number) const;
 
     std::size_t readElements_ = 0;
