@@ -17,7 +17,8 @@ using namespace iqrx::platform;
 
 constexpr const char* kSchema =
     "CREATE TABLE tsmdm030(cstp NVARCHAR(3) NOT NULL, dsca NVARCHAR(60), prod NVARCHAR(16), ract NVARCHAR(6), "
-    "dahe INTEGER, upd_flag INTEGER DEFAULT 0, PRIMARY KEY(cstp)) WITHOUT ROWID";
+    "dahe INTEGER, upd_flag INTEGER DEFAULT 0, PRIMARY KEY(cstp)) WITHOUT ROWID;"
+    "CREATE TABLE tcccp031(ccal NVARCHAR(16), ract NVARCHAR(6), ustm DATETIME, uftm DATETIME)";
 
 struct Row {
     std::string cstp, dsca, prod, ract;
@@ -116,6 +117,46 @@ void PlainLoop(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(PlainLoop)->Arg(200'000)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// An incremental copy looks for each order before it writes it.
+void OneRowSelects(benchmark::State& state) {
+    const auto file = NewDatabase();
+    auto connection = CreateSqliteConnection();
+    connection->Open("Provider=SQLite;Data Source=" + file.string());
+    std::string sql;
+    const auto rows = Rows(1000);
+    for (const Row& row : rows) {
+        AppendInsert(sql, row);
+        connection->Execute(sql);
+    }
+    auto found = connection->CreateRecordset();
+    std::size_t next = 0;
+    for (auto _ : state) {
+        sql = "SELECT * FROM tsmdm030 WHERE cstp= N'" + rows[next++ % rows.size()].cstp + "'";
+        found->Open(sql, CursorType::ForwardOnly, LockType::ReadOnly);
+        benchmark::DoNotOptimize(found->Bof());
+        found->Close();
+    }
+}
+BENCHMARK(OneRowSelects);
+
+void RowsAddedThroughARecordset(benchmark::State& state) {
+    const auto file = NewDatabase();
+    auto connection = CreateSqliteConnection();
+    connection->Open("Provider=SQLite;Data Source=" + file.string());
+    auto target = connection->CreateRecordset();
+    target->Open("select * from tcccp031 WHERE  1=0", CursorType::Keyset, LockType::Optimistic);
+    const Value code = std::string("CAL"), type = std::string("A"), begin = Date{1'241'683'200};
+    for (auto _ : state) {
+        target->AddNew();
+        target->SetField(0, code);
+        target->SetField(1, type);
+        target->SetField(2, begin);
+        target->SetField(3, begin);
+        target->Update();
+    }
+}
+BENCHMARK(RowsAddedThroughARecordset);
 
 void MatchShape(benchmark::State& state) {
     using namespace sqlite;

@@ -20,8 +20,11 @@ WriteGroupLimits GroupLimits() {
     return limits;
 }
 
-// Statistics from a part of the rows serve as well, in a time that does not grow with the table.
-constexpr const char* kSettings = "PRAGMA analysis_limit=400; PRAGMA cache_size=-16384";
+// Statistics from a part of the rows serve as well, in a time that does not grow with the table. The log of
+// changes is worked into the file at every 16 MB rather than at the default 4: rows in no order touch the
+// same pages in every group.
+constexpr const char* kSettings =
+    "PRAGMA analysis_limit=400; PRAGMA cache_size=-16384; PRAGMA wal_autocheckpoint=4000";
 
 }  // namespace
 

@@ -116,6 +116,35 @@ TEST_F(Statements, CalendarsInUseComeFromEmployeesAndServiceCentersInOrder) {
         ElementsAre("", "A", "B"));
 }
 
+TEST_F(Statements, TheCatalogIsReadFromThreeTables) {
+    Create(R"(
+        CREATE TABLE tstreenodes(tableid INTEGER, groupid TEXT, label TEXT);
+        CREATE TABLE tsi18ntext(label TEXT, text TEXT);
+        ALTER TABLE tstables ADD COLUMN ERPTableID TEXT;
+        ALTER TABLE tstables ADD COLUMN tableid INTEGER;
+        ALTER TABLE tstables ADD COLUMN productid TEXT;
+        INSERT INTO tstables VALUES('tsmdm030', NULL, 0, 1, 'erp030', 2, '1028'), ('other', NULL, 0, 1, 'x', 3, '9');
+        INSERT INTO tstreenodes VALUES(2, 'SYNC', 'L2'), (3, 'SYNC', 'L2');
+        INSERT INTO tsi18ntext VALUES('L2', 'Service types');)");
+    auto rows = Select(
+        "SELECT a.ERPTableID,a.tableid, a.tablename, c.text from tstables a, tstreenodes b, tsi18ntext c"
+        " where a.productid = N'1028' AND b.groupid = N'SYNC' AND a.tableid = b.tableid AND b.label = c.label");
+    ASSERT_EQ(rows->RecordCount(), 1);
+    EXPECT_EQ(rows->Field("ERPTableID"), Value(std::string("erp030")));
+    EXPECT_EQ(rows->Field("TableID"), Value(Long{2}));
+    EXPECT_EQ(rows->Field("TableName"), Value(std::string("tsmdm030")));
+    EXPECT_EQ(rows->Field("Text"), Value(std::string("Service types")));
+}
+
+TEST_F(Statements, OfMoreShapesThanAreKeptGoOnWorking) {
+    for (int i = 0; i < 200; ++i)
+        EXPECT_EQ(
+            Execute("INSERT INTO" + std::string(static_cast<std::size_t>(i % 100 + 1), ' ') +
+                    "tsmdm030 (cstp,dahe) VALUES (N'" + std::to_string(i) + "'," + std::to_string(i) + ")"),
+            1);
+    EXPECT_EQ(Select("SELECT * FROM tsmdm030")->RecordCount(), 200);
+}
+
 TEST_F(Statements, BatchesInsertNewObjectsAndUpdateKnownOnes) {
     EXPECT_EQ(Execute("DECLARE @iCount int\r\n" + SqlServerBlock("A", 1, "first") +
                       SqlServerBlock("B", 1, "END ELSE") + SqlServerBlock("A", 1, "second")),
