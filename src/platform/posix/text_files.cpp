@@ -52,7 +52,9 @@ std::unique_ptr<TextStream> PlainTextFiles::CreateTextFile(const std::filesystem
 }
 
 std::unique_ptr<TextStream> PlainTextFiles::OpenTextFile(const std::filesystem::path& file) {
-    return std::make_unique<PlainTextStream>(file, std::ios::in, kFileNotFound);
+    std::error_code ignored;
+    const ErrorNumber failure = std::filesystem::exists(file, ignored) ? kPathFileAccess : kFileNotFound;
+    return std::make_unique<PlainTextStream>(file, std::ios::in, failure);
 }
 
 }  // namespace iqrx::platform::posix
