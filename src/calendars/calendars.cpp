@@ -124,7 +124,7 @@ void CopyCalendarsIncremental(CopyRun& run, const std::string& runParameter) {
             });
         }
         subject.clear();
-        CloseCalcodesFile(run);
+        if (run.calcodesFile) CloseCalcodesFile(run);
         LogCountsAndClose(run, service);
     });
 }
