@@ -11,12 +11,12 @@ using namespace std::chrono_literals;
 WriteGroupLimits GroupLimits() {
     WriteGroupLimits limits;
     limits.time = 100ms;
-    // Our own connections look twice in a millisecond and are served by a short pause. Others wait with
-    // SQLite's own handler, which looks every 100 ms in the end and gives up after seconds (five, in many
-    // programs): each of them finds a quiet time in which no load is running, however many loads there are.
-    limits.pause = 0.02;
+    // Our own connections look twice in a millisecond and are served by a short pause. Others wait with SQLite's
+    // own handler, which looks every 100 ms in the end and gives up after seconds (five, in many programs): each of
+    // them meets two quiet times in which no load is running, however many loads there are.
+    limits.pause = 0.01;
     limits.quiet = 125ms;
-    limits.cycle = 3s;
+    limits.cycle = 2400ms;
     return limits;
 }
 
