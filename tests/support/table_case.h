@@ -16,14 +16,14 @@ namespace iqrx::testing {
 struct TableCase {
     std::string table;
     control::CopyRoutine copy;
-    Fields known;                         // a record whose row is there
-    Fields fresh;                         // a record whose row is not
-    Fields gone;                          // the key of a deleted record; nothing else is asked of it
-    std::string updateOfFresh;            // how the UPDATE begins that finds no row
+    Fields known = {};                    // a record whose row is there
+    Fields fresh = {};                    // a record whose row is not
+    Fields gone = {};                     // the key of a deleted record; nothing else is asked of it
+    std::string updateOfFresh = {};       // how the UPDATE begins that finds no row
     std::vector<std::string> parameters;  // of the audit criteria: "'FIELD' 'FROM' 'TO'"
     std::vector<std::string> outputFields;
-    std::string fetch;                         // the manager's call of a full copy
-    std::function<void(RecordingErp&)> serve;  // how the ERP serves the records, where not by an enumerator
+    std::string fetch = {};                         // the manager's call of a full copy
+    std::function<void(RecordingErp&)> serve = {};  // how the ERP serves the records, where not by an enumerator
 };
 
 struct GoldenCase {

@@ -121,8 +121,10 @@ std::string Contents(const std::filesystem::path& file) {
     return text;
 }
 
-TestProcess::TestProcess()
-    : process({clock, locale, timeZone, messageBox, xml, files, directory.path}, database, erp, objects,
+TestProcess::TestProcess() : TestProcess(database) {}
+
+TestProcess::TestProcess(platform::DatabaseProvider& databases)
+    : process({clock, locale, timeZone, messageBox, xml, files, directory.path}, databases, erp, objects,
               diagnostics),
       run(process) {}
 

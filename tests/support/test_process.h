@@ -72,6 +72,7 @@ std::string Contents(const std::filesystem::path& file);  // line ends as "\n"
 
 struct TestProcess {
     TestProcess();
+    explicit TestProcess(platform::DatabaseProvider& databases);  // instead of `database`
 
     // A run of the platform, with an open database and a run log in the directory.
     void OpenDatabase(platform::Integer databasePlatform = 1);

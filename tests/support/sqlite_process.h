@@ -1,0 +1,27 @@
+// A process of the copy on an embedded database of its own, with the schema in place; machine and ERP exist
+// in the test alone.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "support/test_process.h"
+
+namespace iqrx::testing {
+
+struct EmbeddedDatabases : platform::DatabaseProvider {
+    std::unique_ptr<platform::Connection> CreateConnection(std::string_view connectionString) override;
+};
+
+struct SqliteProcess : private EmbeddedDatabases, TestProcess {
+    explicit SqliteProcess(platform::Integer databasePlatform = 1);
+
+    void Execute(const std::string& sql) { process.database.Execute(sql); }
+    // The rows of a select, the named fields as texts with "|" between them, NULL for Null.
+    std::vector<std::string> Rows(const std::string& sql, const std::vector<std::string>& fields);
+    // A copied table's row in the control table.
+    void GivenTable(const std::string& table, platform::Integer filterFlag);
+    std::string LastUpdate(const std::string& table);
+};
+
+}  // namespace iqrx::testing
