@@ -1,8 +1,8 @@
 # One set of compile options for every target.
 add_library(iqrx_options INTERFACE)
-target_compile_options(iqrx_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow=local -Wconversion -Wno-sign-conversion -Werror)
+target_compile_options(iqrx_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wno-sign-conversion -Werror)
 # GCC 12 sees overlapping copies in std::string's own operator+ once it inlines it.
-target_compile_options(iqrx_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+target_compile_options(iqrx_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local> $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 target_include_directories(iqrx_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 
 if(IQRX_SANITIZE)

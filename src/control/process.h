@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "control/control_tables.h"
 #include "control/table_catalog.h"
@@ -30,7 +31,7 @@ struct Process {
     Process(platform::Machine machineToUse, platform::DatabaseProvider& databaseProvider,
             erp::ErpProvider& erpProvider, platform::ObjectFactory& objectFactory,
             std::ostream& diagnosticsStream)
-        : machine(machineToUse),
+        : machine(std::move(machineToUse)),
           databases(databaseProvider),
           erps(erpProvider),
           objects(objectFactory),

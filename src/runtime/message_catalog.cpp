@@ -1,11 +1,9 @@
 #include "runtime/message_catalog.h"
 
-#include <utility>
-
 namespace iqrx::runtime {
 
-MessageCatalog::MessageCatalog(platform::XmlDocumentFactory& xml, std::filesystem::path programFolder)
-    : xml_(xml), file_(std::move(programFolder) / "I18nText.xml") {}
+MessageCatalog::MessageCatalog(platform::XmlDocumentFactory& xml, const std::filesystem::path& programFolder)
+    : xml_(xml), file_(programFolder / "I18nText.xml") {}
 
 std::string MessageCatalog::GetI18nText(std::string_view label) {
     try {

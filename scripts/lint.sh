@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Checks the formatting of every source file and runs the linter over this system's build.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/setup.sh
+git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
+cmake --preset debug >/dev/null
+git ls-files 'src/*.cpp' | grep -v -e /windows/ -e /com/ |
+  xargs -P "$(nproc)" -n 8 clang-tidy -p build/debug --quiet --warnings-as-errors='*'

@@ -1,0 +1,33 @@
+// Where the ports meet the machine: the adapters of this system, chosen and owned here.
+#pragma once
+
+#include <memory>
+
+#include "erp/erp.h"
+#include "platform/database.h"
+#include "platform/machine.h"
+#include "platform/object.h"
+
+namespace iqrx::hosting {
+
+// One per process; everything that it hands out is borrowed from it.
+class Composition {
+public:
+    // Reads the environment: where statements are traced, where the instance registry is. Raises RuntimeError
+    // when what it names cannot be used.
+    Composition();
+    ~Composition();
+    Composition(const Composition&) = delete;
+    Composition& operator=(const Composition&) = delete;
+
+    platform::Machine Machine();
+    platform::DatabaseProvider& Databases();
+    erp::ErpProvider& Erps();
+    platform::ObjectFactory& Objects();
+
+private:
+    struct Parts;
+    std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace iqrx::hosting

@@ -1,0 +1,81 @@
+#include "hosting/composition.h"
+
+#include <cstdlib>
+#include <optional>
+#include <string>
+
+#include "erp/extract/extract_erp.h"
+#include "platform/connection_string.h"
+#include "platform/error.h"
+#include "platform/posix/instance_registry.h"
+#include "platform/posix/machine.h"
+#include "platform/sqlite/sqlite_database.h"
+#include "platform/trace/tracing_database.h"
+
+namespace iqrx::hosting {
+
+namespace {
+
+class DatabaseChooser : public platform::DatabaseProvider {
+public:
+    std::unique_ptr<platform::Connection> CreateConnection(std::string_view text) override {
+        const platform::ConnectionString keys(text);
+        const auto provider = keys.Find("Provider");
+        if (provider && platform::EqualIgnoringCase(*provider, "SQLite"))
+            return platform::CreateSqliteConnection();
+        platform::RaiseRuntimeError(
+            platform::kInvalidProcedureCall,
+            "the connection string must begin with \"Provider=SQLite;Data Source=FILE\", or "
+            "with \"Driver=...\" or \"DSN=...\" for ODBC");
+    }
+};
+
+class ErpChooser : public erp::ErpProvider {
+public:
+    std::unique_ptr<erp::Erp> Open(const std::string& runParameter) override {
+        constexpr std::string_view kExtract = "extract=";
+        if (!runParameter.starts_with(kExtract))
+            platform::RaiseRuntimeError(
+                platform::kInvalidProcedureCall,
+                "the run parameter \"" + runParameter +
+                    "\" names no ERP that this system can reach; it takes extract=DIRECTORY");
+        return erp::extract::OpenExtract(runParameter.substr(kExtract.size()));
+    }
+};
+
+std::optional<std::filesystem::path> FileInVariable(const char* variable) {
+    const char* value = std::getenv(variable);
+    if (!value || !*value) return std::nullopt;
+    return value;
+}
+
+}  // namespace
+
+struct Composition::Parts {
+    Parts() {
+        if (const auto file = FileInVariable("QRX_SQL_TRACE")) tracing.emplace(databases, *file);
+    }
+
+    platform::posix::PosixMachine machine;
+    DatabaseChooser databases;
+    std::optional<platform::trace::TracingDatabaseProvider> tracing;
+    ErpChooser erps;
+    platform::posix::InstanceRegistryFactory objects{FileInVariable("QRX_INSTANCE")};
+};
+
+Composition::Composition() : parts_(std::make_unique<Parts>()) {}
+
+Composition::~Composition() = default;
+
+platform::Machine Composition::Machine() { return parts_->machine.Ports(); }
+
+platform::DatabaseProvider& Composition::Databases() {
+    if (parts_->tracing) return *parts_->tracing;
+    return parts_->databases;
+}
+
+erp::ErpProvider& Composition::Erps() { return parts_->erps; }
+
+platform::ObjectFactory& Composition::Objects() { return parts_->objects; }
+
+}  // namespace iqrx::hosting

@@ -1,0 +1,145 @@
+#include "qrxctl/copy_command.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <iomanip>
+#include <ostream>
+
+#include "hosting/cls_data_copy_handler.h"
+#include "platform/connection_string.h"
+#include "platform/date.h"
+#include "platform/error.h"
+#include "qrxctl/progress.h"
+
+namespace iqrx::qrxctl {
+
+using control::Outcome;
+using platform::Integer;
+using platform::Long;
+
+namespace {
+
+struct Result {
+    std::string table;
+    Long inserted = 0, updated = 0, deleted = 0;
+    double seconds = 0;
+    Outcome outcome = Outcome::None;
+    std::string cause;
+};
+
+// Keeps the counts of a run.
+struct CountsListener : control::DataCopyEvents {
+    explicit CountsListener(Result& resultToFill) : result(resultToFill) {}
+    void DataCopyStarted(platform::Date, Integer) override {}
+    void DataCopyError(platform::Date, Integer, Integer, const std::string&) override {}
+    void DataCopyComplete(platform::Date, Integer, Long icount, Long ucount, Long dcount) override {
+        result.inserted = icount;
+        result.updated = ucount;
+        result.deleted = dcount;
+    }
+    void DataCopyAlreadyInProgress(platform::Date, Integer) override {}
+    void DataCopydone() override {}
+    Result& result;
+};
+
+const char* Word(Outcome outcome) {
+    switch (outcome) {
+        case Outcome::Complete:
+            return "completed";
+        case Outcome::AlreadyInProgress:
+            return "in use";
+        default:
+            return "failed";
+    }
+}
+
+std::vector<Integer> IdsOf(const control::TableCatalog& catalog, const std::vector<std::string>& tables) {
+    std::vector<Integer> ids;
+    if (tables.empty()) {
+        for (Integer id = 0; id < control::kAllTables; ++id)
+            if (!catalog.GetTableName(id).empty()) ids.push_back(id);
+        return ids;
+    }
+    for (const std::string& table : tables) {
+        Integer id = 0;
+        while (id < control::kAllTables && !platform::EqualIgnoringCase(catalog.GetTableName(id), table))
+            ++id;
+        if (id == control::kAllTables || table.empty())
+            throw UnknownTable("no table \"" + table + "\" in the catalog");
+        ids.push_back(id);
+    }
+    return ids;
+}
+
+// The moment is stamped as it stands: the audit window begins at what the control table holds.
+void SetLastUpdate(control::Process& process, const Options& options, const std::string& table,
+                   const std::string& since) {
+    const auto moment = platform::ParseIsoDate(since);
+    if (!moment)
+        platform::RaiseRuntimeError(platform::kTypeMismatch,
+                                    "--since \"" + since + "\" is not YYYY-MM-DD [HH:MM:SS]");
+    process.database.SetPlatform(PlatformNumber(options));
+    process.database.OpenDatabase(options.connection, options.database);
+    process.controlTables.SetTableLastUpdate(
+        table, process.database.Literals().WrapDateLiteral(runtime::FormatIsoDateTime(*moment)));
+    process.database.CloseDatabase();
+}
+
+Result CopyOne(control::Process& process, const Options& options, const CopyOptions& copy, Integer id) {
+    Result result{.table = process.catalog.GetTableName(id)};
+    const auto begin = std::chrono::steady_clock::now();
+    if (copy.since) SetLastUpdate(process, options, result.table, *copy.since);
+    CountsListener counts(result);
+    hosting::clsDataCopyHandler handler(process, &counts);
+    handler.HandleDataCopy(options.connection, options.database, id,
+                           copy.full ? control::kFull : control::kIncremental, options.logDirectory,
+                           options.erp, PlatformNumber(options));
+    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    result.outcome = handler.LastOutcome();
+    result.cause = process.runLog.FirstError();
+    return result;
+}
+
+void ShowTable(const std::vector<Result>& results, std::ostream& out) {
+    out << std::left << std::setw(10) << "table" << std::right << std::setw(10) << "inserted" << std::setw(10)
+        << "updated" << std::setw(10) << "deleted" << std::setw(10) << "seconds"
+        << "  outcome\n";
+    for (const Result& result : results) {
+        out << std::left << std::setw(10) << result.table << std::right << std::setw(10) << result.inserted
+            << std::setw(10) << result.updated << std::setw(10) << result.deleted << std::setw(10)
+            << std::fixed << std::setprecision(2) << result.seconds << "  " << Word(result.outcome);
+        if (!result.cause.empty()) out << ": " << result.cause;
+        out << '\n';
+    }
+    out.flush();
+}
+
+hosting::ExitCode Worst(const std::vector<Result>& results) {
+    const auto any = [&](Outcome outcome) {
+        return std::ranges::count(results, outcome, &Result::outcome) > 0;
+    };
+    if (any(Outcome::Error) || any(Outcome::None)) return hosting::kFailed;
+    return any(Outcome::AlreadyInProgress) ? hosting::kTableInUse : hosting::kCompleted;
+}
+
+}  // namespace
+
+hosting::ExitCode Copy(hosting::Composition& parts, const Options& options, const CopyOptions& copy,
+                       std::ostream& out, std::ostream& progressOut) {
+    Progress progress(progressOut, isatty(STDERR_FILENO) != 0);
+    CountingDatabase databases(parts.Databases(), progress);
+    control::Process process(parts.Machine(), databases, parts.Erps(), parts.Objects(), progressOut);
+    PrepareProcess(process, options);
+    std::vector<Result> results;
+    for (const Integer id : IdsOf(process.catalog, copy.tables)) {
+        progress.Begin(process.catalog.GetTableName(id));
+        results.push_back(CopyOne(process, options, copy, id));
+        progress.End(Word(results.back().outcome));
+    }
+    ShowTable(results, out);
+    return Worst(results);
+}
+
+}  // namespace iqrx::qrxctl

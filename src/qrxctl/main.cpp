@@ -1,0 +1,150 @@
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <iostream>
+
+#include "hosting/composition.h"
+#include "platform/error.h"
+#include "qrxctl/copy_command.h"
+#include "qrxctl/init_command.h"
+#include "qrxctl/sample.h"
+#include "qrxctl/status_command.h"
+
+namespace {
+
+using iqrx::hosting::Composition;
+using iqrx::qrxctl::CopyOptions;
+using iqrx::qrxctl::Options;
+
+constexpr int kUsageError = 64;
+
+// A command does its work when it was chosen and answers the exit code.
+using Command = std::function<int()>;
+
+void AddCommonOptions(CLI::App& app, Options& options) {
+    app.set_config("--config", "", "INI file that may hold any option")->envname("QRXCTL_CONFIG");
+    app.add_option("--connection", options.connection, "connection string of the local database")
+        ->envname("QRXCTL_CONNECTION");
+    app.add_option("--database", options.database, "database or schema; empty: the login's own")
+        ->envname("QRXCTL_DATABASE");
+    app.add_option("--platform", options.platform, "dialect of the statements")
+        ->check(CLI::IsMember({"sqlserver", "oracle"}))
+        ->envname("QRXCTL_PLATFORM")
+        ->capture_default_str();
+    app.add_option("--erp", options.erp, "run parameter: extract=DIRECTORY, or what the ERP's classes take")
+        ->envname("QRXCTL_ERP");
+    app.add_option("--group", options.group, "tree group whose tables form the catalog")
+        ->envname("QRXCTL_GROUP")
+        ->capture_default_str();
+    app.add_option("--log-dir", options.logDirectory, "where logs go; empty: the current directory")
+        ->envname("QRXCTL_LOG_DIR");
+}
+
+void RequireConnection(const Options& options) {
+    if (options.connection.empty()) throw CLI::RequiredError("--connection");
+}
+
+void AddInit(CLI::App& app, const Options& options, Command& chosen) {
+    app.add_subcommand("init", "Put schema and catalog of the local database in place")->callback([&] {
+        RequireConnection(options);
+        chosen = [&] {
+            Composition parts;
+            iqrx::qrxctl::Init(parts, options, parts.Machine().programFolder / "schema");
+            return 0;
+        };
+    });
+}
+
+void AddCopy(CLI::App& app, const Options& options, CopyOptions& copy, Command& chosen) {
+    CLI::App* command = app.add_subcommand("copy", "Copy tables, one request each");
+    CLI::Option* tables = command->add_option("tables", copy.tables, "names of tables");
+    CLI::Option* all = command->add_flag("--all", "every table of the catalog")->excludes(tables);
+    CLI::Option* full = command->add_flag("--full", copy.full, "copy everything the ERP holds");
+    CLI::Option* incremental =
+        command->add_flag("--incremental", "apply the audit trail since the last update");
+    incremental->excludes(full);
+    command->add_option("--since", copy.since, "set the last update back to YYYY-MM-DD [HH:MM:SS] first")
+        ->excludes(full);
+    command->callback([=, &options, &copy, &chosen] {
+        RequireConnection(options);
+        if (!*tables && !*all) throw CLI::RequiredError("TABLE... or --all");
+        if (!*full && !*incremental) throw CLI::RequiredError("--full or --incremental");
+        chosen = [&] {
+            Composition parts;
+            return static_cast<int>(iqrx::qrxctl::Copy(parts, options, copy, std::cout, std::cerr));
+        };
+    });
+}
+
+void AddStatus(CLI::App& app, const Options& options, bool& json, Command& chosen) {
+    CLI::App* command = app.add_subcommand("status", "Show last update, lock and rows of each table");
+    command->add_flag("--json", json, "as JSON");
+    command->callback([&] {
+        RequireConnection(options);
+        chosen = [&] {
+            Composition parts;
+            iqrx::qrxctl::Status(parts, options, json, std::cout);
+            return 0;
+        };
+    });
+}
+
+void AddSample(CLI::App& app, std::string& directory, iqrx::qrxctl::SampleSize& size, Command& chosen) {
+    CLI::App* command = app.add_subcommand("sample", "Write an ERP extract of realistic, repeatable data");
+    command->add_option("directory", directory, "where to write it")->required();
+    command->add_option("--orders", size.orders, "number of service orders")
+        ->required()
+        ->check(CLI::NonNegativeNumber);
+    command->add_option("--changes", size.changes, "changes to orders in the audit trail")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+    command->add_option("--seed", size.seed, "the same seed gives the same data")->capture_default_str();
+    command->callback([&] {
+        chosen = [&] {
+            iqrx::qrxctl::WriteSample(directory, size);
+            return 0;
+        };
+    });
+}
+
+int Complain(const std::string& what, int code) {
+    std::string line = what;
+    for (char& c : line)
+        if (c == '\r' || c == '\n') c = ' ';
+    std::cerr << "qrxctl: " << line << std::endl;
+    return code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    CopyOptions copy;
+    bool json = false;
+    std::string directory;
+    iqrx::qrxctl::SampleSize size;
+    Command chosen;
+
+    CLI::App app(
+        "Operates the data copy service: prepares the local database, copies tables, shows their state.");
+    app.require_subcommand(1);
+    app.fallthrough();
+    AddCommonOptions(app, options);
+    AddInit(app, options, chosen);
+    AddCopy(app, options, copy, chosen);
+    AddStatus(app, options, json, chosen);
+    AddSample(app, directory, size, chosen);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) return app.exit(error);
+        return Complain(error.what(), kUsageError);
+    }
+    try {
+        return chosen();
+    } catch (const iqrx::qrxctl::UnknownTable& error) {
+        return Complain(error.what(), kUsageError);
+    } catch (...) {
+        return Complain(iqrx::platform::CurrentError().description, iqrx::hosting::kFailed);
+    }
+}
