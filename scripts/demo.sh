@@ -35,10 +35,15 @@ echo "exit code $?"
 echo
 echo "== The change-log that the incremental copy left for the applications"
 sqlite3 -box "$database" "
-  SELECT 'order' AS what, orno, NULL AS line, action FROM tssoc200_audit
-  UNION ALL SELECT 'activity', orno, acln, action FROM tssoc210_audit
-  UNION ALL SELECT 'assignment', orno, asln, action FROM tssoc206_audit
-  ORDER BY orno, what, line"
+  WITH change(orno, kind, line, action) AS (
+    SELECT orno, 'order', 0, action FROM tssoc200_audit UNION ALL
+    SELECT orno, 'activity', acln, action FROM tssoc210_audit UNION ALL
+    SELECT orno, 'assignment', asln, action FROM tssoc206_audit ORDER BY 1, 2, 3)
+  SELECT orno AS \"service order\",
+         max(CASE kind WHEN 'order' THEN action END) AS change,
+         group_concat(CASE kind WHEN 'activity' THEN action || ' ' || line END, ', ') AS activities,
+         group_concat(CASE kind WHEN 'assignment' THEN action || ' ' || line END, ', ') AS assignments
+  FROM change GROUP BY orno"
 
 echo
 echo "== What was copied"

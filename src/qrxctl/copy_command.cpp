@@ -26,7 +26,7 @@ struct Result {
     Long inserted = 0, updated = 0, deleted = 0;
     double seconds = 0;
     Outcome outcome = Outcome::None;
-    std::string cause;
+    std::string cause = {};
 };
 
 // Keeps the counts of a run.
@@ -55,14 +55,14 @@ const char* Word(Outcome outcome) {
     }
 }
 
-std::vector<Integer> IdsOf(const control::TableCatalog& catalog, const std::vector<std::string>& tables) {
+std::vector<Integer> IdsOf(const control::TableCatalog& catalog, const CopyOptions& copy) {
     std::vector<Integer> ids;
-    if (tables.empty()) {
+    if (copy.all) {
         for (Integer id = 0; id < control::kAllTables; ++id)
             if (!catalog.GetTableName(id).empty()) ids.push_back(id);
         return ids;
     }
-    for (const std::string& table : tables) {
+    for (const std::string& table : copy.tables) {
         Integer id = 0;
         while (id < control::kAllTables && !platform::EqualIgnoringCase(catalog.GetTableName(id), table))
             ++id;
@@ -133,7 +133,7 @@ hosting::ExitCode Copy(hosting::Composition& parts, const Options& options, cons
     control::Process process(parts.Machine(), databases, parts.Erps(), parts.Objects(), progressOut);
     PrepareProcess(process, options);
     std::vector<Result> results;
-    for (const Integer id : IdsOf(process.catalog, copy.tables)) {
+    for (const Integer id : IdsOf(process.catalog, copy)) {
         progress.Begin(process.catalog.GetTableName(id));
         results.push_back(CopyOne(process, options, copy, id));
         progress.End(Word(results.back().outcome));

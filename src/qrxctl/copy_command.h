@@ -13,8 +13,10 @@
 namespace iqrx::qrxctl {
 
 struct CopyOptions {
-    std::vector<std::string> tables;  // empty: all of the catalog
+    std::vector<std::string> tables;
+    bool all = false;  // every table of the catalog
     bool full = false;
+    bool incremental = false;
     std::optional<std::string> since;  // read the audit trail from this moment on instead of the last update
 };
 

@@ -57,10 +57,10 @@ void AddInit(CLI::App& app, const Options& options, Command& chosen) {
 void AddCopy(CLI::App& app, const Options& options, CopyOptions& copy, Command& chosen) {
     CLI::App* command = app.add_subcommand("copy", "Copy tables, one request each");
     CLI::Option* tables = command->add_option("tables", copy.tables, "names of tables");
-    CLI::Option* all = command->add_flag("--all", "every table of the catalog")->excludes(tables);
+    CLI::Option* all = command->add_flag("--all", copy.all, "every table of the catalog")->excludes(tables);
     CLI::Option* full = command->add_flag("--full", copy.full, "copy everything the ERP holds");
     CLI::Option* incremental =
-        command->add_flag("--incremental", "apply the audit trail since the last update");
+        command->add_flag("--incremental", copy.incremental, "apply the audit trail since the last update");
     incremental->excludes(full);
     command->add_option("--since", copy.since, "set the last update back to YYYY-MM-DD [HH:MM:SS] first")
         ->excludes(full);

@@ -14,16 +14,16 @@ namespace {
 
 struct TableStatus {
     std::string table;
-    platform::Value lastUpdate;
+    platform::Value lastUpdate = {};
     bool inUse = false;
     platform::Long rows = 0;
-    std::string fullCopy;  // "never", "started" or "finished"
+    std::string fullCopyMark = {};  // "none", "started" or "finished"
 };
 
 std::string FullCopyMark(runtime::DatabaseSession& session, const std::string& table) {
     auto rows = session.OpenRecordset("SELECT * FROM tsfullsyncs WHERE tablename = " +
                                       session.Literals().QuoteSqlString(table));
-    if (rows->Eof()) return "never";
+    if (rows->Eof()) return "none";
     // The finish mark of SQL Server is a date, that of Oracle is none: there the start mark is none either.
     const bool unfinished =
         rows->Field("finishtime").Is<platform::Null>() && !rows->Field("starttime").Is<platform::Null>();
@@ -40,7 +40,7 @@ TableStatus StatusOf(runtime::DatabaseSession& session, const std::string& table
         status.inUse = !inUse.Is<platform::Null>() && platform::ToLong(inUse) == 1;
     }
     status.rows = platform::ToLong(session.OpenRecordset("SELECT count(*) FROM " + table)->Field(0));
-    status.fullCopy = FullCopyMark(session, table);
+    status.fullCopyMark = FullCopyMark(session, table);
     return status;
 }
 
@@ -53,12 +53,12 @@ std::string LastUpdateText(const TableStatus& status) {
 void ShowTable(const std::vector<TableStatus>& tables, std::ostream& out) {
     out << std::left << std::setw(10) << "table" << std::setw(21) << "last update" << std::setw(8) << "in use"
         << std::right << std::setw(10) << "rows"
-        << "  full copy\n";
+        << "  full-copy mark\n";
     for (const TableStatus& status : tables) {
         const std::string lastUpdate = LastUpdateText(status);
         out << std::left << std::setw(10) << status.table << std::setw(21)
             << (lastUpdate.empty() ? "never" : lastUpdate) << std::setw(8) << (status.inUse ? "yes" : "no")
-            << std::right << std::setw(10) << status.rows << "  " << status.fullCopy << '\n';
+            << std::right << std::setw(10) << status.rows << "  " << status.fullCopyMark << '\n';
     }
 }
 
@@ -70,7 +70,7 @@ void ShowJson(const std::vector<TableStatus>& tables, std::ostream& out) {
         out << separator << "  {\"table\":" << platform::JsonText(status.table)
             << ",\"last_update\":" << (lastUpdate.empty() ? "null" : platform::JsonText(lastUpdate))
             << ",\"in_use\":" << (status.inUse ? "true" : "false") << ",\"rows\":" << status.rows
-            << ",\"full_copy\":" << platform::JsonText(status.fullCopy) << '}';
+            << ",\"full_copy_mark\":" << platform::JsonText(status.fullCopyMark) << '}';
         separator = ",\n";
     }
     out << "\n]\n";
@@ -84,7 +84,7 @@ void Status(hosting::Composition& parts, const Options& options, bool json, std:
     process.database.SetPlatform(PlatformNumber(options));
     process.database.OpenDatabase(options.connection, options.database);
     std::vector<TableStatus> tables;
-    for (int id = 0; id < control::kAllTables; ++id)
+    for (int id = 0; id < control::TableCatalog::kLastId; ++id)
         if (const std::string table = process.catalog.GetTableName(id); !table.empty())
             tables.push_back(StatusOf(process.database, table));
     process.database.CloseDatabase();
