@@ -36,10 +36,10 @@ void CreateCalcodesFile(CopyRun& run) {
 }
 
 void WriteCalcode(CopyRun& run, const platform::Value& sCalCode) {
-    std::string subject;
+    Subject subject;
     LogFailure(run, kCodesFile, subject, [&] {
         const std::string code = platform::ToText(sCalCode);
-        subject = "calendar " + code;
+        subject = CalendarNamed(code);
         OpenFile(run).WriteLine(code);
     });
 }

@@ -68,8 +68,6 @@ void LogCountsAndClose(CopyRun& run, CalendarService& service) {
     service.Close();
 }
 
-std::string CalendarNamed(const std::string& code) { return "calendar " + code; }
-
 bool CalendarsAreExpanded(CopyRun& run) {
     return platform::ToDouble(run.process.controlTables.GetTVKFilter()) == 1;
 }
@@ -92,7 +90,7 @@ void CopyCalendars(CopyRun& run, const std::string&, const std::string& runParam
 }
 
 void CopyCalendarsFull(CopyRun& run, const std::string& runParameter) {
-    std::string subject;
+    Subject subject;
     LogFailure(run, kActualCalendars, subject, [&] {
         CalendarService service(run, runParameter);
         const DateWindow window = ComputeDateWindow(run);
@@ -102,14 +100,14 @@ void CopyCalendarsFull(CopyRun& run, const std::string& runParameter) {
             subject = CalendarNamed(calendar);
             CopyIntervals(run, service, window, calendar, [&] { DeleteCalendar(run, calendar); });
         }
-        subject.clear();
+        subject = {};
         if (!calendars.empty()) run.Database().Execute("DELETE FROM tcccp030 WHERE upd_flag = 1");
         LogCountsAndClose(run, service);
     });
 }
 
 void CopyCalendarsIncremental(CopyRun& run, const std::string& runParameter) {
-    std::string subject;
+    Subject subject;
     LogFailure(run, kActualCalendars, subject, [&] {
         const CodesFileGuard guard{run};
         CalendarService service(run, runParameter);
@@ -123,7 +121,7 @@ void CopyCalendarsIncremental(CopyRun& run, const std::string& runParameter) {
                 WriteCalcode(run, calendar);
             });
         }
-        subject.clear();
+        subject = {};
         if (run.calcodesFile) CloseCalcodesFile(run);
         LogCountsAndClose(run, service);
     });
@@ -145,7 +143,7 @@ void CopyCalendar(CopyRun& run, const std::string& calendar, const std::string& 
 }
 
 void CopyEmployeeCalendar(CopyRun& run, const std::string& employee, const std::string& runParameter) {
-    LogFailure(run, kCopyEmployeeCalendar, "employee " + employee, [&] {
+    LogFailure(run, kCopyEmployeeCalendar, {"employee", employee}, [&] {
         auto rows = run.Database().OpenRecordset("SELECT * FROM tsmdm140 WHERE emno = " +
                                                  run.Literals().QuoteSqlString(employee));
         const std::string calendar = platform::ToText(rows->Field("ccal"));

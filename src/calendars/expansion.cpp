@@ -12,27 +12,23 @@ using platform::CursorType;
 using platform::Date;
 using platform::LockType;
 using platform::Recordset;
+using platform::Value;
 
 namespace {
 
 constexpr FailureText kExpandCalendars{"STIT0023", "Expand Calendars"};
 
 struct Interval {
-    std::string calendar;
-    std::string availabilityType;
-    Date start, end;  // UTC
-    int days;         // local day boundaries between the two; not above 0 for an interval of one piece
+    Value calendar, availabilityType;  // texts
+    Date start, end;                   // UTC
+    int days;  // local day boundaries between the two; not above 0 for an interval of one piece
 };
 
-Interval ReadInterval(Recordset& source) {
-    Interval interval;
-    interval.calendar = platform::ToText(source.Field("ccal"));
-    interval.availabilityType = platform::ToText(source.Field("ract"));
-    interval.days =
-        platform::DaysBetween(platform::ToDate(source.Field("stdt")), platform::ToDate(source.Field("endt")));
-    interval.start = platform::ToDate(source.Field("ustm"));
-    interval.end = platform::ToDate(source.Field("uftm"));
-    return interval;
+Interval ReadInterval(Recordset& source, const std::string& calendar) {
+    return {
+        calendar, platform::ToText(source.Field("ract")), platform::ToDate(source.Field("ustm")),
+        platform::ToDate(source.Field("uftm")),
+        platform::DaysBetween(platform::ToDate(source.Field("stdt")), platform::ToDate(source.Field("endt")))};
 }
 
 void AddPiece(Recordset& target, const Interval& interval, Date start, Date end) {
@@ -52,11 +48,11 @@ void ExpandInterval(const Interval& interval, Recordset& target) {
                  platform::AddDays(interval.end, day - interval.days));
 }
 
-void ExpandRows(Recordset& source, Recordset& target, std::string& subject) {
+void ExpandRows(Recordset& source, Recordset& target, Subject& subject) {
     if (source.Bof() && source.Eof()) return;
     for (source.MoveFirst(); !source.Eof(); source.MoveNext()) {
-        subject = "calendar " + platform::ToText(source.Field("ccal"));
-        ExpandInterval(ReadInterval(source), target);
+        subject = CalendarNamed(platform::ToText(source.Field("ccal")));
+        ExpandInterval(ReadInterval(source, subject.code), target);
     }
 }
 
@@ -69,7 +65,7 @@ std::unique_ptr<Recordset> OpenTarget(CopyRun& run) {
                                         LockType::Optimistic);
 }
 
-void ExpandCalendar(CopyRun& run, const std::string& calendar, std::string& subject) {
+void ExpandCalendar(CopyRun& run, const std::string& calendar, Subject& subject) {
     auto source =
         OpenSource(run, "select * from tcccp030 WHERE  ccal=" + run.Literals().QuoteSqlString(calendar));
     DeleteExpandedCalendar(run, calendar);
@@ -92,13 +88,13 @@ std::unique_ptr<platform::TextStream> OpenCalcodesFile(CopyRun& run) {
 }  // namespace
 
 void ExpandCalendars(CopyRun& run) {
-    std::string subject;
+    Subject subject;
     LogFailure(run, kExpandCalendars, subject, [&] {
         auto source = OpenSource(run, "select * from tcccp030");
         run.Database().Execute("truncate table tcccp031 ");
         auto target = OpenTarget(run);
         ExpandRows(*source, *target, subject);
-        subject.clear();
+        subject = {};
         source->Close();
         target->Close();
         run.process.runLog.LogTableCounts("tcccp031", 0, 0, 0);
@@ -106,19 +102,19 @@ void ExpandCalendars(CopyRun& run) {
 }
 
 void ExpandListedCalendars(CopyRun& run) {
-    std::string subject;
+    Subject subject;
     LogFailure(run, kExpandCalendars, subject, [&] {
         const auto codes = OpenCalcodesFile(run);
         while (codes && !codes->AtEndOfStream()) {
             const std::string calendar = codes->ReadLine();
-            subject = "calendar " + calendar;
+            subject = CalendarNamed(calendar);
             ExpandCalendar(run, calendar, subject);
         }
     });
 }
 
 void DeleteExpandedCalendar(CopyRun& run, const std::string& calendar) {
-    LogFailure(run, kDeleteCalendar, "calendar " + calendar, [&] {
+    LogFailure(run, kDeleteCalendar, CalendarNamed(calendar), [&] {
         run.Database().DbConnection().SetCommandTimeout(0);
         run.Database().Execute("DELETE FROM tcccp031 WHERE ccal = " + run.Literals().QuoteSqlString(calendar));
     });

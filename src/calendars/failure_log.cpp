@@ -2,7 +2,7 @@
 
 namespace iqrx::calendars {
 
-void LogFailure(CopyRun& run, const FailureText& text, const std::string& subject,
+void LogFailure(CopyRun& run, const FailureText& text, const Subject& subject,
                 const std::function<void()>& body) {
     try {
         body();
@@ -10,7 +10,7 @@ void LogFailure(CopyRun& run, const FailureText& text, const std::string& subjec
         const platform::RuntimeError error = platform::CurrentError();
         std::string line = " " + run.process.messages.GetI18nText(text.label);
         if (!text.fixed.empty()) line += " - " + std::string(text.fixed);
-        if (!subject.empty()) line += ", " + subject;
+        if (!subject.what.empty()) line += ", " + std::string(subject.what) + " " + subject.code;
         run.process.runLog.LogError(line, error);
     }
 }

@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "control/copy_run.h"
 
@@ -16,12 +17,19 @@ struct FailureText {
     std::string_view fixed = {};  // what the routine calls itself
 };
 
+// What a routine was about when it failed; nothing while `what` is empty.
+struct Subject {
+    std::string_view what = {};
+    std::string code = {};
+};
+inline Subject CalendarNamed(std::string code) { return {"calendar", std::move(code)}; }
+
 inline constexpr FailureText kActualCalendars{"STIT0023"};
 inline constexpr FailureText kDeleteCalendar{"SLBL0481", "Delete Calendar"};
 
-// Runs a routine's body. A failure goes to the run log with the text and `subject`, such as "calendar C1",
-// which the body may change as it goes on. Raises nothing.
-void LogFailure(CopyRun& run, const FailureText& text, const std::string& subject,
+// Runs a routine's body. A failure goes to the run log with the text and the subject, which the body may
+// change as it goes on. Raises nothing.
+void LogFailure(CopyRun& run, const FailureText& text, const Subject& subject,
                 const std::function<void()>& body);
 
 }  // namespace iqrx::calendars
