@@ -123,8 +123,10 @@ std::string Contents(const std::filesystem::path& file) {
 
 TestProcess::TestProcess() : TestProcess(database) {}
 
-TestProcess::TestProcess(platform::DatabaseProvider& databases)
-    : process({clock, locale, timeZone, messageBox, xml, files, directory.path}, databases, erp, objects,
+TestProcess::TestProcess(platform::DatabaseProvider& databases) : TestProcess(databases, erp) {}
+
+TestProcess::TestProcess(platform::DatabaseProvider& databases, erp::ErpProvider& erps)
+    : process({clock, locale, timeZone, messageBox, xml, files, directory.path}, databases, erps, objects,
               diagnostics),
       run(process) {}
 

@@ -72,7 +72,9 @@ std::string Contents(const std::filesystem::path& file);  // line ends as "\n"
 
 struct TestProcess {
     TestProcess();
-    explicit TestProcess(platform::DatabaseProvider& databases);  // instead of `database`
+    // With a database or an ERP of the test's own instead of `database` and `erp`; both are borrowed.
+    explicit TestProcess(platform::DatabaseProvider& databases);
+    TestProcess(platform::DatabaseProvider& databases, erp::ErpProvider& erps);
 
     // A run of the platform, with an open database and a run log in the directory.
     void OpenDatabase(platform::Integer databasePlatform = 1);

@@ -1,0 +1,94 @@
+// Service objects on the embedded database: what a full copy's blocks leave is what single upserts leave.
+#include <rapidcheck.h>
+
+#include "calendars/configuration.h"
+#include "calendars/object_pages.h"
+#include "embedded/embedded_process.h"
+
+namespace iqrx::testing {
+namespace {
+
+using namespace std::string_literals;
+using platform::Integer;
+
+constexpr int kColumns = 11;
+
+// Words of the blocks themselves, quotes, line breaks, and plain text between them.
+rc::Gen<std::string> AwkwardText() {
+    const auto piece = rc::gen::elementOf(std::vector<std::string>{
+        "'", "''", "\r\n", " BEGIN ", " END ", "END IF;", " ELSE ", "IF(@iCount) = 0", "N'", ";", "--", "/*",
+        "select @iCount = count(*)  from tscfg200 ", "DECLARE @iCount int", "pump", " ", "\xC3\xA9"});
+    return rc::gen::map(rc::gen::container<std::vector<std::string>>(piece),
+                        [](const std::vector<std::string>& pieces) {
+                            std::string text;
+                            for (const std::string& part : pieces) text += part;
+                            return text;
+                        });
+}
+
+// Few different keys, so that objects meet rows that are there.
+Fields AnyObject() {
+    const auto code = rc::gen::elementOf(std::vector<std::string>{"A", "B", "O'C", "BEGIN"});
+    return {{"getConfiguration", *code},
+            {"GetObject", *code},
+            {"getObjectNumber", *rc::gen::inRange<Integer>(-1, 3)},
+            {"getDescription", *AwkwardText()},
+            {"getObjectGroup", *AwkwardText()},
+            {"getServiceEmployee", *AwkwardText()},
+            {"getDeliveryCode", *AwkwardText()}};
+}
+
+std::vector<Fields> AnyObjects() {
+    std::vector<Fields> objects;
+    for (int i = *rc::gen::inRange(0, 40); i > 0; --i) objects.push_back(AnyObject());
+    return objects;
+}
+
+class EmbeddedServiceObjects : public EmbeddedProcess {
+protected:
+    void GivenRows(const std::vector<Fields>& objects) {
+        Execute("DELETE FROM tscfg200 WHERE 1=1");
+        Upsert(objects);
+    }
+    void Upsert(const std::vector<Fields>& objects) {
+        for (const Fields& object : objects)
+            calendars::UpsertServiceObject(run, *erp.MakeRecord(object, "object"), "tscfg200");
+    }
+    void CopyFull(const std::vector<Fields>& objects) {
+        erp.records = objects;
+        ServeObjectPages(erp);
+        calendars::CopyServiceObjects(run, "tscfg200", "run parameter", 1);
+    }
+    std::vector<std::string> Table() { return Rows("SELECT * FROM tscfg200", kColumns); }
+};
+
+TEST_F(EmbeddedServiceObjects, AreTheSameAfterBlocksAsAfterUpserts) {
+    EXPECT_TRUE(rc::check([&] {
+        const std::vector<Fields> before = AnyObjects(), copied = AnyObjects();
+        process.database.SetPlatform(*rc::gen::element(runtime::kSqlServer, runtime::kOracle));
+        GivenRows(before);
+        Upsert(copied);
+        const std::vector<std::string> wanted = Table();
+        GivenRows(before);
+        CopyFull(copied);
+        RC_ASSERT(Table() == wanted);
+        RC_ASSERT(run.counters.inserted == static_cast<platform::Long>(copied.size()));
+    }));
+}
+
+TEST_F(EmbeddedServiceObjects, LoseTheirCustomerManufacturerAndCalendar) {
+    Execute(
+        "INSERT INTO tscfg200 (ccfg, crob, oseq, dsca, cogr, emno, cusc, manu, ccal, cdel, upd_flag) "
+        "VALUES(N'C',N'O',N'1',N'old',N'G',N'E',N'CU',N'MA',N'CA',N'D',0)");
+    CopyFull({{{"getConfiguration", "C"s},
+               {"GetObject", "O"s},
+               {"getObjectNumber", Integer{1}},
+               {"getDescription", "new"s},
+               {"getObjectGroup", "G"s},
+               {"getServiceEmployee", "E"s},
+               {"getDeliveryCode", "D"s}}});
+    EXPECT_EQ(Table(), std::vector<std::string>{"C|O|1|new|G|E||||D|0"});
+}
+
+}  // namespace
+}  // namespace iqrx::testing
