@@ -1,9 +1,10 @@
 // Service objects on the embedded database: what a full copy's blocks leave is what single upserts leave.
+#include <gtest/gtest.h>
 #include <rapidcheck.h>
 
 #include "calendars/configuration.h"
 #include "calendars/object_pages.h"
-#include "embedded/embedded_process.h"
+#include "support/sqlite_process.h"
 
 namespace iqrx::testing {
 namespace {
@@ -11,7 +12,8 @@ namespace {
 using namespace std::string_literals;
 using platform::Integer;
 
-constexpr int kColumns = 11;
+const std::vector<std::string> kColumns = {"ccfg", "crob", "oseq", "dsca", "cogr",    "emno",
+                                           "cusc", "manu", "ccal", "cdel", "upd_flag"};
 
 // Words of the blocks themselves, quotes, line breaks, and plain text between them.
 rc::Gen<std::string> AwkwardText() {
@@ -44,7 +46,7 @@ std::vector<Fields> AnyObjects() {
     return objects;
 }
 
-class EmbeddedServiceObjects : public EmbeddedProcess {
+class EmbeddedServiceObjects : public SqliteProcess, public ::testing::Test {
 protected:
     void GivenRows(const std::vector<Fields>& objects) {
         Execute("DELETE FROM tscfg200 WHERE 1=1");

@@ -1,5 +1,7 @@
 #include "support/sqlite_process.h"
 
+#include <utility>
+
 #include "platform/conversions.h"
 #include "platform/sqlite/sqlite_database.h"
 
@@ -9,8 +11,12 @@ std::unique_ptr<platform::Connection> EmbeddedDatabases::CreateConnection(std::s
     return platform::CreateSqliteConnection({});  // a test's database need not outlive a crash
 }
 
-SqliteProcess::SqliteProcess(platform::Integer databasePlatform)
-    : TestProcess(static_cast<EmbeddedDatabases&>(*this)) {
+SqliteProcess::SqliteProcess(platform::Integer databasePlatform) : SqliteProcess(databasePlatform, erp) {}
+
+SqliteProcess::SqliteProcess(erp::ErpProvider& erps) : SqliteProcess(runtime::kSqlServer, erps) {}
+
+SqliteProcess::SqliteProcess(platform::Integer databasePlatform, erp::ErpProvider& erps)
+    : TestProcess(static_cast<EmbeddedDatabases&>(*this), erps) {
     const auto file = directory.path / "local.db";
     platform::ApplySqliteScript(file, Contents(IQRX_SOURCE_DIRECTORY "/schema/sqlite.sql"));
     process.database.SetPlatform(databasePlatform);
@@ -23,9 +29,10 @@ std::vector<std::string> SqliteProcess::Rows(const std::string& sql, const std::
     std::vector<std::string> found;
     for (auto rows = process.database.OpenRecordset(sql); !rows->Eof(); rows->MoveNext()) {
         std::string line;
+        const char* separator = "";
         for (const std::string& field : fields) {
             const platform::Value value = rows->Field(field);
-            line += line.empty() ? "" : "|";
+            line += std::exchange(separator, "|");
             if (value.Is<platform::Null>())
                 line += "NULL";
             else if (value.Is<platform::Date>())

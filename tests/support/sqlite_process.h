@@ -15,6 +15,7 @@ struct EmbeddedDatabases : platform::DatabaseProvider {
 
 struct SqliteProcess : private EmbeddedDatabases, TestProcess {
     explicit SqliteProcess(platform::Integer databasePlatform = 1);
+    explicit SqliteProcess(erp::ErpProvider& erps);  // borrowed, instead of `erp`
 
     void Execute(const std::string& sql) { process.database.Execute(sql); }
     // The rows of a select, the named fields as texts with "|" between them, NULL for Null.
@@ -22,6 +23,9 @@ struct SqliteProcess : private EmbeddedDatabases, TestProcess {
     // A copied table's row in the control table.
     void GivenTable(const std::string& table, platform::Integer filterFlag);
     std::string LastUpdate(const std::string& table);
+
+private:
+    SqliteProcess(platform::Integer databasePlatform, erp::ErpProvider& erps);
 };
 
 }  // namespace iqrx::testing
