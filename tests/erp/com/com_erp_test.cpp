@@ -1,0 +1,73 @@
+#include "erp/com/com_erp.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <vector>
+
+#include "platform/error.h"
+#include "platform/ini_file.h"
+
+namespace iqrx::erp::com {
+namespace {
+
+struct Nameless : platform::Object {
+    platform::Value Invoke(std::string_view, std::span<platform::Argument>) override { return {}; }
+};
+
+struct NamesOnly : platform::ObjectFactory {
+    platform::ObjectRef CreateObject(std::string_view progId) override {
+        created.emplace_back(progId);
+        return std::make_shared<Nameless>();
+    }
+    std::vector<std::string> created;
+};
+
+class ComErpTest : public ::testing::Test {
+protected:
+    ~ComErpTest() override { std::filesystem::remove(file); }
+    NamesOnly factory;
+    std::filesystem::path file = std::filesystem::temp_directory_path() / "iqrx_com_erp_test.ini";
+};
+
+TEST_F(ComErpTest, ClassesOfATableAreNamedByTheFile) {
+    std::ofstream(file) << "[tsmdm030]\nManager=Site.Manager\nRecord=Site.Record\n";
+    const auto erp = OpenComErp(factory, file);
+
+    erp->CreateManager({"tsmdm030", {}});
+    erp->CreateRecord({"tsmdm030", {}});
+    erp->CreateObject("com.orva.erp.audit.AuditReader");
+
+    EXPECT_EQ(factory.created,
+              (std::vector<std::string>{"Site.Manager", "Site.Record", "com.orva.erp.audit.AuditReader"}));
+}
+
+TEST_F(ComErpTest, ATableThatTheFileDoesNotNameIsAClearError) {
+    std::ofstream(file) << "[tsmdm030]\nManager=\n";
+    const auto erp = OpenComErp(factory, file);
+    for (const char* table : {"tsmdm030", "tsmdm100"}) {
+        try {
+            erp->CreateManager({table, {}});
+            FAIL() << table;
+        } catch (const platform::RuntimeError& error) {
+            EXPECT_EQ(error.number, platform::kCannotCreateObject);
+            EXPECT_NE(
+                error.description.find(std::string("iqrx_com_erp_test.ini names no Manager for ") + table),
+                std::string::npos)
+                << error.description;
+        }
+    }
+}
+
+TEST(ErpClassesFile, NamesBothClassesOfEveryTableWithAManager) {
+    const platform::IniFile classes(IQRX_PACKAGING_DIRECTORY "/ErpClasses.ini");
+    for (const char* table : {"tsmdm000", "tsmdm030", "tsmdm100", "tsmdm105", "tsmdm130", "tsmdm135",
+                              "tsmdm140", "tscfg220", "tscfg200", "tssoc200", "tssoc205", "tssoc206",
+                              "tssoc210", "tsspc200", "tsclm020", "tsclm024", "tcccp001", "tccom130"}) {
+        EXPECT_FALSE(classes.Find(table, "Manager").value_or("").empty()) << table;
+        EXPECT_FALSE(classes.Find(table, "Record").value_or("").empty()) << table;
+    }
+}
+
+}  // namespace
+}  // namespace iqrx::erp::com
