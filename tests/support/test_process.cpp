@@ -126,8 +126,9 @@ TestProcess::TestProcess() : TestProcess(database) {}
 TestProcess::TestProcess(platform::DatabaseProvider& databases) : TestProcess(databases, erp) {}
 
 TestProcess::TestProcess(platform::DatabaseProvider& databases, erp::ErpProvider& erps)
-    : process({clock, locale, timeZone, messageBox, xml, files, directory.path}, databases, erps, objects,
-              diagnostics),
+    : process({clock, locale, timeZone, messageBox, xml, files, directory.path,
+               static_cast<char>(std::filesystem::path::preferred_separator)},
+              databases, erps, objects, diagnostics),
       run(process) {}
 
 void TestProcess::OpenDatabase(platform::Integer databasePlatform) {
