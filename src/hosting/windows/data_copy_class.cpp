@@ -1,0 +1,141 @@
+#include "hosting/windows/data_copy_class.h"
+
+#include "calendars/calcodes_file.h"
+#include "calendars/calendars.h"
+#include "hosting/dispatch.h"
+#include "platform/conversions.h"
+#include "platform/date.h"
+#include "platform/windows/com_object.h"
+#include "platform/windows/variant.h"
+
+namespace iqrx::hosting::windows {
+
+using platform::Integer;
+using platform::Long;
+using platform::windows::Bstr;
+using platform::windows::ComRef;
+using platform::windows::FromBstr;
+using platform::windows::FromVariant;
+using platform::windows::ObjectOf;
+
+namespace {
+
+// The members of the events' interface.
+enum Event : DISPID { kStarted = 1, kError, kComplete, kAlreadyInProgress, kDone };
+
+control::CopyRequest RequestOf(BSTR connectionString, BSTR localDatabase, short tableId, short syncMethod,
+                               BSTR logFilePath, BSTR busComponent, const VARIANT& databasePlatform) {
+    return {FromBstr(connectionString),
+            FromBstr(localDatabase),
+            tableId,
+            syncMethod,
+            FromBstr(logFilePath),
+            FromBstr(busComponent),
+            platform::ToLong(FromVariant(databasePlatform, ObjectOf))};
+}
+
+}  // namespace
+
+DataCopyClass::DataCopyClass(ServerLifetime& lifetime, const TypeLibrary& library, ComRequests& requests)
+    : ComClass(lifetime, library, __uuidof(::clsDataCopy), __uuidof(__clsDataCopy)),
+      requests_(requests),
+      events_(*this, __uuidof(__clsDataCopy)),
+      dataCopy_(requests.Process(), Tables(), Calendars(), *this) {}
+
+void* DataCopyClass::Find(REFIID iid) {
+    if (iid == IID_IConnectionPointContainer) return static_cast<IConnectionPointContainer*>(this);
+    return ComClass::Find(iid);
+}
+
+HRESULT DataCopyClass::StartDataCopy(BSTR ConnectionString, BSTR LocalDatabase, short TableID, short SyncMethod,
+                                     BSTR LogFilePath, BSTR BOWBusComponent, VARIANT DatabasePlatform) {
+    return Method([&] {
+        const auto request = RequestOf(ConnectionString, LocalDatabase, TableID, SyncMethod, LogFilePath,
+                                       BOWBusComponent, DatabasePlatform);
+        requests_.Serve(
+            request, [&] { dataCopy_.StartDataCopy(request); }, [&] { FailWithoutCatalog(request); });
+    });
+}
+
+HRESULT DataCopyClass::CopyAllTables(BSTR ConnectionString, BSTR LocalDatabase, short SyncMethod,
+                                     BSTR LogFilePath, BSTR BOWBusComponent, VARIANT DatabasePlatform) {
+    return Method([&] {
+        dataCopy_.CopyAllTables(RequestOf(ConnectionString, LocalDatabase, control::kAllTables, SyncMethod,
+                                          LogFilePath, BOWBusComponent, DatabasePlatform));
+    });
+}
+
+HRESULT DataCopyClass::FormatFailedMessage(BSTR Title, BSTR Text, BSTR* Result) {
+    return Method([&] {
+        std::string result;
+        dataCopy_.FormatFailedMessage(FromBstr(Title), FromBstr(Text), result);
+        SysFreeString(std::exchange(*Result, Bstr(result).Detach()));
+    });
+}
+
+HRESULT DataCopyClass::getEmployeeCalenderList(IDispatch** objCalList) {
+    return Method([&] {
+        const auto list = ObjectOf(ComRef<IDispatch>::Share(*objCalList));
+        calendars::getEmployeeCalenderList(dataCopy_.Run(),
+                                           [&](const std::string& code) { Call(*list, "Add", code); });
+    });
+}
+
+HRESULT DataCopyClass::CreateCalcodesFile() {
+    return Method([&] { calendars::CreateCalcodesFile(dataCopy_.Run()); });
+}
+
+HRESULT DataCopyClass::WriteCalcode(VARIANT sCalCode) {
+    return Method([&] { calendars::WriteCalcode(dataCopy_.Run(), FromVariant(sCalCode, ObjectOf)); });
+}
+
+HRESULT DataCopyClass::CloseCalcodesFile() {
+    return Method([&] { calendars::CloseCalcodesFile(dataCopy_.Run()); });
+}
+
+HRESULT DataCopyClass::EnumConnectionPoints(IEnumConnectionPoints** points) {
+    *points = nullptr;  // there is one, which its clients know by name
+    return E_NOTIMPL;
+}
+
+HRESULT DataCopyClass::FindConnectionPoint(REFIID iid, IConnectionPoint** point) {
+    const bool known = iid == __uuidof(__clsDataCopy);
+    *point = known ? &events_ : nullptr;
+    if (!known) return CONNECT_E_NOCONNECTION;
+    events_.AddRef();
+    return S_OK;
+}
+
+void DataCopyClass::DataCopyStarted(platform::Date iTime, Integer iTableID) {
+    events_.Raise(kStarted, {iTime, iTableID});
+}
+
+void DataCopyClass::DataCopyError(platform::Date iTime, Integer iTableID, Integer ieNumber,
+                                  const std::string& ieMessage) {
+    events_.Raise(kError, {iTime, iTableID, ieNumber, ieMessage});
+}
+
+void DataCopyClass::DataCopyComplete(platform::Date iTime, Integer iTableID, Long icount, Long ucount,
+                                     Long dcount) {
+    events_.Raise(kComplete, {iTime, iTableID, icount, ucount, dcount});
+}
+
+void DataCopyClass::DataCopyAlreadyInProgress(platform::Date iTime, Integer iTableID) {
+    events_.Raise(kAlreadyInProgress, {iTime, iTableID});
+}
+
+void DataCopyClass::DataCopydone() { events_.Raise(kDone, {}); }
+
+// A client that waits for the outcome hears of the failure as of any other; the log that names its cause is
+// the request error log, since the run has none yet.
+void DataCopyClass::FailWithoutCatalog(const control::CopyRequest& request) {
+    auto& machine = requests_.Process().machine;
+    const std::string& directory =
+        request.logFilePath.empty() ? machine.defaultLogDirectory : request.logFilePath;
+    DataCopyError(
+        platform::TimeOfDay(machine.clock.Now()), request.tableId, -1,
+        "DataCopy Failed, see logfile '" + directory + machine.pathSeparator + "iQRXyDBSync.log' for details");
+    DataCopydone();
+}
+
+}  // namespace iqrx::hosting::windows

@@ -1,0 +1,27 @@
+#include "hosting/windows/handler_class.h"
+
+namespace iqrx::hosting::windows {
+
+using platform::windows::FromBstr;
+
+HandlerClass::HandlerClass(ServerLifetime& lifetime, const TypeLibrary& library, ComRequests& requests)
+    : ComClass(lifetime, library, __uuidof(::clsDataCopyHandler), IID_NULL),
+      requests_(requests),
+      handler_(requests.Process()) {}
+
+HRESULT HandlerClass::HandleDataCopy(BSTR ConnString, BSTR DBName, short TableID, short SyncMethod,
+                                     BSTR LogDirectory, BSTR BusComponent, LONG DatabasePlatform) {
+    return Method([&] {
+        const control::CopyRequest request{
+            FromBstr(ConnString),   FromBstr(DBName),       TableID,         SyncMethod,
+            FromBstr(LogDirectory), FromBstr(BusComponent), DatabasePlatform};
+        const auto handle = [&] {
+            handler_.HandleDataCopy(request.connectionString, request.localDatabase, request.tableId,
+                                    request.syncMethod, request.logFilePath, request.busComponent,
+                                    request.databasePlatform);
+        };
+        requests_.Serve(request, handle, [] {});
+    });
+}
+
+}  // namespace iqrx::hosting::windows

@@ -1,0 +1,45 @@
+#include <cstdio>
+#include <iostream>
+
+#include "hosting/composition.h"
+#include "hosting/sub_main.h"
+#include "hosting/windows/registration.h"
+#include "hosting/windows/server.h"
+#include "hosting/windows/start.h"
+#include "platform/error.h"
+#include "platform/windows/com.h"
+
+namespace iqrx::hosting::windows {
+
+namespace {
+
+// The program has no window and no console of its own; one that was started from a console speaks there.
+void UseConsoleOfParent() {
+    if (GetFileType(GetStdHandle(STD_ERROR_HANDLE)) != FILE_TYPE_UNKNOWN) return;
+    if (AttachConsole(ATTACH_PARENT_PROCESS)) _wfreopen(L"CONOUT$", L"w", stderr);
+}
+
+int Run(const Start& start) {
+    if (start.kind == StartKind::Register) return RegisterServer(), kCompleted;
+    if (start.kind == StartKind::Unregister) return UnregisterServer(), kCompleted;
+    Composition parts;
+    control::Process process(parts.Machine(), parts.Databases(), parts.Erps(), parts.Objects(), std::cerr);
+    if (start.kind == StartKind::Embedding) return RunServer(process), kCompleted;
+    return SubMain(process, start.commandLine);
+}
+
+}  // namespace
+
+}  // namespace iqrx::hosting::windows
+
+int wmain(int argc, wchar_t** argv) {
+    using namespace iqrx;
+    try {
+        const auto start = hosting::windows::ReadStart(argc, argv);
+        if (start.kind != hosting::windows::StartKind::Embedding) hosting::windows::UseConsoleOfParent();
+        return hosting::windows::Run(start);
+    } catch (...) {
+        std::cerr << runtime::DiagnosticLine(platform::CurrentError().description) << std::endl;
+        return hosting::kFailed;
+    }
+}
