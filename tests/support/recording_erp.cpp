@@ -83,7 +83,8 @@ ObjectRef RecordingErp::CreateObject(std::string_view progId) {
     return std::make_shared<FakeObject>(ShortName(progId), &calls);
 }
 
-std::unique_ptr<erp::Erp> RecordingErp::Open(const std::string&) {
+std::unique_ptr<erp::Erp> RecordingErp::Open(const std::string& runParameter) {
+    if (onOpen) return onOpen(runParameter);
     return std::make_unique<ErpHandle>(*this);
 }
 

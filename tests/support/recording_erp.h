@@ -65,6 +65,8 @@ public:
     // Members of a manager or a ProgID that the ERP itself does not know.
     FakeObject::Members onManagerMember;
     std::function<platform::ObjectRef(std::string_view progId)> onCreateObject;
+    // Another ERP than this one, where the test has one.
+    std::function<std::unique_ptr<erp::Erp>(const std::string& runParameter)> onOpen;
 
     platform::ObjectRef MakeRecord(const Fields& fields, const std::string& name);
 
