@@ -1,5 +1,7 @@
 #include "support/recording_database.h"
 
+#include <utility>
+
 #include "platform/connection_string.h"
 #include "platform/conversions.h"
 #include "platform/date.h"
@@ -72,6 +74,7 @@ public:
             database_.statements.push_back(TraceOfOpen(source_));
         });
         row_ = 0;
+        deleted_ = false;
         ++database_.openRecordsets;
     }
 
@@ -84,15 +87,17 @@ public:
     }
 
     bool Bof() const override { return Opened().rows.empty(); }
-    bool Eof() const override { return row_ >= Opened().rows.size(); }
+    bool Eof() const override { return !deleted_ && row_ >= Opened().rows.size(); }
     std::int32_t RecordCount() override { return static_cast<std::int32_t>(Opened().rows.size()); }
 
     void MoveFirst() override {
         database_.calls.push_back("MoveFirst");
         if (Opened().rows.empty()) Do("open", [] { throw Misuse("MoveFirst in an empty recordset"); });
         row_ = 0;
+        deleted_ = false;
     }
     void MoveNext() override {
+        if (std::exchange(deleted_, false)) return;  // the next row has taken the deleted one's place
         Current();
         ++row_;
     }
@@ -138,6 +143,7 @@ public:
         Current();
         database_.statements.push_back(TraceOfDelete(source_));
         rows_->rows.erase(rows_->rows.begin() + static_cast<std::ptrdiff_t>(row_));
+        deleted_ = true;
     }
 
 private:
@@ -146,7 +152,7 @@ private:
         return *rows_;
     }
     std::vector<Value>& Current() {
-        if (row_ >= Opened().rows.size()) throw Misuse("no current row in " + source_);
+        if (deleted_ || row_ >= Opened().rows.size()) throw Misuse("no current row in " + source_);
         return rows_->rows[row_];
     }
 
@@ -168,6 +174,7 @@ private:
     std::string source_;
     LockType lock_ = LockType::ReadOnly;
     std::size_t row_ = 0;
+    bool deleted_ = false;
 };
 
 class RecordingConnection : public Connection {
