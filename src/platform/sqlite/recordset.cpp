@@ -24,10 +24,11 @@ SqliteRecordset::Stream::Stream(const std::filesystem::path& file, const Program
     statement.BindAll(literals, 0, literals.Items().size(), true);
 }
 
-void SqliteRecordset::Open(std::string_view source, CursorType, LockType) {
+void SqliteRecordset::Open(std::string_view source, CursorType, LockType lock) {
     Close();
     Call([&](Session& session) {
         source_ = source;
+        lock_ = lock;
         auto program = session.Find(source_);
         if (!program->translation.isSelect)
             RaiseRecordsetError(kNotUpdatable, "The statement returns no rows");
@@ -233,6 +234,8 @@ std::string SqliteRecordset::DeleteText(Session& session, std::vector<int>& keys
 
 const std::string& SqliteRecordset::Table() const {
     CheckOpen();
+    if (lock_ == LockType::ReadOnly)
+        RaiseRecordsetError(kNotUpdatable, "The recordset was opened for reading only");
     if (program_->translation.tables.size() != 1)
         RaiseRecordsetError(kNotUpdatable, "Rows of a result from several tables cannot be changed");
     return program_->translation.tables.front();

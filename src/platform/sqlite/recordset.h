@@ -54,6 +54,7 @@ private:
 
     SqliteConnection& connection_;
     std::string source_;
+    LockType lock_ = LockType::ReadOnly;
     std::shared_ptr<Program> program_;  // null: closed
     std::vector<Column> columns_;
     std::unique_ptr<Stream> stream_;

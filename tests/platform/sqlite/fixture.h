@@ -48,7 +48,7 @@ protected:
     std::unique_ptr<Recordset> Select(std::string_view sql) { return Select(Db(), sql); }
     static std::unique_ptr<Recordset> Select(Connection& from, std::string_view sql) {
         auto rows = from.CreateRecordset();
-        rows->Open(sql, CursorType::ForwardOnly, LockType::ReadOnly);
+        rows->Open(sql, CursorType::ForwardOnly, LockType::Optimistic);
         return rows;
     }
 
