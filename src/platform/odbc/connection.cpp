@@ -1,0 +1,65 @@
+#include "platform/connection_string.h"
+#include "platform/odbc/odbc_database.h"
+#include "platform/odbc/recordset.h"
+#include "platform/odbc/session.h"
+
+namespace iqrx::platform {
+
+namespace odbc {
+
+namespace {
+
+class OdbcConnection : public Connection {
+public:
+    void SetConnectionTimeout(int seconds) override { session_.connectionTimeout = seconds; }
+    void SetCommandTimeout(int seconds) override {
+        session_.Call([&] { session_.SetCommandTimeout(seconds); });
+    }
+    void Open(const std::string& connectionString) override {
+        session_.Call([&] { session_.Open(connectionString); });
+    }
+    void Close() override { session_.Close(); }
+
+    std::int32_t Execute(std::string_view sql) override {
+        return session_.Call([&] { return session_.Execute(sql); });
+    }
+
+    std::string DefaultDatabase() override {
+        return session_.Call([&] {
+            session_.RequireOpen();
+            return session_.driver.catalogs ? session_.Catalog() : catalog_;
+        });
+    }
+
+    // A driver may take the name and stay where it is: writing to the wrong database would be worse than an
+    // error. A database without catalogs has nowhere else to go.
+    void SetDefaultDatabase(const std::string& name) override {
+        session_.Call([&] {
+            session_.RequireOpen();
+            if (!session_.driver.catalogs) {
+                catalog_ = name;
+                return;
+            }
+            session_.SetCatalog(name);
+            const std::string current = session_.Catalog();
+            if (!EqualIgnoringCase(current, name))
+                session_.Raise(kDatabaseError, "The connection stays in database \"" + current +
+                                                   "\" instead of \"" + name + "\"");
+        });
+    }
+
+    Errors& LastErrors() override { return session_.errors; }
+    std::unique_ptr<Recordset> CreateRecordset() override { return odbc::CreateRecordset(session_); }
+
+private:
+    Session session_;
+    std::string catalog_;
+};
+
+}  // namespace
+
+}  // namespace odbc
+
+std::unique_ptr<Connection> CreateOdbcConnection() { return std::make_unique<odbc::OdbcConnection>(); }
+
+}  // namespace iqrx::platform

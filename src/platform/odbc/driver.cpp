@@ -1,0 +1,56 @@
+#include "platform/odbc/driver.h"
+
+#include <sql.h>
+#include <sqlext.h>
+
+#include <optional>
+
+#include "platform/odbc/utf16.h"
+
+namespace iqrx::platform::odbc {
+
+namespace {
+
+std::string TextInfo(const Handle& connection, SQLUSMALLINT what) {
+    std::u16string text(256, u'\0');
+    SQLSMALLINT bytes = 0;
+    const auto result = SQLGetInfoW(connection.Get(), what, text.data(),
+                                    static_cast<SQLSMALLINT>(text.size() * sizeof(char16_t)), &bytes);
+    return SQL_SUCCEEDED(result) ? ToUtf8(text.c_str()) : std::string();
+}
+
+std::optional<SQLUSMALLINT> NumberInfo(const Handle& connection, SQLUSMALLINT what) {
+    SQLUSMALLINT value = 0;
+    const auto result = SQLGetInfoW(connection.Get(), what, &value, sizeof value, nullptr);
+    return SQL_SUCCEEDED(result) ? std::optional(value) : std::nullopt;
+}
+
+// Whether a text comes back from the driver as it went there.
+bool KeepsWideTexts(const Handle& connection) {
+    std::u16string text = u"SELECT '\u6771\U0001F600'";
+    std::u16string back(text.size() * 4, u'\0');
+    SQLINTEGER length = 0;
+    const auto result = SQLNativeSqlW(connection.Get(), reinterpret_cast<SQLWCHAR*>(text.data()), SQL_NTS,
+                                      reinterpret_cast<SQLWCHAR*>(back.data()),
+                                      static_cast<SQLINTEGER>(back.size()), &length);
+    return !SQL_SUCCEEDED(result) || back.find(u"\u6771\U0001F600") != std::u16string::npos;
+}
+
+}  // namespace
+
+DriverTraits ReadDriverTraits(const Handle& connection) {
+    DriverTraits driver;
+    if (const std::string name = TextInfo(connection, SQL_DRIVER_NAME); !name.empty()) driver.source = name;
+    driver.quote = TextInfo(connection, SQL_IDENTIFIER_QUOTE_CHAR);
+    if (driver.quote == " ") driver.quote.clear();  // how drivers say that there is none
+    const auto nameCase = NumberInfo(connection, SQL_IDENTIFIER_CASE);
+    if (nameCase == SQL_IC_UPPER) driver.nameCase = NameCase::Upper;
+    if (nameCase == SQL_IC_LOWER) driver.nameCase = NameCase::Lower;
+    driver.catalogs = TextInfo(connection, SQL_CATALOG_NAME) == "Y";
+    driver.openCursors = NumberInfo(connection, SQL_MAX_CONCURRENT_ACTIVITIES).value_or(1) != 1 &&
+                         NumberInfo(connection, SQL_CURSOR_COMMIT_BEHAVIOR) == SQL_CB_PRESERVE;
+    driver.wide = KeepsWideTexts(connection);
+    return driver;
+}
+
+}  // namespace iqrx::platform::odbc

@@ -1,0 +1,105 @@
+#include "platform/odbc/errors.h"
+
+#include <sql.h>
+#include <sqlext.h>
+
+#include <algorithm>
+#include <array>
+
+#include "platform/odbc/utf16.h"
+
+namespace iqrx::platform::odbc {
+
+namespace {
+
+constexpr const char* kLostState = "08S01";
+constexpr const char* kLostText = "The connection to the database was lost";
+
+struct NumberOfState {
+    std::string_view beginning;
+    std::int32_t number;
+};
+
+// The numbers that database providers give to these causes; the first beginning that fits counts.
+constexpr std::array kNumbers{
+    NumberOfState{"23", -2147217873},     // integrity violation
+    NumberOfState{"42S02", -2147217865},  // no such table
+    NumberOfState{"42", -2147217900},     // errors in the text
+    NumberOfState{"37", -2147217900},
+    NumberOfState{"22007", -2147217913},  // conversion
+    NumberOfState{"22018", -2147217913},
+    NumberOfState{"22001", -2147217833},  // the value does not fit its column
+    NumberOfState{"22003", -2147217833},
+    NumberOfState{"28", -2147217843},    // login
+    NumberOfState{"HYT", -2147217871},   // time-out
+    NumberOfState{"HYC00", -2147217887}  // the driver can't
+};
+
+std::int32_t NumberOf(std::string_view state) {
+    const auto found =
+        std::ranges::find_if(kNumbers, [&](const auto& entry) { return state.starts_with(entry.beginning); });
+    return found == kNumbers.end() ? static_cast<std::int32_t>(kDatabaseError) : found->number;
+}
+
+// One record of the diagnostics; false behind the last. The text is cut when it is longer than any cause.
+bool ReadRecord(const Handle& handle, const DriverTraits& driver, SQLSMALLINT number, ErrorEntry& entry) {
+    constexpr SQLSMALLINT kLongest = 4096;
+    const auto kind = static_cast<SQLSMALLINT>(handle.Kind());
+    SQLINTEGER native = 0;
+    SQLSMALLINT length = 0;
+    if (driver.wide) {
+        std::array<SQLWCHAR, 6> state{};
+        std::u16string text(kLongest, u'\0');
+        if (!SQL_SUCCEEDED(SQLGetDiagRecW(kind, handle.Get(), number, state.data(), &native,
+                                          reinterpret_cast<SQLWCHAR*>(text.data()), kLongest, &length)))
+            return false;
+        entry.sqlState.assign(state.begin(), state.begin() + 5);
+        entry.description = ToUtf8(text.c_str());
+    } else {
+        std::array<SQLCHAR, 6> state{};
+        std::string text(kLongest, '\0');
+        if (!SQL_SUCCEEDED(SQLGetDiagRec(kind, handle.Get(), number, state.data(), &native,
+                                         reinterpret_cast<SQLCHAR*>(text.data()), kLongest, &length)))
+            return false;
+        entry.sqlState.assign(state.begin(), state.begin() + 5);
+        entry.description = text.c_str();
+    }
+    entry.number = NumberOf(entry.sqlState);
+    entry.source = driver.source;
+    return true;
+}
+
+Errors ReadDiagnostics(const Handle& handle, const DriverTraits& driver) {
+    Errors errors;
+    ErrorEntry entry;
+    for (SQLSMALLINT number = 1; ReadRecord(handle, driver, number, entry); ++number) errors.push_back(entry);
+    if (errors.empty())
+        errors.push_back(
+            {kDatabaseError, driver.source, "The driver reports a failure without a cause", "HY000"});
+    return errors;
+}
+
+bool SpeakOfLostConnection(const Errors& errors) {
+    // 57P0x: PostgreSQL's own words for a server that is going away.
+    constexpr std::array<std::string_view, 7> kLost{"08003", "08006", "08007", "08S01",
+                                                    "57P01", "57P02", "57P03"};
+    return std::ranges::any_of(errors, [&](const ErrorEntry& entry) {
+        return std::ranges::find(kLost, entry.sqlState) != kLost.end();
+    });
+}
+
+}  // namespace
+
+RuntimeError TakeDiagnostics(const Handle& handle, const DriverTraits& driver, bool connectionGone,
+                             Errors& errors) {
+    errors = ReadDiagnostics(handle, driver);
+    if (connectionGone || SpeakOfLostConnection(errors)) {
+        const std::string cause = errors.front().description;
+        errors.insert(errors.begin(),
+                      {kDatabaseError, driver.source, std::string(kLostText) + ": " + cause, kLostState});
+    }
+    const ErrorEntry& first = errors.front();
+    return {first.number, first.source, first.description};
+}
+
+}  // namespace iqrx::platform::odbc

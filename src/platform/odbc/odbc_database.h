@@ -1,0 +1,15 @@
+// The database port over ODBC: connection strings with Driver= or DSN=, through the driver manager.
+//
+// `Commit Interval=MILLISECONDS` in the connection string groups statements into transactions no longer than
+// that; 0, the default, leaves each statement to itself. Every other key is the driver's.
+#pragma once
+
+#include <memory>
+
+#include "platform/database.h"
+
+namespace iqrx::platform {
+
+std::unique_ptr<Connection> CreateOdbcConnection();  // not open yet
+
+}  // namespace iqrx::platform

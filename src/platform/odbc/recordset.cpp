@@ -1,0 +1,207 @@
+#include "platform/odbc/recordset.h"
+
+#include <optional>
+#include <utility>
+
+#include "platform/connection_string.h"
+#include "platform/odbc/cursor.h"
+#include "platform/odbc/errors.h"
+#include "platform/odbc/row_deleter.h"
+#include "platform/odbc/row_writer.h"
+#include "platform/odbc/table.h"
+
+namespace iqrx::platform::odbc {
+
+namespace {
+
+// Rows come one by one where the driver lets a result stay open, otherwise all of them at once. Their count
+// is known when all were read, so asking for it reads the rest.
+class OdbcRecordset : public Recordset, Dependent {
+public:
+    explicit OdbcRecordset(Session& session) : session_(session) {}
+    ~OdbcRecordset() override {
+        try {
+            if (open_) Close();
+        } catch (const RuntimeError&) {
+            // Rows that could not be sent: only a caller that closes hears of them.
+        }
+    }
+
+    void Open(std::string_view source, CursorType, LockType lock) override {
+        session_.Call([&] {
+            if (open_) session_.Raise(kObjectOpen, "The recordset is open already");
+            source_ = source;
+            lock_ = lock;
+            Execute();
+            session_.Add(*this);
+            open_ = true;
+        });
+    }
+
+    void Close() override {
+        session_.Call([&] {
+            RequireOpen();
+            open_ = false;
+            session_.Remove(*this);
+            auto writer = std::move(writer_);
+            Release();
+            if (writer) writer->Send();
+        });
+    }
+
+    bool Bof() const override { return passed_ == 0 && rows_.empty() && !deleted_; }
+    bool Eof() const override { return !deleted_ && index_ >= rows_.size(); }
+
+    std::int32_t RecordCount() override {
+        return session_.Call([&] {
+            RequireOpen();
+            ReadRest();
+            return static_cast<std::int32_t>(passed_ + rows_.size());
+        });
+    }
+
+    void MoveFirst() override {
+        session_.Call([&] {
+            RequireOpen();
+            if (Bof()) session_.Raise(kNoCurrentRecord, "The recordset has no rows");
+            deleted_ = false;
+            index_ = 0;
+            if (passed_ > 0) Execute();
+        });
+    }
+
+    void MoveNext() override {
+        session_.Call([&] {
+            if (!deleted_) RequireRow();
+            if (!std::exchange(deleted_, false)) ++index_;
+            if (index_ == rows_.size() && cursor_) ReadNext();
+        });
+    }
+
+    Value Field(std::string_view name) override {
+        return session_.Call([&] { return RequireRow()[Position(name)]; });
+    }
+    Value Field(int position) override {
+        return session_.Call([&] { return RequireRow()[Position(position)]; });
+    }
+
+    void AddNew() override {
+        session_.Call([&] {
+            RequireWritable();
+            added_.emplace(columns_.size());
+        });
+    }
+    void SetField(int position, const Value& value) override {
+        session_.Call([&] {
+            if (!added_) session_.Raise(kNotUpdatable, "A field is set outside of a new row");
+            (*added_)[Position(position)] = value;
+        });
+    }
+    void Update() override {
+        session_.Call([&] {
+            if (!added_) session_.Raise(kNotUpdatable, "There is no new row to write");
+            const Row row = *std::exchange(added_, std::nullopt);
+            if (!writer_) writer_.emplace(session_, Table(), columns_);
+            writer_->Add(row);
+        });
+    }
+
+    void Delete() override {
+        session_.Call([&] {
+            RequireWritable();
+            const Row& row = RequireRow();
+            session_.SendPending();
+            DeleteRow(session_, Table(), columns_, row);
+            rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(index_));
+            deleted_ = true;
+        });
+    }
+
+private:
+    void SendPending() override {
+        if (writer_) writer_->Send();
+    }
+    void Release() noexcept override {
+        cursor_.reset();
+        writer_.reset();
+        added_.reset();
+        rows_.clear();
+    }
+
+    void Execute() {
+        session_.SendPending();
+        rows_.clear();
+        passed_ = index_ = 0;
+        cursor_.emplace(session_, source_);
+        columns_ = cursor_->Columns();
+        ReadNext();
+        if (!session_.driver.openCursors) ReadRest();
+    }
+
+    // The next row in place of those that were passed.
+    void ReadNext() {
+        passed_ += rows_.size();
+        rows_.clear();
+        index_ = 0;
+        if (auto row = cursor_->Fetch())
+            rows_.push_back(std::move(*row));
+        else
+            cursor_.reset();
+    }
+    void ReadRest() {
+        if (!cursor_) return;
+        while (auto row = cursor_->Fetch()) rows_.push_back(std::move(*row));
+        cursor_.reset();
+    }
+
+    void RequireOpen() const {
+        if (!open_) session_.Raise(kObjectClosed, "The recordset is closed");
+    }
+    void RequireWritable() const {
+        RequireOpen();
+        if (lock_ == LockType::ReadOnly)
+            session_.Raise(kNotUpdatable, "The recordset was opened for reading only");
+        if (Table().empty())
+            session_.Raise(kNotUpdatable, "The recordset does not stand for the rows of one table");
+    }
+    const Row& RequireRow() const {
+        RequireOpen();
+        if (deleted_ || index_ >= rows_.size())
+            session_.Raise(kNoCurrentRecord, "The recordset has no current row");
+        return rows_[index_];
+    }
+    std::size_t Position(std::string_view name) const {
+        for (std::size_t i = 0; i < columns_.size(); ++i)
+            if (EqualIgnoringCase(columns_[i].name, name)) return i;
+        session_.Raise(kItemNotFound, "The recordset has no field \"" + std::string(name) + "\"");
+    }
+    std::size_t Position(int position) const {
+        if (position < 0 || static_cast<std::size_t>(position) >= columns_.size())
+            session_.Raise(kItemNotFound, "The recordset has no field " + std::to_string(position));
+        return static_cast<std::size_t>(position);
+    }
+    std::string Table() const { return TableOf(source_); }
+
+    Session& session_;
+    std::string source_;
+    LockType lock_ = LockType::ReadOnly;
+    bool open_ = false;
+    bool deleted_ = false;  // the current row was; the next one stands in its place
+
+    std::optional<Cursor> cursor_;  // while rows are still to be read
+    std::vector<Column> columns_;
+    std::vector<Row> rows_;   // read and not yet given up
+    std::size_t index_ = 0;   // of the current row in them
+    std::size_t passed_ = 0;  // rows given up before them
+
+    std::optional<Row> added_;
+    std::optional<RowWriter> writer_;
+};
+
+}  // namespace
+
+std::unique_ptr<Recordset> CreateRecordset(Session& session) {
+    return std::make_unique<OdbcRecordset>(session);
+}
+
+}  // namespace iqrx::platform::odbc

@@ -1,0 +1,105 @@
+#include "platform/odbc/row_deleter.h"
+
+#include <sql.h>
+#include <sqlext.h>
+
+#include <algorithm>
+#include <optional>
+
+#include "platform/connection_string.h"
+#include "platform/odbc/errors.h"
+#include "platform/odbc/parameters.h"
+#include "platform/odbc/table.h"
+#include "platform/odbc/utf16.h"
+
+namespace iqrx::platform::odbc {
+
+namespace {
+
+// The columns of the primary key; none when the table has none or the driver does not tell.
+std::vector<std::string> ReadKey(Session& session, const std::string& table) {
+    std::vector<std::string> names;
+    std::u16string name = ToUtf16(CatalogName(table, session.driver.nameCase));
+    Handle statement = session.NewStatement();
+    auto result = SQLPrimaryKeysW(statement.Get(), nullptr, 0, nullptr, 0,
+                                  reinterpret_cast<SQLWCHAR*>(name.data()), SQL_NTS);
+    constexpr SQLUSMALLINT kColumnName = 4;
+    while (SQL_SUCCEEDED(result) && SQL_SUCCEEDED(result = SQLFetch(statement.Get()))) {
+        std::u16string column(256, u'\0');
+        SQLLEN length = 0;
+        result = SQLGetData(statement.Get(), kColumnName, SQL_C_WCHAR, column.data(),
+                            static_cast<SQLLEN>(column.size() * sizeof(char16_t)), &length);
+        // A table of the same name in another schema answers as well; the key is the same there.
+        const std::string text = ToUtf8(column.c_str());
+        if (std::ranges::find(names, text) == names.end()) names.push_back(text);
+    }
+    return names;
+}
+
+const std::vector<std::string>& KeyOf(Session& session, const std::string& table) {
+    const auto known = session.keys.find(table);
+    if (known != session.keys.end()) return known->second;
+    return session.keys.emplace(table, ReadKey(session, table)).first->second;
+}
+
+// What tells a row from others: conditions with markers for the values that are not Null.
+struct Condition {
+    std::string text;
+    std::vector<Kind> kinds;
+    Row values;
+};
+
+void Require(Session& session, Condition& condition, const Column& column, const Value& value) {
+    condition.text += (condition.text.empty() ? " WHERE " : " AND ") + QuotedName(column.name, session.driver);
+    if (value.Is<Null>()) {
+        condition.text += " IS NULL";
+        return;
+    }
+    condition.text += " = ?";
+    condition.kinds.push_back(column.kind);
+    condition.values.push_back(value);
+}
+
+std::optional<Condition> ByKey(Session& session, const std::string& table, const std::vector<Column>& columns,
+                               const Row& row) {
+    Condition condition;
+    for (const std::string& name : KeyOf(session, table)) {
+        const auto column = std::ranges::find_if(
+            columns, [&](const Column& each) { return EqualIgnoringCase(each.name, name); });
+        if (column == columns.end()) return std::nullopt;
+        Require(session, condition, *column, row[static_cast<std::size_t>(column - columns.begin())]);
+    }
+    return condition.text.empty() ? std::nullopt : std::optional(condition);
+}
+
+Condition ByAllColumns(Session& session, const std::vector<Column>& columns, const Row& row) {
+    Condition condition;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const Kind kind = columns[i].kind;
+        // Long texts do not compare; real numbers and fractions of seconds are not what they were.
+        if (kind != Kind::LongText && kind != Kind::Single && kind != Kind::Double && kind != Kind::Date)
+            Require(session, condition, columns[i], row[i]);
+    }
+    return condition;
+}
+
+}  // namespace
+
+void DeleteRow(Session& session, const std::string& table, const std::vector<Column>& columns, const Row& row) {
+    const auto byKey = ByKey(session, table, columns, row);
+    const Condition condition = byKey ? *byKey : ByAllColumns(session, columns, row);
+    if (!byKey) {
+        PreparedText count(session, "SELECT COUNT(*) FROM " + table + condition.text, condition.kinds);
+        if (count.ReadNumber(condition.values) > 1)
+            session.Raise(kNotUpdatable, "The row of " + table +
+                                             " can't be told from others that hold the same values; "
+                                             "nothing was deleted. The table needs a primary key");
+    }
+    PreparedText text(session, "DELETE FROM " + table + condition.text, condition.kinds);
+    if (text.Execute({condition.values}) == 0)
+        session.Raise(
+            kDatabaseError,
+            "the row of " + table + " is not there any more: it was changed or deleted since it was read");
+}
+
+}  // namespace iqrx::platform::odbc

@@ -1,0 +1,48 @@
+#include "platform/odbc/row_writer.h"
+
+#include <utility>
+
+#include "platform/odbc/errors.h"
+#include "platform/odbc/table.h"
+
+namespace iqrx::platform::odbc {
+
+RowWriter::RowWriter(Session& session, std::string table, const std::vector<Column>& columns)
+    : session_(session), table_(std::move(table)), columns_(columns) {}
+
+void RowWriter::Add(const Row& row) {
+    std::vector<std::size_t> used;
+    Row values;
+    for (std::size_t i = 0; i < row.size(); ++i)
+        if (!row[i].Is<Empty>()) {
+            used.push_back(i);
+            values.push_back(row[i]);
+        }
+    if (used.empty()) session_.Raise(kNotUpdatable, "A new row has no field set");
+    if (used != used_) {
+        Send();
+        used_ = std::move(used);
+        Prepare();
+    }
+    waiting_.push_back(std::move(values));
+    if (waiting_.size() >= insert_->MaxSets()) Send();
+}
+
+void RowWriter::Send() {
+    const auto rows = std::exchange(waiting_, {});
+    if (!rows.empty()) session_.InGroup(table_, [&] { insert_->Execute(rows); });
+}
+
+void RowWriter::Prepare() {
+    std::string names, markers;
+    std::vector<Kind> kinds;
+    for (std::size_t column : used_) {
+        names += (names.empty() ? "" : ",") + QuotedName(columns_[column].name, session_.driver);
+        markers += markers.empty() ? "?" : ",?";
+        kinds.push_back(columns_[column].kind);
+    }
+    insert_ = std::make_unique<PreparedText>(
+        session_, "INSERT INTO " + table_ + " (" + names + ") VALUES (" + markers + ")", std::move(kinds));
+}
+
+}  // namespace iqrx::platform::odbc

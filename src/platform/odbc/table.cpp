@@ -1,0 +1,92 @@
+#include "platform/odbc/table.h"
+
+#include <algorithm>
+
+#include "platform/connection_string.h"
+
+namespace iqrx::platform::odbc {
+
+namespace {
+
+// The words of a text: names with their dots and quotes, and single other characters; literals are one word.
+class Words {
+public:
+    explicit Words(std::string_view text) : rest_(text) {}
+
+    std::string_view Next() {
+        const auto begin = std::min(rest_.find_first_not_of(" \t\r\n"), rest_.size());
+        rest_.remove_prefix(begin);
+        std::size_t end = 0;
+        while (end < rest_.size() && InName(rest_[end]))
+            end = rest_[end] == '"' || rest_[end] == '[' ? BehindQuoted(end) : end + 1;
+        if (end == 0 && !rest_.empty()) end = rest_[0] == '\'' ? BehindQuoted(0) : 1;
+        const auto word = rest_.substr(0, end);
+        rest_.remove_prefix(end);
+        return word;
+    }
+
+private:
+    static bool InName(char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+               c == '.' || c == '$' || c == '#' || c == '@' || c == '"' || c == '[' ||
+               static_cast<unsigned char>(c) >= 0x80;
+    }
+    std::size_t BehindQuoted(std::size_t open) const {
+        const auto close = rest_.find(rest_[open] == '[' ? ']' : rest_[open], open + 1);
+        return close == std::string_view::npos ? rest_.size() : close + 1;
+    }
+
+    std::string_view rest_;
+};
+
+}  // namespace
+
+std::string TableOf(std::string_view select) {
+    Words words(select);
+    std::string_view word = words.Next();
+    while (!word.empty() && !EqualIgnoringCase(word, "FROM")) word = words.Next();
+    const std::string_view table = words.Next();
+    if (table.empty() || table == "(") return {};
+    for (word = words.Next(); !word.empty(); word = words.Next())
+        if (word == "," || EqualIgnoringCase(word, "JOIN") || EqualIgnoringCase(word, "UNION")) {
+            return {};
+        } else if (EqualIgnoringCase(word, "WHERE") || EqualIgnoringCase(word, "ORDER")) {
+            break;
+        }
+    return std::string(table);
+}
+
+Change ChangeOf(std::string_view sql) {
+    Words words(sql);
+    const auto verb = words.Next();
+    const auto second = words.Next();
+    const auto is = [](std::string_view word, std::string_view wanted) {
+        return EqualIgnoringCase(word, wanted);
+    };
+    if (is(verb, "SELECT")) return {Change::Kind::Nothing, {}};
+    if (is(verb, "UPDATE") && !is(second, "STATISTICS")) return {Change::Kind::Rows, std::string(second)};
+    if ((is(verb, "INSERT") && is(second, "INTO")) || (is(verb, "DELETE") && is(second, "FROM")))
+        return {Change::Kind::Rows, std::string(words.Next())};
+    if (is(verb, "DECLARE") || is(verb, "BEGIN")) return {Change::Kind::Rows, {}};
+    return {};
+}
+
+std::string CatalogName(std::string_view written, NameCase nameCase) {
+    const bool quoted = written.ends_with('"') || written.ends_with(']');
+    if (quoted) {
+        const auto open = written.rfind(written.back() == ']' ? '[' : '"', written.size() - 2);
+        return std::string(written.substr(open + 1, written.size() - open - 2));
+    }
+    std::string name(written.substr(written.rfind('.') + 1));
+    for (char& c : name) {
+        if (nameCase == NameCase::Upper && c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
+        if (nameCase == NameCase::Lower && c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+    }
+    return name;
+}
+
+std::string QuotedName(const std::string& name, const DriverTraits& driver) {
+    return driver.quote + name + driver.quote;
+}
+
+}  // namespace iqrx::platform::odbc
