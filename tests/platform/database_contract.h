@@ -1,0 +1,90 @@
+// What every adapter of the database port does. The suite in database_contract_test.cpp runs against each
+// Adapter that some file instantiates it with; where adapters differ, they declare it in their Quirks.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/database.h"
+#include "support/recording_database.h"
+
+namespace iqrx::platform {
+
+void PrintTo(const Value& value, std::ostream* out);
+
+}  // namespace iqrx::platform
+
+namespace iqrx::testing {
+
+std::string ServerBlock(const std::string& table, int id);  // SQL Server's
+
+struct Quirks {
+    std::string momentType = "DATETIME";  // of a column that holds date and time
+    // A text may hold several statements: what it begins with, then any number of blocks, each of which names
+    // the item of a table "new" or adds it. No blocks: a text of several statements is refused.
+    std::string batchHead = "DECLARE @iCount int\r\n";
+    std::function<std::string(const std::string& table, int id)> block = ServerBlock;
+    bool anyDatabase = true;  // DefaultDatabase takes every name, since it has no meaning here
+    std::vector<std::string> uncounted = {"CREATE TABLE others (id INTEGER)", "DROP TABLE others"};
+};
+
+// A database under the contract, empty at first. Connections must be gone before it is.
+class Adapter {
+public:
+    virtual ~Adapter() = default;
+
+    virtual const Quirks& GetQuirks() const = 0;
+    virtual std::unique_ptr<platform::Connection> CreateConnection() = 0;
+    virtual std::string ConnectionString() = 0;
+    virtual std::string UnusableConnectionString() = 0;
+
+    // Runs a text that defines tables.
+    virtual void Define(platform::Connection& connection, const std::string& text) {
+        connection.Execute(text);
+    }
+
+    // What the database will answer to a text. Databases know by themselves; the fake is told.
+    virtual void Tell(const std::string&, ExecuteAnswer) {}
+    virtual void Tell(const std::string&, OpenAnswer) {}
+
+    // For the adapters of the server suite: the server ends at once, without a word to its connections.
+    virtual void StopServer() {}
+};
+
+struct AdapterMaker {
+    std::function<std::unique_ptr<Adapter>()> make;
+    std::function<std::string()> unavailable;  // why it can't run on this machine; empty when it can
+};
+
+inline void PrintTo(const AdapterMaker&, std::ostream*) {}  // the instantiation's name says it
+
+class DatabaseContract : public ::testing::TestWithParam<AdapterMaker> {
+protected:
+    void SetUp() override;
+
+    // A connection of its own, open.
+    std::unique_ptr<platform::Connection> Connect();
+    // The table items (id, name, note, made, ratio), id its key, with these rows.
+    void GivenItems(const std::vector<std::vector<platform::Value>>& rows);
+    // The recordset of a text that reads items, ordered by id unless the text asks for less.
+    std::unique_ptr<platform::Recordset> Open(const std::string& text,
+                                              platform::CursorType cursor = platform::CursorType::ForwardOnly,
+                                              platform::LockType lock = platform::LockType::ReadOnly);
+    void Define(const std::string& text) { adapter->Define(*connection, text); }
+    std::int32_t Execute(const std::string& text, ExecuteAnswer answer);
+    // All rows of the items, by id.
+    std::vector<std::vector<platform::Value>> Items();
+
+    std::unique_ptr<Adapter> adapter;
+    std::unique_ptr<platform::Connection> connection;
+    SharedRows items;  // what the fake is told
+};
+
+// The contract of the adapters that reach a server.
+class ServerContract : public DatabaseContract {};
+
+}  // namespace iqrx::testing

@@ -1,0 +1,45 @@
+// The database port's contract on the embedded database.
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "platform/database_contract.h"
+#include "platform/sqlite/sqlite_database.h"
+
+namespace iqrx::testing {
+namespace {
+
+class Embedded : public Adapter {
+public:
+    Embedded() {
+        std::filesystem::remove(file_);
+        platform::ApplySqliteScript(file_, "");
+    }
+    ~Embedded() override { std::filesystem::remove(file_); }
+
+    const Quirks& GetQuirks() const override { return quirks_; }
+    std::unique_ptr<platform::Connection> CreateConnection() override {
+        return platform::CreateSqliteConnection();
+    }
+    std::string ConnectionString() override { return "Provider=SQLite;Data Source=" + file_.string(); }
+    std::string UnusableConnectionString() override {
+        return "Provider=SQLite;Data Source=" + file_.string() + ".none";
+    }
+
+    // The tables of the embedded database are made by scripts, not through the port.
+    void Define(platform::Connection&, const std::string& text) override {
+        platform::ApplySqliteScript(file_, text);
+    }
+
+private:
+    std::filesystem::path file_ = std::filesystem::temp_directory_path() /
+                                  ("database_contract." + std::to_string(getpid()) + ".embedded.db");
+    Quirks quirks_{.uncounted = {"SET DATEFORMAT YMD", "truncate table items "}};
+};
+
+const AdapterMaker kEmbedded{[] { return std::make_unique<Embedded>(); }, [] { return std::string(); }};
+
+INSTANTIATE_TEST_SUITE_P(Embedded, DatabaseContract, ::testing::Values(kEmbedded));
+
+}  // namespace
+}  // namespace iqrx::testing

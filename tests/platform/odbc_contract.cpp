@@ -1,0 +1,111 @@
+// The database port's contract over ODBC: with the SQLite driver, and with a PostgreSQL server.
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <stdexcept>
+
+#include "platform/database_contract.h"
+#include "platform/odbc/odbc_database.h"
+#include "support/postgres_server.h"
+
+// The PostgreSQL driver forgets memory when its connection breaks.
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions() { return "leak:psqlodbcw.so\n"; }
+
+namespace iqrx::testing {
+namespace {
+
+// Keys of the connection string that every adapter here is tried with.
+constexpr const char* kEachByItself = "";
+constexpr const char* kGrouped = ";Commit Interval=20";
+
+class OdbcSqlite : public Adapter {
+public:
+    explicit OdbcSqlite(const char* keys) : keys_(keys) { std::filesystem::remove(file_); }
+    ~OdbcSqlite() override { std::filesystem::remove(file_); }
+
+    const Quirks& GetQuirks() const override { return quirks_; }
+    std::unique_ptr<platform::Connection> CreateConnection() override {
+        return platform::CreateOdbcConnection();
+    }
+    std::string ConnectionString() override {
+        return "Driver=SQLite3;SyncPragma=OFF;Database=" + file_.string() + keys_;
+    }
+    std::string UnusableConnectionString() override { return "Driver=No Such Driver;Database=x"; }
+
+private:
+    std::string keys_;
+    std::filesystem::path file_ =
+        std::filesystem::temp_directory_path() / ("database_contract." + std::to_string(getpid()) + ".db");
+    Quirks quirks_{.block = nullptr};
+};
+
+class OdbcPostgres : public Adapter {
+public:
+    explicit OdbcPostgres(const char* keys) : keys_(keys) {
+        if (!Server().Running()) Server().Start();
+        auto connection = CreateConnection();
+        connection->Open(ConnectionString());
+        connection->Execute("DROP SCHEMA IF EXISTS public CASCADE");
+        connection->Execute("CREATE SCHEMA public");
+    }
+
+    const Quirks& GetQuirks() const override { return quirks_; }
+    std::unique_ptr<platform::Connection> CreateConnection() override {
+        return platform::CreateOdbcConnection();
+    }
+    std::string ConnectionString() override {
+        return "Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=" + std::to_string(Server().Port()) +
+               ";Database=postgres;Uid=postgres" + keys_;
+    }
+    std::string UnusableConnectionString() override {
+        return "Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=1;Database=postgres;Uid=postgres";
+    }
+    void StopServer() override { Server().Stop(); }
+
+    static std::string Unavailable() {
+        try {
+            Server();
+            return {};
+        } catch (const std::exception& error) {
+            return error.what();
+        }
+    }
+
+private:
+    // One for all tests, since making one takes longer than a test.
+    static PostgresServer& Server() {
+        static PostgresServer server;
+        return server;
+    }
+
+    static std::string Block(const std::string& table, int id) {
+        const std::string key = std::to_string(id);
+        return "UPDATE " + table + " SET name = 'new' WHERE id = " + key + ";\r\nINSERT INTO " + table +
+               " (id, name) SELECT " + key + ", 'new' WHERE NOT EXISTS (SELECT 1 FROM " + table +
+               " WHERE id = " + key + ");\r\n";
+    }
+
+    std::string keys_;
+    Quirks quirks_{.momentType = "TIMESTAMP", .batchHead = "", .block = Block, .anyDatabase = false};
+};
+
+AdapterMaker Sqlite(const char* keys) {
+    return {[keys] { return std::make_unique<OdbcSqlite>(keys); }, [] { return std::string(); }};
+}
+AdapterMaker Postgres(const char* keys) {
+    return {[keys] { return std::make_unique<OdbcPostgres>(keys); }, OdbcPostgres::Unavailable};
+}
+
+INSTANTIATE_TEST_SUITE_P(OdbcSqlite, DatabaseContract,
+                         ::testing::Values(Sqlite(kEachByItself), Sqlite(kGrouped)));
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, DatabaseContract,
+                         ::testing::Values(Postgres(kEachByItself), Postgres(kGrouped)));
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, ServerContract,
+                         ::testing::Values(Postgres(kEachByItself), Postgres(kGrouped)));
+
+}  // namespace
+}  // namespace iqrx::testing
