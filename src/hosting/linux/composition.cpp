@@ -7,6 +7,7 @@
 #include "erp/extract/extract_erp.h"
 #include "platform/connection_string.h"
 #include "platform/error.h"
+#include "platform/odbc/odbc_database.h"
 #include "platform/posix/instance_registry.h"
 #include "platform/posix/machine.h"
 #include "platform/sqlite/sqlite_database.h"
@@ -23,6 +24,7 @@ public:
         const auto provider = keys.Find("Provider");
         if (provider && platform::EqualIgnoringCase(*provider, "SQLite"))
             return platform::CreateSqliteConnection();
+        if (keys.Has("Driver") || keys.Has("DSN")) return platform::CreateOdbcConnection();
         platform::RaiseRuntimeError(
             platform::kInvalidProcedureCall,
             "the connection string must begin with \"Provider=SQLite;Data Source=FILE\", or "
