@@ -1,0 +1,102 @@
+#include "scenarios/child.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+
+namespace iqrx::testing {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts) pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+std::vector<std::string> Variables(const Environment& added) {
+    std::vector<std::string> variables;
+    for (char** variable = environ; *variable; ++variable) {
+        const std::string text = *variable;
+        if (text.starts_with("QRX") || added.contains(text.substr(0, text.find('=')))) continue;
+        variables.push_back(text);
+    }
+    for (const auto& [name, value] : added) variables.push_back(name + "=" + value);
+    return variables;
+}
+
+fs::path OutputFile(const char* what) {
+    static std::atomic<int> count = 0;
+    return fs::temp_directory_path() /
+           ("scenario-" + std::to_string(getpid()) + "-" + std::to_string(++count) + what);
+}
+
+}  // namespace
+
+Child::Child(const std::vector<std::string>& command, const fs::path& directory, const Environment& environment)
+    : out_(OutputFile(".out")), err_(OutputFile(".err")) {
+    std::vector<std::string> arguments = command, variables = Variables(environment);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out_.c_str(), O_WRONLY | O_CREAT, 0600);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err_.c_str(), O_WRONLY | O_CREAT, 0600);
+    const int failure = posix_spawn(&process_, command[0].c_str(), &actions, nullptr,
+                                    Pointers(arguments).data(), Pointers(variables).data());
+    posix_spawn_file_actions_destroy(&actions);
+    if (failure != 0) throw std::runtime_error("cannot start " + command[0]);
+}
+
+Child::~Child() {
+    if (process_ > 0) {
+        Kill();
+        Wait();
+    }
+    std::error_code ignored;
+    fs::remove(out_, ignored);
+    fs::remove(err_, ignored);
+}
+
+Finished Child::Wait() {
+    int status = 0;
+    waitpid(std::exchange(process_, -1), &status, 0);
+    Finished finished;
+    finished.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    finished.out = ReadText(out_);
+    finished.err = ReadText(err_);
+    return finished;
+}
+
+void Child::Kill() { kill(process_, SIGKILL); }
+
+Finished RunToEnd(const std::vector<std::string>& command, const fs::path& directory,
+                  const Environment& environment) {
+    return Child(command, directory, environment).Wait();
+}
+
+std::string ReadText(const fs::path& file) {
+    std::ostringstream text;
+    text << std::ifstream(file, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
+}
+
+}  // namespace iqrx::testing

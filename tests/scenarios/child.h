@@ -1,0 +1,44 @@
+// Programs run as child processes, the way an administrator or a scheduler starts them.
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace iqrx::testing {
+
+struct Finished {
+    int exitCode = -1;  // 128 + the signal's number for a process that a signal ended
+    std::string out, err;
+};
+
+using Environment = std::map<std::string, std::string>;
+
+// A running process. What it writes goes to files, so that it never waits for the test. Ends with its owner.
+class Child {
+public:
+    // Runs in `directory`; `environment` is added to the test's own, from which the programs' variables are taken.
+    Child(const std::vector<std::string>& command, const std::filesystem::path& directory,
+          const Environment& environment = {});
+    ~Child();
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    Finished Wait();
+    void Kill();  // as a crash: no handler of the process runs
+
+private:
+    pid_t process_ = -1;
+    std::filesystem::path out_, err_;
+};
+
+Finished RunToEnd(const std::vector<std::string>& command, const std::filesystem::path& directory,
+                  const Environment& environment = {});
+
+std::string ReadText(const std::filesystem::path& file);
+std::vector<std::string> Lines(const std::string& text);
+
+}  // namespace iqrx::testing

@@ -1,0 +1,249 @@
+// Copying as an administrator sees it: in full, then what changed, and what the applications find each time.
+#include <algorithm>
+#include <cmath>
+#include <regex>
+
+#include "scenarios/site.h"
+
+namespace iqrx::testing {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::Gt;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+constexpr const char* kMorning = "2025-06-20 00:00:00";
+
+// The closing table of the tool as "table inserted updated deleted outcome"; the seconds are left out.
+std::vector<std::string> ClosingTable(const Finished& run) {
+    const std::regex row(R"((\w+) +(\d+) +(\d+) +(\d+) +[\d.]+ +(.+))");
+    std::vector<std::string> rows;
+    for (const std::string& line : Lines(run.out))
+        if (std::smatch found; std::regex_match(line, found, row))
+            rows.push_back(std::regex_replace(line, row, "$1 $2 $3 $4 $5"));
+    return rows;
+}
+
+class ServiceTypes : public Site {};
+
+TEST_F(ServiceTypes, AreCopiedInFullAndThenByTheirChanges) {
+    GivenExtract("tsmdm030.csv", kServiceTypes);
+    GivenExtract("tsmdm030.audit.csv", kServiceTypeChanges);
+
+    const Finished full = Qrxctl({"copy", "tsmdm030", "--full"});
+
+    EXPECT_EQ(full.exitCode, 0) << full.err;
+    EXPECT_THAT(ClosingTable(full), ElementsAre("tsmdm030 3 0 0 completed"));
+    EXPECT_THAT(Rows(kSelectServiceTypes),
+                ElementsAre("ADV|Advice by telephone|REMOTE|ONC|1|0", "INS|Inspection|INSPECT|WRK|0|0",
+                            "REP|Owner's repair|REPAIR|ONC|1|0"));
+
+    const Finished incremental = Qrxctl({"copy", "tsmdm030", "--incremental", "--since", kMorning});
+
+    EXPECT_EQ(incremental.exitCode, 0) << incremental.err;
+    EXPECT_THAT(ClosingTable(incremental), ElementsAre("tsmdm030 1 1 1 completed"));
+    EXPECT_THAT(Rows(kSelectServiceTypes),
+                ElementsAre("INS|Yearly inspection|INSPECT|WRK|1|0", "NEW|New installation|INSTALL|WRK|0|0",
+                            "REP|Owner's repair|REPAIR|ONC|1|0"));
+}
+
+TEST_F(ServiceTypes, ThatTheErpNoLongerHasGoWithTheNextFullCopyAndAreNotCounted) {
+    GivenExtract("tsmdm030.csv", kServiceTypes);
+    Qrxctl({"copy", "tsmdm030", "--full"});
+    GivenExtract("tsmdm030.csv", "cstp,desc,proc,ract,dahe\nINS,Inspection,INSPECT,WRK,2");
+
+    const Finished full = Qrxctl({"copy", "tsmdm030", "--full"});
+
+    EXPECT_THAT(ClosingTable(full), ElementsAre("tsmdm030 1 0 0 completed"));
+    EXPECT_THAT(Rows(kSelectServiceTypes), ElementsAre("INS|Inspection|INSPECT|WRK|0|0"));
+}
+
+TEST_F(ServiceTypes, AreAllGoneWhenTheErpHasNone) {
+    GivenExtract("tsmdm030.csv", kServiceTypes);
+    Qrxctl({"copy", "tsmdm030", "--full"});
+    GivenExtract("tsmdm030.csv", "cstp,desc,proc,ract,dahe");
+
+    EXPECT_EQ(Qrxctl({"copy", "tsmdm030", "--full"}).exitCode, 0);
+
+    EXPECT_THAT(Rows(kSelectServiceTypes), IsEmpty());
+}
+
+TEST_F(ServiceTypes, StayAsTheyAreWhenTheErpAnswersNothing) {
+    GivenExtract("tsmdm030.csv", kServiceTypes);
+    Qrxctl({"copy", "tsmdm030", "--full"});
+    const auto before = Rows(kSelectServiceTypes);
+    const std::string lastUpdate = LastUpdate("tsmdm030");
+    fs::remove(extract / "tsmdm030.csv");
+
+    const Finished full = Qrxctl({"copy", "tsmdm030", "--full"});
+
+    EXPECT_THAT(ClosingTable(full), ElementsAre("tsmdm030 0 0 0 completed"));
+    EXPECT_EQ(Rows(kSelectServiceTypes), before);
+    EXPECT_EQ(LastUpdate("tsmdm030"), lastUpdate);
+}
+
+TEST_F(ServiceTypes, AreReadFromTheTrailOnceSinceEachCopyGoesOnWhereTheLastOneBegan) {
+    GivenExtract("tsmdm030.audit.csv", kServiceTypeChanges);
+    EXPECT_EQ(Cell("SELECT lutm IS NULL FROM tstables WHERE tablename = 'tsmdm030'"), "1");
+
+    const Finished first = Qrxctl({"copy", "tsmdm030", "--incremental"});
+    const Finished second = Qrxctl({"copy", "tsmdm030", "--incremental"});
+    const Finished again = Qrxctl({"copy", "tsmdm030", "--incremental", "--since", "2025-06-20 08:30:00"});
+
+    // A table that was never copied reads the whole trail: two rows new to it, and a removal that finds nothing.
+    EXPECT_THAT(ClosingTable(first), ElementsAre("tsmdm030 2 0 1 completed"));
+    EXPECT_THAT(ClosingTable(second), ElementsAre("tsmdm030 0 0 0 completed"));
+    EXPECT_THAT(ClosingTable(again), ElementsAre("tsmdm030 0 1 1 completed"));
+}
+
+// The time zone is part of the service's machine: last updates of incremental copies are UTC.
+TEST_F(ServiceTypes, KeepTheirLastUpdateInLocalTimeAfterAFullAndInUtcAfterAnIncrementalCopy) {
+    GivenExtract("tsmdm030.csv", kServiceTypes);
+    GivenExtract("tsmdm030.audit.csv", kServiceTypeChanges);
+    const Environment twelveHoursEast{{"TZ", "XXX-12"}};
+    const auto hoursAfterUtc = [&] {
+        return std::lround(
+            std::stod(Cell("SELECT (julianday(lutm) - julianday('now')) * 24 FROM tstables "
+                           "WHERE tablename = 'tsmdm030'")));
+    };
+
+    Qrxctl({"copy", "tsmdm030", "--full"}, twelveHoursEast);
+    EXPECT_EQ(hoursAfterUtc(), 12);
+
+    Qrxctl({"copy", "tsmdm030", "--incremental"}, twelveHoursEast);
+    EXPECT_EQ(hoursAfterUtc(), 0);
+}
+
+// The sample day of every table: what a full copy inserts, what the day's trail inserts, updates and deletes,
+// and the rows before and after it.
+struct TableDay {
+    std::string table;
+    int full, inserted, updated, deleted, after;
+};
+
+const std::vector<TableDay> kSampleDay{
+    {"tsmdm030", 5, 1, 3, 1, 5},     {"tsmdm100", 3, 1, 3, 1, 3},     {"tsmdm105", 5, 1, 3, 1, 5},
+    {"tsmdm130", 6, 1, 3, 1, 6},     {"tsmdm135", 17, 1, 3, 1, 17},   {"tsmdm140", 9, 1, 3, 1, 9},
+    {"tscfg220", 7, 1, 3, 1, 7},     {"tscfg200", 19, 1, 3, 1, 19},   {"tssoc200", 40, 4, 14, 2, 42},
+    {"tssoc205", 82, 11, 31, 6, 87}, {"tssoc206", 78, 12, 27, 6, 84}, {"tssoc210", 82, 11, 31, 6, 87},
+    {"tsspc200", 18, 4, 14, 2, 20},  {"tsclm020", 5, 1, 3, 1, 5},     {"tsclm024", 6, 1, 3, 1, 6},
+    {"tcccp001", 4, 1, 3, 1, 4},     {"tccom130", 15, 1, 3, 1, 15}};
+
+class SampleWorld : public Site {
+protected:
+    SampleWorld() {
+        fs::remove(extract);
+        fs::copy(Sample(), extract);
+    }
+    int RowCount(const std::string& table) const { return std::stoi(Cell("SELECT count(*) FROM " + table)); }
+    // Every row of every table that the copy fills.
+    std::vector<std::string> World() const {
+        std::vector<std::string> world;
+        for (const std::string& table : Rows("SELECT tablename FROM tstables ORDER BY tablename")) {
+            std::vector<std::string> rows = Rows("SELECT * FROM " + table);
+            std::ranges::sort(rows);
+            world.push_back(table);
+            world.insert(world.end(), rows.begin(), rows.end());
+        }
+        return world;
+    }
+};
+
+TEST_F(SampleWorld, IsCopiedInFullAndThenByADaysChanges) {
+    const Finished full = Qrxctl({"copy", "--all", "--full"});
+
+    EXPECT_EQ(full.exitCode, 0) << full.err;
+    EXPECT_EQ(ClosingTable(full).size(), 19U);
+    for (const TableDay& day : kSampleDay) {
+        EXPECT_EQ(RowCount(day.table), day.full) << day.table;
+        EXPECT_THAT(ClosingTable(full),
+                    Contains(day.table + " " + std::to_string(day.full) + " 0 0 completed"));
+    }
+    const int calendarRows = RowCount("tcccp030");
+    EXPECT_THAT(calendarRows, Gt(0));
+
+    const Finished incremental = Qrxctl({"copy", "--all", "--incremental", "--since", kMorning});
+
+    EXPECT_EQ(incremental.exitCode, 0) << incremental.err;
+    for (const TableDay& day : kSampleDay) {
+        EXPECT_EQ(RowCount(day.table), day.after) << day.table;
+        EXPECT_THAT(ClosingTable(incremental),
+                    Contains(day.table + " " + std::to_string(day.inserted) + " " +
+                             std::to_string(day.updated) + " " + std::to_string(day.deleted) + " completed"));
+    }
+}
+
+TEST_F(SampleWorld, IsTheSameAfterASecondFullCopy) {
+    Qrxctl({"copy", "--all", "--full"});
+    const auto first = World();
+    const Finished second = Qrxctl({"copy", "--all", "--full"});
+
+    EXPECT_EQ(second.exitCode, 0) << second.err;
+    EXPECT_EQ(World(), first);
+}
+
+TEST_F(SampleWorld, IsTheSameWhenADaysChangesAreReadTwice) {
+    Qrxctl({"copy", "--all", "--full"});
+    Qrxctl({"copy", "--all", "--incremental", "--since", kMorning});
+    const auto first = World();
+
+    const Finished again = Qrxctl({"copy", "--all", "--incremental", "--since", kMorning});
+
+    EXPECT_EQ(again.exitCode, 0) << again.err;
+    EXPECT_EQ(World(), first);
+}
+
+TEST_F(SampleWorld, IsTheSameWhicheverProgramCopiesIt) {
+    Qrxctl({"copy", "--all", "--full"});
+    const auto byTheTool = World();
+    for (const std::string& table : Rows("SELECT tablename FROM tstables")) Execute("DELETE FROM " + table);
+    for (int id = 1; id <= 19; ++id) {
+        Request request = FullCopy();
+        request.table = std::to_string(id);
+        EXPECT_EQ(Service(request).exitCode, 0) << id;
+    }
+    EXPECT_EQ(World(), byTheTool);
+}
+
+TEST_F(SampleWorld, KeepsTheCalendarsOfEmployeesAndServiceCentersAlone) {
+    Qrxctl({"copy", "--all", "--full"});
+    EXPECT_EQ(Rows("SELECT DISTINCT ccal FROM tcccp030 ORDER BY ccal"),
+              Rows("SELECT ccal FROM tsmdm140 UNION SELECT ccal FROM tsmdm100 ORDER BY ccal"));
+    EXPECT_EQ(Rows("SELECT DISTINCT ccal FROM tcccp031 ORDER BY ccal"),
+              Rows("SELECT DISTINCT ccal FROM tcccp030 ORDER BY ccal"));
+}
+
+TEST_F(SampleWorld, LeavesTheDaysOrdersInTheChangeLogUntilTheNextFullCopy) {
+    Qrxctl({"copy", "tssoc200", "--full"});
+    EXPECT_THAT(Rows("SELECT * FROM tssoc200_audit"), IsEmpty());
+
+    Qrxctl({"copy", "tssoc200", "--incremental", "--since", kMorning});
+    const auto orders = [&](const std::string& action) {
+        return Rows("SELECT orno FROM tssoc200_audit WHERE action = '" + action + "' ORDER BY orno");
+    };
+    EXPECT_THAT(orders("I"), ElementsAre("SO0000041", "SO0000042", "SO0000043", "SO0000044"));
+    EXPECT_THAT(orders("U"), SizeIs(12));
+    EXPECT_THAT(orders("D"), ElementsAre("SO0000029", "SO0000039"));
+    EXPECT_EQ(Cell("SELECT DISTINCT time FROM tssoc200_audit"), "1900-01-01 00:00:00");
+
+    Qrxctl({"copy", "tssoc200", "--full"});
+    EXPECT_THAT(Rows("SELECT * FROM tssoc200_audit"), IsEmpty());
+}
+
+TEST_F(SampleWorld, ReadsAnyExtractThatTheToolItselfWrites) {
+    const std::string grown = (directory / "grown").string();
+    EXPECT_EQ(BareQrxctl({"sample", grown, "--orders", "200", "--changes", "50", "--seed", "7"}).exitCode, 0);
+
+    fs::rename(extract, directory / "before");
+    fs::rename(grown, extract);
+
+    const Finished full = Qrxctl({"copy", "--all", "--full"});
+
+    EXPECT_EQ(full.exitCode, 0) << full.err;
+    EXPECT_EQ(RowCount("tssoc200"), 200);
+}
+
+}  // namespace
+}  // namespace iqrx::testing
