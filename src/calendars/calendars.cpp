@@ -146,6 +146,9 @@ void CopyEmployeeCalendar(CopyRun& run, const std::string& employee, const std::
     LogFailure(run, kCopyEmployeeCalendar, {"employee", employee}, [&] {
         auto rows = run.Database().OpenRecordset("SELECT * FROM tsmdm140 WHERE emno = " +
                                                  run.Literals().QuoteSqlString(employee));
+        if (rows->Eof())
+            throw platform::RuntimeError(platform::kInvalidProcedureCall, "tsmdm140",
+                                         "There is no such employee in tsmdm140");
         const std::string calendar = platform::ToText(rows->Field("ccal"));
         rows.reset();
         CopyCalendar(run, calendar, runParameter);

@@ -209,6 +209,7 @@ TEST_F(Calendars, OfAnEmployeeWithoutARowAreNotCopied) {
     EXPECT_TRUE(database.executed.empty());
     EXPECT_TRUE(erp.calls.empty());
     EXPECT_THAT(CalendarLog(), HasSubstr("SLBL0050 - Copy Calendar of Employee, employee E1"));
+    EXPECT_THAT(CalendarLog(), HasSubstr("There is no such employee"));
 }
 
 TEST_F(Calendars, InUseAreListedInTheOrderOfTheStatement) {
