@@ -142,7 +142,9 @@ std::int32_t Session::Finish(const Handle& statement, Result result) {
     while (result != SQL_NO_DATA) {
         if (!Works(result)) {
             const RuntimeError error = TakeDiagnostics(statement, driver, ConnectionGone(), errors);
-            SQLFreeStmt(statement.Get(), SQL_CLOSE);  // forgets the diagnostics
+            // A server may go on behind a failed statement; to close the results now would cancel the rest.
+            while (SQL_SUCCEEDED(SQLMoreResults(statement.Get()))) continue;
+            SQLFreeStmt(statement.Get(), SQL_CLOSE);
             throw error;
         }
         SQLSMALLINT columns = 0;
