@@ -44,6 +44,16 @@ private:
     bool found_ = false;
 };
 
+// The text that the first key field must be, where the bounds leave it no choice.
+const std::string* SoleFirstKey(const TableLayout& layout, std::span<const Argument> bounds) {
+    if (bounds.size() < 2 || layout.fields.empty()) return nullptr;
+    const FieldLayout& first = layout.fields.front();
+    if (!first.key || first.kind != FieldKind::Text) return nullptr;
+    const auto* from = std::get_if<std::string>(&bounds[0].value);
+    const auto* to = std::get_if<std::string>(&bounds[1].value);
+    return from && to && *from == *to ? from : nullptr;
+}
+
 }  // namespace
 
 Manager::Manager(std::filesystem::path directory, const TableLayout& layout)
@@ -76,8 +86,10 @@ std::filesystem::path Manager::AuditFile() const {
     return directory_ / (std::string(layout_.table) + ".audit.csv");
 }
 
-Value Manager::GetByKeyRange(std::span<const Argument> arguments) const {
+Value Manager::GetByKeyRange(std::span<const Argument> arguments) {
     if (arguments.size() % 2 != 0) ExpectArguments(arguments, arguments.size() + 1);
+    if (const std::string* key = SoleFirstKey(layout_, arguments))
+        return SelectByKey(*key, RangesOfKeys(arguments));
     return Select(RangesOfKeys(arguments));
 }
 
@@ -107,6 +119,14 @@ KeyRanges Manager::RangesOfKeys(std::span<const Argument> bounds) const {
 Value Manager::Select(KeyRanges ranges) const {
     if (!Exists(RecordsFile())) return ObjectRef();
     auto records = std::make_unique<SelectedRecords>(RecordsFile(), layout_.fields, std::move(ranges));
+    return ObjectRef(std::make_shared<Enumerator>(Elements(std::move(records), shape_)));
+}
+
+Value Manager::SelectByKey(const std::string& key, KeyRanges ranges) {
+    if (!Exists(RecordsFile())) return ObjectRef();
+    if (!keyBlocks_) keyBlocks_.emplace(RecordsFile(), layout_.fields);
+    auto records = std::make_unique<RecordsInBlocks>(RecordsFile(), layout_.fields, std::move(ranges),
+                                                     keyBlocks_->Holding(key));
     return ObjectRef(std::make_shared<Enumerator>(Elements(std::move(records), shape_)));
 }
 

@@ -2,8 +2,9 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 
-#include "erp/extract/key_range.h"
+#include "erp/extract/key_blocks.h"
 #include "erp/extract/paging.h"
 
 namespace iqrx::erp::extract {
@@ -20,17 +21,19 @@ public:
 
 private:
     std::filesystem::path RecordsFile() const;
-    platform::Value GetByKeyRange(std::span<const platform::Argument> arguments) const;
+    platform::Value GetByKeyRange(std::span<const platform::Argument> arguments);
     platform::Value GetByStatusRange(std::span<const platform::Argument> arguments) const;
     platform::Value ListObjects(std::span<platform::Argument> arguments);
     KeyRanges RangesOfKeys(std::span<const platform::Argument> bounds) const;
     platform::Value Select(KeyRanges ranges) const;
+    platform::Value SelectByKey(const std::string& key, KeyRanges ranges);
     Elements ElementsAfter(std::span<const platform::Argument> key) const;
 
     std::filesystem::path directory_;
     TableLayout layout_;
     std::shared_ptr<const RecordShape> shape_;
     Listings listings_;
+    std::optional<KeyBlocks> keyBlocks_;  // from the first fetch of one record on
 };
 
 }  // namespace iqrx::erp::extract

@@ -1,0 +1,81 @@
+#include "erp/extract/key_blocks.h"
+
+#include <algorithm>
+#include <random>
+
+#include "erp/extract_fixture.h"
+
+namespace iqrx::erp::extract {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+// More rows than there are blocks, so that blocks are merged.
+constexpr int kRows = 40'000;
+
+std::string Key(int number) { return std::to_string(100'000 + number); }
+
+class OneRecord : public Extract {
+protected:
+    void WriteTypes(const std::vector<int>& numbers) {
+        std::string text = "desc,cstp\n";
+        for (const int number : numbers)
+            text += "\"line one\nof " + std::to_string(number) + "\"," + Key(number) + "\n";
+        Write("tsmdm030.csv", text);
+    }
+    static std::vector<int> InKeyOrder() {
+        std::vector<int> numbers(kRows);
+        for (int i = 0; i < kRows; ++i) numbers[static_cast<std::size_t>(i)] = i;
+        return numbers;
+    }
+    Texts Fetch(platform::Object& manager, const std::string& key) {
+        return Collect(Call(manager, "GetByKeyRange", key, key), "getServiceTypeDescription");
+    }
+    void ExpectEveryKeyFound() {
+        const ObjectRef manager = erp->CreateManager(kTypes);
+        for (int number = 0; number < kRows; number += 1999)
+            EXPECT_EQ(Fetch(*manager, Key(number)), Texts{"line one\nof " + std::to_string(number)});
+        EXPECT_EQ(Fetch(*manager, Key(kRows - 1)), Texts{"line one\nof " + std::to_string(kRows - 1)});
+        EXPECT_EQ(Fetch(*manager, Key(-1)), Texts{});
+        EXPECT_EQ(Fetch(*manager, Key(kRows)), Texts{});
+        EXPECT_EQ(Fetch(*manager, Key(7) + "x"), Texts{});
+    }
+};
+
+TEST_F(OneRecord, IsFoundInAFileInKeyOrder) {
+    WriteTypes(InKeyOrder());
+    ExpectEveryKeyFound();
+}
+
+TEST_F(OneRecord, IsFoundInAFileInAnyOrder) {
+    std::vector<int> numbers = InKeyOrder();
+    std::ranges::shuffle(numbers, std::mt19937(1));
+    WriteTypes(numbers);
+    ExpectEveryKeyFound();
+}
+
+TEST_F(OneRecord, ComesWithTheOthersOfTheSameFirstKey) {
+    Write("tssoc210.csv", "orno,acln,asta,desc\nO1,10,5,a\nO2,10,5,b\nO2,20,5,c\nO3,10,5,d\nO2,30,5,e\n");
+    const ObjectRef manager = erp->CreateManager(kActivities);
+    const std::string key = "O2";
+    EXPECT_EQ(Collect(Call(*manager, "GetByKeyRange", key, key), "getDescription"), (Texts{"b", "c", "e"}));
+    EXPECT_EQ(Collect(Call(*manager, "GetByKeyRange", key, key, Long{20}, Long{30}), "getDescription"),
+              (Texts{"c", "e"}));
+}
+
+TEST_F(OneRecord, OfATableWithoutAFileIsNothing) {
+    EXPECT_EQ(Call(*erp->CreateManager(kTypes), "GetByKeyRange", std::string("A"), std::string("A")),
+              Value(ObjectRef()));
+}
+
+TEST_F(OneRecord, IsFoundWithAsManyBlocksHoweverLongTheFileIs) {
+    WriteTypes(InKeyOrder());
+    const KeyBlocks blocks(directory / "tsmdm030.csv", kTypeFields);
+    const auto holding = blocks.Holding(Key(12'345));
+    ASSERT_EQ(holding.size(), 1U);
+    EXPECT_GE(holding.front().rows * KeyBlocks::kMostBlocks, static_cast<std::uint64_t>(kRows));
+    EXPECT_LE(holding.front().rows, 4U);
+}
+
+}  // namespace
+}  // namespace iqrx::erp::extract
