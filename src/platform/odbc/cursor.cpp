@@ -14,7 +14,7 @@ namespace iqrx::platform::odbc {
 
 namespace {
 
-constexpr std::size_t kFirstPiece = 1024, kLargestPiece = 64 * 1024;  // UTF-16 units
+constexpr std::size_t kFirstPiece = 1024, kLargestPiece = 65536;  // UTF-16 units
 
 Kind KindOf(SQLSMALLINT type) {
     switch (type) {

@@ -19,8 +19,6 @@ namespace {
 constexpr std::size_t kMostSets = 500;
 constexpr std::size_t kLongestShortText = 4000;  // UTF-16 units; longer ones are long texts to all servers
 
-SQLPOINTER Number(SQLULEN value) { return reinterpret_cast<SQLPOINTER>(value); }
-
 template <class Native, class Convert>
 ParameterArray ArrayOf(SQLSMALLINT valueType, SQLSMALLINT sqlType, std::size_t size,
                        const std::vector<const Value*>& values, Convert convert) {

@@ -16,8 +16,6 @@ namespace iqrx::platform::odbc {
 
 namespace {
 
-SQLPOINTER Number(SQLULEN value) { return reinterpret_cast<SQLPOINTER>(value); }
-
 SQLWCHAR* Native(std::u16string& text) { return reinterpret_cast<SQLWCHAR*>(text.data()); }
 
 SQLCHAR* Narrow(std::string_view text) {
