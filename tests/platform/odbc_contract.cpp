@@ -59,10 +59,10 @@ public:
     }
     std::string ConnectionString() override {
         return "Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=" + std::to_string(Server().Port()) +
-               ";Database=postgres;Uid=postgres" + keys_;
+               ";Database=postgres;Uid=postgres;CommLog=0" + keys_;
     }
     std::string UnusableConnectionString() override {
-        return "Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=1;Database=postgres;Uid=postgres";
+        return "Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=1;Database=postgres;Uid=postgres;CommLog=0";
     }
     void StopServer() override { Server().Stop(); }
 

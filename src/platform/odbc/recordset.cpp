@@ -22,7 +22,7 @@ public:
     ~OdbcRecordset() override {
         try {
             if (open_) Close();
-        } catch (const RuntimeError&) {
+        } catch (...) {
             // Rows that could not be sent: only a caller that closes hears of them.
         }
     }
