@@ -33,7 +33,7 @@ public:
             source_ = source;
             lock_ = lock;
             Execute();
-            session_.Add(*this);
+            session_.recordsets.Add(*this);
             open_ = true;
         });
     }
@@ -42,7 +42,7 @@ public:
         session_.Call([&] {
             RequireOpen();
             open_ = false;
-            session_.Remove(*this);
+            session_.recordsets.Remove(*this);
             auto writer = std::move(writer_);
             Release();
             if (writer) writer->Send();
@@ -110,7 +110,7 @@ public:
         session_.Call([&] {
             RequireWritable();
             const Row& row = RequireRow();
-            session_.SendPending();
+            session_.recordsets.SendPending();
             DeleteRow(session_, Table(), columns_, row);
             rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(index_));
             deleted_ = true;
@@ -129,7 +129,7 @@ private:
     }
 
     void Execute() {
-        session_.SendPending();
+        session_.recordsets.SendPending();
         rows_.clear();
         passed_ = index_ = 0;
         cursor_.emplace(session_, source_);

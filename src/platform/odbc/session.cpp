@@ -66,7 +66,7 @@ void Session::Close() noexcept {
     if (!open_) return;
     const auto group = std::move(group_);
     const auto turn = group ? group->Lock() : std::unique_lock<std::mutex>();
-    for (Dependent* dependent : dependents_) dependent->Release();
+    recordsets.Release();
     shared_ = Handle();
     try {
         if (group) group->Commit();
@@ -115,7 +115,7 @@ Result Session::PrepareText(const Handle& statement, std::string_view sql) {
 
 std::int32_t Session::Execute(std::string_view sql) {
     RequireOpen();
-    SendPending();
+    recordsets.SendPending();
     if (!group_) return Run(sql);
     const auto change = ChangeOf(sql);
     std::int32_t affected = 0;
@@ -189,10 +189,6 @@ void Session::SetCatalog(const std::string& name) {
     Check(SQLSetConnectAttrW(connection_.Get(), SQL_ATTR_CURRENT_CATALOG, Native(text),
                              static_cast<SQLINTEGER>(text.size() * sizeof(char16_t))),
           connection_);
-}
-
-void Session::SendPending() {
-    for (Dependent* dependent : dependents_) dependent->SendPending();
 }
 
 int Session::Milliseconds(const std::string& interval) {

@@ -11,18 +11,11 @@
 
 #include "platform/database.h"
 #include "platform/error.h"
+#include "platform/odbc/dependents.h"
 #include "platform/odbc/driver.h"
 #include "platform/write_group.h"
 
 namespace iqrx::platform::odbc {
-
-// A recordset as its connection sees it.
-class Dependent {
-public:
-    virtual ~Dependent() = default;
-    virtual void SendPending() = 0;       // the rows that it holds back
-    virtual void Release() noexcept = 0;  // its statements; the connection is closing
-};
 
 class Session {
 public:
@@ -73,14 +66,10 @@ public:
     std::string Catalog();
     void SetCatalog(const std::string& name);
 
-    // Sends the rows that recordsets hold back, so that the next statement finds them.
-    void SendPending();
-    void Add(Dependent& dependent) { dependents_.push_back(&dependent); }
-    void Remove(Dependent& dependent) { std::erase(dependents_, &dependent); }
-
     Errors errors;
     int connectionTimeout = 0;
     DriverTraits driver;
+    Dependents recordsets;
     std::map<std::string, std::vector<std::string>> keys;  // columns of the primary key by table
 
 private:
@@ -95,7 +84,6 @@ private:
 
     Handle environment_, connection_, shared_;
     std::unique_ptr<WriteGroup> group_;
-    std::vector<Dependent*> dependents_;
     int commandTimeout_ = 0;
     bool open_ = false;
 };
