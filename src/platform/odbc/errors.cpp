@@ -90,10 +90,9 @@ bool SpeakOfLostConnection(const Errors& errors) {
 
 }  // namespace
 
-RuntimeError TakeDiagnostics(const Handle& handle, const DriverTraits& driver, bool connectionGone,
-                             Errors& errors) {
+RuntimeError TakeDiagnostics(const Handle& handle, const DriverTraits& driver, Link link, Errors& errors) {
     errors = ReadDiagnostics(handle, driver);
-    if (connectionGone || SpeakOfLostConnection(errors)) {
+    if (link == Link::Gone || (link == Link::Up && SpeakOfLostConnection(errors))) {
         const std::string cause = errors.front().description;
         errors.insert(errors.begin(),
                       {kDatabaseError, driver.source, std::string(kLostText) + ": " + cause, kLostState});

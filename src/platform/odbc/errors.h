@@ -16,10 +16,11 @@ enum ObjectError : std::int32_t {
     kNotUpdatable = -2146825037,
 };
 
+enum class Link { NotYet, Up, Gone };  // the connection to the server, as far as it is known
+
 // Replaces `errors` by what the driver says about the failed call on `handle`, and returns the first of it as
-// the error to raise. A connection that is gone puts an entry that says so, with SQL state 08S01, before the
-// driver's own.
-RuntimeError TakeDiagnostics(const Handle& handle, const DriverTraits& driver, bool connectionGone,
-                             Errors& errors);
+// the error to raise. When the link is gone, or was up and the driver says that it is gone, an entry that
+// says so with SQL state 08S01 stands before the driver's own.
+RuntimeError TakeDiagnostics(const Handle& handle, const DriverTraits& driver, Link link, Errors& errors);
 
 }  // namespace iqrx::platform::odbc

@@ -8,7 +8,6 @@
 #include <charconv>
 
 #include "platform/connection_string.h"
-#include "platform/odbc/errors.h"
 #include "platform/odbc/table.h"
 #include "platform/odbc/utf16.h"
 
@@ -139,7 +138,7 @@ std::int32_t Session::Finish(const Handle& statement, Result result) {
     if (result == SQL_NO_DATA) result = SQLMoreResults(statement.Get());
     while (result != SQL_NO_DATA) {
         if (!Works(result)) {
-            const RuntimeError error = TakeDiagnostics(statement, driver, ConnectionGone(), errors);
+            const RuntimeError error = TakeDiagnostics(statement, driver, LinkState(), errors);
             // A server may go on behind a failed statement; to close the results now would cancel the rest.
             while (SQL_SUCCEEDED(SQLMoreResults(statement.Get()))) continue;
             SQLFreeStmt(statement.Get(), SQL_CLOSE);
@@ -160,19 +159,19 @@ void Session::Check(Result result, const Handle& handle) {
     if (!Works(result)) Raise(handle);
 }
 
-void Session::Raise(const Handle& handle) { throw TakeDiagnostics(handle, driver, ConnectionGone(), errors); }
+void Session::Raise(const Handle& handle) { throw TakeDiagnostics(handle, driver, LinkState(), errors); }
 
 void Session::Raise(std::int32_t number, const std::string& description) {
     errors = {{number, driver.source, description, "HY000"}};
     throw RuntimeError(number, driver.source, description);
 }
 
-bool Session::ConnectionGone() {
+Link Session::LinkState() const {
+    if (!open_) return Link::NotYet;
     SQLUINTEGER dead = SQL_CD_FALSE;
-    return open_ &&
-           SQL_SUCCEEDED(SQLGetConnectAttrW(connection_.Get(), SQL_ATTR_CONNECTION_DEAD, &dead, sizeof dead,
-                                            nullptr)) &&
-           dead == SQL_CD_TRUE;
+    const auto result =
+        SQLGetConnectAttrW(connection_.Get(), SQL_ATTR_CONNECTION_DEAD, &dead, sizeof dead, nullptr);
+    return SQL_SUCCEEDED(result) && dead == SQL_CD_TRUE ? Link::Gone : Link::Up;
 }
 
 std::string Session::Catalog() {
@@ -217,7 +216,7 @@ void Session::SetAutocommit(bool on) {
 void Session::CommitGroup() {
     const Result result = SQLEndTran(SQL_HANDLE_DBC, connection_.Get(), SQL_COMMIT);
     if (!Works(result)) {
-        const RuntimeError error = TakeDiagnostics(connection_, driver, ConnectionGone(), errors);
+        const RuntimeError error = TakeDiagnostics(connection_, driver, LinkState(), errors);
         SQLEndTran(SQL_HANDLE_DBC, connection_.Get(), SQL_ROLLBACK);
         SQLSetConnectAttrW(connection_.Get(), SQL_ATTR_AUTOCOMMIT, Number(SQL_AUTOCOMMIT_ON), 0);
         throw error;

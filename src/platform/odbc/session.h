@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "platform/database.h"
-#include "platform/error.h"
 #include "platform/odbc/dependents.h"
 #include "platform/odbc/driver.h"
+#include "platform/odbc/errors.h"
 #include "platform/write_group.h"
 
 namespace iqrx::platform::odbc {
@@ -80,7 +80,7 @@ private:
     void CommitGroup();
     void AfterWrite(std::string_view table);
     void Fail(const RuntimeError& error);
-    bool ConnectionGone();
+    Link LinkState() const;
 
     Handle environment_, connection_, shared_;
     std::unique_ptr<WriteGroup> group_;

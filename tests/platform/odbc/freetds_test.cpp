@@ -121,5 +121,14 @@ TEST_F(FreeTds, ReportsALostConnection) {
     EXPECT_NO_THROW(connection->Close());
 }
 
+TEST_F(FreeTds, TellsAServerThatIsNotReachedFromALostConnection) {
+    auto other = CreateOdbcConnection();
+
+    EXPECT_THROW(other->Open("Driver=FreeTDS;Server=127.0.0.1;Port=1;TDS_Version=7.4;Uid=a;Pwd=b"),
+                 RuntimeError);
+
+    EXPECT_THAT(other->LastErrors().at(0).description, Not(HasSubstr("lost")));
+}
+
 }  // namespace
 }  // namespace iqrx::platform::odbc
