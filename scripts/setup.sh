@@ -12,7 +12,7 @@ packages=(
   # checks of the source
   clang-format clang-tidy
   # the Windows build and its tests
-  g++-mingw-w64-x86-64-posix mingw-w64-tools wine64
+  g++-mingw-w64-x86-64-posix mingw-w64-tools wine64 libwine-dev
 )
 
 installed=$(dpkg-query -W -f '${db:Status-Abbrev}${Package}\n' 2>/dev/null | sed -n 's/^ii *//p')

@@ -1,5 +1,6 @@
 #!/bin/sh
 # Runs a Windows program in a Wine prefix that belongs to this checkout alone: build/wine, or WINEPREFIX when set.
+# "--end-session" ends all programs of that prefix.
 set -eu
 here=$(cd "$(dirname "$0")/.." && pwd)
 export WINEPREFIX="${WINEPREFIX:-$here/build/wine}"
@@ -13,5 +14,10 @@ if [ ! -f "$WINEPREFIX/.ready" ]; then
         flock 9
         [ -f "$WINEPREFIX/.ready" ] || { "$wine" wineboot -i && touch "$WINEPREFIX/.ready"; }
     ) 9>"$WINEPREFIX.lock" >&2
+fi
+if [ "${1:-}" = --end-session ]; then
+    server=$(command -v wineserver64 || echo /usr/lib/wine/wineserver64)
+    "$server" -k || true
+    exec "$server" -w
 fi
 exec "$wine" "$@"
