@@ -91,7 +91,8 @@ private:
 
 class ConnectionObject : public Object {
 public:
-    explicit ConnectionObject(unsigned short port) : bridge(std::make_shared<Bridge>(port)) {}
+    ConnectionObject(unsigned short port, std::function<bool()> wrong)
+        : bridge(std::make_shared<Bridge>(port)), wrong_(std::move(wrong)) {}
 
     Value Invoke(std::string_view member, std::span<Argument> arguments) override {
         if (member == "Open") return bridge->Call("Open", connectionString_);
@@ -99,7 +100,11 @@ public:
         if (member == "DefaultDatabase") return bridge->Call("GetDefaultDatabase");
         if (member == "Errors") return ObjectRef(std::make_shared<ErrorsObject>(bridge));
         if (member != "Execute") RaiseRuntimeError(kNoSuchMember, std::string(member));
-        arguments[1].value = bridge->Call("Execute", arguments[0].value);
+        const bool marks = ToText(arguments[0].value).ends_with("SET upd_flag = 1 ");
+        if (marks && wrong_())
+            arguments[1].value = std::string("many");
+        else
+            arguments[1].value = bridge->Call("Execute", arguments[0].value);
         return ObjectRef();
     }
     void Set(std::string_view member, const Value& value) override {
@@ -110,6 +115,7 @@ public:
     const std::shared_ptr<Bridge> bridge;
 
 private:
+    std::function<bool()> wrong_;
     std::string connectionString_;
 };
 
@@ -165,7 +171,9 @@ private:
 
 }  // namespace
 
-ObjectRef CreateRemoteConnection(unsigned short port) { return std::make_shared<ConnectionObject>(port); }
+ObjectRef CreateRemoteConnection(unsigned short port, std::function<bool()> wrong) {
+    return std::make_shared<ConnectionObject>(port, std::move(wrong));
+}
 
 ObjectRef CreateRemoteRecordset() { return std::make_shared<RecordsetObject>(); }
 

@@ -2,11 +2,14 @@
 // that the bridge serves.
 #pragma once
 
+#include <functional>
+
 #include "platform/object.h"
 
 namespace iqrx::testing {
 
-platform::ObjectRef CreateRemoteConnection(unsigned short port);
+// `wrong` is asked at the statement that marks a table's rows; true: its number of rows is no number.
+platform::ObjectRef CreateRemoteConnection(unsigned short port, std::function<bool()> wrong);
 platform::ObjectRef CreateRemoteRecordset();
 
 }  // namespace iqrx::testing

@@ -32,7 +32,8 @@ def windows_path(path):
 
 
 def wine(*arguments, **options):
-    """Wine loses the wake-up of a client that is about to reach a server now and then: such a start is repeated."""
+    """A start was once seen to hang before its first statement, for a cause in Wine or the machine that is not known: it
+    is repeated once, and said so."""
     command = [WINE, *map(str, arguments)]
     try:
         return subprocess.run(command, timeout=SECONDS / 3, text=True, capture_output=True, **options)
@@ -233,22 +234,69 @@ class Scenarios(unittest.TestCase):
                     self.assertEqual(without_the_present(self.calls.read_text()),
                                      without_the_present(calls.read_text()))
 
-    def test_a_killed_instance_process_fails_the_run_and_frees_the_table(self):
+    def run_with_fault(self, role, kind, name):
+        """A full copy of service types whose other side fails in mid-call."""
+        database, directory = Database(name), logs(name)
+        fault = WORK / f"{role}.ready.fault"
+        fault.write_text(kind)
+        try:
+            done = self.client(database, directory, 2, FULL)
+        finally:
+            fault.unlink()
+            if kind == "die":
+                self.restart()
+        self.assertIn("handled 1", done.stdout, "the client was left without an answer")
+        self.assert_service_is_gone()
+        in_use = database.query("SELECT in_use FROM tstables WHERE tablename = 'tsmdm030'")
+        return text_of(directory), in_use
+
+    def test_a_registry_process_that_dies_in_mid_call_is_logged(self):
+        log, in_use = self.run_with_fault("instance", "die", "dying_instance")
+        self.assertIn("remote server machine does not exist or is unavailable", log)
+        self.assertEqual(in_use, ["0"])
+
+    def test_a_registry_that_answers_no_object_is_logged(self):
+        log, in_use = self.run_with_fault("instance", "wrong", "wrong_instance")
+        self.assertIn("Error is - ", log)
+        self.assertEqual(in_use, ["0"])
+
+    def test_an_instance_process_that_dies_in_mid_run_fails_the_run_and_frees_the_table(self):
+        fault = WORK / "instance.ready.fault"
         database, directory = Database("killed_instance"), logs("killed_instance")
-        deadly = pathlib.Path(f"{self.calls}.kill")
-        # The registry answers; the first call on the instance object ends its process.
-        watcher = subprocess.Popen(["sh", "-c", f'until grep -q Current "{self.calls}" 2>/dev/null; do sleep 0.01; '
-                                                f'done; touch "{deadly}"'])
+        watcher = subprocess.Popen(["sh", "-c", f'until grep -qs Current "{self.calls}"; do sleep 0.01; done; '
+                                                f'echo die > "{fault}"'])
         try:
             self.client(database, directory, 2, FULL)
         finally:
             watcher.kill()
             watcher.wait()
-            deadly.unlink(missing_ok=True)
+            fault.unlink(missing_ok=True)
             self.restart()
         self.assertIn("remote server machine does not exist or is unavailable", text_of(directory))
         self.assertEqual(database.query("SELECT in_use FROM tstables WHERE tablename = 'tsmdm030'"), ["0"])
         self.assert_service_is_gone()
+
+    def test_an_erp_process_that_dies_in_mid_call_fails_the_copy_and_frees_the_table(self):
+        log, in_use = self.run_with_fault("erp", "die", "dying_erp")
+        self.assertIn("remote server machine does not exist or is unavailable", log)
+        self.assertIn('"UpdateSyncStatus","args":[3', "".join(self.called()))
+        self.assertEqual(in_use, ["0"])
+
+    def test_an_erp_class_that_answers_a_wrong_type_fails_the_copy_and_frees_the_table(self):
+        log, in_use = self.run_with_fault("erp", "wrong", "wrong_erp")
+        self.assertIn("Type mismatch", log)
+        self.assertIn('"UpdateSyncStatus","args":[3', "".join(self.called()))
+        self.assertEqual(in_use, ["0"])
+
+    def test_an_ado_call_that_answers_a_wrong_type_fails_the_copy_and_frees_the_table(self):
+        log, in_use = self.run_with_fault("ado", "wrong", "wrong_ado")
+        self.assertIn("Type mismatch", log)
+        self.assertEqual(in_use, ["0"])
+
+    def test_a_database_provider_that_dies_in_mid_call_is_logged_and_reported(self):
+        log, _ = self.run_with_fault("ado", "die", "dying_ado")  # the lock stays: there is no database to free it in
+        self.assertIn("remote server machine does not exist or is unavailable", log)
+        self.assertIn('"UpdateSyncStatus","args":[3', "".join(self.called()))
 
     def test_without_erp_process_the_copy_fails_and_the_next_request_succeeds(self):
         database, directory = Database("killed_erp"), logs("killed_erp")

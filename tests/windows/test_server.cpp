@@ -6,8 +6,10 @@
 //     test_server instance FILE READY the instance registry; what is called is appended to the file
 //     test_server ado PORT READY      ADO on the database bridge
 //
-// READY is a file that appears once the classes can be created. FILE.kill beside FILE, while it exists, makes
-// the next call on the instance object end the process.
+// READY is a file that appears once the classes can be created. READY.fault, while it exists, makes a call
+// fail: with "die" in it the call ends the process, with "wrong" it answers a value of a wrong type. At fault
+// are the ERP's enumerators (hasMoreElements), ADO's execution of the statement that marks a table's rows,
+// and the instance object.
 #include <fstream>
 #include <functional>
 #include <iostream>
@@ -38,6 +40,53 @@ constexpr const char* kRegistry = "iQRXyInstHandler.InstanceHandle";
 constexpr const char* kErpClasses[] = {"com.orva.erp.audit.AuditCriteria", "com.orva.erp.audit.Period",
                                        "com.orva.erp.audit.Parameter",     "com.orva.erp.audit.AuditReader",
                                        "com.orva.erp.audit.RecordStatus",  "Calendars.CalendarManager"};
+
+class Fault {
+public:
+    explicit Fault(std::string file) : file_(std::move(file)) {}
+    // Ends the process, or says that the answer is to be wrong.
+    bool Strikes() const {
+        std::ifstream stream(file_);
+        std::string kind;
+        stream >> kind;
+        if (kind == "die") TerminateProcess(GetCurrentProcess(), 9);
+        return kind == "wrong";
+    }
+
+    bool Possible() const { return std::filesystem::exists(file_); }
+
+private:
+    std::string file_;
+};
+
+// An enumerator at fault.
+class FaultyEnumerator : public Object {
+public:
+    FaultyEnumerator(ObjectRef inner, Fault fault) : inner_(std::move(inner)), fault_(std::move(fault)) {}
+    Value Invoke(std::string_view member, std::span<Argument> arguments) override {
+        if (member == "hasMoreElements" && fault_.Strikes()) return std::string("perhaps");
+        return inner_->Invoke(member, arguments);
+    }
+
+private:
+    ObjectRef inner_;
+    Fault fault_;
+};
+
+// A manager whose enumerators may be.
+class FaultyManager : public Object {
+public:
+    FaultyManager(ObjectRef inner, Fault fault) : inner_(std::move(inner)), fault_(std::move(fault)) {}
+    Value Invoke(std::string_view member, std::span<Argument> arguments) override {
+        const Value answer = inner_->Invoke(member, arguments);
+        if (!answer.Is<ObjectRef>() || !answer.As<ObjectRef>()) return answer;
+        return ObjectRef(std::make_shared<FaultyEnumerator>(answer.As<ObjectRef>(), fault_));
+    }
+
+private:
+    ObjectRef inner_;
+    Fault fault_;
+};
 
 // A class id that follows from the name.
 CLSID IdOf(const std::string& progId) {
@@ -108,14 +157,18 @@ std::map<std::string, erp::TableLayout> Layouts() {
     return erps.layouts;
 }
 
-Classes OfErp(const std::string& directory) {
+Classes OfErp(const std::string& directory, const Fault& fault) {
     const std::shared_ptr<erp::Erp> erp = erp::extract::OpenExtract(Wide(directory));
     const IniFile names = ErpClasses();
     Classes classes;
     for (const char* progId : kErpClasses)
         classes[progId] = [erp, progId] { return erp->CreateObject(progId); };
     for (const auto& [table, layout] : Layouts()) {
-        classes[names.Find(table, "Manager").value()] = [erp, layout] { return erp->CreateManager(layout); };
+        classes[names.Find(table, "Manager").value()] = [erp, layout, fault]() -> ObjectRef {
+            // The audit reader knows its own managers alone.
+            if (!fault.Possible()) return erp->CreateManager(layout);
+            return std::make_shared<FaultyManager>(erp->CreateManager(layout), fault);
+        };
         classes[names.Find(table, "Record").value()] = [erp, layout] { return erp->CreateRecord(layout); };
     }
     return classes;
@@ -127,7 +180,6 @@ public:
     void Append(const std::string& line) const {
         std::ofstream(file_, std::ios::app | std::ios::binary) << line << '\n';
     }
-    bool Deadly() const { return std::filesystem::exists(file_ + ".kill"); }
 
 private:
     std::string file_;
@@ -135,15 +187,15 @@ private:
 
 class InstanceObject : public Object {
 public:
-    explicit InstanceObject(CallLog log) : log_(std::move(log)) {}
+    InstanceObject(CallLog log, Fault fault) : log_(std::move(log)), fault_(std::move(fault)) {}
     Value Invoke(std::string_view member, std::span<Argument> arguments) override {
-        if (log_.Deadly()) TerminateProcess(GetCurrentProcess(), 9);
         std::string json;
         for (const auto& argument : arguments)
             json += (json.empty() ? "" : ",") + JsonValue(argument.value, IsoTime);
         log_.Append("{\"call\":" + JsonText(member) + ",\"args\":[" + json + "]}");
-        if (member == "getInstance") return ObjectRef(std::make_shared<InstanceObject>(log_));
-        return {};
+        if (member != "getInstance") return fault_.Strikes(), Value();
+        if (fault_.Strikes()) return std::string("no object");
+        return ObjectRef(std::make_shared<InstanceObject>(log_, fault_));
     }
     void Set(std::string_view member, const Value& value) override {
         log_.Append("{\"set\":" + JsonText(member) + ",\"value\":" + JsonValue(value, IsoTime) + "}");
@@ -151,14 +203,16 @@ public:
 
 private:
     CallLog log_;
+    Fault fault_;
 };
 
-Classes OfRole(const std::string& role, const std::string& argument) {
-    if (role == "erp") return OfErp(argument);
+Classes OfRole(const std::string& role, const std::string& argument, const Fault& fault) {
+    if (role == "erp") return OfErp(argument, fault);
     if (role == "instance")
-        return {{kRegistry, [argument] { return std::make_shared<InstanceObject>(CallLog(argument)); }}};
+        return {{kRegistry, [=] { return std::make_shared<InstanceObject>(CallLog(argument), fault); }}};
     const auto port = static_cast<unsigned short>(std::stoi(argument));
-    return {{"ADODB.Connection", [port] { return CreateRemoteConnection(port); }},
+    return {{"ADODB.Connection",
+             [=] { return CreateRemoteConnection(port, [fault] { return fault.Strikes(); }); }},
             {"ADODB.Recordset", [] { return CreateRemoteRecordset(); }}};
 }
 
@@ -200,7 +254,8 @@ int main(int argc, char** argv) {
     try {
         const platform::windows::Apartment apartment;
         if (argc == 2) return testing::RegisterProgIds(), 0;
-        testing::Serve(testing::OfRole(argv[1], argv[2]), argv[3]);
+        testing::Serve(testing::OfRole(argv[1], argv[2], testing::Fault(argv[3] + std::string(".fault"))),
+                       argv[3]);
         return 0;
     } catch (...) {
         std::cerr << platform::CurrentError().description << std::endl;
