@@ -1,8 +1,10 @@
 #include <CLI/CLI.hpp>
+#include <cstdlib>
 #include <functional>
 #include <iostream>
 
 #include "hosting/composition.h"
+#include "platform/date.h"
 #include "platform/error.h"
 #include "qrxctl/copy_command.h"
 #include "qrxctl/init_command.h"
@@ -21,22 +23,35 @@ constexpr int kUsageError = 64;
 using Command = std::function<int()>;
 
 void AddCommonOptions(CLI::App& app, Options& options) {
-    app.set_config("--config", "", "INI file that may hold any option")->envname("QRXCTL_CONFIG");
-    app.add_option("--connection", options.connection, "connection string of the local database")
-        ->envname("QRXCTL_CONNECTION");
-    app.add_option("--database", options.database, "database or schema; empty: the login's own")
-        ->envname("QRXCTL_DATABASE");
+    const char* file = std::getenv("QRXCTL_CONFIG");
+    const bool named = file && *file;
+    // The library reads variables only after this file, so that this one's variable is read here.
+    app.set_config("--config", named ? file : "", "INI file that may hold any option (Env:QRXCTL_CONFIG)",
+                   named);
+    app.allow_config_extras(CLI::config_extras_mode::error);
+    app.add_option("--connection", options.connection, "connection string of the local database");
+    app.add_option("--database", options.database, "database or schema; empty: the login's own");
     app.add_option("--platform", options.platform, "dialect of the statements")
         ->check(CLI::IsMember({"sqlserver", "oracle"}))
-        ->envname("QRXCTL_PLATFORM")
         ->capture_default_str();
-    app.add_option("--erp", options.erp, "run parameter: extract=DIRECTORY, or what the ERP's classes take")
-        ->envname("QRXCTL_ERP");
-    app.add_option("--group", options.group, "tree group whose tables form the catalog")
-        ->envname("QRXCTL_GROUP")
-        ->capture_default_str();
-    app.add_option("--log-dir", options.logDirectory, "where logs go; empty: the current directory")
-        ->envname("QRXCTL_LOG_DIR");
+    app.add_option("--erp", options.erp, "run parameter: extract=DIRECTORY, or what the ERP's classes take");
+    app.add_option("--group", options.group, "tree group whose tables form the catalog")->capture_default_str();
+    app.add_option("--log-dir", options.logDirectory, "where logs go; empty: the current directory");
+}
+
+// Every option's variable: QRXCTL_LOG_DIR for --log-dir.
+void NameVariables(CLI::App& app) {
+    for (CLI::Option* option : app.get_options()) {
+        if (option->get_lnames().empty() || option == app.get_help_ptr() || option == app.get_config_ptr())
+            continue;
+        std::string name = "QRXCTL_" + option->get_lnames().front();
+        for (char& c : name) {
+            if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+            if (c == '-') c = '_';
+        }
+        option->envname(name);
+    }
+    for (CLI::App* command : app.get_subcommands({})) NameVariables(*command);
 }
 
 void RequireConnection(const Options& options) {
@@ -54,6 +69,10 @@ void AddInit(CLI::App& app, const Options& options, Command& chosen) {
     });
 }
 
+std::string WhatIsWrongWithMoment(const std::string& text) {
+    return iqrx::platform::ParseIsoDate(text) ? "" : "\"" + text + "\" is not YYYY-MM-DD [HH:MM:SS]";
+}
+
 void AddCopy(CLI::App& app, const Options& options, CopyOptions& copy, Command& chosen) {
     CLI::App* command = app.add_subcommand("copy", "Copy tables, one request each");
     CLI::Option* tables = command->add_option("tables", copy.tables, "names of tables");
@@ -63,6 +82,7 @@ void AddCopy(CLI::App& app, const Options& options, CopyOptions& copy, Command& 
         command->add_flag("--incremental", copy.incremental, "apply the audit trail since the last update");
     incremental->excludes(full);
     command->add_option("--since", copy.since, "set the last update back to YYYY-MM-DD [HH:MM:SS] first")
+        ->check(CLI::Validator(WhatIsWrongWithMoment, "MOMENT"))
         ->excludes(full);
     command->callback([=, &options, &copy, &chosen] {
         RequireConnection(options);
@@ -114,6 +134,14 @@ int Complain(const std::string& what, int code) {
     return code;
 }
 
+// A word that is no command is looked for last by the library, which then misses a command first.
+std::string WhatIsWrong(const CLI::App& app, const CLI::ParseError& error) {
+    const std::vector<std::string> unknown = app.remaining();
+    if (app.get_subcommands().empty() && !unknown.empty())
+        return "there is no command or option " + unknown.front();
+    return error.what();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -133,12 +161,13 @@ int main(int argc, char** argv) {
     AddCopy(app, options, copy, chosen);
     AddStatus(app, options, json, chosen);
     AddSample(app, directory, size, chosen);
+    NameVariables(app);
 
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) return app.exit(error);
-        return Complain(error.what(), kUsageError);
+        return Complain(WhatIsWrong(app, error), kUsageError);
     }
     try {
         return chosen();
