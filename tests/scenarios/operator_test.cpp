@@ -1,0 +1,229 @@
+// The operator's tool: its help, its refusals, where its options come from, and what its commands leave.
+#include "scenarios/site.h"
+
+namespace iqrx::testing {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+class TheTool : public Site {
+protected:
+    TheTool() { GivenExtract("tsmdm030.csv", kServiceTypes); }
+
+    void ExpectUsageError(const std::vector<std::string>& arguments, const std::string& text) const {
+        const Finished run = Qrxctl(arguments);
+        EXPECT_EQ(run.exitCode, 64) << text;
+        EXPECT_EQ(run.out, "");
+        EXPECT_THAT(run.err, IsOneLineWith(text));
+    }
+    static void ExpectHelp(const Finished& run, const std::vector<std::string>& words) {
+        EXPECT_EQ(run.exitCode, 0);
+        EXPECT_EQ(run.err, "");
+        for (const std::string& word : words) EXPECT_THAT(run.out, HasSubstr(word));
+    }
+};
+
+TEST_F(TheTool, HelpsOnEveryLevel) {
+    ExpectHelp(BareQrxctl({"--help"}),
+               {"init", "copy", "status", "sample", "--connection", "--database", "--platform", "--erp",
+                "--group", "--log-dir", "--config", "QRXCTL_CONNECTION"});
+    ExpectHelp(BareQrxctl({"init", "--help"}), {"init"});
+    ExpectHelp(BareQrxctl({"copy", "--help"}), {"--all", "--full", "--incremental", "--since"});
+    ExpectHelp(BareQrxctl({"status", "--help"}), {"--json"});
+    ExpectHelp(BareQrxctl({"sample", "--help"}), {"--orders", "--changes", "--seed"});
+}
+
+TEST_F(TheTool, RefusesWhatItDoesNotKnowInOneLine) {
+    ExpectUsageError({"remove"}, "remove");
+    ExpectUsageError({"status", "--colour"}, "--colour");
+    ExpectUsageError({"copy", "tsmdm031", "--full"}, "tsmdm031");
+    ExpectUsageError({"copy", "tsmdm030", "tsmdm031", "--full"}, "tsmdm031");
+    ExpectUsageError({"--platform", "db", "status"}, "platform");
+    EXPECT_THAT(Rows(kSelectServiceTypes), IsEmpty());  // nothing is copied when one of the names is unknown
+}
+
+TEST_F(TheTool, RefusesAnIncompleteOrContradictoryCommandInOneLine) {
+    ExpectUsageError({}, "subcommand");
+    ExpectUsageError({"copy", "tsmdm030"}, "--full or --incremental");
+    ExpectUsageError({"copy", "--full"}, "--all");
+    ExpectUsageError({"copy", "tsmdm030", "--all", "--full"}, "--all");
+    ExpectUsageError({"copy", "tsmdm030", "--full", "--incremental"}, "--full");
+    ExpectUsageError({"copy", "tsmdm030", "--full", "--since", "2025-06-20"}, "--since");
+    ExpectUsageError({"sample", "somewhere", "--orders", "many"}, "--orders");
+    ExpectUsageError({"sample", "somewhere", "--orders", "-1"}, "--orders");
+    ExpectUsageError({"sample", "somewhere"}, "--orders");
+    EXPECT_FALSE(fs::exists(directory / "somewhere"));
+    const Finished noConnection = BareQrxctl({"status"});
+    EXPECT_EQ(noConnection.exitCode, 64);
+    EXPECT_THAT(noConnection.err, IsOneLineWith("--connection"));
+}
+
+TEST_F(TheTool, RefusesAMomentThatIsNoneBeforeItCopiesAnything) {
+    const Finished run = Qrxctl({"copy", "tsmdm030", "--incremental", "--since", "yesterday"});
+    EXPECT_EQ(run.exitCode, 64);
+    EXPECT_THAT(run.err, IsOneLineWith("\"yesterday\" is not YYYY-MM-DD [HH:MM:SS]"));
+    EXPECT_EQ(LastUpdate("tsmdm030"), "NULL");
+}
+
+TEST_F(TheTool, TakesAnyOptionFromAnIniFile) {
+    GivenFile(directory / "site.ini", "connection=\"" + Connection() + "\"\nerp=\"extract=" + extract.string() +
+                                          "\"\nlog-dir=\"" + logs.string() + "\"\nplatform=oracle");
+    const std::string ini = (directory / "site.ini").string();
+
+    EXPECT_EQ(BareQrxctl({"--config", ini, "copy", "tsmdm030", "--full"}).exitCode, 0);
+
+    EXPECT_THAT(Rows(kSelectServiceTypes), SizeIs(3));
+    EXPECT_THAT(RunLog("tsmdm030"), HasSubstr("Records inserted: tsmdm030 -  3"));
+    EXPECT_EQ(BareQrxctl({"status"}, {{"QRXCTL_CONFIG", ini}}).exitCode, 0);
+}
+
+TEST_F(TheTool, NamesAnIniFileThatIsMissingOrHoldsAnUnknownOption) {
+    ExpectUsageError({"--config", "nowhere.ini", "status"}, "nowhere.ini");
+    const Finished named = Qrxctl({"status"}, {{"QRXCTL_CONFIG", "nowhere.ini"}});
+    EXPECT_EQ(named.exitCode, 64);
+    EXPECT_THAT(named.err, IsOneLineWith("nowhere.ini"));
+    GivenFile(directory / "site.ini", "colour=blue");
+    ExpectUsageError({"--config", "site.ini", "status"}, "colour");
+}
+
+TEST_F(TheTool, TakesAnyOptionFromAVariable) {
+    const Environment variables{{"QRXCTL_CONNECTION", Connection()},
+                                {"QRXCTL_ERP", "extract=" + extract.string()},
+                                {"QRXCTL_LOG_DIR", logs.string()},
+                                {"QRXCTL_PLATFORM", "sqlserver"},
+                                {"QRXCTL_GROUP", "SYNC"}};
+    EXPECT_EQ(BareQrxctl({"copy", "tsmdm030", "--full"}, variables).exitCode, 0);
+    EXPECT_THAT(Rows(kSelectServiceTypes), SizeIs(3));
+    EXPECT_THAT(RunLog("tsmdm030"), HasSubstr("Records inserted: tsmdm030 -  3"));
+}
+
+TEST_F(TheTool, TakesTheOptionsOfACommandFromVariablesAndTheIniFileToo) {
+    EXPECT_THAT(Qrxctl({"status"}, {{"QRXCTL_JSON", "true"}}).out, ::testing::StartsWith("["));
+    EXPECT_EQ(Qrxctl({"copy", "tsmdm030"}, {{"QRXCTL_FULL", "true"}}).exitCode, 0);
+    EXPECT_THAT(Rows(kSelectServiceTypes), SizeIs(3));
+    GivenFile(directory / "site.ini", "[copy]\nincremental=true\nsince=\"2025-06-20 00:00:00\"");
+    GivenExtract("tsmdm030.audit.csv", kServiceTypeChanges);
+    EXPECT_EQ(Qrxctl({"--config", "site.ini", "copy", "tsmdm030"}).exitCode, 0);
+    EXPECT_THAT(Rows("SELECT cstp FROM tsmdm030 ORDER BY cstp"), ElementsAre("INS", "NEW", "REP"));
+    EXPECT_EQ(Qrxctl({"--config", "site.ini", "status"}).exitCode, 0);
+}
+
+TEST_F(TheTool, PrefersTheCommandLineToTheIniFileAndTheIniFileToAVariable) {
+    GivenFile(directory / "site.ini", "group=FILE");
+    const Environment variable{{"QRXCTL_GROUP", "VARIABLE"}};
+    const auto grouped = [&](const std::string& group) {
+        Execute("UPDATE tstreenodes SET groupid = '" + group + "'");
+    };
+    grouped("OPTION");
+    EXPECT_EQ(Qrxctl({"--config", "site.ini", "--group", "OPTION", "status"}, variable).exitCode, 0);
+    grouped("FILE");
+    EXPECT_EQ(Qrxctl({"--config", "site.ini", "status"}, variable).exitCode, 0);
+    grouped("VARIABLE");
+    EXPECT_EQ(Qrxctl({"status"}, variable).exitCode, 0);
+    EXPECT_EQ(Qrxctl({"status"}).exitCode, 1);
+}
+
+TEST_F(TheTool, ShowsTheStateOfEveryTable) {
+    Qrxctl({"copy", "tsmdm030", "--full"});
+    Execute("UPDATE tstables SET in_use = 1 WHERE tablename = 'tsmdm100'");
+
+    const Finished run = Qrxctl({"status"});
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.err, "");
+    EXPECT_THAT(Lines(run.out), SizeIs(20));
+    EXPECT_THAT(run.out, ::testing::ContainsRegex("tsmdm030 +[0-9-]+ [0-9:]+ +no +3"));
+    EXPECT_THAT(run.out, ::testing::ContainsRegex("tsmdm100 +never +yes +0"));
+}
+
+TEST_F(TheTool, ShowsTheStateOfEveryTableAsJson) {
+    Qrxctl({"copy", "tsmdm030", "--full"});
+    const Finished run = Qrxctl({"status", "--json"});
+    EXPECT_EQ(run.exitCode, 0);
+
+    const auto from = [&](const std::string& expression) {
+        return Cell("SELECT " + expression + " FROM (SELECT '" + run.out + "' AS j)");
+    };
+    EXPECT_EQ(from("json_valid(j)"), "1");
+    EXPECT_EQ(from("json_array_length(j)"), "19");
+    EXPECT_THAT(Rows("SELECT json_extract(value, '$.table'), json_extract(value, '$.rows'),"
+                     " json_extract(value, '$.in_use'), json_type(value, '$.last_update')"
+                     " FROM json_each('" +
+                     run.out + "')"),
+                AllOf(Contains("tsmdm030|3|0|text"), Contains("tsmdm100|0|0|null")));
+    EXPECT_EQ(Cell("SELECT json_extract(value, '$.last_update') FROM json_each('" + run.out +
+                   "') WHERE json_extract(value, '$.table') = 'tsmdm030'"),
+              LastUpdate("tsmdm030"));
+}
+
+TEST_F(TheTool, LeavesWhatAnAdministratorSetWhenItInitialisesAgain) {
+    Qrxctl({"copy", "tsmdm030", "--full"});
+    Execute(
+        "UPDATE tstables SET FilterFlag = 95 WHERE tablename = 'tssoc200';"
+        "UPDATE tstables SET in_use = 1 WHERE tablename = 'tsmdm100';"
+        "UPDATE tsi18ntext SET text = 'Servicearten' WHERE label = 'STIT0010';"
+        "UPDATE tsparameters SET Qrxcal = 90, tvkparam = 0;"
+        "DELETE FROM tstables WHERE tablename = 'tsmdm105'");
+    const std::string lastUpdate = LastUpdate("tsmdm030");
+
+    EXPECT_EQ(Qrxctl({"init"}).exitCode, 0);
+
+    EXPECT_EQ(Cell("SELECT FilterFlag FROM tstables WHERE tablename = 'tssoc200'"), "95");
+    EXPECT_TRUE(InUse("tsmdm100"));
+    EXPECT_EQ(Cell("SELECT text FROM tsi18ntext WHERE label = 'STIT0010'"), "Servicearten");
+    EXPECT_THAT(Rows("SELECT Qrxcal, tvkparam FROM tsparameters"), ElementsAre("90|0"));
+    EXPECT_EQ(LastUpdate("tsmdm030"), lastUpdate);
+    EXPECT_THAT(Rows(kSelectServiceTypes), SizeIs(3));
+    EXPECT_EQ(Cell("SELECT count(*) FROM tstables"), "19");  // the row that was missing is back
+}
+
+TEST_F(TheTool, AnswersTheWorstOfItsRequests) {
+    GivenExtract("tsmdm100.csv", "code\nSC01");
+    const auto copy = [&](std::vector<std::string> tables) {
+        tables.insert(tables.begin(), "copy");
+        tables.push_back("--full");
+        return Qrxctl(tables);
+    };
+    Execute("UPDATE tstables SET in_use = 1 WHERE tablename = 'tsmdm130'");
+
+    EXPECT_EQ(copy({"tsmdm030"}).exitCode, 0);
+    EXPECT_EQ(copy({"tsmdm130", "tsmdm030"}).exitCode, 2);
+    const Finished all = copy({"tsmdm100", "tsmdm130", "TSMDM030"});
+    EXPECT_EQ(all.exitCode, 1);
+    EXPECT_THAT(all.out, ::testing::ContainsRegex("tsmdm100 .*failed.*has no column 'cwoc'"));
+    EXPECT_THAT(all.out, ::testing::ContainsRegex("tsmdm130 .*in use"));
+    EXPECT_THAT(all.out,
+                ::testing::ContainsRegex("tsmdm030 +3 .*completed"));  // those after a failure are copied
+}
+
+TEST_F(TheTool, SaysThatADatabaseWasNeverInitialised) {
+    fs::remove(database);
+    const Finished missing = Qrxctl({"copy", "--all", "--full"});
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_THAT(missing.err, IsOneLineWith("does not exist"));
+    EXPECT_EQ(Qrxctl({"init"}).exitCode, 0);
+    EXPECT_EQ(Qrxctl({"copy", "tsmdm030", "--full"}).exitCode, 0);
+}
+
+TEST_F(TheTool, WritesTheSameSampleFromTheSameSeed) {
+    for (const char* name : {"one", "two"})
+        EXPECT_EQ(
+            BareQrxctl({"sample", (directory / name).string(), "--orders", "20", "--seed", "5"}).exitCode, 0);
+    for (const auto& entry : fs::directory_iterator(directory / "one"))
+        EXPECT_EQ(ReadText(entry.path()), ReadText(directory / "two" / entry.path().filename()))
+            << entry.path().filename();
+}
+
+TEST_F(TheTool, NamesADirectoryThatItCannotWriteASampleTo) {
+    const Finished run = BareQrxctl({"sample", (database / "sample").string(), "--orders", "5"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.err, IsOneLineWith(database.string()));
+}
+
+}  // namespace
+}  // namespace iqrx::testing
