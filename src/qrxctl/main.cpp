@@ -142,9 +142,7 @@ std::string WhatIsWrong(const CLI::App& app, const CLI::ParseError& error) {
     return error.what();
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
     Options options;
     CopyOptions copy;
     bool json = false;
@@ -169,8 +167,14 @@ int main(int argc, char** argv) {
         if (error.get_exit_code() == 0) return app.exit(error);
         return Complain(WhatIsWrong(app, error), kUsageError);
     }
+    return chosen();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
     try {
-        return chosen();
+        return Run(argc, argv);
     } catch (const iqrx::qrxctl::UnknownTable& error) {
         return Complain(error.what(), kUsageError);
     } catch (...) {
