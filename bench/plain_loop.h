@@ -1,0 +1,26 @@
+// What a copy is measured against: a loop that executes prepared statements with bound values in one transaction.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace iqrx::bench {
+
+using Row = std::vector<std::string>;
+
+// A statement, and which cell of a row each of its parameters takes.
+struct PlainStatement {
+    std::string sql;
+    std::vector<std::size_t> cells;
+};
+
+// Executes `first` for each row and, when it affected none, `otherwise`; seconds from BEGIN to COMMIT.
+double RunPlainLoop(const std::filesystem::path& database, const std::vector<Row>& rows,
+                    const PlainStatement& first, const PlainStatement& otherwise);
+
+// The two statements of an upsert by key; the first `keys` columns are the key.
+PlainStatement PlainUpdate(const std::string& table, const std::vector<std::string>& columns, std::size_t keys);
+PlainStatement PlainInsert(const std::string& table, const std::vector<std::string>& columns);
+
+}  // namespace iqrx::bench

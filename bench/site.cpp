@@ -1,0 +1,79 @@
+#include "site.h"
+
+#include <chrono>
+#include <fstream>
+#include <iostream>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+
+#include "hosting/composition.h"
+#include "hosting/sub_main.h"
+#include "qrxctl/init_command.h"
+
+namespace iqrx::bench {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+qrxctl::Options OptionsFor(const fs::path& database) {
+    qrxctl::Options options;
+    options.connection = "Provider=SQLite;Data Source=" + database.string();
+    return options;
+}
+
+}  // namespace
+
+Site::Site()
+    : directory_(fs::temp_directory_path() / ("iqrx-bench-" + std::to_string(std::random_device{}()))) {
+    fs::create_directories(Extract());
+    RenewDatabase();
+}
+
+Site::~Site() {
+    std::error_code ignored;
+    fs::remove_all(directory_, ignored);
+}
+
+void Site::RenewDatabase() {
+    for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(Database().string() + suffix);
+    hosting::Composition parts;
+    qrxctl::Init(parts, OptionsFor(Database()), IQRX_SCHEMA_DIRECTORY);
+}
+
+void Site::WriteCsv(const std::string& file, const std::vector<std::string>& header,
+                    const std::vector<Row>& rows) {
+    std::ofstream stream(Extract() / file, std::ios::binary);
+    const auto write = [&](const std::vector<std::string>& cells) {
+        for (std::size_t i = 0; i < cells.size(); ++i) stream << (i > 0 ? "," : "") << '"' << cells[i] << '"';
+        stream << '\n';
+    };
+    write(header);
+    for (const Row& row : rows) write(row);
+}
+
+double Site::Copy(int tableId, bool full) {
+    hosting::Composition parts;
+    control::Process process(parts.Machine(), parts.Databases(), parts.Erps(), parts.Objects(), std::cerr);
+    std::ostringstream request;
+    request << "Provider=SQLite;Data Source=" << Database().string() << "{}{}" << tableId << "{}"
+            << (full ? 1 : 2) << "{}" << directory_.string() << "{}extract=" << Extract().string()
+            << "{}0{}{}1{}0{}SYNC{}";
+    const auto begin = std::chrono::steady_clock::now();
+    if (hosting::SubMain(process, request.str()) != hosting::kCompleted)
+        throw std::runtime_error("the copy did not complete");
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+void Site::SetLastUpdate(const std::string& table, const std::string& moment) {
+    hosting::Composition parts;
+    platform::Machine machine = parts.Machine();
+    runtime::DatabaseSession session(machine, parts.Databases());
+    session.OpenDatabase(OptionsFor(Database()).connection, "");
+    control::ControlTables(machine.clock, session)
+        .SetTableLastUpdate(table, session.Literals().WrapDateLiteral(moment));
+    session.CloseDatabase();
+}
+
+}  // namespace iqrx::bench
