@@ -2,7 +2,6 @@
 
 #include <sqlite3.h>
 
-#include <chrono>
 #include <numeric>
 #include <stdexcept>
 
@@ -60,16 +59,23 @@ private:
 
 }  // namespace
 
-double RunPlainLoop(const std::filesystem::path& file, const std::vector<Row>& rows,
-                    const PlainStatement& first, const PlainStatement& otherwise) {
+Stopwatch::Stopwatch() : wall_(std::chrono::steady_clock::now()), cpu_(std::clock()) {}
+
+Seconds Stopwatch::Elapsed() const {
+    return {std::chrono::duration<double>(std::chrono::steady_clock::now() - wall_).count(),
+            static_cast<double>(std::clock() - cpu_) / CLOCKS_PER_SEC};
+}
+
+Seconds RunPlainLoop(const std::filesystem::path& file, const std::vector<Row>& rows,
+                     const PlainStatement& first, const PlainStatement& otherwise) {
     const Database database(file);
     Prepared firstStatement(database, first), otherStatement(database, otherwise);
-    const auto begin = std::chrono::steady_clock::now();
+    const Stopwatch watch;
     database.Execute("BEGIN");
     for (const Row& row : rows)
         if (firstStatement.Run(row) == 0) otherStatement.Run(row);
     database.Execute("COMMIT");
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    return watch.Elapsed();
 }
 
 PlainStatement PlainUpdate(const std::string& table, const std::vector<std::string>& columns, std::size_t keys) {

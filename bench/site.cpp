@@ -1,6 +1,5 @@
 #include "site.h"
 
-#include <chrono>
 #include <fstream>
 #include <iostream>
 #include <random>
@@ -46,24 +45,24 @@ void Site::WriteCsv(const std::string& file, const std::vector<std::string>& hea
                     const std::vector<Row>& rows) {
     std::ofstream stream(Extract() / file, std::ios::binary);
     const auto write = [&](const std::vector<std::string>& cells) {
-        for (std::size_t i = 0; i < cells.size(); ++i) stream << (i > 0 ? "," : "") << '"' << cells[i] << '"';
+        for (std::size_t i = 0; i < cells.size(); ++i) stream << (i > 0 ? "," : "") << cells[i];
         stream << '\n';
     };
     write(header);
     for (const Row& row : rows) write(row);
 }
 
-double Site::Copy(int tableId, bool full) {
+Seconds Site::Copy(int tableId, bool full) {
     hosting::Composition parts;
     control::Process process(parts.Machine(), parts.Databases(), parts.Erps(), parts.Objects(), std::cerr);
     std::ostringstream request;
     request << "Provider=SQLite;Data Source=" << Database().string() << "{}{}" << tableId << "{}"
             << (full ? 1 : 2) << "{}" << directory_.string() << "{}extract=" << Extract().string()
             << "{}0{}{}1{}0{}SYNC{}";
-    const auto begin = std::chrono::steady_clock::now();
+    const Stopwatch watch;
     if (hosting::SubMain(process, request.str()) != hosting::kCompleted)
         throw std::runtime_error("the copy did not complete");
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    return watch.Elapsed();
 }
 
 void Site::SetLastUpdate(const std::string& table, const std::string& moment) {

@@ -20,12 +20,12 @@ public:
     std::filesystem::path Database() const { return directory_ / "local.db"; }
 
     void RenewDatabase();  // empty tables, a catalog
-    // A file of the extract: a header and the rows, every cell in quotes.
+    // A file of the extract: a header and the rows, whose cells need no quotes.
     void WriteCsv(const std::string& file, const std::vector<std::string>& header,
                   const std::vector<Row>& rows);
 
-    // One request of the service in this process; seconds. Raises std::runtime_error when it does not complete.
-    double Copy(int tableId, bool full);
+    // One request of the service in this process. Raises std::runtime_error when it does not complete.
+    Seconds Copy(int tableId, bool full);
     void SetLastUpdate(const std::string& table, const std::string& moment);
 
 private:

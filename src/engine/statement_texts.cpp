@@ -5,7 +5,8 @@ namespace iqrx::engine {
 StatementTexts::StatementTexts(const Table& table, platform::Object& record, const std::string& tableName,
                                const runtime::SqlLiterals& literals, AskDates askDates)
     : table_(table), record_(record), tableName_(tableName), literals_(literals) {
-    if (askDates == AskDates::InTheirPlace) return;
+    if (askDates == AskDates::InTheirPlace || !table.hasDates) return;
+    dates_.resize(table.def.columns.size());
     for (std::size_t i = 0; i < table.def.columns.size(); ++i) {
         const Column& column = table.def.columns[i];
         if (column.conversion.kind == erp::FieldKind::Date)
@@ -18,21 +19,26 @@ std::string StatementTexts::Text(const Statement& statement) const {
     std::string sql;
     sql.reserve(kUsualLength);
     for (const Piece& piece : statement) {
-        if (piece.column == Piece::kText) {
+        if (piece.column == Piece::kText)
             sql += piece.text;
-        } else if (piece.column == Piece::kTableName) {
+        else if (piece.column == Piece::kTableName)
             sql += tableName_;
-        } else {
-            const auto index = static_cast<std::size_t>(piece.column);
-            const Column& column = table_.def.columns[index];
-            if (!dates_[index].empty())
-                sql += dates_[index];
-            else
-                column.conversion.append(
-                    sql, column.conversion.asksErp ? record_.Get(column.getter) : platform::Value(), literals_);
-        }
+        else
+            AppendColumn(sql, static_cast<std::size_t>(piece.column));
     }
     return sql;
+}
+
+void StatementTexts::AppendColumn(std::string& sql, std::size_t index) const {
+    const Column& column = table_.def.columns[index];
+    if (!dates_.empty() && !dates_[index].empty())
+        sql += dates_[index];
+    else if (!column.conversion.asksErp)
+        column.conversion.append(sql, platform::Value(), literals_);
+    else if (const platform::Value* kept = record_.Peek(column.getter))
+        column.conversion.append(sql, *kept, literals_);
+    else
+        column.conversion.append(sql, record_.Get(column.getter), literals_);
 }
 
 }  // namespace iqrx::engine

@@ -1,8 +1,8 @@
 // The statements of one record.
 #pragma once
 
-#include <array>
 #include <string>
+#include <vector>
 
 #include "engine/table.h"
 #include "platform/object.h"
@@ -22,11 +22,13 @@ public:
     std::string Text(const Statement& statement) const;
 
 private:
+    void AppendColumn(std::string& sql, std::size_t index) const;
+
     const Table& table_;
     platform::Object& record_;
     const std::string& tableName_;
     const runtime::SqlLiterals& literals_;
-    std::array<std::string, 40> dates_;  // by column
+    std::vector<std::string> dates_;  // by column; empty for a table without dates
 };
 
 }  // namespace iqrx::engine

@@ -62,6 +62,7 @@ struct Table {
     TableDef def;
     Statement update, insert, remove, count;
     FixedList<erp::FieldLayout, 48> fields;
+    bool hasDates = false;
 
     // Views into this table, which lives for ever.
     erp::TableLayout Layout() const { return {def.name, {fields.data(), fields.size()}}; }

@@ -54,13 +54,20 @@ constexpr FixedList<erp::FieldLayout, 48> LayoutFields(const TableDef& def) {
     return fields;
 }
 
+constexpr bool HasDates(const TableDef& def) {
+    for (const Column& column : def.columns)
+        if (column.conversion.kind == erp::FieldKind::Date) return true;
+    return false;
+}
+
 consteval Table Checked(const TableDef& def) {
     Table table{def,
                 Cut(def, def.update),
                 Cut(def, def.insert),
                 Cut(def, def.remove),
                 Cut(def, def.count),
-                LayoutFields(def)};
+                LayoutFields(def),
+                HasDates(def)};
     RequireEveryColumn(table);
     return table;
 }

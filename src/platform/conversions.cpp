@@ -58,20 +58,30 @@ struct Decimal {
     int exponent;        // of the first digit
 };
 
-Decimal Shortest(Double number, int precision) {
-    std::array<char, 32> buffer;
-    const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number,
-                                   std::chars_format::scientific, precision - 1)
-                         .ptr;
-    const std::string_view text(buffer.data(), static_cast<std::size_t>(end - buffer.data()));
-    const auto e = text.find('e');
-    Decimal decimal;
-    for (char c : text.substr(0, e))
+Decimal Digits(std::string_view scientific) {
+    const auto e = scientific.find('e');
+    Decimal decimal{};
+    for (const char c : scientific.substr(0, e))
         if (c != '.') decimal.digits += c;
     decimal.digits.resize(std::max<std::size_t>(1, decimal.digits.find_last_not_of('0') + 1));
-    auto exponent = text.substr(e + 1);
+    auto exponent = scientific.substr(e + 1);
     if (exponent.starts_with('+')) exponent.remove_prefix(1);
     std::from_chars(exponent.data(), exponent.data() + exponent.size(), decimal.exponent);
+    return decimal;
+}
+
+// The form that reads back as the number, where it is short enough; else rounded to the precision.
+template <class T>
+Decimal Shortest(T number, int precision) {
+    std::array<char, 32> buffer;
+    const auto text = [&](std::to_chars_result written) {
+        return std::string_view(buffer.data(), static_cast<std::size_t>(written.ptr - buffer.data()));
+    };
+    char* const end = buffer.data() + buffer.size();
+    Decimal decimal = Digits(text(std::to_chars(buffer.data(), end, number, std::chars_format::scientific)));
+    if (decimal.digits.size() > static_cast<std::size_t>(precision))
+        decimal = Digits(
+            text(std::to_chars(buffer.data(), end, number, std::chars_format::scientific, precision - 1)));
     return decimal;
 }
 
@@ -92,7 +102,8 @@ std::string Scientific(const Decimal& decimal, std::string_view separator) {
     return text + (decimal.exponent < 0 ? "E-" : "E+") + (exponent.size() < 2 ? "0" : "") + exponent;
 }
 
-std::string TextWithPrecision(Double number, int precision, std::string_view separator) {
+template <class T>
+std::string TextWithPrecision(T number, int precision, std::string_view separator) {
     constexpr int kMaxDecimals = 15;
     if (number == 0) return "0";
     if (!std::isfinite(number)) RaiseRuntimeError(kOverflow);

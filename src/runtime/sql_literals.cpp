@@ -10,7 +10,12 @@ namespace iqrx::runtime {
 
 namespace {
 
-std::string PadZero(int number) { return (number < 10 ? "0" : "") + std::to_string(number); }
+// With its separator; two digits at least.
+void AppendPadZero(std::string& text, char separator, int number) {
+    text += separator;
+    if (number < 10) text += '0';
+    text += std::to_string(number);
+}
 
 }  // namespace
 
@@ -31,8 +36,10 @@ void SqlLiterals::AppendQuoted(std::string& sql, std::string_view text) const {
 }
 
 std::string SqlLiterals::WrapDateLiteral(std::string_view text) const {
-    if (platform_ == kOracle) return "TO_DATE( '" + std::string(text) + "','yyyy-mm-dd HH24:MI:SS')";
-    return "CONVERT(DATETIME,'" + std::string(text) + "',120)";
+    const bool oracle = platform_ == kOracle;
+    std::string literal(oracle ? "TO_DATE( '" : "CONVERT(DATETIME,'");
+    literal.append(text).append(oracle ? "','yyyy-mm-dd HH24:MI:SS')" : "',120)");
+    return literal;
 }
 
 std::optional<std::string> SqlLiterals::UtcDateLiteral(const platform::Value& local) const {
@@ -53,6 +60,7 @@ std::string SqlLiterals::CurrentTimeLiteral() const {
 
 std::string SqlLiterals::FormatDecimal(platform::Double number) const {
     const std::string separator = machine_.locale.DecimalSeparator();
+    if (separator == ".") return platform::NumberText(number);
     return Fill(platform::NumberText(number, separator), separator, ".");
 }
 
@@ -62,8 +70,13 @@ std::string SqlLiterals::LocaleText(platform::Double number) const {
 
 std::string FormatIsoDateTime(platform::Date moment) {
     const platform::CivilTime time = platform::ToCivil(moment);
-    return std::to_string(time.year) + '-' + PadZero(time.month) + '-' + PadZero(time.day) + ' ' +
-           PadZero(time.hour) + ':' + PadZero(time.minute) + ':' + PadZero(time.second);
+    std::string text = std::to_string(time.year);
+    AppendPadZero(text, '-', time.month);
+    AppendPadZero(text, '-', time.day);
+    AppendPadZero(text, ' ', time.hour);
+    AppendPadZero(text, ':', time.minute);
+    AppendPadZero(text, ':', time.second);
+    return text;
 }
 
 std::string MaxKeyString(int count) { return std::string(static_cast<std::size_t>(count), '\x7f'); }

@@ -34,12 +34,13 @@ int RecordShape::FindGetter(std::string_view member) const { return slots_[Slot(
 
 // The slot that holds the getter, or the free one where it would stand.
 std::size_t RecordShape::Slot(std::string_view member) const {
-    const auto letter = [&](std::size_t place) -> std::size_t {
-        return place < member.size() ? static_cast<unsigned char>(member[place]) : 0;
-    };
+    constexpr std::size_t kLettersThatDiffer = 7;  // getters begin alike: "getSer..."
     const std::size_t mask = slots_.size() - 1;
-    std::size_t slot = member.size() * 5 + letter(3) * 3 + letter(6) * 7 + letter(member.size() / 2) * 11 +
-                       letter(member.size() - 1);
+    std::size_t slot = member.size() * 5;
+    if (member.size() >= kLettersThatDiffer)
+        slot += static_cast<unsigned char>(member[3]) * 3U + static_cast<unsigned char>(member[6]) * 7U +
+                static_cast<unsigned char>(member[member.size() / 2]) * 11U +
+                static_cast<unsigned char>(member.back());
     for (slot &= mask; slots_[slot] >= 0; slot = (slot + 1) & mask)
         if (fields_[static_cast<std::size_t>(slots_[slot])].getter == member) break;
     return slot;
@@ -51,10 +52,15 @@ Record::Record(std::shared_ptr<const RecordShape> shape) : shape_(std::move(shap
 }
 
 Value Record::Invoke(std::string_view member, std::span<platform::Argument> arguments) {
-    const int field = shape_->FindGetter(member);
-    if (field < 0) RaiseNoSuchMember("The record", member);
+    const Value* value = Peek(member);
+    if (!value) RaiseNoSuchMember("The record", member);
     ExpectArguments(arguments, 0);
-    return values_[static_cast<std::size_t>(field)];
+    return *value;
+}
+
+const Value* Record::Peek(std::string_view member) {
+    const int field = shape_->FindGetter(member);
+    return field < 0 ? nullptr : &values_[static_cast<std::size_t>(field)];
 }
 
 }  // namespace iqrx::erp::extract

@@ -36,6 +36,8 @@ public:
 
     platform::Value Invoke(std::string_view member, std::span<platform::Argument> arguments) override;
 
+    const platform::Value* Peek(std::string_view member) override;
+
     platform::Value& At(std::size_t field) { return values_[field]; }
 
     // The kind of change, for an element of the audit trail.

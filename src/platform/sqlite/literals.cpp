@@ -111,7 +111,32 @@ void Literals::Start(std::string_view statement) {
     if (scratch_.capacity() < statement.size()) scratch_.reserve(2 * statement.size());
 }
 
+// The literals that nearly all of a copy's statements are made of: a text without a quote in it, a single digit.
+bool Literals::ScanUsual(std::string_view statement, std::size_t& place) {
+    const char* const text = statement.data() + place;
+    const std::size_t left = statement.size() - place;
+    if (left >= 3 && text[0] == 'N' && text[1] == '\'') {
+        const void* const found = std::memchr(text + 2, '\'', left - 2);
+        if (!found) return false;
+        const char* const quote = static_cast<const char*>(found);
+        const std::size_t length = static_cast<std::size_t>(quote - text) + 1;
+        if (length < left && quote[1] == '\'') return false;
+        Add({text + 2, length - 3});
+        place += length;
+        return true;
+    }
+    if (left < 2 || !IsDigit(text[0]) || IsDigit(text[1]) || text[1] == '.' || UpperCase(text[1]) == 'E')
+        return false;
+    Literal digit;
+    digit.kind = LiteralKind::Whole;
+    digit.whole = text[0] - '0';
+    items_.push_back(digit);
+    ++place;
+    return true;
+}
+
 bool Literals::Scan(std::string_view statement, std::size_t& place) {
+    if (ScanUsual(statement, place)) return true;
     const char first = At(statement, place);
     switch (first) {
         case '\'':

@@ -31,6 +31,7 @@ public:
     bool Scan(std::string_view statement, std::size_t& place);
 
 private:
+    bool ScanUsual(std::string_view statement, std::size_t& place);
     bool ScanText(std::string_view statement, std::size_t quote, std::size_t& place);
     bool ScanNumber(std::string_view statement, std::size_t& place);
     bool ScanDate(std::string_view statement, std::size_t& place, bool convert);
