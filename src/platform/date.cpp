@@ -33,8 +33,7 @@ std::optional<int> Digits(std::string_view text) {
 
 Date FromCivil(const CivilTime& time) {
     const std::chrono::sys_days day = std::chrono::year(time.year) / time.month / time.day;
-    return {day.time_since_epoch().count() * kSecondsPerDay + time.hour * 3600 + time.minute * 60 +
-            time.second};
+    return {day.time_since_epoch().count() * kSecondsPerDay + time.hour * 3600 + time.minute * 60 + time.second};
 }
 
 CivilTime ToCivil(Date moment) {

@@ -5,9 +5,8 @@
 #include <vector>
 
 #include "erp/extract/csv_reader.h"
-#include "platform/connection_string.h"
 #include "platform/error.h"
-#include "platform/sqlite/sqlite_database.h"
+#include "qrxctl/embedded_schema.h"
 #include "runtime/database_session.h"
 
 namespace iqrx::qrxctl {
@@ -15,14 +14,6 @@ namespace iqrx::qrxctl {
 namespace {
 
 using erp::extract::CsvReader;
-
-std::string ReadFile(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream) platform::RaiseRuntimeError(platform::kFileNotFound, file.string());
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
 
 // The blocks of a script; a line with a single slash ends each.
 std::vector<std::string> Blocks(const std::string& script) {
@@ -42,16 +33,13 @@ std::vector<std::string> Blocks(const std::string& script) {
 
 void ApplySchema(runtime::DatabaseSession& session, const Options& options,
                  const std::filesystem::path& folder) {
-    const platform::ConnectionString keys(options.connection);
-    const auto provider = keys.Find("Provider");
-    if (provider && platform::EqualIgnoringCase(*provider, "SQLite"))
-        platform::ApplySqliteScript(keys.Find("Data Source").value_or(""), ReadFile(folder / "sqlite.sql"));
+    const bool embedded = ApplyEmbeddedSchema(options.connection, folder / "sqlite.sql");
     session.OpenDatabase(options.connection, options.database);
-    if (provider && platform::EqualIgnoringCase(*provider, "SQLite")) return;
+    if (embedded) return;
     if (PlatformNumber(options) == runtime::kOracle)
-        for (const std::string& block : Blocks(ReadFile(folder / "oracle.sql"))) session.Execute(block);
+        for (const std::string& block : Blocks(ReadScript(folder / "oracle.sql"))) session.Execute(block);
     else
-        session.Execute(ReadFile(folder / "sqlserver.sql"));
+        session.Execute(ReadScript(folder / "sqlserver.sql"));
 }
 
 // Cells of a row by column name, as literals.
@@ -102,6 +90,14 @@ void FillCatalog(runtime::DatabaseSession& session, const std::filesystem::path&
 }
 
 }  // namespace
+
+std::string ReadScript(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) platform::RaiseRuntimeError(platform::kFileNotFound, file.string());
+    std::ostringstream text;
+    text << stream.rdbuf();
+    return text.str();
+}
 
 void Init(hosting::Composition& parts, const Options& options, const std::filesystem::path& schemaFolder) {
     platform::Machine machine = parts.Machine();

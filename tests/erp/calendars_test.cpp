@@ -120,8 +120,7 @@ TEST_F(Calendars, AreFoundAgainFarApartWithQuotedCellsBetween) {
     for (int i = 0; i < 200; ++i) {
         text += Interval("A", "2009-05-07", "\"a\"\"" + std::to_string(i) + "\n\"");
         expected.push_back("a\"" + std::to_string(i) + "\n");
-        text +=
-            Interval("B", "2009-05-07", "\"" + std::string(static_cast<std::size_t>(i * 37), '\n') + "\"");
+        text += Interval("B", "2009-05-07", "\"" + std::string(static_cast<std::size_t>(i * 37), '\n') + "\"");
     }
     Write("calendars.csv", text);
     EXPECT_EQ(Marks("A"), expected);
@@ -129,8 +128,7 @@ TEST_F(Calendars, AreFoundAgainFarApartWithQuotedCellsBetween) {
 }
 
 TEST_F(Calendars, AreNarrowedByDateWindowAndAvailabilityTypeWithBothEndsIncluded) {
-    Write("calendars.csv", kHeader + Interval("A", "2009-05-06", "1") +
-                               Interval("A", "2009-05-07", "2", "ABC") +
+    Write("calendars.csv", kHeader + Interval("A", "2009-05-06", "1") + Interval("A", "2009-05-07", "2", "ABC") +
                                Interval("A", "2009-05-08", "3", "ABD") + Interval("A", "2009-05-09", "4") +
                                Interval("A", "2009-05-10", "5"));
     firstDate = "2009-05-07";

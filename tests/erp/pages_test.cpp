@@ -31,9 +31,8 @@ protected:
         Value callId = Long{0}, complete = std::string("N");
         Value configuration = std::string(), object = std::string(), number = Long{0};
         do {
-            const ObjectRef page =
-                platform::ToObject(Call(*manager, "ListObjects", configuration, object, number, Long{750},
-                                        ByRef{callId}, ByRef{complete}));
+            const ObjectRef page = platform::ToObject(Call(*manager, "ListObjects", configuration, object,
+                                                           number, Long{750}, ByRef{callId}, ByRef{complete}));
             const ObjectRef wrapper = platform::ToObject(page->Get("getRecordSetObjects"));
             const int size = platform::ToLong(wrapper->Get("sizeObjects"));
             sizes.push_back(size);

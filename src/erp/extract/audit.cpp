@@ -113,9 +113,8 @@ private:
         const auto criteria = ObjectOf<AuditCriteria>(arguments[2].value, "audit criteria");
         elements_.reset();
         if (Exists(manager->AuditFile()))
-            elements_.emplace(
-                std::make_unique<AuditTrail>(manager->AuditFile(), manager->Layout(), *criteria),
-                std::make_shared<RecordShape>(manager->Layout().fields));
+            elements_.emplace(std::make_unique<AuditTrail>(manager->AuditFile(), manager->Layout(), *criteria),
+                              std::make_shared<RecordShape>(manager->Layout().fields));
         return {};
     }
 

@@ -43,8 +43,7 @@ CalendarIndex::CalendarIndex(const std::filesystem::path& file) {
 std::vector<CalendarIndex::Run> CalendarIndex::Find(const std::string& from, const std::string& to) const {
     const KeyRange range(kCalendar, FieldKind::Text, from, to);
     std::vector<Run> found;
-    for (auto calendar = runs_.lower_bound(from); calendar != runs_.end() && calendar->first <= to;
-         ++calendar)
+    for (auto calendar = runs_.lower_bound(from); calendar != runs_.end() && calendar->first <= to; ++calendar)
         if (range.Contains(calendar->first))
             found.insert(found.end(), calendar->second.begin(), calendar->second.end());
     std::sort(found.begin(), found.end(),

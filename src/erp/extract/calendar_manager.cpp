@@ -74,8 +74,7 @@ CalendarManager::CalendarManager(const std::filesystem::path& directory)
 Value CalendarManager::Invoke(std::string_view member, std::span<Argument> arguments) {
     if (member == "ListUTCActualCalendarForQRX") {
         ExpectArguments(arguments, 11);
-        return listings_.NextPage([&] { return Select(arguments); }, arguments[8], arguments[9],
-                                  arguments[10]);
+        return listings_.NextPage([&] { return Select(arguments); }, arguments[8], arguments[9], arguments[10]);
     }
     if (member == "Initialize") {
         ExpectArguments(arguments, 1);  // the run parameter has named the directory already

@@ -180,8 +180,7 @@ void CsvReader::FailAt(std::size_t column, const std::string& what) const {
 }
 
 void CsvReader::Fail(std::uint64_t line, std::size_t column, const std::string& what) const {
-    const std::string name =
-        column < header_.size() ? "'" + header_[column] + "'" : std::to_string(column + 1);
+    const std::string name = column < header_.size() ? "'" + header_[column] + "'" : std::to_string(column + 1);
     Raise(platform::kDeviceIoError,
           Utf8(file_) + ", line " + std::to_string(line) + ", column " + name + ": " + what);
 }

@@ -16,9 +16,8 @@ void RaiseWrongObject(std::string_view wanted) {
 
 void ExpectArguments(std::span<const platform::Argument> arguments, std::size_t count) {
     if (arguments.size() != count)
-        Raise(platform::kWrongArgumentCount,
-              "Wrong number of arguments: " + std::to_string(arguments.size()) + " instead of " +
-                  std::to_string(count));
+        Raise(platform::kWrongArgumentCount, "Wrong number of arguments: " + std::to_string(arguments.size()) +
+                                                 " instead of " + std::to_string(count));
 }
 
 std::string Utf8(const std::filesystem::path& path) {

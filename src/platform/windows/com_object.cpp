@@ -77,8 +77,7 @@ Value ComObject::Invoke(std::string_view member, std::span<Argument> arguments) 
                           &parameters, &result, &exception, nullptr);
     if (FAILED(called)) throw ErrorOfCall(called, &exception, member);
     frame.ReadBack();
-    return FromVariant(result,
-                       [&](ComRef<IDispatch> dispatch) { return Answer(member, std::move(dispatch)); });
+    return FromVariant(result, [&](ComRef<IDispatch> dispatch) { return Answer(member, std::move(dispatch)); });
 }
 
 void ComObject::Set(std::string_view member, const Value& value) {

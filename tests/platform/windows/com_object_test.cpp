@@ -253,8 +253,7 @@ TEST(ComErrors, AServerThatIsGoneIsError462) {
                                  HRESULT_FROM_WIN32(RPC_S_CALL_FAILED)}) {
         const RuntimeError error = ErrorOfCall(result, nullptr, "nextElement");
         EXPECT_EQ(error.number, 462);
-        EXPECT_EQ(error.description,
-                  "The remote server machine does not exist or is unavailable: nextElement");
+        EXPECT_EQ(error.description, "The remote server machine does not exist or is unavailable: nextElement");
     }
 }
 
