@@ -150,7 +150,7 @@ void UpsertServiceObject(CopyRun& run, Object& record, const std::string& tableN
 }
 
 std::string BuildServiceObjectBlock(CopyRun& run, Object& record, const std::string& tableName) {
-    const StatementTexts texts(kServiceObjects, record, tableName, run.Literals());
+    StatementTexts texts(kServiceObjects, record, tableName, run.Literals());
     const BlockFrame& frame = run.Database().Platform() == runtime::kSqlServer ? kSqlServerFrame : kOracleFrame;
     std::string block(frame.open);
     block.append("\r\n").append(texts.Text(kServiceObjects.count));

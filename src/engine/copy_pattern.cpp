@@ -230,22 +230,20 @@ void Upsert(CopyRun& run, const Table& table, Object& record, const std::string&
     const auto look = [&run](Guard guard, const std::string& sql) {
         if (guard) guard(run, sql);
     };
-    const StatementTexts texts(table, record, tableName, run.Literals());
-    std::string sql = texts.Text(table.update);
-    look(guards.beforeUpdate, sql);
-    if (run.Database().Execute(sql) != 0) {
+    StatementTexts texts(table, record, tableName, run.Literals());
+    look(guards.beforeUpdate, texts.Text(table.update));
+    if (run.Database().Execute(texts.Last()) != 0) {
         control::Add(run.counters.updated, 1);
     } else {
-        sql = texts.Text(table.insert);
-        look(guards.beforeInsert, sql);
-        const platform::Long affected = run.Database().Execute(sql);
+        look(guards.beforeInsert, texts.Text(table.insert));
+        const platform::Long affected = run.Database().Execute(texts.Last());
         if (affected == 1 || table.def.countsEveryInsert) control::Add(run.counters.inserted, 1);
     }
-    look(guards.afterwards, sql);
+    look(guards.afterwards, texts.Last());
 }
 
 platform::Long Remove(CopyRun& run, const Table& table, Object& element, const std::string& tableName) {
-    const StatementTexts texts(table, element, tableName, run.Literals(), AskDates::InTheirPlace);
+    StatementTexts texts(table, element, tableName, run.Literals(), AskDates::InTheirPlace);
     return run.Database().Execute(texts.Text(table.remove));
 }
 

@@ -14,31 +14,31 @@ StatementTexts::StatementTexts(const Table& table, platform::Object& record, con
     }
 }
 
-std::string StatementTexts::Text(const Statement& statement) const {
+const std::string& StatementTexts::Text(const Statement& statement) {
     constexpr std::size_t kUsualLength = 256;
-    std::string sql;
-    sql.reserve(kUsualLength);
+    sql_.clear();
+    sql_.reserve(kUsualLength);
     for (const Piece& piece : statement) {
         if (piece.column == Piece::kText)
-            sql += piece.text;
+            sql_ += piece.text;
         else if (piece.column == Piece::kTableName)
-            sql += tableName_;
+            sql_ += tableName_;
         else
-            AppendColumn(sql, static_cast<std::size_t>(piece.column));
+            AppendColumn(static_cast<std::size_t>(piece.column));
     }
-    return sql;
+    return sql_;
 }
 
-void StatementTexts::AppendColumn(std::string& sql, std::size_t index) const {
+void StatementTexts::AppendColumn(std::size_t index) {
     const Column& column = table_.def.columns[index];
     if (!dates_.empty() && !dates_[index].empty())
-        sql += dates_[index];
+        sql_ += dates_[index];
     else if (!column.conversion.asksErp)
-        column.conversion.append(sql, platform::Value(), literals_);
+        column.conversion.append(sql_, platform::Value(), literals_);
     else if (const platform::Value* kept = record_.Peek(column.getter))
-        column.conversion.append(sql, *kept, literals_);
+        column.conversion.append(sql_, *kept, literals_);
     else
-        column.conversion.append(sql, record_.Get(column.getter), literals_);
+        column.conversion.append(sql_, record_.Get(column.getter), literals_);
 }
 
 }  // namespace iqrx::engine

@@ -19,15 +19,18 @@ public:
     StatementTexts(const Table& table, platform::Object& record, const std::string& tableName,
                    const runtime::SqlLiterals& literals, AskDates askDates = AskDates::First);
 
-    std::string Text(const Statement& statement) const;
+    // The text, which Last() answers until another is asked for.
+    const std::string& Text(const Statement& statement);
+    const std::string& Last() const { return sql_; }
 
 private:
-    void AppendColumn(std::string& sql, std::size_t index) const;
+    void AppendColumn(std::size_t index);
 
     const Table& table_;
     platform::Object& record_;
     const std::string& tableName_;
     const runtime::SqlLiterals& literals_;
+    std::string sql_;
     std::vector<std::string> dates_;  // by column; empty for a table without dates
 };
 

@@ -191,10 +191,11 @@ Date ToDate(const Value& value) {
     return FromAutomationDate(ToDouble(value));
 }
 
-ObjectRef ToObject(const Value& value) {
-    if (!value.Is<ObjectRef>()) RaiseRuntimeError(kTypeMismatch);
-    if (!value.As<ObjectRef>()) RaiseRuntimeError(kObjectNotSet);
-    return value.As<ObjectRef>();
+ObjectRef ToObject(Value value) {
+    ObjectRef* const object = std::get_if<ObjectRef>(&value);
+    if (!object) RaiseRuntimeError(kTypeMismatch);
+    if (!*object) RaiseRuntimeError(kObjectNotSet);
+    return std::move(*object);
 }
 
 bool IsNumeric(std::string_view text) {

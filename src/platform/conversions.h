@@ -21,7 +21,7 @@ Long ToLong(const Value& value);
 Single ToSingle(const Value& value);
 Double ToDouble(const Value& value);
 Date ToDate(const Value& value);
-ObjectRef ToObject(const Value& value);  // raises "object not set" for Nothing
+ObjectRef ToObject(Value value);  // raises "object not set" for Nothing
 
 bool IsNumeric(std::string_view text);
 

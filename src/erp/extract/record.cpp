@@ -30,7 +30,13 @@ RecordShape::RecordShape(std::span<const FieldLayout> fields)
     }
 }
 
-int RecordShape::FindGetter(std::string_view member) const { return slots_[Slot(member)]; }
+int RecordShape::FindGetter(std::string_view member) const {
+    // A table asks by the very names that the layout was made of, which are the same place in memory.
+    for (std::size_t i = 0; i < fields_.size(); ++i)
+        if (fields_[i].getter.data() == member.data() && fields_[i].getter.size() == member.size())
+            return static_cast<int>(i);
+    return slots_[Slot(member)];
+}
 
 // The slot that holds the getter, or the free one where it would stand.
 std::size_t RecordShape::Slot(std::string_view member) const {

@@ -72,7 +72,7 @@ void RaiseSyntaxError(std::string_view text, std::size_t place, const std::strin
     throw DatabaseFailure(SQLITE_ERROR, std::move(description), sqlState);
 }
 
-ErrorEntry EntryOf(std::exception_ptr failure) {
+ErrorEntry EntryOf(const std::exception_ptr& failure) {
     try {
         std::rethrow_exception(failure);
     } catch (const DatabaseFailure& error) {

@@ -35,6 +35,6 @@ enum RecordsetError : std::int32_t {
                                    const char* sqlState = "42000");
 
 // The entry that a caught exception leaves in the connection's Errors.
-ErrorEntry EntryOf(std::exception_ptr failure);
+ErrorEntry EntryOf(const std::exception_ptr& failure);
 
 }  // namespace iqrx::platform::sqlite

@@ -190,6 +190,7 @@ std::size_t Statement::ColumnCount() const {
 
 std::vector<Column> Statement::Columns() const {
     std::vector<Column> columns;
+    columns.reserve(ColumnCount());
     for (int i = 0; i < static_cast<int>(ColumnCount()); ++i)
         columns.push_back(
             {sqlite3_column_name(handle_.get(), i), TypeOf(sqlite3_column_decltype(handle_.get(), i))});

@@ -39,7 +39,7 @@ Session::Session(const std::filesystem::path& file, Errors& errors, const Contro
 
 Session::~Session() = default;
 
-std::shared_ptr<Program> Session::Find(std::string_view text) { return cache_.Find(text, literals_); }
+const std::shared_ptr<Program>& Session::Find(std::string_view text) { return cache_.Find(text, literals_); }
 
 std::int64_t Session::Run(Program& program) {
     if (program.translation.isSelect || program.translation.steps.empty()) return 0;

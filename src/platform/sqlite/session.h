@@ -34,7 +34,8 @@ public:
     }
 
     // Everything below belongs inside of Call.
-    std::shared_ptr<Program> Find(std::string_view text);  // its literals are in TextLiterals
+    // Valid until the next call; its literals are in TextLiterals.
+    const std::shared_ptr<Program>& Find(std::string_view text);
     const Literals& TextLiterals() const { return literals_; }
     std::int64_t Run(Program& program);  // the found program; rows affected
 

@@ -12,7 +12,7 @@ constexpr std::ptrdiff_t kSettled = 6;
 StatementCache::StatementCache(Database& database, const ControlTables& controlTables, std::size_t capacity)
     : database_(database), controlTables_(controlTables), capacity_(capacity) {}
 
-std::shared_ptr<Program> StatementCache::Find(std::string_view text, Literals& literals) {
+const std::shared_ptr<Program>& StatementCache::Find(std::string_view text, Literals& literals) {
     for (auto program = programs_.begin(); program != programs_.end(); ++program) {
         if (!(*program)->shape.Match(text, literals)) continue;
         if (program - programs_.begin() < kSettled) return *program;
@@ -21,8 +21,7 @@ std::shared_ptr<Program> StatementCache::Find(std::string_view text, Literals& l
     }
     auto program = Prepare(text, literals);
     if (programs_.size() == capacity_) programs_.pop_back();
-    programs_.insert(programs_.begin(), program);
-    return program;
+    return *programs_.insert(programs_.begin(), std::move(program));
 }
 
 std::shared_ptr<Program> StatementCache::Prepare(std::string_view text, Literals& literals) {

@@ -27,7 +27,7 @@ public:
 
     // The program of a statement text, whose literals are left in `literals`. Raises when the text is not
     // understood or does not fit the database; such a text is not kept.
-    std::shared_ptr<Program> Find(std::string_view text, Literals& literals);
+    const std::shared_ptr<Program>& Find(std::string_view text, Literals& literals);
 
     std::size_t Size() const { return programs_.size(); }
 
