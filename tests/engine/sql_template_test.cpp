@@ -73,7 +73,7 @@ protected:
 };
 
 TEST_F(Statements, TakeTheirTableAndTheRecordsValues) {
-    const StatementTexts texts(kExample, *record, tableName, process.database.Literals());
+    StatementTexts texts(kExample, *record, tableName, process.database.Literals());
     EXPECT_EQ(texts.Text(kExample.update),
               "UPDATE local SET note=N'it''s {braces}',day=CONVERT(DATETIME,'2026-03-04 04:06:07',120) "
               "WHERE id=N'A'");
@@ -82,7 +82,7 @@ TEST_F(Statements, TakeTheirTableAndTheRecordsValues) {
 }
 
 TEST_F(Statements, AskForDatesOnceAndForTheOtherValuesInEachText) {
-    const StatementTexts texts(kExample, *record, tableName, process.database.Literals());
+    StatementTexts texts(kExample, *record, tableName, process.database.Literals());
     texts.Text(kExample.update);
     texts.Text(kExample.insert);
     EXPECT_EQ(erp.calls, (std::vector<std::string>{"record.getDay()", "record.getNote()", "record.getId()",
