@@ -8,5 +8,4 @@ git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
 cmake --preset debug >/dev/null
 # The build's own compiler knows warnings that the linter's does not.
 git ls-files 'src/*.cpp' | grep -v -e /windows/ -e /com/ |
-  xargs -P "$(nproc)" -n 8 clang-tidy -p build/debug --quiet --extra-arg=-Wno-unknown-warning-option \
-    --extra-arg=-Wno-unknown-warning-option
+  xargs -P "$(nproc)" -n 8 clang-tidy -p build/debug --quiet --extra-arg=-Wno-unknown-warning-option
