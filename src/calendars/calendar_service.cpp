@@ -17,7 +17,7 @@ using platform::Value;
 DateWindow ComputeDateWindow(CopyRun& run) {
     const int history = run.process.controlTables.GetQrxCalendar();
     const platform::Date today = run.process.machine.clock.Now();
-    // The last year is fixed: the service's dates end in January 2038.
+    // The last year is fixed, however many days of history are asked for.
     return {platform::IsoDate(platform::AddDays(today, -history)), "2038" + platform::IsoDate(today).substr(4)};
 }
 
