@@ -3,11 +3,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/error.h"
 #include "platform/value.h"
 
 namespace iqrx::platform {
@@ -21,6 +23,12 @@ struct ErrorEntry {
 
 // What the provider had to say about its last failure; stays until cleared or until the next failure.
 using Errors = std::vector<ErrorEntry>;
+
+// Writes that were reported done are not in the database. Every call on the connection raises it from then
+// on, so that nothing is built on what is missing, until Commit has raised it.
+struct WritesLost : RuntimeError {
+    using RuntimeError::RuntimeError;
+};
 
 enum class CursorType : int { ForwardOnly = 0, Keyset = 1, Dynamic = 2, Static = 3 };
 enum class LockType : int { ReadOnly = 1, Pessimistic = 2, Optimistic = 3 };
@@ -70,6 +78,22 @@ public:
     virtual void SetDefaultDatabase(const std::string& name) = 0;
 
     virtual Errors& LastErrors() = 0;
+
+    // An adapter may group writes, which are then reported done before they are in the database. Commit ends
+    // the group: when it returns, everything reported done so far is kept. Raises WritesLost when it is not.
+    virtual void Commit() = 0;
+
+    using Work = std::function<void()>;
+
+    // Runs the work as one unit: where the adapter groups writes, its statements stand or fall together;
+    // elsewhere each stands by itself. Raises what the work raised. A unit does not hold another.
+    virtual void RunAsUnit(const Work& work) = 0;
+
+    // Runs the work while no other connection to the database runs an exclusive section; its statements stand
+    // or fall together and are kept when this returns. Where the server picks this section as the victim of
+    // another, the work is run again, so that it must not mind being started anew. Raises what the work
+    // raised, and then nothing of it has happened.
+    virtual void RunExclusively(const Work& work) = 0;
 
     // A recordset whose active connection is this one; it must not outlive it.
     virtual std::unique_ptr<Recordset> CreateRecordset() = 0;

@@ -26,8 +26,8 @@ WriteGroup::~WriteGroup() {
     timer_.join();
 }
 
-void WriteGroup::RaiseTimerError() {
-    if (timerError_) std::rethrow_exception(std::exchange(timerError_, nullptr));
+void WriteGroup::RaiseLoss() const {
+    if (lost_) throw WritesLost(*lost_);
 }
 
 void WriteGroup::BeforeWrite() {
@@ -73,7 +73,8 @@ std::chrono::milliseconds WriteGroup::IntoCycle() const {
 }
 
 void WriteGroup::AfterWrite() {
-    if (++writes_ >= limits_.writes || IsDue()) Commit();
+    ++writes_;
+    if (!held_ && (writes_ >= limits_.writes || IsDue())) Commit();
 }
 
 bool WriteGroup::IsDue() const {
@@ -84,14 +85,37 @@ bool WriteGroup::IsDue() const {
 void WriteGroup::Commit() {
     if (!open_) return;
     const auto begun = begun_;
-    Forget();
-    commit_();
+    open_ = false;
+    try {
+        commit_();
+    } catch (...) {
+        Lose(CurrentError());
+        throw WritesLost(*lost_);
+    }
     Ended(begun);
 }
 
-void WriteGroup::Forget() {
+void WriteGroup::Settle() {
+    try {
+        Commit();
+    } catch (const WritesLost&) {
+        // Raised below, together with what was lost before.
+    }
+    if (lost_) throw WritesLost(*std::exchange(lost_, std::nullopt));
+}
+
+void WriteGroup::Abandon(const RuntimeError& cause) {
+    if (!open_) return;
     open_ = false;
     ended_ = Clock::now();
+    if (writes_ > 0) Lose(cause);
+}
+
+void WriteGroup::Lose(const RuntimeError& cause) {
+    ended_ = Clock::now();
+    if (lost_) return;  // the first loss is the cause of those that follow
+    lost_.emplace(cause.number, cause.source,
+                  cause.description + "; writes that were reported done before are lost with it");
 }
 
 void WriteGroup::Ended(Clock::time_point begun) {
@@ -120,11 +144,11 @@ void WriteGroup::RunTimer() {
 // free, either it has done so or no call is under way.
 void WriteGroup::CommitIdleGroup() {
     const auto turn = Lock();
-    if (!open_ || !due_.load(std::memory_order_relaxed)) return;
+    if (!open_ || held_ || !due_.load(std::memory_order_relaxed)) return;
     try {
         Commit();
-    } catch (...) {
-        timerError_ = std::current_exception();
+    } catch (const WritesLost&) {
+        // The next call raises it.
     }
 }
 

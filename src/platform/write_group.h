@@ -1,15 +1,18 @@
 // Groups a connection's writes into short transactions, since a commit costs more than the statements before it.
 // A group ends when it has been open for its time or holds its count of writes; then other writers get room.
+// Writes are reported done before their group is committed: a loss is kept until somebody has settled it.
 #pragma once
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <exception>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <thread>
+
+#include "platform/database.h"
 
 namespace iqrx::platform {
 
@@ -41,12 +44,18 @@ public:
     // Held for every use of the connection and of the members below.
     [[nodiscard]] std::unique_lock<std::mutex> Lock() { return std::unique_lock(mutex_); }
 
-    void RaiseTimerError();  // raises, once, what a commit of the timer raised
+    void RaiseLoss() const;  // raises WritesLost as long as a loss is not settled
     void BeforeWrite();      // begins a group unless one is open
-    void AfterWrite();       // commits when a limit is reached
-    void Commit();           // does nothing when no group is open
-    void Forget();           // the database has ended the group's transaction by itself
+    void AfterWrite();       // commits when a limit is reached and the group is not held
+    void Commit();           // does nothing when no group is open; raises WritesLost
+    void Settle();           // commits, then raises, once, what is lost since the last time
+    // The database has ended the group's transaction by itself, for this cause.
+    void Abandon(const RuntimeError& cause);
     bool IsOpen() const { return open_; }
+
+    // While it is held, neither limit nor timer commits the group.
+    void Hold() { held_ = true; }
+    void Release() { held_ = false; }
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -57,6 +66,7 @@ private:
     std::chrono::milliseconds IntoCycle() const;
     bool IsDue() const;
     void Ended(Clock::time_point begun);
+    void Lose(const RuntimeError& cause);
     void RunTimer();
     void CommitIdleGroup();
 
@@ -64,10 +74,10 @@ private:
     const WriteGroupLimits limits_;
 
     std::mutex mutex_;
-    bool open_ = false;
+    bool open_ = false, held_ = false;
     std::int64_t writes_ = 0;
     Clock::time_point begun_{}, ended_{}, busySince_{}, notBefore_{};
-    std::exception_ptr timerError_;
+    std::optional<WritesLost> lost_;
 
     // Shared with the timer without mutex_, which a busy connection holds nearly always.
     std::mutex timerMutex_;

@@ -2,30 +2,23 @@
 
 #include <ostream>
 
+#include "platform/database_wrapper.h"
+
 namespace iqrx::qrxctl {
 
 namespace {
 
-class CountingConnection : public platform::Connection {
+class CountingConnection : public platform::ConnectionWrapper {
 public:
     CountingConnection(std::unique_ptr<platform::Connection> connection, Progress& progress)
-        : connection_(std::move(connection)), progress_(progress) {}
+        : ConnectionWrapper(std::move(connection)), progress_(progress) {}
 
-    void SetConnectionTimeout(int seconds) override { connection_->SetConnectionTimeout(seconds); }
-    void SetCommandTimeout(int seconds) override { connection_->SetCommandTimeout(seconds); }
-    void Open(const std::string& connectionString) override { connection_->Open(connectionString); }
-    void Close() override { connection_->Close(); }
     std::int32_t Execute(std::string_view sql) override {
         progress_.Count();
-        return connection_->Execute(sql);
+        return Wrapped().Execute(sql);
     }
-    std::string DefaultDatabase() override { return connection_->DefaultDatabase(); }
-    void SetDefaultDatabase(const std::string& name) override { connection_->SetDefaultDatabase(name); }
-    platform::Errors& LastErrors() override { return connection_->LastErrors(); }
-    std::unique_ptr<platform::Recordset> CreateRecordset() override { return connection_->CreateRecordset(); }
 
 private:
-    std::unique_ptr<platform::Connection> connection_;
     Progress& progress_;
 };
 

@@ -36,6 +36,11 @@ public:
         std::string_view sql, platform::CursorType cursor = platform::CursorType::ForwardOnly,
         platform::LockType lock = platform::LockType::ReadOnly);
 
+    // Of the connection; see there.
+    void Commit() { DbConnection().Commit(); }
+    void RunAsUnit(const platform::Connection::Work& work) { DbConnection().RunAsUnit(work); }
+    void RunExclusively(const platform::Connection::Work& work) { DbConnection().RunExclusively(work); }
+
     void UpdateStatistics(std::string_view table);  // raises nothing: statistics are a help, not a result
 
 private:

@@ -1,6 +1,6 @@
 #include "platform/write_group.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <atomic>
 #include <future>
@@ -11,6 +11,10 @@ namespace iqrx::platform {
 namespace {
 
 using namespace std::chrono_literals;
+using ::testing::HasSubstr;
+using ::testing::ThrowsMessage;
+
+const RuntimeError kDiskFull(13, "test", "disk full");
 
 constexpr auto kLong = 1h;
 constexpr auto kPatience = 20s;  // until a test that hangs fails
@@ -64,8 +68,75 @@ TEST_F(WriteGroups, AreNotCommittedWhenTheDatabaseHasGivenThemUp) {
     WriteGroup group(Note('b'), Note('c'), Limits(kLong, 100, false));
     const auto turn = group.Lock();
     group.BeforeWrite();
-    group.Forget();
+    group.Abandon(kDiskFull);
     group.Commit();
+    EXPECT_EQ(calls, "b");
+}
+
+TEST_F(WriteGroups, LoseNothingWhenTheirFirstWriteEndsThem) {
+    WriteGroup group(Note('b'), Note('c'), Limits(kLong, 100, false));
+    const auto turn = group.Lock();
+    group.BeforeWrite();
+    group.Abandon(kDiskFull);
+    EXPECT_NO_THROW(group.RaiseLoss());
+    EXPECT_NO_THROW(group.Settle());
+}
+
+TEST_F(WriteGroups, LoseWhatWasReportedDoneWhenTheDatabaseGivesThemUp) {
+    WriteGroup group(Note('b'), Note('c'), Limits(kLong, 100, false));
+    Write(group);
+    const auto turn = group.Lock();
+    group.BeforeWrite();
+    group.Abandon(kDiskFull);
+    EXPECT_THAT([&] { group.RaiseLoss(); }, ThrowsMessage<WritesLost>(HasSubstr("disk full")));
+}
+
+TEST_F(WriteGroups, RaiseALossAtEveryCallUntilItIsSettled) {
+    WriteGroup group(
+        Note('b'), [] { throw kDiskFull; }, Limits(kLong, 2, false));
+    Write(group);
+    EXPECT_THROW(Write(group), WritesLost);
+    const auto turn = group.Lock();
+    EXPECT_THROW(group.RaiseLoss(), WritesLost);
+    EXPECT_THROW(group.RaiseLoss(), WritesLost);
+    EXPECT_THROW(group.Settle(), WritesLost);
+    EXPECT_NO_THROW(group.RaiseLoss());
+    EXPECT_NO_THROW(group.Settle());
+}
+
+TEST_F(WriteGroups, AreCommittedWhenTheyAreSettled) {
+    WriteGroup group(Note('b'), Note('c'), Limits(kLong, 100, false));
+    Write(group);
+    const auto turn = group.Lock();
+    group.Settle();
+    EXPECT_EQ(calls, "bc");
+}
+
+TEST_F(WriteGroups, AreNotCommittedByALimitWhileTheyAreHeld) {
+    WriteGroup group(Note('b'), Note('c'), Limits(0ms, 1, false));
+    {
+        const auto turn = group.Lock();
+        group.BeforeWrite();
+        group.Hold();
+        group.AfterWrite();
+    }
+    Write(group);
+    EXPECT_EQ(calls, "b");
+    group.Release();
+    Write(group);
+    EXPECT_EQ(calls, "bc");
+}
+
+TEST_F(WriteGroups, AreNotCommittedByTheTimerWhileTheyAreHeld) {
+    WriteGroup group(Note('b'), Note('c'), Limits(1ms, 100, true));
+    {
+        const auto turn = group.Lock();
+        group.BeforeWrite();
+        group.Hold();
+        group.AfterWrite();
+    }
+    std::this_thread::sleep_for(50ms);
+    const auto turn = group.Lock();
     EXPECT_EQ(calls, "b");
 }
 
@@ -79,7 +150,7 @@ TEST_F(WriteGroups, AreNotOpenWhenTheirBeginningFailed) {
 TEST_F(WriteGroups, AreNotOpenWhenTheirCommitFailed) {
     WriteGroup group(
         Note('b'), [] { throw std::runtime_error("full"); }, Limits(kLong, 1, false));
-    EXPECT_THROW(Write(group), std::runtime_error);
+    EXPECT_THROW(Write(group), WritesLost);
     EXPECT_FALSE(group.IsOpen());
 }
 
@@ -105,20 +176,20 @@ TEST_F(WriteGroups, AreCommittedByABusyWriterItself) {
     EXPECT_TRUE(byItself);
 }
 
-TEST_F(WriteGroups, RaiseAtTheNextCallWhatTheTimersCommitRaised) {
+TEST_F(WriteGroups, RaiseAtTheNextCallWhatTheTimersCommitLost) {
     std::promise<void> tried;
     WriteGroup group(
         Note('b'),
         [&] {
             tried.set_value();
-            throw std::runtime_error("disk full");
+            throw kDiskFull;
         },
         Limits(10ms, 100, true));
     Write(group);
     ASSERT_EQ(tried.get_future().wait_for(kPatience), std::future_status::ready);
     const auto turn = group.Lock();
-    EXPECT_THROW(group.RaiseTimerError(), std::runtime_error);
-    EXPECT_NO_THROW(group.RaiseTimerError());
+    EXPECT_THROW(group.RaiseLoss(), WritesLost);
+    EXPECT_THROW(group.Settle(), WritesLost);
 }
 
 }  // namespace

@@ -229,11 +229,25 @@ public:
         defaultDatabase_ = name;
     }
     Errors& LastErrors() override { return errors_; }
+    void Commit() override { database_.calls.push_back("Commit"); }
+    void RunAsUnit(const Work& work) override { InFrame("unit", work); }
+    void RunExclusively(const Work& work) override { InFrame("exclusive section", work); }
     std::unique_ptr<Recordset> CreateRecordset() override {
         return std::make_unique<RecordingRecordset>(database_, errors_);
     }
 
 private:
+    void InFrame(const std::string& frame, const Work& work) {
+        database_.calls.push_back("Begin " + frame);
+        try {
+            work();
+        } catch (...) {
+            database_.calls.push_back("Abandon " + frame);
+            throw;
+        }
+        database_.calls.push_back("End " + frame);
+    }
+
     RecordingDatabase& database_;
     std::string defaultDatabase_;
     Errors errors_;

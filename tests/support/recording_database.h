@@ -50,7 +50,8 @@ public:
 
     // Every call in order: "CreateConnection TEXT", "ConnectionTimeout 0", "CommandTimeout 0",
     // "OpenConnection TEXT", "DefaultDatabase NAME", "CloseConnection", "Execute TEXT", "Open TEXT CURSOR
-    // LOCK", "MoveFirst", "AddNew", "Update VALUES" of the new row, "Delete", "Close".
+    // LOCK", "MoveFirst", "AddNew", "Update VALUES" of the new row, "Delete", "Close", "Commit", and "Begin
+    // FRAME", "End FRAME" or "Abandon FRAME" of a unit or an exclusive section.
     std::vector<std::string> calls;
     // The statements in the form of the statement trace, one JSON object each.
     std::vector<std::string> statements;

@@ -49,6 +49,9 @@ public:
     }
 
     Errors& LastErrors() override { return session_.errors; }
+    void Commit() override { session_.Settle(); }
+    void RunAsUnit(const Work& work) override { work(); }
+    void RunExclusively(const Work& work) override { work(); }
     std::unique_ptr<Recordset> CreateRecordset() override { return odbc::CreateRecordset(session_); }
 
 private:

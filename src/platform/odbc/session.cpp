@@ -127,6 +127,12 @@ std::int32_t Session::Execute(std::string_view sql) {
     return Run(sql);
 }
 
+void Session::Settle() {
+    if (!group_) return;
+    const auto turn = group_->Lock();
+    group_->Settle();
+}
+
 std::int32_t Session::Run(std::string_view sql) {
     if (!shared_) shared_ = NewStatement();
     return Finish(shared_, ExecuteText(shared_, sql));

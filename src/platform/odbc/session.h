@@ -28,7 +28,7 @@ public:
     auto Call(Work work) {
         const auto turn = group_ ? group_->Lock() : std::unique_lock<std::mutex>();
         try {
-            if (group_) group_->RaiseTimerError();
+            if (group_) group_->RaiseLoss();
             return work();
         } catch (const RuntimeError& error) {
             Fail(error);
@@ -42,6 +42,7 @@ public:
     void SetCommandTimeout(int seconds);
 
     std::int32_t Execute(std::string_view sql);
+    void Settle();
 
     // A statement that waits as long as the command time-out says.
     Handle NewStatement();

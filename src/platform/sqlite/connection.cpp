@@ -58,6 +58,12 @@ std::int32_t SqliteConnection::Execute(std::string_view sql) {
     return static_cast<std::int32_t>(affected < kMost ? affected : kMost);
 }
 
+void SqliteConnection::Commit() { Opened().Settle(); }
+
+void SqliteConnection::RunAsUnit(const Work& work) { Opened().RunAsUnit(work); }
+
+void SqliteConnection::RunExclusively(const Work& work) { Opened().RunExclusively(work); }
+
 std::unique_ptr<Recordset> SqliteConnection::CreateRecordset() {
     return std::make_unique<SqliteRecordset>(*this);
 }

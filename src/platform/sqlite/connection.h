@@ -23,6 +23,9 @@ public:
     // There is one database in a file; sites' names for it are taken as they are.
     void SetDefaultDatabase(const std::string& name) override { defaultDatabase_ = name; }
     Errors& LastErrors() override { return errors_; }
+    void Commit() override;
+    void RunAsUnit(const Work& work) override;
+    void RunExclusively(const Work& work) override;
     std::unique_ptr<Recordset> CreateRecordset() override;
 
     Session& Opened();  // raises when the connection is closed

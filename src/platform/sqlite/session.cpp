@@ -1,5 +1,7 @@
 #include "platform/sqlite/session.h"
 
+#include <utility>
+
 #include "platform/sqlite/errors.h"
 
 namespace iqrx::platform::sqlite {
@@ -35,6 +37,8 @@ Session::Session(const std::filesystem::path& file, Errors& errors, const Contro
       cache_(database_, controlTables),
       group_([this] { database_.Run("BEGIN IMMEDIATE"); }, [this] { CommitGroup(); }, GroupLimits()) {
     database_.Run(kSettings);
+    beginUnit_ = Statement(database_, "SAVEPOINT unit");
+    endUnit_ = Statement(database_, "RELEASE unit");
 }
 
 Session::~Session() = default;
@@ -86,21 +90,106 @@ std::int64_t Session::RunSteps(Program& program) {
     return affected;
 }
 
-void Session::CommitGroup() {
+void Session::Settle() {
+    const auto turn = group_.Lock();
     try {
-        database_.Run("COMMIT");
+        group_.Settle();
     } catch (...) {
-        if (database_.InTransaction()) database_.Run("ROLLBACK");
+        errors_ = {EntryOf(std::current_exception())};
         throw;
     }
 }
 
-// Called inside a handler.
+void Session::RunAsUnit(const Connection::Work& work) {
+    frame_ = Frame::UnitAhead;
+    try {
+        work();
+        Call([&] { EndUnit(); });
+    } catch (...) {
+        AbandonUnit();
+        throw;
+    }
+}
+
+void Session::BeginUnit() {
+    if (frame_ != Frame::UnitAhead) return;
+    const ResetAtEnd reset(beginUnit_);
+    beginUnit_.Step();
+    frame_ = Frame::Unit;
+    group_.Hold();
+}
+
+void Session::EndUnit() {
+    if (frame_ == Frame::Unit) {
+        const ResetAtEnd reset(endUnit_);
+        endUnit_.Step();
+        frame_ = Frame::None;
+        group_.Release();
+        group_.AfterWrite();
+    }
+    frame_ = Frame::None;
+}
+
+// Called inside a handler. Errors keeps the failure that ended the unit.
+void Session::AbandonUnit() {
+    const auto turn = group_.Lock();
+    group_.Release();
+    if (std::exchange(frame_, Frame::None) != Frame::Unit || !database_.InTransaction()) return;
+    try {
+        database_.Run("ROLLBACK TO unit; RELEASE unit");
+        group_.Commit();
+    } catch (...) {
+        const RuntimeError error = CurrentError();
+        errors_.push_back(EntryOf(std::current_exception()));
+        RollBack();
+        group_.Abandon(error);
+    }
+}
+
+void Session::RunExclusively(const Connection::Work& work) {
+    Call([&] {
+        group_.Commit();
+        database_.Run("BEGIN IMMEDIATE");
+        frame_ = Frame::Exclusive;
+    });
+    try {
+        work();
+        Call([&] { database_.Run("COMMIT"); });
+        frame_ = Frame::None;
+    } catch (...) {
+        const auto turn = group_.Lock();
+        frame_ = Frame::None;
+        RollBack();
+        throw;
+    }
+}
+
+void Session::CommitGroup() {
+    try {
+        database_.Run("COMMIT");
+    } catch (...) {
+        RollBack();
+        throw;
+    }
+}
+
+void Session::RollBack() noexcept {
+    try {
+        if (database_.InTransaction()) database_.Run("ROLLBACK");
+    } catch (const RuntimeError&) {
+        // The transaction ends with the connection then.
+    }
+}
+
+// Called inside a handler. A unit or an exclusive section that this ends is rolled back by its own handler.
 void Session::Fail() {
+    const RuntimeError error = CurrentError();
     errors_ = {EntryOf(std::current_exception())};
     try {
-        if (!database_.InTransaction()) group_.Forget();
-        group_.Commit();
+        if (!database_.InTransaction())
+            group_.Abandon(error);
+        else
+            Commit();
     } catch (...) {
         errors_.push_back(EntryOf(std::current_exception()));
     }

@@ -25,13 +25,18 @@ public:
     auto Call(Work work) {
         const auto turn = group_.Lock();
         try {
-            group_.RaiseTimerError();
+            group_.RaiseLoss();
             return work();
         } catch (...) {
             Fail();
             throw;
         }
     }
+
+    // The port's Commit, RunAsUnit and RunExclusively; each makes its own calls.
+    void Settle();
+    void RunAsUnit(const Connection::Work& work);
+    void RunExclusively(const Connection::Work& work);
 
     // Everything below belongs inside of Call.
     // Valid until the next call; its literals are in TextLiterals.
@@ -41,19 +46,31 @@ public:
 
     template <class Write>
     void InGroup(bool commitAtOnce, Write write) {
+        if (frame_ == Frame::Exclusive) return write();
         group_.BeforeWrite();
+        BeginUnit();
         write();
-        if (commitAtOnce)
+        if (commitAtOnce && frame_ == Frame::None)
             group_.Commit();
         else
             group_.AfterWrite();
     }
-    void Commit() { group_.Commit(); }
+    void Commit() {  // not in the middle of a unit or of an exclusive section
+        if (frame_ == Frame::None || frame_ == Frame::UnitAhead) group_.Commit();
+    }
 
     Database& Handle() { return database_; }
     const std::filesystem::path& File() const { return file_; }
 
 private:
+    // What the statements stand in. A unit begins with its first write, so that one that only reads, or waits
+    // for somebody else before it writes, holds nobody up.
+    enum class Frame { None, UnitAhead, Unit, Exclusive };
+
+    void BeginUnit();
+    void EndUnit();
+    void AbandonUnit();
+    void RollBack() noexcept;
     std::int64_t RunSteps(Program& program);
     std::int64_t RunBatch(Program& program);
     void CommitGroup();
@@ -64,6 +81,8 @@ private:
     Database database_;
     StatementCache cache_;
     Literals literals_;
+    Statement beginUnit_, endUnit_;
+    Frame frame_ = Frame::None;
     WriteGroup group_;
 };
 

@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/database_wrapper.h"
 #include "platform/date.h"
 #include "platform/error.h"
 #include "platform/json_text.h"
@@ -33,47 +34,39 @@ void Trace(TraceFile& trace, const std::string& line, Action action) {
     trace.Append(line + "}");
 }
 
-class TracingRecordset final : public Recordset {
+class TracingRecordset final : public RecordsetWrapper {
 public:
     TracingRecordset(std::unique_ptr<Recordset> recordset, std::shared_ptr<TraceFile> trace)
-        : recordset_(std::move(recordset)), trace_(std::move(trace)) {}
+        : RecordsetWrapper(std::move(recordset)), trace_(std::move(trace)) {}
 
     void Open(std::string_view source, CursorType cursor, LockType lock) override {
         source_ = source;
-        Trace(*trace_, Start("open", source_), [&] { recordset_->Open(source, cursor, lock); });
+        Trace(*trace_, Start("open", source_), [&] { Wrapped().Open(source, cursor, lock); });
     }
 
     // Rows that the adapter sends in batches may fail here.
     void Close() override {
-        TraceFailure(*trace_, Start("addnew", source_), [&] { recordset_->Close(); });
+        TraceFailure(*trace_, Start("addnew", source_), [&] { Wrapped().Close(); });
     }
-
-    bool Bof() const override { return recordset_->Bof(); }
-    bool Eof() const override { return recordset_->Eof(); }
-    std::int32_t RecordCount() override { return recordset_->RecordCount(); }
-    void MoveFirst() override { recordset_->MoveFirst(); }
-    void MoveNext() override { recordset_->MoveNext(); }
-    Value Field(std::string_view name) override { return recordset_->Field(name); }
-    Value Field(int position) override { return recordset_->Field(position); }
 
     void AddNew() override {
         values_.clear();
-        TraceFailure(*trace_, Start("addnew", source_), [&] { recordset_->AddNew(); });
+        TraceFailure(*trace_, Start("addnew", source_), [&] { Wrapped().AddNew(); });
     }
 
     void SetField(int position, const Value& value) override {
-        TraceFailure(*trace_, Start("addnew", source_), [&] { recordset_->SetField(position, value); });
+        TraceFailure(*trace_, Start("addnew", source_), [&] { Wrapped().SetField(position, value); });
         const auto place = static_cast<std::size_t>(position);
         if (values_.size() <= place) values_.resize(place + 1, Null());
         values_[place] = value;
     }
 
     void Update() override {
-        Trace(*trace_, Start("addnew", source_) + ValuesText(), [&] { recordset_->Update(); });
+        Trace(*trace_, Start("addnew", source_) + ValuesText(), [&] { Wrapped().Update(); });
     }
 
     void Delete() override {
-        Trace(*trace_, Start("delete", source_), [&] { recordset_->Delete(); });
+        Trace(*trace_, Start("delete", source_), [&] { Wrapped().Delete(); });
     }
 
 private:
@@ -86,39 +79,29 @@ private:
         return text + "]";
     }
 
-    std::unique_ptr<Recordset> recordset_;
     std::shared_ptr<TraceFile> trace_;
     std::string source_;
     std::vector<Value> values_;
 };
 
-class TracingConnection final : public Connection {
+class TracingConnection final : public ConnectionWrapper {
 public:
     TracingConnection(std::unique_ptr<Connection> connection, std::shared_ptr<TraceFile> trace)
-        : connection_(std::move(connection)), trace_(std::move(trace)) {}
-
-    void SetConnectionTimeout(int seconds) override { connection_->SetConnectionTimeout(seconds); }
-    void SetCommandTimeout(int seconds) override { connection_->SetCommandTimeout(seconds); }
-    void Open(const std::string& connectionString) override { connection_->Open(connectionString); }
-    void Close() override { connection_->Close(); }
-    std::string DefaultDatabase() override { return connection_->DefaultDatabase(); }
-    void SetDefaultDatabase(const std::string& name) override { connection_->SetDefaultDatabase(name); }
-    Errors& LastErrors() override { return connection_->LastErrors(); }
+        : ConnectionWrapper(std::move(connection)), trace_(std::move(trace)) {}
 
     std::int32_t Execute(std::string_view sql) override {
         std::int32_t affected = 0;
         const std::string line = Start("execute", sql);
-        TraceFailure(*trace_, line, [&] { affected = connection_->Execute(sql); });
+        TraceFailure(*trace_, line, [&] { affected = Wrapped().Execute(sql); });
         trace_->Append(line + ",\"affected\":" + std::to_string(affected) + "}");
         return affected;
     }
 
     std::unique_ptr<Recordset> CreateRecordset() override {
-        return std::make_unique<TracingRecordset>(connection_->CreateRecordset(), trace_);
+        return std::make_unique<TracingRecordset>(Wrapped().CreateRecordset(), trace_);
     }
 
 private:
-    std::unique_ptr<Connection> connection_;
     std::shared_ptr<TraceFile> trace_;
 };
 

@@ -64,6 +64,10 @@ public:
         return errors_;
     }
 
+    void Commit() override {}  // a statement that was reported done is kept
+    void RunAsUnit(const Work& work) override { work(); }
+    void RunExclusively(const Work& work) override { work(); }
+
     std::unique_ptr<Recordset> CreateRecordset() override {
         return std::make_unique<AdoRecordset>(factory_.CreateObject("ADODB.Recordset"), connection_, errors_);
     }
