@@ -5,7 +5,7 @@ set -euo pipefail
 packages=(
   # build
   g++ cmake ninja-build ccache
-  libsqlite3-dev unixodbc-dev libpugixml-dev libcli11-dev
+  libsqlite3-dev unixodbc-dev libpugixml-dev libcli11-dev libutfcpp-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev googletest librapidcheck-dev libbenchmark-dev
   sqlite3 python3 libsqliteodbc odbc-postgresql tdsodbc odbcinst postgresql

@@ -1,0 +1,13 @@
+// Text from outside, made fit for one line of a log or an error.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace iqrx::platform {
+
+// The text with every control character of ASCII and every byte that is not UTF-8 as \xNN; after `longest`
+// characters it is cut, which "..." then says.
+std::string Printable(std::string_view text, std::size_t longest = std::string_view::npos);
+
+}  // namespace iqrx::platform
