@@ -46,7 +46,7 @@ struct Process {
     Settings settings;
     runtime::MessageCatalog messages{machine.xml, machine.programFolder};
     runtime::EventLog eventLog{machine};
-    runtime::RunLog runLog{machine, messages};
+    runtime::RunLog runLog{machine, messages, diagnostics};
     runtime::DatabaseSession database{machine, databases};
     TableCatalog catalog;
     ControlTables controlTables{machine.clock, database};

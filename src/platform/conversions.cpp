@@ -198,6 +198,10 @@ ObjectRef ToObject(Value value) {
     return std::move(*object);
 }
 
+bool ConcernsValue(const RuntimeError& error) {
+    return error.number == kTypeMismatch || error.number == kOverflow || error.number == kInvalidUseOfNull;
+}
+
 bool IsNumeric(std::string_view text) {
     try {
         return ParseNumber(text).has_value();

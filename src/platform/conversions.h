@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/error.h"
 #include "platform/value.h"
 
 namespace iqrx::platform {
@@ -22,6 +23,21 @@ Single ToSingle(const Value& value);
 Double ToDouble(const Value& value);
 Date ToDate(const Value& value);
 ObjectRef ToObject(Value value);  // raises "object not set" for Nothing
+
+// Whether the error is "type mismatch", "overflow" or "invalid use of Null".
+bool ConcernsValue(const RuntimeError& error);
+
+// Runs a conversion. When the value does not fit, the error rises with what `place` returns after its
+// description: the reader needs to find the value.
+template <class Convert, class Place>
+auto NamingPlace(Convert convert, Place place) {
+    try {
+        return convert();
+    } catch (const RuntimeError& error) {
+        if (!ConcernsValue(error)) throw;
+        throw RuntimeError(error.number, error.source, error.description + ": " + place());
+    }
+}
 
 bool IsNumeric(std::string_view text);
 

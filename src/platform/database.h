@@ -30,6 +30,9 @@ struct WritesLost : RuntimeError {
     using RuntimeError::RuntimeError;
 };
 
+// Whether one of the entries says that there is no connection to the server any more.
+bool SpeakOfLostConnection(const Errors& errors);
+
 enum class CursorType : int { ForwardOnly = 0, Keyset = 1, Dynamic = 2, Static = 3 };
 enum class LockType : int { ReadOnly = 1, Pessimistic = 2, Optimistic = 3 };
 

@@ -61,11 +61,21 @@ public:
     virtual void Close() = 0;
 };
 
+// A file that grows at its end: a log, a trace.
+class AppendingFile {
+public:
+    virtual ~AppendingFile() = default;
+    virtual void Append(std::string_view text) = 0;  // in one write; raises RuntimeError that names the file
+};
+
+// Only regular files, and no links to them: what else has the name raises RuntimeError, so that nobody can have
+// another file overwritten or the copy wait for a FIFO's reader. New files are not for everybody to read.
 class TextFiles {
 public:
     virtual ~TextFiles() = default;
     virtual std::unique_ptr<TextStream> CreateTextFile(const std::filesystem::path& file) = 0;  // overwrites
     virtual std::unique_ptr<TextStream> OpenTextFile(const std::filesystem::path& file) = 0;    // for reading
+    virtual std::unique_ptr<AppendingFile> OpenForAppending(const std::filesystem::path& file) = 0;
 };
 
 struct Machine {
@@ -77,6 +87,7 @@ struct Machine {
     TextFiles& files;
     std::filesystem::path programFolder;
     char pathSeparator = '/';
+    std::string_view lineEnd = "\n";        // of log lines
     std::string blankDirectory = ".";       // what a blank log directory stands for
     std::string defaultLogDirectory = ".";  // where the request error log goes when its directory is blank
 };

@@ -1,7 +1,8 @@
 #include "runtime/run_log.h"
 
-#include <fstream>
 #include <initializer_list>
+#include <ostream>
+#include <utility>
 
 #include "platform/conversions.h"
 #include "runtime/trim.h"
@@ -10,20 +11,32 @@ namespace iqrx::runtime {
 
 namespace {
 
-std::ofstream OpenForAppending(const std::string& path) {
-    return std::ofstream(std::filesystem::path(std::u8string(path.begin(), path.end())), std::ios::app);
-}
+// An entry of a log, line by line.
+class Entry {
+public:
+    explicit Entry(const platform::Machine& machine) : lineEnd_(machine.lineEnd) {}
 
-void Print(std::ostream& file, std::string_view text) { file << text << '\n'; }
+    void Print(std::string_view text) { text_.append(text).append(lineEnd_); }
 
-// Every item in double quotes, a comma between two.
-void Write(std::ostream& file, std::initializer_list<std::string_view> items) {
-    const char* separator = "";
-    for (const auto item : items) {
-        file << separator << '"' << item << '"';
-        separator = ",";
+    // Every item in double quotes, a comma between two.
+    void Write(std::initializer_list<std::string_view> items) {
+        const char* separator = "";
+        for (const auto item : items) {
+            text_.append(separator).append("\"").append(item).append("\"");
+            separator = ",";
+        }
+        text_.append(lineEnd_);
     }
-    file << '\n';
+
+    const std::string& Text() const { return text_; }
+
+private:
+    std::string_view lineEnd_;
+    std::string text_;
+};
+
+void AppendTo(const std::string& path, platform::Machine& machine, const std::string& entry) {
+    machine.files.OpenForAppending(std::u8string(path.begin(), path.end()))->Append(entry);
 }
 
 }  // namespace
@@ -36,34 +49,47 @@ std::string DateTimeLine(platform::Machine& machine, MessageCatalog& messages) {
 
 void RunLog::LogTableCounts(const std::string& table, platform::Long first, platform::Long second,
                             platform::Long third) {
-    std::ofstream file = OpenForAppending(logFileName_);
+    Entry entry(machine_);
     const auto count = [&](std::string_view label, platform::Long number) {
-        Write(file, {Fill(messages_.GetI18nText(label), "%1", table + " - " + platform::SignedText(number))});
+        entry.Write({Fill(messages_.GetI18nText(label), "%1", table + " - " + platform::SignedText(number))});
     };
-    Print(file, DateTimeLine(machine_, messages_));
+    entry.Print(DateTimeLine(machine_, messages_));
     count("SLBL0375", first);
     if (second > 0) count("SLBL0376", second);
     if (third > 0) count("SLBL0377", third);
+    Append(entry.Text());
 }
 
 void RunLog::SetLogFileName(std::string path) {
     logFileName_ = std::move(path);
     firstError_.clear();
+    toldOfFailure_ = false;
 }
 
 void RunLog::LogError(const std::string& text, const platform::RuntimeError& error) {
-    std::ofstream file = OpenForAppending(logFileName_);
+    Entry entry(machine_);
     const platform::Date now = machine_.clock.Now();
-    Write(file,
-          {"Date-Time :" + machine_.locale.ShortDate(now) + " : " + machine_.locale.LongTime(now) + text});
+    entry.Write({"Date-Time :" + machine_.locale.ShortDate(now) + " : " + machine_.locale.LongTime(now) + text});
     if (errors_ && !errors_->empty()) {
-        for (const auto& entry : *errors_)
-            if (entry.number != 0)
-                Write(file, {std::to_string(entry.number) + " - " + entry.source + " - " + entry.description});
+        for (const auto& known : *errors_)
+            if (known.number != 0)
+                entry.Write({std::to_string(known.number) + " - " + known.source + " - " + known.description});
         errors_->clear();
     }
-    Write(file, {error.source, error.description});
+    entry.Write({error.source, error.description});
+    Append(entry.Text());
     if (firstError_.empty()) firstError_ = error.description;
+}
+
+void RunLog::Append(const std::string& entry) {
+    if (logFileName_.empty()) return;
+    try {
+        AppendTo(logFileName_, machine_, entry);
+    } catch (const std::exception&) {
+        const platform::RuntimeError error = platform::CurrentError();
+        if (!std::exchange(toldOfFailure_, true))
+            diagnostics_ << DiagnosticLine("the run log cannot be written: " + error.description) << std::endl;
+    }
 }
 
 std::string DiagnosticLine(const std::string& description) {
@@ -73,15 +99,24 @@ std::string DiagnosticLine(const std::string& description) {
     return line;
 }
 
-bool LogHandlerError(platform::Machine& machine, MessageCatalog& messages, const std::string& logDirectory,
-                     const platform::RuntimeError& error) {
+std::string RequestErrorLog(const platform::Machine& machine, const std::string& logDirectory) {
     std::string directory(Trim(logDirectory));
     if (directory.empty()) directory = machine.defaultLogDirectory;
-    std::ofstream file = OpenForAppending(directory + machine.pathSeparator + "iQRXyDBSync.log");
-    Print(file, DateTimeLine(machine, messages));
-    Print(file, messages.GetI18nText("SLBL0374"));
-    Print(file, "Error is - " + std::to_string(error.number) + ": " + error.description);
-    return file.flush().good();
+    return directory + machine.pathSeparator + "iQRXyDBSync.log";
+}
+
+bool LogHandlerError(platform::Machine& machine, MessageCatalog& messages, const std::string& logDirectory,
+                     const platform::RuntimeError& error) {
+    Entry entry(machine);
+    entry.Print(DateTimeLine(machine, messages));
+    entry.Print(messages.GetI18nText("SLBL0374"));
+    entry.Print("Error is - " + std::to_string(error.number) + ": " + error.description);
+    try {
+        AppendTo(RequestErrorLog(machine, logDirectory), machine, entry.Text());
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
 }
 
 }  // namespace iqrx::runtime

@@ -2,6 +2,7 @@
 // of them.
 #pragma once
 
+#include <iosfwd>
 #include <string>
 
 #include "platform/database.h"
@@ -10,12 +11,14 @@
 
 namespace iqrx::runtime {
 
-// A file that cannot be written stops nobody: the entry is dropped, the copy goes on.
+// A file that cannot be written stops nobody: the entry is dropped, the copy goes on, and one line on
+// standard error tells of it.
 class RunLog {
 public:
-    RunLog(platform::Machine& machine, MessageCatalog& messages) : machine_(machine), messages_(messages) {}
+    RunLog(platform::Machine& machine, MessageCatalog& messages, std::ostream& diagnostics)
+        : machine_(machine), messages_(messages), diagnostics_(diagnostics) {}
 
-    void SetLogFileName(std::string path);  // a new run begins
+    void SetLogFileName(std::string path);  // a new run begins; without a name nothing is written
     const std::string& LogFileName() const { return logFileName_; }
 
     // The error that the run met first, which is the cause of those that follow; empty while there is none.
@@ -32,10 +35,14 @@ public:
     void LogError(const std::string& text, const platform::RuntimeError& error);
 
 private:
+    void Append(const std::string& entry);
+
     platform::Machine& machine_;
     MessageCatalog& messages_;
+    std::ostream& diagnostics_;
     std::string logFileName_;
     std::string firstError_;
+    bool toldOfFailure_ = false;
     platform::Errors* errors_ = nullptr;
 };
 
@@ -44,6 +51,9 @@ std::string DateTimeLine(platform::Machine& machine, MessageCatalog& messages);
 
 // The line of an error on standard error: the program's name and the description, line breaks taken out.
 std::string DiagnosticLine(const std::string& description);
+
+// Where failures go that no run log takes: in the directory, or in the machine's default one when it is blank.
+std::string RequestErrorLog(const platform::Machine& machine, const std::string& logDirectory);
 
 // Appends a failure to the request error log of a directory. Returns whether it could be written.
 bool LogHandlerError(platform::Machine& machine, MessageCatalog& messages, const std::string& logDirectory,

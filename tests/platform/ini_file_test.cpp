@@ -4,17 +4,19 @@
 
 #include <fstream>
 
+#include "support/temporary_directory.h"
+
 namespace iqrx::platform {
 namespace {
 
 class IniFileTest : public ::testing::Test {
 protected:
-    ~IniFileTest() override { std::filesystem::remove(file); }
     IniFile Read(const std::string& text) {
         std::ofstream(file, std::ios::binary) << text;
         return IniFile(file);
     }
-    std::filesystem::path file = std::filesystem::temp_directory_path() / "iqrx_ini_file_test.ini";
+    const testing::TemporaryDirectory directory;
+    const std::filesystem::path file = directory.path / "settings.ini";
 };
 
 TEST_F(IniFileTest, FindsAKeyOfItsSectionWhateverTheCase) {
@@ -30,9 +32,7 @@ TEST_F(IniFileTest, PassesOverCommentsBlankLinesAndAByteOrderMark) {
     EXPECT_EQ(ini.Find("a", "k"), "");
 }
 
-TEST_F(IniFileTest, AMissingFileIsEmpty) {
-    EXPECT_EQ(IniFile(std::filesystem::temp_directory_path() / "no_such.ini").Find("a", "b"), std::nullopt);
-}
+TEST_F(IniFileTest, AMissingFileIsEmpty) { EXPECT_EQ(IniFile(file).Find("a", "b"), std::nullopt); }
 
 }  // namespace
 }  // namespace iqrx::platform

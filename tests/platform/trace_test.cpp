@@ -1,34 +1,28 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <fstream>
 
 #include "platform/date.h"
 #include "platform/error.h"
 #include "platform/trace/tracing_database.h"
-#include "support/recording_database.h"
+#include "support/test_process.h"
 
 namespace iqrx::platform::trace {
 namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::ThrowsMessage;
 
 using Lines = std::vector<std::string>;
 
 class StatementTrace : public ::testing::Test {
 protected:
-    StatementTrace()
-        : file(std::filesystem::temp_directory_path() /
-               (std::string("iqrx-trace-") + ::testing::UnitTest::GetInstance()->current_test_info()->name())) {
-        std::filesystem::remove(file);
-        provider = std::make_unique<TracingDatabaseProvider>(database, file);
+    StatementTrace() {
+        provider = std::make_unique<TracingDatabaseProvider>(database, files, file);
         connection = provider->CreateConnection("x");
         connection->Open("x");
     }
-    ~StatementTrace() override {
-        connection.reset();
-        provider.reset();
-        std::error_code ignored;
-        std::filesystem::remove(file, ignored);
-    }
-
     // The file as it stands while the run goes on.
     Lines Written() const {
         std::ifstream stream(file, std::ios::binary);
@@ -44,7 +38,9 @@ protected:
     }
 
     testing::RecordingDatabase database;
-    std::filesystem::path file;
+    testing::PlainTextFiles files;
+    const testing::TemporaryDirectory directory;
+    const std::filesystem::path file = directory.path / "trace.jsonl";
     std::unique_ptr<TracingDatabaseProvider> provider;
     std::unique_ptr<Connection> connection;
 };
@@ -124,7 +120,7 @@ TEST_F(StatementTrace, ChangesNothingOfWhatIsAnswered) {
 TEST_F(StatementTrace, IsAppendedToByTheNextRun) {
     connection->Execute("first");
     connection.reset();
-    provider = std::make_unique<TracingDatabaseProvider>(database, file);
+    provider = std::make_unique<TracingDatabaseProvider>(database, files, file);
     connection = provider->CreateConnection("x");
     connection->Open("x");
     connection->Execute("second");
@@ -133,15 +129,13 @@ TEST_F(StatementTrace, IsAppendedToByTheNextRun) {
 }
 
 TEST(StatementTraces, ThatCannotBeWrittenAreAnErrorThatNamesTheFile) {
-    const auto file = std::filesystem::temp_directory_path() / "no-such-directory" / "trace.jsonl";
+    const testing::TemporaryDirectory directory;
+    const auto file = directory.path / "nowhere" / "trace.jsonl";
     testing::RecordingDatabase database;
-    try {
-        const TracingDatabaseProvider provider(database, file);
-        FAIL();
-    } catch (const RuntimeError& error) {
-        EXPECT_NE(error.description.find("trace.jsonl cannot be written"), std::string::npos)
-            << error.description;
-    }
+    testing::PlainTextFiles files;
+    EXPECT_THAT([&] { TracingDatabaseProvider(database, files, file); },
+                ThrowsMessage<RuntimeError>(
+                    AllOf(HasSubstr("the statement trace cannot be written"), HasSubstr(file.string()))));
 }
 
 }  // namespace

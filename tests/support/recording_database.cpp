@@ -54,6 +54,16 @@ std::string Failed(std::string_view op, std::string_view sql, const RuntimeError
     return Head(op, sql) + R"(,"error":)" + JsonText(error.description) + "}";
 }
 
+struct ConnectionLost : RuntimeError {
+    ConnectionLost() : RuntimeError(kDatabaseError, "db", "the connection was lost") {}
+};
+
+// The entry of a failure; the state of one that means nothing in particular is left empty.
+ErrorEntry EntryOf(const RuntimeError& error) {
+    const bool lost = dynamic_cast<const ConnectionLost*>(&error) != nullptr;
+    return {error.number, error.source, error.description, lost ? "08S01" : ""};
+}
+
 RuntimeError Misuse(const std::string& what) { return {kInvalidProcedureCall, "RecordingDatabase", what}; }
 
 class RecordingRecordset : public Recordset {
@@ -217,7 +227,7 @@ public:
             database_.statements.push_back(TraceOfExecute(sql, affected));
             return affected;
         } catch (const RuntimeError& error) {
-            errors_ = {{error.number, error.source, error.description, ""}};
+            errors_ = {EntryOf(error)};
             database_.statements.push_back(Failed("execute", sql, error));
             throw;
         }
@@ -229,7 +239,7 @@ public:
         defaultDatabase_ = name;
     }
     Errors& LastErrors() override { return errors_; }
-    void Commit() override { database_.calls.push_back("Commit"); }
+    void Commit() override { database_.Committed(); }
     void RunAsUnit(const Work& work) override { InFrame("unit", work); }
     void RunExclusively(const Work& work) override { InFrame("exclusive section", work); }
     std::unique_ptr<Recordset> CreateRecordset() override {
@@ -283,6 +293,13 @@ void RecordingDatabase::WhenConnected(RuntimeError error) { connectError_ = std:
 void RecordingDatabase::FailStatement(int n, RuntimeError error) {
     statementsUntilError_ = n;
     statementError_ = std::move(error);
+}
+
+void RecordingDatabase::LoseConnection() { throw ConnectionLost(); }
+
+void RecordingDatabase::Committed() {
+    calls.push_back("Commit");
+    if (commitError_) throw WritesLost(*std::exchange(commitError_, std::nullopt));
 }
 
 void RecordingDatabase::CountStatement() {

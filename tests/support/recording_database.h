@@ -48,6 +48,11 @@ public:
     // The n-th statement from now, counted from 1 over executions and openings, fails.
     void FailStatement(int n, platform::RuntimeError error);
 
+    // For the answer to a text: fails as a connection does whose server is gone.
+    [[noreturn]] void LoseConnection();
+    // The next Commit raises this.
+    void FailCommit(platform::WritesLost error) { commitError_ = std::move(error); }
+
     // Every call in order: "CreateConnection TEXT", "ConnectionTimeout 0", "CommandTimeout 0",
     // "OpenConnection TEXT", "DefaultDatabase NAME", "CloseConnection", "Execute TEXT", "Open TEXT CURSOR
     // LOCK", "MoveFirst", "AddNew", "Update VALUES" of the new row, "Delete", "Close", "Commit", and "Begin
@@ -66,10 +71,13 @@ public:
     // For the connections and recordsets of this database.
     std::int32_t Answer(std::string_view text);
     SharedRows Opened(std::string_view text);
+    void Committed();
     const std::optional<platform::RuntimeError>& ConnectError() const { return connectError_; }
 
 private:
     void CountStatement();
+
+    std::optional<platform::WritesLost> commitError_;
 
     std::map<std::string, OpenAnswer, std::less<>> openAnswers_;
     std::map<std::string, ExecuteAnswer, std::less<>> executeAnswers_;

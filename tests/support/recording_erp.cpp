@@ -49,6 +49,10 @@ std::string Shown(const Value& value) {
 FakeObject::FakeObject(std::string nameToUse, std::vector<std::string>* log, Members members)
     : name(std::move(nameToUse)), log_(log), members_(std::move(members)) {}
 
+FakeObject::~FakeObject() {
+    if (onRelease) onRelease(name);
+}
+
 Value FakeObject::Invoke(std::string_view member, std::span<Argument> arguments) {
     if (log_) {
         std::string line = name + "." + std::string(member) + "(";
@@ -97,21 +101,27 @@ Value RecordingErp::AnswerManager(std::string_view member, std::span<Argument> a
 }
 
 ObjectRef RecordingErp::MakeRecord(const Fields& fields, const std::string& name) {
-    return std::make_shared<FakeObject>(name, logGetters ? &calls : nullptr, [fields](auto member, auto) {
-        const auto found = fields.find(member);
-        if (found == fields.end()) platform::RaiseRuntimeError(platform::kNoSuchMember, std::string(member));
-        return found->second;
-    });
+    auto record =
+        std::make_shared<FakeObject>(name, logGetters ? &calls : nullptr, [fields](auto member, auto) {
+            const auto found = fields.find(member);
+            if (found == fields.end())
+                platform::RaiseRuntimeError(platform::kNoSuchMember, std::string(member));
+            return found->second;
+        });
+    record->onRelease = onRelease;
+    return record;
 }
 
 ObjectRef RecordingErp::MakeEnumerator() {
     auto next = std::make_shared<std::size_t>(0);
-    return std::make_shared<FakeObject>(
+    auto enumerator = std::make_shared<FakeObject>(
         "enumerator", &calls, [this, next, fetched = records](auto member, auto) -> Value {
             if (member == "hasMoreElements") return HasMore(*next < fetched.size());
             FailWhere(++*next);
             return MakeRecord(fetched.at(*next - 1), "record " + std::to_string(*next));
         });
+    enumerator->onRelease = onRelease;
+    return enumerator;
 }
 
 ObjectRef RecordingErp::MakeReader() {

@@ -28,10 +28,12 @@ public:
     using Members = std::function<platform::Value(std::string_view member, std::span<platform::Argument>)>;
 
     FakeObject(std::string name, std::vector<std::string>* log, Members members = {});
+    ~FakeObject() override;
     platform::Value Invoke(std::string_view member, std::span<platform::Argument> arguments) override;
     void Set(std::string_view member, const platform::Value& value) override;
 
     std::string name;
+    std::function<void(const std::string& name)> onRelease;
 
 private:
     std::vector<std::string>* log_;  // null: nothing is logged
@@ -65,6 +67,8 @@ public:
     // Members of a manager or a ProgID that the ERP itself does not know.
     FakeObject::Members onManagerMember;
     std::function<platform::ObjectRef(std::string_view progId)> onCreateObject;
+    // Called when an enumerator, a record or an element of this ERP is let go.
+    std::function<void(const std::string& name)> onRelease;
     // Another ERP than this one, where the test has one.
     std::function<std::unique_ptr<erp::Erp>(const std::string& runParameter)> onOpen;
 

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <random>
 
 #include "platform/error.h"
 
@@ -47,6 +46,18 @@ public:
 
 private:
     std::fstream file_;
+};
+
+class PlainAppendingFile : public platform::AppendingFile {
+public:
+    explicit PlainAppendingFile(const std::filesystem::path& path)
+        : file_(path, std::ios::app | std::ios::binary) {
+        if (!file_) platform::RaiseRuntimeError(platform::kPathFileAccess, path.string());
+    }
+    void Append(std::string_view text) override { file_ << text << std::flush; }
+
+private:
+    std::ofstream file_;
 };
 
 std::string OneLine(std::string_view text) {
@@ -100,18 +111,12 @@ std::unique_ptr<platform::TextStream> PlainTextFiles::OpenTextFile(const std::fi
     return std::make_unique<PlainTextStream>(file, std::ios::in);
 }
 
+std::unique_ptr<platform::AppendingFile> PlainTextFiles::OpenForAppending(const std::filesystem::path& file) {
+    return std::make_unique<PlainAppendingFile>(file);
+}
+
 platform::ObjectRef NoObjects::CreateObject(std::string_view progId) {
     platform::RaiseRuntimeError(platform::kCannotCreateObject, std::string(progId));
-}
-
-TemporaryDirectory::TemporaryDirectory()
-    : path(std::filesystem::temp_directory_path() / ("iqrx-test-" + std::to_string(std::random_device{}()))) {
-    std::filesystem::create_directories(path);
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
 }
 
 std::string Contents(const std::filesystem::path& file) {

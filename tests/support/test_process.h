@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <sstream>
 #include <string>
@@ -11,6 +12,7 @@
 #include "platform/date.h"
 #include "support/recording_database.h"
 #include "support/recording_erp.h"
+#include "support/temporary_directory.h"
 
 namespace iqrx::testing {
 
@@ -18,7 +20,12 @@ platform::Date At(std::string_view isoDateTime);
 
 struct FakeClock : platform::Clock {
     platform::Date now = At("2026-03-04 05:06:07");
-    platform::Date Now() override { return now; }
+    std::int64_t step = 0;  // seconds by which each look at the clock moves it on
+    platform::Date Now() override {
+        const platform::Date read = now;
+        now.secondsSince1970 += step;
+        return read;
+    }
 };
 
 struct FakeLocale : platform::Locale {
@@ -35,7 +42,11 @@ struct FakeTimeZone : platform::TimeZone {
 
 struct FakeMessageBox : platform::MessageBox {
     std::vector<std::string> shown;
-    void Show(const std::string& text) override { shown.push_back(text); }
+    std::function<void()> onShow = [] {};
+    void Show(const std::string& text) override {
+        onShow();
+        shown.push_back(text);
+    }
 };
 
 // A catalog file whose texts the test gives; `loads` says whether loading succeeds.
@@ -50,22 +61,12 @@ struct FakeXml : platform::XmlDocumentFactory {
 struct PlainTextFiles : platform::TextFiles {
     std::unique_ptr<platform::TextStream> CreateTextFile(const std::filesystem::path& file) override;
     std::unique_ptr<platform::TextStream> OpenTextFile(const std::filesystem::path& file) override;
+    std::unique_ptr<platform::AppendingFile> OpenForAppending(const std::filesystem::path& file) override;
 };
 
 // Creates nothing, as a machine without the classes does.
 struct NoObjects : platform::ObjectFactory {
     platform::ObjectRef CreateObject(std::string_view progId) override;
-};
-
-// A directory that goes with the test.
-class TemporaryDirectory {
-public:
-    TemporaryDirectory();
-    ~TemporaryDirectory();
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-
-    const std::filesystem::path path;
 };
 
 std::string Contents(const std::filesystem::path& file);  // line ends as "\n"

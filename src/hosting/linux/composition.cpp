@@ -55,7 +55,8 @@ std::optional<std::filesystem::path> FileInVariable(const char* variable) {
 
 struct Composition::Parts {
     Parts() {
-        if (const auto file = FileInVariable("QRX_SQL_TRACE")) tracing.emplace(databases, *file);
+        if (const auto file = FileInVariable("QRX_SQL_TRACE"))
+            tracing.emplace(databases, machine.Ports().files, *file);
     }
 
     platform::posix::PosixMachine machine;

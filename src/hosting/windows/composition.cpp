@@ -42,7 +42,8 @@ std::optional<std::filesystem::path> FileInVariable(const wchar_t* variable) {
 
 struct Composition::Parts {
     Parts() {
-        if (const auto file = FileInVariable(L"QRX_SQL_TRACE")) tracing.emplace(databases, *file);
+        if (const auto file = FileInVariable(L"QRX_SQL_TRACE"))
+            tracing.emplace(databases, machine.Ports().files, *file);
     }
 
     platform::windows::Apartment apartment;  // before everything that calls COM

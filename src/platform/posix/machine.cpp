@@ -61,6 +61,7 @@ Machine PosixMachine::Ports() {
             parts_->files,
             ProgramFile().parent_path(),
             '/',
+            "\n",
             ".",
             "."};
 }

@@ -18,25 +18,25 @@ std::string Start(std::string_view op, std::string_view sql) {
 
 // Runs the action; when it fails, appends the line with its error.
 template <class Action>
-void TraceFailure(TraceFile& trace, const std::string& line, Action action) {
+void TraceFailure(AppendingFile& trace, const std::string& line, Action action) {
     try {
         action();
     } catch (...) {
-        trace.Append(line + ",\"error\":" + JsonText(CurrentError().description) + "}");
+        trace.Append(line + ",\"error\":" + JsonText(CurrentError().description) + "}\n");
         throw;
     }
 }
 
 // Runs the action and appends the line, with its error when it fails.
 template <class Action>
-void Trace(TraceFile& trace, const std::string& line, Action action) {
+void Trace(AppendingFile& trace, const std::string& line, Action action) {
     TraceFailure(trace, line, action);
-    trace.Append(line + "}");
+    trace.Append(line + "}\n");
 }
 
 class TracingRecordset final : public RecordsetWrapper {
 public:
-    TracingRecordset(std::unique_ptr<Recordset> recordset, std::shared_ptr<TraceFile> trace)
+    TracingRecordset(std::unique_ptr<Recordset> recordset, std::shared_ptr<AppendingFile> trace)
         : RecordsetWrapper(std::move(recordset)), trace_(std::move(trace)) {}
 
     void Open(std::string_view source, CursorType cursor, LockType lock) override {
@@ -79,21 +79,21 @@ private:
         return text + "]";
     }
 
-    std::shared_ptr<TraceFile> trace_;
+    std::shared_ptr<AppendingFile> trace_;
     std::string source_;
     std::vector<Value> values_;
 };
 
 class TracingConnection final : public ConnectionWrapper {
 public:
-    TracingConnection(std::unique_ptr<Connection> connection, std::shared_ptr<TraceFile> trace)
+    TracingConnection(std::unique_ptr<Connection> connection, std::shared_ptr<AppendingFile> trace)
         : ConnectionWrapper(std::move(connection)), trace_(std::move(trace)) {}
 
     std::int32_t Execute(std::string_view sql) override {
         std::int32_t affected = 0;
         const std::string line = Start("execute", sql);
         TraceFailure(*trace_, line, [&] { affected = Wrapped().Execute(sql); });
-        trace_->Append(line + ",\"affected\":" + std::to_string(affected) + "}");
+        trace_->Append(line + ",\"affected\":" + std::to_string(affected) + "}\n");
         return affected;
     }
 
@@ -102,20 +102,26 @@ public:
     }
 
 private:
-    std::shared_ptr<TraceFile> trace_;
+    std::shared_ptr<AppendingFile> trace_;
 };
+
+std::shared_ptr<AppendingFile> Opened(TextFiles& files, const std::filesystem::path& file) {
+    try {
+        return files.OpenForAppending(file);
+    } catch (const RuntimeError& error) {
+        throw RuntimeError(error.number, error.source,
+                           "the statement trace cannot be written: " + error.description);
+    }
+}
 
 }  // namespace
 
-std::unique_ptr<Connection> Traced(std::unique_ptr<Connection> connection, std::shared_ptr<TraceFile> trace) {
-    return std::make_unique<TracingConnection>(std::move(connection), std::move(trace));
-}
-
-TracingDatabaseProvider::TracingDatabaseProvider(DatabaseProvider& provider, const std::filesystem::path& file)
-    : provider_(provider), trace_(std::make_shared<TraceFile>(file)) {}
+TracingDatabaseProvider::TracingDatabaseProvider(DatabaseProvider& provider, TextFiles& files,
+                                                 const std::filesystem::path& file)
+    : provider_(provider), trace_(Opened(files, file)) {}
 
 std::unique_ptr<Connection> TracingDatabaseProvider::CreateConnection(std::string_view connectionString) {
-    return Traced(provider_.CreateConnection(connectionString), trace_);
+    return std::make_unique<TracingConnection>(provider_.CreateConnection(connectionString), trace_);
 }
 
 }  // namespace iqrx::platform::trace

@@ -90,6 +90,7 @@ Machine WindowsMachine::Ports() {
             parts_->files,
             ProgramFile().parent_path(),
             '\\',
+            "\r\n",
             "",
             "C:"};
 }

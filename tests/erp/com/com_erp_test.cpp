@@ -7,6 +7,7 @@
 
 #include "platform/error.h"
 #include "platform/ini_file.h"
+#include "support/temporary_directory.h"
 
 namespace iqrx::erp::com {
 namespace {
@@ -25,9 +26,9 @@ struct NamesOnly : platform::ObjectFactory {
 
 class ComErpTest : public ::testing::Test {
 protected:
-    ~ComErpTest() override { std::filesystem::remove(file); }
     NamesOnly factory;
-    std::filesystem::path file = std::filesystem::temp_directory_path() / "iqrx_com_erp_test.ini";
+    const testing::TemporaryDirectory directory;
+    const std::filesystem::path file = directory.path / "classes.ini";
 };
 
 TEST_F(ComErpTest, ClassesOfATableAreNamedByTheFile) {
@@ -51,9 +52,8 @@ TEST_F(ComErpTest, ATableThatTheFileDoesNotNameIsAClearError) {
             FAIL() << table;
         } catch (const platform::RuntimeError& error) {
             EXPECT_EQ(error.number, platform::kCannotCreateObject);
-            EXPECT_NE(
-                error.description.find(std::string("iqrx_com_erp_test.ini names no Manager for ") + table),
-                std::string::npos)
+            EXPECT_NE(error.description.find(std::string("classes.ini names no Manager for ") + table),
+                      std::string::npos)
                 << error.description;
         }
     }

@@ -9,6 +9,7 @@
 #include "platform/conversions.h"
 #include "platform/date.h"
 #include "platform/error.h"
+#include "support/temporary_directory.h"
 
 namespace iqrx::platform::posix {
 namespace {
@@ -17,23 +18,13 @@ constexpr const char* kRegistry = "iQRXyInstHandler.InstanceHandle";
 
 class Registry : public ::testing::Test {
 protected:
-    Registry()
-        : file(std::filesystem::temp_directory_path() /
-               (std::string("iqrx-instance-") +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name())) {
-        std::filesystem::remove(file);
-    }
-    ~Registry() override {
-        std::error_code ignored;
-        std::filesystem::remove(file, ignored);
-    }
-
     std::string Written() const {
         std::ifstream stream(file);
         return {std::istreambuf_iterator<char>(stream), {}};
     }
 
-    std::filesystem::path file;
+    const testing::TemporaryDirectory directory;
+    const std::filesystem::path file = directory.path / "instance";
 };
 
 std::int32_t NumberRaisedBy(InstanceRegistryFactory& factory, std::string_view progId) {

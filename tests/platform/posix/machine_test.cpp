@@ -12,30 +12,20 @@
 #include "platform/posix/environment_variable.h"
 #include "platform/posix/locale.h"
 #include "platform/posix/time_zone.h"
+#include "support/temporary_directory.h"
 
 namespace iqrx::platform::posix {
 namespace {
 
 class PosixPorts : public ::testing::Test {
 protected:
-    PosixPorts()
-        : directory(
-              std::filesystem::temp_directory_path() /
-              (std::string("iqrx-posix-") + ::testing::UnitTest::GetInstance()->current_test_info()->name())) {
-        std::filesystem::remove_all(directory);
-        std::filesystem::create_directories(directory);
-    }
-    ~PosixPorts() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(directory, ignored);
-    }
-
     std::filesystem::path Write(const std::string& name, std::string_view text) {
         std::ofstream(directory / name, std::ios::binary) << text;
         return directory / name;
     }
 
-    std::filesystem::path directory;
+    const testing::TemporaryDirectory owned;
+    const std::filesystem::path directory = owned.path;
     PosixMachine owner;
     Machine machine = owner.Ports();
 };

@@ -8,6 +8,7 @@
 #include "platform/date.h"
 #include "platform/error.h"
 #include "platform/windows/com.h"
+#include "support/temporary_directory.h"
 
 namespace iqrx::platform::windows {
 namespace {
@@ -27,7 +28,8 @@ protected:
     Apartment apartment;
     WindowsMachine machine{Audience::Nobody};
     Machine ports = machine.Ports();
-    std::filesystem::path file = std::filesystem::temp_directory_path() / "iqrx_machine_test.txt";
+    const testing::TemporaryDirectory directory;
+    const std::filesystem::path file = directory.path / "file.txt";
 };
 
 TEST_F(WindowsMachineTest, TellsThePresentInLocalTime) {
