@@ -40,6 +40,8 @@ void WriteCalcode(CopyRun& run, const platform::Value& sCalCode) {
     LogFailure(run, kCodesFile, subject, [&] {
         const std::string code = platform::ToText(sCalCode);
         subject = CalendarNamed(code);
+        if (code.find_first_of("\r\n") != std::string::npos)
+            platform::RaiseRuntimeError(platform::kInvalidProcedureCall, "a calendar code with a line break");
         OpenFile(run).WriteLine(code);
     });
 }

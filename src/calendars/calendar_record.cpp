@@ -1,4 +1,5 @@
 #include "calendars/calendars.h"
+#include "calendars/failure_log.h"
 #include "platform/conversions.h"
 #include "platform/error.h"
 
@@ -18,15 +19,46 @@ std::int64_t FloorQuotient(std::int64_t number, std::int64_t divisor) {
 
 std::int64_t Minutes(Long time) { return FloorQuotient(time, 100) * 60 + time % 100; }
 
-// A value that is no date fails here; NULL is for moments that lie too far back.
+// A value that is not a date fails here; NULL is for a moment that is Null or lies too far back.
 std::string UtcLiteral(const runtime::SqlLiterals& literals, const Value& moment) {
+    if (moment.Is<platform::Null>()) return "NULL";
     return literals.UtcDateLiteral(platform::ToDate(moment)).value_or("NULL");
 }
 
-std::string DateLiteral(const runtime::SqlLiterals& literals, const Value& date) {
-    const std::string text = platform::ToText(date);
-    if (literals.Platform() == runtime::kOracle) return "TO_DATE('" + text + "','yyyy/mm/dd')";
-    return literals.QuoteSqlString(text);
+std::string DateLiteral(const runtime::SqlLiterals& literals, const std::string& date) {
+    if (literals.Platform() == runtime::kOracle) return "TO_DATE('" + date + "','yyyy/mm/dd')";
+    return literals.QuoteSqlString(date);
+}
+
+// A value of the record; one that does not convert is told with its getter.
+template <class Convert>
+auto Read(Object& record, const char* getter, Convert convert) {
+    const Value value = record.Get(getter);
+    return platform::NamingPlace([&] { return convert(value); }, [&] { return std::string(getter); });
+}
+
+std::string Text(const Value& value) { return platform::ToText(value); }
+
+void InsertInterval(CopyRun& run, Object& record, const std::string& tableName) {
+    const runtime::SqlLiterals& literals = run.Literals();
+    const auto utc = [&](const Value& moment) { return UtcLiteral(literals, moment); };
+    const auto quoted = [&](const char* getter) { return literals.QuoteSqlString(Read(record, getter, Text)); };
+    const std::string ustm = Read(record, "getStartutcdate", utc);
+    const std::string uftm = Read(record, "getEndutcdate", utc);
+    const std::string stdt = DateLiteral(literals, Read(record, "getStartDate", Text));
+    const std::string endt = DateLiteral(literals, Read(record, "getEndDate", Text));
+    const Value startTime = record.Get("getStartTime"), endTime = record.Get("getEndTime");
+    const std::string ahrs = platform::NamingPlace(
+        [&] { return DurationText(platform::ToLong(startTime), platform::ToLong(endTime)); },
+        [] { return "getStartTime or getEndTime"; });
+    run.Database().Execute("INSERT INTO " + tableName +
+                           "(ccal,ract,stdt,sttm,endt,entm,cutm,ccap,ustm,uftm,ahrs,upd_flag) VALUES( " +
+                           quoted("getCalendar") + "," + quoted("getAvailabilityType") + "," + stdt + "," +
+                           literals.QuoteSqlString(Text(startTime)) + "," + endt + "," +
+                           literals.QuoteSqlString(Text(endTime)) + "," + quoted("getCumulativeTime") + "," +
+                           quoted("getCumulativeCapacity") + "," + ustm + "," + uftm + "," +
+                           literals.QuoteSqlString(ahrs) + ",0)");
+    control::Add(run.counters.inserted, 1);
 }
 
 }  // namespace
@@ -38,24 +70,11 @@ std::string DurationText(Long startTime, Long endTime) {
     return std::to_string(hours) + " Hours " + std::to_string(duration - hours * 60) + " Minutes";
 }
 
-void InsertCalendarRecord(CopyRun& run, Object& record, const std::string& tableName) {
-    const runtime::SqlLiterals& literals = run.Literals();
-    const auto quoted = [&](const Value& value) { return literals.QuoteSqlString(platform::ToText(value)); };
-    const std::string ustm = UtcLiteral(literals, record.Get("getStartutcdate"));
-    const std::string uftm = UtcLiteral(literals, record.Get("getEndutcdate"));
-    const std::string stdt = DateLiteral(literals, record.Get("getStartDate"));
-    const std::string endt = DateLiteral(literals, record.Get("getEndDate"));
-    const Value startTime = record.Get("getStartTime");
-    const Value endTime = record.Get("getEndTime");
-    const std::string ahrs = DurationText(platform::ToLong(startTime), platform::ToLong(endTime));
-    run.Database().Execute("INSERT INTO " + tableName +
-                           "(ccal,ract,stdt,sttm,endt,entm,cutm,ccap,ustm,uftm,ahrs,upd_flag) VALUES( " +
-                           quoted(record.Get("getCalendar")) + "," +
-                           quoted(record.Get("getAvailabilityType")) + "," + stdt + "," + quoted(startTime) +
-                           "," + endt + "," + quoted(endTime) + "," + quoted(record.Get("getCumulativeTime")) +
-                           "," + quoted(record.Get("getCumulativeCapacity")) + "," + ustm + "," + uftm + "," +
-                           literals.QuoteSqlString(ahrs) + ",0)");
-    control::Add(run.counters.inserted, 1);
+void InsertCalendarRecord(CopyRun& run, const std::string& calendar, Object& record,
+                          const std::string& tableName) {
+    constexpr FailureText kInsertCalendarRecord{"STIT0023", "Insert Calendar Record"};
+    LogFailureAndGoOn(run, kInsertCalendarRecord, CalendarNamed(calendar),
+                      [&] { InsertInterval(run, record, tableName); });
 }
 
 }  // namespace iqrx::calendars

@@ -21,7 +21,7 @@ DateWindow ComputeDateWindow(CopyRun& run) {
     return {platform::IsoDate(platform::AddDays(today, -history)), "2038" + platform::IsoDate(today).substr(4)};
 }
 
-CalendarService::CalendarService(CopyRun& run, std::string runParameter) {
+void CalendarService::Open(CopyRun& run, std::string runParameter) {
     manager_ = engine::RegisterManager(run, run.Erp(runParameter).CreateObject("Calendars.CalendarManager"));
     Value parameter = std::move(runParameter);
     Call(*manager_, "Initialize", ByRef{parameter});

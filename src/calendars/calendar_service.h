@@ -21,10 +21,12 @@ DateWindow ComputeDateWindow(CopyRun& run);
 // Every member raises RuntimeError.
 class CalendarService {
 public:
-    CalendarService(CopyRun& run, std::string runParameter);
+    CalendarService() = default;
     ~CalendarService();  // closes a service that a failure left open
     CalendarService(const CalendarService&) = delete;
     CalendarService& operator=(const CalendarService&) = delete;
+
+    void Open(CopyRun& run, std::string runParameter);
 
     // A page of a calendar's intervals; Nothing where the service has none to give. The first page is asked
     // for with call id 0 and set-complete flag "N", each further one with those that the page before handed

@@ -31,30 +31,46 @@ struct CodesFileGuard {
     ~CodesFileGuard() { run.calcodesFile.reset(); }
 };
 
-void InsertPage(CopyRun& run, Object& page) {
+void InsertPage(CopyRun& run, const std::string& calendar, Object& page) {
     const ObjectRef wrapper = platform::ToObject(page.Get("getUTCActualCalendarForQRXWrapper"));
     const Long size = platform::ToLong(wrapper->Get("sizeActualCalendar"));
     for (Long i = 0; i < size; ++i) {
         Value index = platform::ToInteger(i);
         const Value record = platform::Call(*wrapper, "getActualCalendarAt", platform::ByRef{index});
-        InsertCalendarRecord(run, *platform::ToObject(record), kTable);
+        InsertCalendarRecord(run, calendar, *platform::ToObject(record), kTable);
     }
 }
 
-// The paged listing of one calendar. Without a first page the local rows stay as they are and
-// `beforeFirstInterval` is not called.
-void CopyIntervals(CopyRun& run, CalendarService& service, const DateWindow& window,
+// The paged listing of one calendar; whether there was one. Without a first page the local rows stay as they
+// are and `beforeFirstInterval` is not called.
+bool CopyIntervals(CopyRun& run, CalendarService& service, const DateWindow& window,
                    const std::string& calendar, const std::function<void()>& beforeFirstInterval) {
     ObjectRef page = service.List(calendar, window, 0, "N");
-    if (!page) return;
+    if (!page) return false;
     beforeFirstInterval();
     while (true) {
-        InsertPage(run, *page);
+        InsertPage(run, calendar, *page);
         const std::string setComplete = platform::ToText(page->Get("getSetComplete"));
-        if (setComplete == "Y") return;
+        if (setComplete == "Y") return true;
         const Long callId = platform::ToLong(page->Get("getCallId"));
         page = platform::ToObject(service.List(calendar, window, callId, setComplete));
     }
+}
+
+// The calendars in use, one after the other; a calendar whose listing fails is logged and passed over.
+// Whether each was listed to its end.
+bool CopyEach(CopyRun& run, CalendarService& service, const DateWindow& window,
+              const std::vector<std::string>& calendars,
+              const std::function<void(const std::string& calendar)>& beforeFirstInterval) {
+    bool whole = true;
+    for (const std::string& calendar : calendars) {
+        bool listed = false;
+        LogFailureAndGoOn(run, kActualCalendars, CalendarNamed(calendar), [&] {
+            listed = CopyIntervals(run, service, window, calendar, [&] { beforeFirstInterval(calendar); });
+        });
+        whole = whole && listed;
+    }
+    return whole;
 }
 
 std::vector<std::string> CalendarsInUse(CopyRun& run) {
@@ -89,48 +105,43 @@ void CopyCalendars(CopyRun& run, const std::string&, const std::string& runParam
     });
 }
 
+// What is not listed to its end is not swept: an ERP that does not answer has not taken a calendar away.
 void CopyCalendarsFull(CopyRun& run, const std::string& runParameter) {
-    Subject subject;
-    LogFailure(run, kActualCalendars, subject, [&] {
-        CalendarService service(run, runParameter);
+    CalendarService service;
+    LogFailure(run, kActualCalendars, {}, [&] {
+        service.Open(run, runParameter);
         const DateWindow window = ComputeDateWindow(run);
         const std::vector<std::string> calendars = CalendarsInUse(run);
         if (!calendars.empty()) run.Database().Execute("UPDATE tcccp030 SET upd_flag=1");
-        for (const std::string& calendar : calendars) {
-            subject = CalendarNamed(calendar);
-            CopyIntervals(run, service, window, calendar, [&] { DeleteCalendar(run, calendar); });
-        }
-        subject = {};
-        if (!calendars.empty()) run.Database().Execute("DELETE FROM tcccp030 WHERE upd_flag = 1");
+        const bool whole = CopyEach(run, service, window, calendars,
+                                    [&](const std::string& calendar) { DeleteCalendar(run, calendar); });
+        if (whole && !calendars.empty()) run.Database().Execute("DELETE FROM tcccp030 WHERE upd_flag = 1");
         LogCountsAndClose(run, service);
     });
 }
 
 void CopyCalendarsIncremental(CopyRun& run, const std::string& runParameter) {
-    Subject subject;
-    LogFailure(run, kActualCalendars, subject, [&] {
-        const CodesFileGuard guard{run};
-        CalendarService service(run, runParameter);
+    const CodesFileGuard guard{run};
+    CalendarService service;
+    LogFailure(run, kActualCalendars, {}, [&] {
+        service.Open(run, runParameter);
         const DateWindow window = ComputeDateWindow(run);
         const std::vector<std::string> calendars = CalendarsInUse(run);
         CreateCalcodesFile(run);
-        for (const std::string& calendar : calendars) {
-            subject = CalendarNamed(calendar);
-            CopyIntervals(run, service, window, calendar, [&] {
-                DeleteCalendar(run, calendar);
-                WriteCalcode(run, calendar);
-            });
-        }
-        subject = {};
+        CopyEach(run, service, window, calendars, [&](const std::string& calendar) {
+            DeleteCalendar(run, calendar);
+            WriteCalcode(run, calendar);
+        });
         if (run.calcodesFile) CloseCalcodesFile(run);
         LogCountsAndClose(run, service);
     });
 }
 
 void CopyCalendar(CopyRun& run, const std::string& calendar, const std::string& runParameter) {
+    const CodesFileGuard guard{run};
+    CalendarService service;
     LogFailure(run, kCopyCalendar, CalendarNamed(calendar), [&] {
-        const CodesFileGuard guard{run};
-        CalendarService service(run, runParameter);
+        service.Open(run, runParameter);
         run.counters.inserted = 0;
         CopyIntervals(run, service, ComputeDateWindow(run), calendar, [&] {
             CreateCalcodesFile(run);

@@ -1,7 +1,7 @@
 // Actual calendars, tcccp030: one row per availability interval of a calendar, from the ERP's calendar service.
 // A routine that fails says so in the run log, names the calendar, and ends: what was copied stays, and the
-// run goes on to its normal outcome. Nothing but getEmployeeCalenderList, InsertCalendarRecord and
-// DurationText raises.
+// run goes on to its normal outcome. An interval or a calendar that fails is logged and passed over. Nothing but
+// getEmployeeCalenderList and DurationText raises, and InsertCalendarRecord when the connection is gone.
 #pragma once
 
 #include <functional>
@@ -26,9 +26,9 @@ void CopyEmployeeCalendar(CopyRun& run, const std::string& employee, const std::
 
 void DeleteCalendar(CopyRun& run, const std::string& calendar);
 
-// Inserts one interval of the service and counts it. Raises RuntimeError for a value that is Null or of the
-// wrong kind.
-void InsertCalendarRecord(CopyRun& run, platform::Object& record, const std::string& tableName);
+// Inserts one interval of the calendar and counts it.
+void InsertCalendarRecord(CopyRun& run, const std::string& calendar, platform::Object& record,
+                          const std::string& tableName);
 
 // Hands every calendar code in use to `add`, in the order of the codes. Raises RuntimeError: who deletes what
 // is not in the list must know that it is whole.

@@ -24,11 +24,18 @@ struct Interval {
     int days;  // local day boundaries between the two; not above 0 for an interval of one piece
 };
 
+Date DateOf(Recordset& source, const char* field) {
+    const Value value = source.Field(field);
+    return platform::NamingPlace([&] { return platform::ToDate(value); }, [&] { return std::string(field); });
+}
+
 Interval ReadInterval(Recordset& source, const std::string& calendar) {
-    return {
-        calendar, platform::ToText(source.Field("ract")), platform::ToDate(source.Field("ustm")),
-        platform::ToDate(source.Field("uftm")),
-        platform::DaysBetween(platform::ToDate(source.Field("stdt")), platform::ToDate(source.Field("endt")))};
+    return {calendar, platform::ToText(source.Field("ract")), DateOf(source, "ustm"), DateOf(source, "uftm"),
+            platform::DaysBetween(DateOf(source, "stdt"), DateOf(source, "endt"))};
+}
+
+bool LacksMoment(Recordset& source) {
+    return source.Field("ustm").Is<platform::Null>() || source.Field("uftm").Is<platform::Null>();
 }
 
 void AddPiece(Recordset& target, const Interval& interval, Date start, Date end) {
@@ -48,12 +55,17 @@ void ExpandInterval(const Interval& interval, Recordset& target) {
                  platform::AddDays(interval.end, day - interval.days));
 }
 
-void ExpandRows(Recordset& source, Recordset& target, Subject& subject) {
-    if (source.Bof() && source.Eof()) return;
-    for (source.MoveFirst(); !source.Eof(); source.MoveNext()) {
-        subject = CalendarNamed(platform::ToText(source.Field("ccal")));
+void ExpandRow(CopyRun& run, Recordset& source, Recordset& target, Subject& subject) {
+    subject = CalendarNamed(platform::ToText(source.Field("ccal")));
+    if (LacksMoment(source))  // an interval without its moment has no day; the others have theirs
+        LogFailure(run, kExpandCalendars, subject, [&] { ReadInterval(source, subject.code); });
+    else
         ExpandInterval(ReadInterval(source, subject.code), target);
-    }
+}
+
+void ExpandRows(CopyRun& run, Recordset& source, Recordset& target, Subject& subject) {
+    if (source.Bof() && source.Eof()) return;
+    for (source.MoveFirst(); !source.Eof(); source.MoveNext()) ExpandRow(run, source, target, subject);
 }
 
 std::unique_ptr<Recordset> OpenSource(CopyRun& run, const std::string& sql) {
@@ -70,7 +82,7 @@ void ExpandCalendar(CopyRun& run, const std::string& calendar, Subject& subject)
         OpenSource(run, "select * from tcccp030 WHERE  ccal=" + run.Literals().QuoteSqlString(calendar));
     DeleteExpandedCalendar(run, calendar);
     auto target = OpenTarget(run);
-    ExpandRows(*source, *target, subject);
+    ExpandRows(run, *source, *target, subject);
     source->Close();
     target->Close();
 }
@@ -93,7 +105,7 @@ void ExpandCalendars(CopyRun& run) {
         auto source = OpenSource(run, "select * from tcccp030");
         run.Database().Execute("truncate table tcccp031 ");
         auto target = OpenTarget(run);
-        ExpandRows(*source, *target, subject);
+        ExpandRows(run, *source, *target, subject);
         subject = {};
         source->Close();
         target->Close();

@@ -1,5 +1,6 @@
 // The expansion, tcccp031: the intervals of tcccp030 cut into one row per day, in UTC, for applications that
-// look up a single day. A routine that fails says so in the run log and ends; nothing is raised.
+// look up a single day. A row without its UTC moments is logged and passed over. A routine that fails says so
+// in the run log and ends; nothing is raised.
 #pragma once
 
 #include <string>

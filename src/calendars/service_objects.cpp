@@ -91,7 +91,7 @@ struct Listing {
     }
     bool IsComplete() const { return platform::ToText(setComplete) == "Y"; }
     // Raises "object not set" for a page without objects that is not the last: there is no key to go on from.
-    void ContinueBehind(Object& page, const ObjectRef& lastObject) {
+    void ContinueAfter(Object& page, const ObjectRef& lastObject) {
         setComplete = page.Get("getSetComplete");
         if (IsComplete()) return;
         Object& last = *platform::ToObject(lastObject);
@@ -103,18 +103,17 @@ struct Listing {
     }
 };
 
-// The page's objects as blocks, its rest executed; the last object.
-ObjectRef CopyPage(const TableRun& copy, Object& page) {
-    const ObjectRef objects = platform::ToObject(page.Get("getRecordSetObjects"));
+// The objects of the page that is held as blocks, the page's rest executed. The last object stays held.
+void CopyPage(const TableRun& copy, HeldObjects& held) {
+    const ObjectRef objects = platform::ToObject(held.enumerator->Get("getRecordSetObjects"));
     const Long size = platform::ToLong(objects->Get("sizeObjects"));
     BlockBatch batch(copy.run);
-    ObjectRef object;
+    held.record.reset();
     for (Long i = 0; i < size; ++i) {
-        object = platform::ToObject(Call(*objects, "getObjectsAt", i));
-        batch.Add(BuildServiceObjectBlock(copy.run, *object, copy.tableName));
+        held.record = platform::ToObject(Call(*objects, "getObjectsAt", i));
+        batch.Add(BuildServiceObjectBlock(copy.run, *held.record, copy.tableName));
     }
     batch.Execute();
-    return object;
 }
 
 }  // namespace
@@ -127,15 +126,16 @@ void CopyServiceObjects(CopyRun& run, const std::string& tableName, const std::s
 // Neither marks nor sweeps: the objects come in pages and go to the server in batches of blocks.
 void CopyServiceObjectsFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
     const TableRun copy{run, kServiceObjects, tableName, runParameter};
-    FullCopy(copy, [&](Object& manager) {
+    FullCopy(copy, [&](HeldObjects& held) {
         run.process.controlTables.GetFilterFlag(tableName);  // objects have no status that it could select
         Listing listing;
-        ObjectRef page = listing.NextPage(manager);
+        held.enumerator = listing.NextPage(*held.manager);
         const std::string startTime = run.Literals().CurrentTimeLiteral();
-        if (!page) return;
-        while (page) {
-            listing.ContinueBehind(*page, CopyPage(copy, *page));
-            page = listing.IsComplete() ? ObjectRef() : listing.NextPage(manager);
+        if (!held.enumerator) return;
+        while (held.enumerator) {
+            CopyPage(copy, held);
+            listing.ContinueAfter(*held.enumerator, held.record);
+            held.enumerator = listing.IsComplete() ? ObjectRef() : listing.NextPage(*held.manager);
         }
         StampAndLogFullCopy(copy, startTime);
     });

@@ -37,11 +37,11 @@ void CopySkillCombinations(CopyRun& run, const std::string& tableName, const std
 // overwrites all rows.
 void CopySkillCombinationsFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
     const TableRun copy{run, kSkillCombinations, tableName, runParameter};
-    FullCopy(copy, [&](Object& manager) {
-        const ObjectRef enumerator = FetchByKeyRange(copy, manager);
+    FullCopy(copy, [&](HeldObjects& held) {
+        held.enumerator = FetchByKeyRange(copy, *held.manager);
         const std::string startTime = run.Literals().CurrentTimeLiteral();
-        if (!enumerator) return;
-        ForEachRecord(*enumerator, [&](Object& record) { UpsertSkillCombination(run, record, tableName); });
+        if (!held.enumerator) return;
+        ForEachRecord(held, [&](Object& record) { UpsertSkillCombination(run, record, tableName); });
         StampAndLogFullCopy(copy, startTime);
     });
 }

@@ -20,6 +20,13 @@ struct AuditObjects {
     ObjectRef reader, status;
 };
 
+// What an incremental copy holds of the ERP; it closes none of it.
+struct Trail {
+    Value manager, record;
+    AuditObjects audit;
+    Value element, original;
+};
+
 AuditObjects CreateAuditObjects(erp::Erp& erp, std::size_t keys) {
     AuditObjects audit;
     audit.criteria = erp.CreateObject("com.orva.erp.audit.AuditCriteria");
@@ -65,37 +72,39 @@ void CloseAfterFailure(const ObjectRef& manager) {
 }
 
 // Every change of the trail, oldest first; the elements carry the values, the original object is taken along
-// unread.
-void ForEachChange(const AuditObjects& audit, Object& manager, const IncrementalSteps& steps) {
+// unread. A row and what the change-log says of it stand or fall together.
+void ForEachChange(runtime::DatabaseSession& database, Trail& trail, const IncrementalSteps& steps) {
+    const AuditObjects& audit = trail.audit;
+    const ObjectRef manager = platform::ToObject(trail.manager);
     while (IsTrue(Call(*audit.reader, "hasMoreElements"))) {
-        Value current = Call(*audit.reader, "nextElement");
-        const Value original = Call(*audit.reader, "getOriginalObject", platform::ByRef{current});
-        const ObjectRef element = platform::ToObject(current);
+        trail.element = Call(*audit.reader, "nextElement");
+        trail.original = Call(*audit.reader, "getOriginalObject", platform::ByRef{trail.element});
+        const ObjectRef element = platform::ToObject(trail.element);
         if (Is(*audit.status, "isDeleted", element)) {
-            steps.deleted({*element, manager, false});
+            database.RunAsUnit([&] { steps.deleted({*element, *manager, false}); });
             continue;
         }
         const bool isUpdated = Is(*audit.status, "isUpdated", element);
         const bool isInserted = Is(*audit.status, "isInserted", element);
-        if (isUpdated || isInserted) steps.changed({*element, manager, isUpdated});
+        if (isUpdated || isInserted)
+            database.RunAsUnit([&] { steps.changed({*element, *manager, isUpdated}); });
     }
 }
 
-void ReadAuditTrail(const TableRun& copy, const IncrementalSteps& steps) {
+void ReadAuditTrail(const TableRun& copy, Trail& trail, const IncrementalSteps& steps) {
     control::Process& process = copy.run.process;
-    Value manager = CreateManager(copy);
-    Value record = copy.run.Erp(copy.runParameter).CreateRecord(copy.table.Layout());
-    const AuditObjects audit =
-        CreateAuditObjects(copy.run.Erp(copy.runParameter), copy.table.def.auditKeys.size());
-    Call(*platform::ToObject(manager), "SetRunParameter", copy.runParameter);
+    trail.manager = CreateManager(copy);
+    trail.record = copy.run.Erp(copy.runParameter).CreateRecord(copy.table.Layout());
+    trail.audit = CreateAuditObjects(copy.run.Erp(copy.runParameter), copy.table.def.auditKeys.size());
+    Call(*platform::ToObject(trail.manager), "SetRunParameter", copy.runParameter);
     const platform::Date from = process.controlTables.GetTableLastUpdate(copy.tableName);
     const platform::Date to = process.machine.clock.Now();
-    SetCriteria(audit, copy.table.def, from, to);
-    Value criteria = audit.criteria;
-    Call(*audit.reader, "Initialize", platform::ByRef{manager}, platform::ByRef{record},
+    SetCriteria(trail.audit, copy.table.def, from, to);
+    Value criteria = trail.audit.criteria;
+    Call(*trail.audit.reader, "Initialize", platform::ByRef{trail.manager}, platform::ByRef{trail.record},
          platform::ByRef{criteria});
     steps.beforeLoop();
-    ForEachChange(audit, *platform::ToObject(manager), steps);
+    ForEachChange(process.database, trail, steps);
     if (const auto stamp = copy.run.Literals().UtcDateLiteral(to))
         process.controlTables.SetTableLastUpdate(copy.tableName, *stamp);
     const control::Counters& counters = copy.run.counters;
@@ -138,10 +147,10 @@ ObjectRef FetchByKeyRange(const TableRun& copy, Object& manager) {
     return enumerator.Is<ObjectRef>() ? enumerator.As<ObjectRef>() : ObjectRef();
 }
 
-void ForEachRecord(Object& enumerator, const std::function<void(Object& record)>& act) {
-    while (IsTrue(enumerator.Get("hasMoreElements"))) {
-        const ObjectRef record = platform::ToObject(enumerator.Get("nextElement"));
-        act(*record);
+void ForEachRecord(HeldObjects& held, const std::function<void(Object& record)>& act) {
+    while (IsTrue(held.enumerator->Get("hasMoreElements"))) {
+        held.record = platform::ToObject(held.enumerator->Get("nextElement"));
+        act(*held.record);
     }
 }
 
@@ -151,6 +160,11 @@ void Mark(const TableRun& copy) {
 
 void Sweep(const TableRun& copy) {
     copy.run.Database().Execute("DELETE FROM " + copy.tableName + " WHERE upd_flag = 1");
+}
+
+void HeldObjects::LetGo() {
+    enumerator.reset();
+    record.reset();
 }
 
 void CountAllAsInserted(CopyRun& run) {
@@ -164,7 +178,7 @@ void StampAndLogFullCopy(const TableRun& copy, const std::string& startTime) {
     copy.run.process.runLog.LogTableCounts(copy.tableName, counters.inserted, counters.updated, 0);
 }
 
-void WithFailureReport(const TableRun& copy, std::string_view failureLabel, ObjectRef& manager,
+void WithFailureReport(const TableRun& copy, std::string_view failureLabel, HeldObjects& held,
                        const std::function<void()>& body) {
     try {
         body();
@@ -172,7 +186,8 @@ void WithFailureReport(const TableRun& copy, std::string_view failureLabel, Obje
         const platform::RuntimeError error = platform::CurrentError();
         control::Process& process = copy.run.process;
         process.runLog.LogError("", error);
-        CloseAfterFailure(manager);
+        CloseAfterFailure(held.manager);
+        held.LetGo();
         runtime::MessageCatalog& messages = process.messages;
         const std::string text = runtime::FillFirst(messages.GetI18nText(failureLabel), "%1",
                                                     messages.GetI18nText(copy.table.def.titleLabel));
@@ -181,25 +196,26 @@ void WithFailureReport(const TableRun& copy, std::string_view failureLabel, Obje
     }
 }
 
-void FullCopy(const TableRun& copy, const std::function<void(Object& manager)>& copyRecords) {
+void FullCopy(const TableRun& copy, const std::function<void(HeldObjects& held)>& copyRecords) {
     copy.run.counters.inserted = 0;
-    ObjectRef manager;
-    WithFailureReport(copy, copy.table.def.fullFailure, manager, [&] {
-        manager = CreateManager(copy);
-        Call(*manager, "SetRunParameter", copy.runParameter);
-        copyRecords(*manager);
-        Call(*manager, "CloseManager");
+    HeldObjects held;
+    WithFailureReport(copy, copy.table.def.fullFailure, held, [&] {
+        held.manager = CreateManager(copy);
+        Call(*held.manager, "SetRunParameter", copy.runParameter);
+        copyRecords(held);
+        Call(*held.manager, "CloseManager");
+        held.LetGo();
     });
 }
 
 void FullCopy(const TableRun& copy, UpsertRoutine* upsert, const FullSteps& steps) {
-    FullCopy(copy, [&](Object& manager) {
-        const ObjectRef enumerator = FetchByKeyRange(copy, manager);
+    FullCopy(copy, [&](HeldObjects& held) {
+        held.enumerator = FetchByKeyRange(copy, *held.manager);
         const std::string startTime = copy.run.Literals().CurrentTimeLiteral();
-        if (!enumerator) return;
+        if (!held.enumerator) return;
         Mark(copy);
         steps.afterMark();
-        ForEachRecord(*enumerator, [&](Object& record) { upsert(copy.run, record, copy.tableName); });
+        ForEachRecord(held, [&](Object& record) { upsert(copy.run, record, copy.tableName); });
         CountAllAsInserted(copy.run);
         Sweep(copy);
         StampAndLogFullCopy(copy, startTime);
@@ -209,9 +225,10 @@ void FullCopy(const TableRun& copy, UpsertRoutine* upsert, const FullSteps& step
 
 void IncrementalCopy(const TableRun& copy, const IncrementalSteps& steps) {
     copy.run.counters = {};
-    ObjectRef neverClosed;  // an incremental copy releases its manager without closing it
-    WithFailureReport(copy, copy.table.def.incrementalFailure, neverClosed,
-                      [&] { ReadAuditTrail(copy, steps); });
+    Trail trail;
+    HeldObjects nothingToClose;  // an incremental copy releases its manager without closing it
+    WithFailureReport(copy, copy.table.def.incrementalFailure, nothingToClose,
+                      [&] { ReadAuditTrail(copy, trail, steps); });
 }
 
 void IncrementalCopy(const TableRun& copy, UpsertRoutine* upsert) {

@@ -34,9 +34,17 @@ struct FullSteps {
     std::function<void()> afterStamp = [] {};
 };
 void FullCopy(const TableRun& copy, UpsertRoutine* upsert, const FullSteps& steps = {});
+
+// What a full copy holds of the ERP. After a failure the manager is closed and the others are let go when the
+// failure has been logged, not before.
+struct HeldObjects {
+    ObjectRef manager, enumerator, record;
+
+    void LetGo();  // of all but the manager
+};
 // The frame of a full copy around a table's own way with its records: a manager that knows the run parameter
 // is created before and closed after it.
-void FullCopy(const TableRun& copy, const std::function<void(Object& manager)>& copyRecords);
+void FullCopy(const TableRun& copy, const std::function<void(HeldObjects& held)>& copyRecords);
 
 struct AuditElement {
     Object& element;
@@ -73,15 +81,16 @@ ObjectRef CreateManager(const TableRun& copy);  // created and registered
 // Registers a manager with the shared business component, if there is one; the manager to go on with.
 ObjectRef RegisterManager(CopyRun& run, const ObjectRef& manager);
 ObjectRef FetchByKeyRange(const TableRun& copy, Object& manager);  // Nothing where the ERP answers none
-void ForEachRecord(Object& enumerator, const std::function<void(Object& record)>& act);
+// Every record of the enumerator that is held.
+void ForEachRecord(HeldObjects& held, const std::function<void(Object& record)>& act);
 void Mark(const TableRun& copy);
 void Sweep(const TableRun& copy);
 // Every copied record counts as inserted.
 void CountAllAsInserted(CopyRun& run);
 // The next window begins at `startTime`; what was inserted and updated is logged.
 void StampAndLogFullCopy(const TableRun& copy, const std::string& startTime);
-// Runs a copy routine's body under its handler; the handler closes `manager` when the body set one.
-void WithFailureReport(const TableRun& copy, std::string_view failureLabel, ObjectRef& manager,
+// Runs a copy routine's body under its handler; the handler closes the manager that is held, if there is one.
+void WithFailureReport(const TableRun& copy, std::string_view failureLabel, HeldObjects& held,
                        const std::function<void()>& body);
 
 }  // namespace iqrx::engine

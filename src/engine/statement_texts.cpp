@@ -1,5 +1,8 @@
 #include "engine/statement_texts.h"
 
+#include "platform/conversions.h"
+#include "platform/printable.h"
+
 namespace iqrx::engine {
 
 StatementTexts::StatementTexts(const Table& table, platform::Object& record, const std::string& tableName,
@@ -24,9 +27,31 @@ const std::string& StatementTexts::Text(const Statement& statement) {
         else if (piece.column == Piece::kTableName)
             sql_ += tableName_;
         else
-            AppendColumn(static_cast<std::size_t>(piece.column));
+            platform::NamingPlace(
+                [&] { AppendColumn(static_cast<std::size_t>(piece.column)); },
+                [&] { return PlaceOf(table_.def.columns[static_cast<std::size_t>(piece.column)]); });
     }
     return sql_;
+}
+
+// The getter, the table and the record's key, which an operator can look up in the ERP.
+std::string StatementTexts::PlaceOf(const Column& failed) const {
+    std::string place = std::string(failed.getter) + " of " + tableName_;
+    for (const AuditKey& key : table_.def.auditKeys)
+        for (const Column& column : table_.def.columns)
+            if (column.name == key.field) place += ", " + std::string(column.name) + " " + Shown(column);
+    return place;
+}
+
+std::string StatementTexts::Shown(const Column& key) const {
+    constexpr std::size_t kLongest = 100;
+    try {
+        const platform::Value value = record_.Get(key.getter);
+        if (value.Is<platform::Null>()) return "Null";
+        return "'" + platform::Printable(platform::ToText(value), kLongest) + "'";
+    } catch (const platform::RuntimeError&) {
+        return "unknown";
+    }
 }
 
 void StatementTexts::AppendColumn(std::size_t index) {

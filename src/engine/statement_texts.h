@@ -25,6 +25,8 @@ public:
 
 private:
     void AppendColumn(std::size_t index);
+    std::string PlaceOf(const Column& failed) const;
+    std::string Shown(const Column& key) const;
 
     const Table& table_;
     platform::Object& record_;

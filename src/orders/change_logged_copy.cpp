@@ -19,13 +19,15 @@ engine::ObjectRef FetchByStatusRange(engine::Object& manager, const StatusRange&
 
 void FullCopyByStatus(const engine::TableRun& copy, const std::function<void()>& begin,
                       const std::function<void(platform::Object& record)>& upsert) {
-    engine::FullCopy(copy, [&](platform::Object& manager) {
+    engine::FullCopy(copy, [&](engine::HeldObjects& held) {
         const std::string startTime = copy.run.Literals().CurrentTimeLiteral();
         begin();
         const auto filterFlag = copy.run.process.controlTables.GetFilterFlag(copy.tableName);
-        for (const StatusRange& statuses : StatusRanges(filterFlag))
-            if (const engine::ObjectRef records = FetchByStatusRange(manager, statuses))
-                engine::ForEachRecord(*records, upsert);
+        for (const StatusRange& statuses : StatusRanges(filterFlag)) {
+            held.enumerator = FetchByStatusRange(*held.manager, statuses);
+            if (!held.enumerator) return;
+            engine::ForEachRecord(held, upsert);
+        }
         engine::CountAllAsInserted(copy.run);
         engine::Sweep(copy);
         engine::StampAndLogFullCopy(copy, startTime);

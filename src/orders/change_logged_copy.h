@@ -8,8 +8,9 @@
 
 namespace iqrx::orders {
 
-// A full copy that fetches a range of order statuses after the other, as the table's filter flag says; a range
-// that the ERP answers with no enumerator is an empty one. `begin` marks the rows and the start of the full copy.
+// A full copy that fetches a range of order statuses after the other, as the table's filter flag says. It
+// ends with a range for which the ERP returns no enumerator: nothing is swept, stamped or logged then.
+// `begin` marks the rows and the start of the full copy.
 void FullCopyByStatus(const engine::TableRun& copy, const std::function<void()>& begin,
                       const std::function<void(platform::Object& record)>& upsert);
 

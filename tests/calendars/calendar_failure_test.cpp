@@ -11,7 +11,7 @@ using namespace std::string_literals;
 using platform::Integer;
 using platform::RuntimeError;
 using platform::Value;
-using ::testing::AnyOf;
+using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::Each;
 using ::testing::HasSubstr;
@@ -41,25 +41,35 @@ protected:
     }
 };
 
-TEST_F(FailingCalendars, EndAFullCopyWithoutItsSweep) {
+TEST_F(FailingCalendars, KeepTheirRowsWhileTheOthersAreCopiedWithoutASweep) {
     GivenFive();
     service.failing = "C3";
     Copy(1);
-    EXPECT_EQ(run.counters.inserted, 4);
-    EXPECT_THAT(Inserts(), Each(AnyOf(HasSubstr("N'C1'"), HasSubstr("N'C2'"))));
+    EXPECT_EQ(run.counters.inserted, 8);
+    EXPECT_THAT(Inserts(), Each(Not(HasSubstr("N'C3'"))));
+    EXPECT_THAT(database.executed, Not(Contains("DELETE FROM tcccp030 WHERE ccal = N'C3'")));
     EXPECT_THAT(database.executed, Not(Contains(kSweep)));
-    EXPECT_THAT(database.executed, Not(Contains(HasSubstr("N'C4'"))));
     EXPECT_THAT(CalendarLog(), HasSubstr("Date-Time :2026-03-04 : 05:06:07 Actual Calendars, calendar C3\""));
     EXPECT_THAT(CalendarLog(), HasSubstr("\"ERP\",\"The remote procedure call failed.\""));
     EXPECT_EQ(erp.calls.back(), "service.Close()");
 }
 
-TEST_F(FailingCalendars, EndAnIncrementalCopyWithTheCodesOfThoseThatWereCopied) {
+TEST_F(FailingCalendars, WithoutAPageKeepTheirRowsWithoutASweepAndWithoutAWord) {
+    GivenFive();
+    service.withoutPage = {"C3"};
+    Copy(1);
+    EXPECT_EQ(run.counters.inserted, 8);
+    EXPECT_THAT(database.executed, Not(Contains("DELETE FROM tcccp030 WHERE ccal = N'C3'")));
+    EXPECT_THAT(database.executed, Not(Contains(kSweep)));
+    EXPECT_THAT(CalendarLog(), Not(HasSubstr("C3")));
+}
+
+TEST_F(FailingCalendars, LeaveAnIncrementalCopyTheCodesOfThoseThatWereCopied) {
     GivenFive();
     service.failing = "C3";
     Copy(2);
-    EXPECT_EQ(run.counters.inserted, 4);
-    EXPECT_EQ(Contents(CodesFile()), "C1\nC2\n");
+    EXPECT_EQ(run.counters.inserted, 8);
+    EXPECT_EQ(Contents(CodesFile()), "C1\nC2\nC4\nC5\n");
     EXPECT_THAT(CalendarLog(), HasSubstr("Actual Calendars, calendar C3\""));
 }
 
@@ -78,7 +88,7 @@ TEST_F(FailingCalendars, KeepWhatTheirFirstPagesBrought) {
     service.failing = "C3";
     service.failingCallId = 40750;
     Copy(1);
-    EXPECT_EQ(run.counters.inserted, 2 + 2 + 750);
+    EXPECT_EQ(run.counters.inserted, 2 + 2 + 750 + 2 + 2);
     EXPECT_THAT(database.executed, Not(Contains(kSweep)));
 }
 
@@ -152,23 +162,23 @@ struct BadValue {
 };
 class BadIntervals : public FailingCalendars, public ::testing::WithParamInterface<BadValue> {};
 
-TEST_P(BadIntervals, EndTheCopyAndNameTheirCalendar) {
+TEST_P(BadIntervals, AreLoggedAndPassedOver) {
     GivenFive();
-    service.intervals["C3"][1].insert_or_assign(GetParam().getter, GetParam().value);
+    service.intervals["C3"][0].insert_or_assign(GetParam().getter, GetParam().value);
 
     Copy(1);
-    EXPECT_EQ(run.counters.inserted, 5);
-    EXPECT_THAT(database.executed, Not(Contains(kSweep)));
-    EXPECT_THAT(CalendarLog(), HasSubstr("Actual Calendars, calendar C3\""));
+    EXPECT_EQ(run.counters.inserted, 9);
+    EXPECT_THAT(database.executed, Contains(kSweep)) << "the calendar was listed to its end";
+    EXPECT_THAT(CalendarLog(), HasSubstr("Actual Calendars - Insert Calendar Record, calendar C3\""));
+    EXPECT_THAT(CalendarLog(), HasSubstr(GetParam().getter));
 
     run.counters = {};
     Copy(2);
-    EXPECT_EQ(run.counters.inserted, 5);
-    EXPECT_EQ(Contents(CodesFile()), "C1\nC2\nC3\n");
+    EXPECT_EQ(run.counters.inserted, 9);
+    EXPECT_EQ(Contents(CodesFile()), "C1\nC2\nC3\nC4\nC5\n");
 
     calendars::CopyCalendar(run, "C3", "");
     EXPECT_EQ(run.counters.inserted, 1);
-    EXPECT_THAT(CalendarLog(), HasSubstr("Copy Calender Of Employee, calendar C3\""));
 }
 
 INSTANTIATE_TEST_SUITE_P(Values, BadIntervals,
@@ -176,11 +186,65 @@ INSTANTIATE_TEST_SUITE_P(Values, BadIntervals,
                                            BadValue{"getEndTime", 1e10, "EndTimeTooLarge"},
                                            BadValue{"getEndTime", platform::Null(), "EndTimeNull"},
                                            BadValue{"getStartutcdate", "2026-02-30"s, "StartMomentNoDate"},
-                                           BadValue{"getEndutcdate", platform::Null(), "EndMomentNull"},
                                            BadValue{"getStartDate", platform::Null(), "StartDateNull"},
                                            BadValue{"getCalendar", platform::Null(), "CalendarNull"},
                                            BadValue{"getCumulativeCapacity", platform::Null(), "CapacityNull"}),
                          [](const auto& test) { return test.param.name; });
+
+TEST_F(FailingCalendars, WriteAMissingMomentAsNull) {
+    GivenFive();
+    service.intervals["C3"][0].insert_or_assign("getEndutcdate", platform::Null());
+    Copy(1);
+    EXPECT_EQ(run.counters.inserted, 10);
+    EXPECT_THAT(Inserts(), Contains(AllOf(HasSubstr("N'C3'"), HasSubstr("',120),NULL,N'"))));
+    EXPECT_THAT(CalendarLog(), Not(HasSubstr("Date-Time")));
+}
+
+// With a connection that is gone no further interval would go through, and each would be a line in the log.
+TEST_F(FailingCalendars, EndWithTheConnection) {
+    GivenFive();
+    int inserts = 0;
+    database.WhenExecutedBeginning("INSERT INTO tcccp030", std::function<platform::Long()>([&] {
+                                       if (++inserts > 2) database.LoseConnection();
+                                       return 1;
+                                   }));
+    Copy(1);
+    EXPECT_EQ(inserts, 3);
+    EXPECT_EQ(run.counters.inserted, 2);
+    EXPECT_THAT(database.executed, Not(Contains(kSweep)));
+}
+
+TEST_F(FailingCalendars, EndWithTheWritesThatAreLost) {
+    GivenFive();
+    int inserts = 0;
+    database.WhenExecutedBeginning("INSERT INTO tcccp030",
+                                   std::function<platform::Long()>([&]() -> platform::Long {
+                                       if (++inserts > 2) throw platform::WritesLost(13, "db", "disk full");
+                                       return 1;
+                                   }));
+    Copy(1);
+    EXPECT_EQ(inserts, 3);
+    EXPECT_THAT(database.executed, Not(Contains(kSweep)));
+}
+
+TEST_F(FailingCalendars, AreClosedWhenTheirFailureIsLogged) {
+    GivenFive();
+    database.WhenOpened(kSqlServerList, RuntimeError(17, "server", "deadlock"));
+    std::string logWhenClosed = "never closed";
+    service.onClose = [&] { logWhenClosed = CalendarLog(); };
+    Copy(1);
+    EXPECT_THAT(logWhenClosed, HasSubstr("deadlock"));
+}
+
+TEST_F(FailingCalendars, WithALineBreakInTheirCodeAreNotListedForTheExpansion) {
+    Given(1, {"C1", "C2\r\nC9", "C3"});
+    service.intervals["C2\r\nC9"] = Intervals("C2\r\nC9", 2);
+    Copy(2);
+    EXPECT_EQ(run.counters.inserted, 6);
+    EXPECT_EQ(Contents(CodesFile()), "C1\nC3\n");
+    EXPECT_THAT(CalendarLog(), HasSubstr("Calendar Codes File, calendar C2\\x0D\\x0AC9\""));
+    EXPECT_THAT(CalendarLog(), HasSubstr("a calendar code with a line break"));
+}
 
 // The outcomes of requests through the driver, by their events.
 struct RecordedEvents : control::DataCopyEvents {
@@ -237,7 +301,7 @@ TEST_P(FailingCalendarRuns, EndWithTheirNormalOutcome) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Runs, FailingCalendarRuns,
-                         ::testing::Values(RunKind{18, 1, "Full", 4}, RunKind{18, 2, "Incremental", 4},
+                         ::testing::Values(RunKind{18, 1, "Full", 8}, RunKind{18, 2, "Incremental", 8},
                                            RunKind{98, 1, "OneCalendar", 0}, RunKind{99, 1, "Employee", 0}),
                          [](const auto& test) { return test.param.name; });
 

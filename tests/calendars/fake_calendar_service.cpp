@@ -58,6 +58,7 @@ FakeCalendarService::FakeCalendarService(RecordingErp& erp) : erp_(erp) {
 }
 
 Value FakeCalendarService::Answer(std::string_view member, std::span<Argument> arguments) {
+    if (member == "Close") onClose();
     if (member != "ListUTCActualCalendarForQRX") return {};
     const auto text = [&](std::size_t i) { return platform::ToText(arguments[i].value); };
     listings.push_back(text(0) + " " + text(8) + " " + text(9) + " " + text(10));

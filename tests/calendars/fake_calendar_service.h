@@ -26,6 +26,7 @@ struct FakeCalendarService {
     std::vector<std::string> withoutPage;                  // calendars that get Nothing for a page
     std::string failing;                                   // the calendar whose listing fails
     platform::Long failingCallId = 0;                      // on the page asked for with this call id
+    std::function<void()> onClose = [] {};
 
     std::vector<std::string> listings;  // "CALENDAR PAGESIZE CALLID FLAG" of each listing
 

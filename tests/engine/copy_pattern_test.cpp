@@ -191,6 +191,48 @@ TEST_F(ServiceTypes, AreNotSweptAfterAnUpsertThatFailed) {
     EXPECT_EQ(erp.calls.back(), "manager.CloseManager()");
 }
 
+TEST_F(ServiceTypes, LetGoOfTheErpInOrder) {
+    std::vector<std::string> order;
+    erp.records = {kKnown, kNew};
+    erp.onManagerMember = [&](auto member, auto) {
+        if (member == "CloseManager")
+            order.push_back(RunLog().find("Date-Time") == std::string::npos ? "close" : "log, close");
+        return platform::Value();
+    };
+    erp.onRelease = [&](const std::string& name) { order.push_back("release " + name); };
+    Copy(1);
+    EXPECT_THAT(order, ElementsAre("release record 1", "close", "release enumerator", "release record 2"));
+
+    order.clear();
+    database.WhenExecuted(kUpdateOfA, platform::RuntimeError(-2147467259, "server", "deadlock"));
+    ErrorOfCopy(1);
+    EXPECT_THAT(order, ElementsAre("log, close", "release enumerator", "release record 1"));
+}
+
+TEST_F(ServiceTypes, LetGoOfTheTrailAfterTheFailureIsLogged) {
+    std::string logWhenReleased = "never released";
+    erp.trail = {{"U", kKnown}};
+    erp.onRelease = [&](auto&) { logWhenReleased = RunLog(); };
+    database.WhenExecuted(kUpdateOfA, platform::RuntimeError(-2147467259, "server", "deadlock"));
+    ErrorOfCopy(2);
+    EXPECT_THAT(logWhenReleased, HasSubstr("deadlock"));
+}
+
+TEST_F(ServiceTypes, StampTheEndOfTheirWindowThoughTheClockGoesOn) {
+    erp.trail = {{"U", kKnown}, {"I", kNew}};
+    clock.step = 60;  // seconds a look
+    Copy(2);
+    EXPECT_THAT(erp.calls, Contains("Period.setTo(2026-03-04 05:06:07)"));
+    EXPECT_EQ(database.executed.back(), kUtcStamp);
+}
+
+TEST_F(ServiceTypes, ApplyEachChangeOfTheTrailAsAUnit) {
+    erp.trail = {{"D", kKnown}, {"U", kKnown}};
+    Copy(2);
+    EXPECT_THAT(std::vector(database.calls.begin(), database.calls.end() - 1), Contains("Begin unit").Times(2));
+    EXPECT_THAT(database.calls, Contains("End unit").Times(2));
+}
+
 TEST_F(ServiceTypes, AreNotSweptAfterARecordThatCannotBeFetched) {
     erp.records = {kKnown, kNew};
     erp.failAt = 2;
@@ -204,6 +246,16 @@ TEST_F(ServiceTypes, StopAtANullAnswerOfAGetter) {
     erp.records = {record};
     EXPECT_EQ(ErrorOfCopy(1).number, platform::kInvalidUseOfNull);
     EXPECT_THAT(database.executed, ElementsAre(kMark));
+    EXPECT_THAT(RunLog(), HasSubstr("Invalid use of Null: getServiceProcedure of tsmdm030, cstp 'A'"));
+}
+
+TEST_F(ServiceTypes, SayWhereAValueIsThatDoesNotConvert) {
+    Fields record = kKnown;
+    record["getServiceType"] = "A\r\nB"s;
+    record["getGenDefaultAssignment"] = "perhaps"s;
+    erp.records = {record};
+    EXPECT_EQ(ErrorOfCopy(1).number, platform::kTypeMismatch);
+    EXPECT_THAT(RunLog(), HasSubstr("Type mismatch: getGenDefaultAssignment of tsmdm030, cstp 'A\\x0D\\x0AB'"));
 }
 
 TEST_F(ServiceTypes, StopAtAGetterThatFails) {
