@@ -44,6 +44,7 @@ clsDataCopy::clsDataCopy(Process& process, std::span<const TableRoutine> tables,
 
 void clsDataCopy::StartDataCopy(const CopyRequest& request) {
     outcome_ = Outcome::None;
+    logDirectory_ = request.logFilePath;
     try {
         RunRequest(request);
     } catch (...) {
@@ -73,6 +74,7 @@ void clsDataCopy::RunRequest(const CopyRequest& request) {
     const platform::Value filter = process_.controlTables.GetTVKFilter();
     if (platform::ToDouble(filter) == 1 && process_.settings.tableStatus)
         calendars_.expandListedCalendars(run_);
+    process_.database.Commit();
 }
 
 void clsDataCopy::NameRunLog(const CopyRequest& request) {
@@ -86,29 +88,51 @@ void clsDataCopy::NameRunLog(const CopyRequest& request) {
 
 clsDataCopy::Result clsDataCopy::CopyTable(const CopyRequest& request) {
     run_.counters = {};
+    isUnknownTable_ = false;
     const std::string tableName =
         process_.catalog.GetTableName(IsCalendarRun(request.tableId) ? kCalendarTable : request.tableId);
     try {
         process_.runLog.KeepErrors(process_.database.LastErrors());
-        if (process_.controlTables.IsTableInUse(tableName)) return kInUse;
+        if (!process_.controlTables.TakeTable(tableName)) return kInUse;
         CopyLocked(tableName, request);
     } catch (...) {
         LogCurrentError();
-        process_.controlTables.UnlockTable(tableName);
+        SettleAfterFailure();
+        FreeTable(tableName);
         return kFailed;
     }
-    try {
-        process_.controlTables.UnlockTable(tableName);
-    } catch (...) {
-        LogCurrentError();
-    }
+    FreeTable(tableName);
+    // Not before: a box may stand on the screen for as long as nobody answers it.
+    if (isUnknownTable_) process_.machine.messageBox.Show(process_.messages.GetI18nText("SLBL0302"));
     return kDone;
 }
 
+// What was reported done before the failure is kept, or its loss told; the lock goes in either case.
+void clsDataCopy::SettleAfterFailure() {
+    try {
+        process_.database.Commit();
+    } catch (...) {
+        LogCurrentError();
+    }
+}
+
+// Tried once more after a failure, since a table that stays locked is not copied until somebody looks.
+void clsDataCopy::FreeTable(const std::string& tableName) {
+    for (const bool last : {false, true}) try {
+            return process_.controlTables.UnlockTable(tableName);
+        } catch (...) {
+            LogCurrentError();
+            if (last)
+                process_.diagnostics << runtime::DiagnosticLine(tableName + " stays locked: " +
+                                                                platform::CurrentError().description)
+                                     << std::endl;
+        }
+}
+
 void clsDataCopy::CopyLocked(const std::string& tableName, const CopyRequest& request) {
-    process_.controlTables.LockTable(tableName);
     events_.DataCopyStarted(Time(), request.tableId);
     Dispatch(tableName, request);
+    process_.database.Commit();
     const Counters& counters = run_.counters;
     if (process_.database.Platform() == runtime::kSqlServer &&
         (counters.updated > 0 || counters.inserted > 0 || counters.deleted >= 1))
@@ -126,7 +150,7 @@ void clsDataCopy::Dispatch(const std::string& tableName, const CopyRequest& requ
     if (routine != tables_.end())
         routine->copy(run_, tableName, request.busComponent, request.syncMethod);
     else
-        process_.machine.messageBox.Show(process_.messages.GetI18nText("SLBL0302"));
+        isUnknownTable_ = true;
 }
 
 void clsDataCopy::RaiseOutcome(Result result, platform::Integer tableId) {
@@ -142,11 +166,18 @@ void clsDataCopy::RaiseOutcome(Result result, platform::Integer tableId) {
 
 void clsDataCopy::RaiseError(platform::Integer tableId) {
     outcome_ = Outcome::Error;
-    events_.DataCopyError(Time(), tableId, -1,
-                          "DataCopy Failed, see logfile '" + process_.runLog.LogFileName() + "' for details");
+    const std::string& runLog = process_.runLog.LogFileName();
+    const std::string log = runLog.empty() ? runtime::RequestErrorLog(process_.machine, logDirectory_) : runLog;
+    events_.DataCopyError(Time(), tableId, -1, "DataCopy Failed, see logfile '" + log + "' for details");
 }
 
-void clsDataCopy::LogCurrentError() { process_.runLog.LogError("", platform::CurrentError()); }
+// A run whose log has no name yet has none of its own to write to.
+void clsDataCopy::LogCurrentError() {
+    const platform::RuntimeError error = platform::CurrentError();
+    if (process_.runLog.LogFileName().empty())
+        runtime::LogHandlerError(process_.machine, process_.messages, logDirectory_, error);
+    process_.runLog.LogError("", error);
+}
 
 platform::Date clsDataCopy::Time() { return platform::TimeOfDay(process_.machine.clock.Now()); }
 

@@ -65,6 +65,8 @@ private:
     Result CopyTable(const CopyRequest& request);
     void CopyLocked(const std::string& tableName, const CopyRequest& request);
     void Dispatch(const std::string& tableName, const CopyRequest& request);
+    void SettleAfterFailure();
+    void FreeTable(const std::string& tableName);
     void RaiseOutcome(Result result, platform::Integer tableId);
     void RaiseError(platform::Integer tableId);
     void LogCurrentError();
@@ -75,7 +77,9 @@ private:
     CalendarRoutines calendars_;
     DataCopyEvents& events_;
     CopyRun run_;
+    std::string logDirectory_;  // of the request
     Outcome outcome_ = Outcome::None;
+    bool isUnknownTable_ = false;  // to the dispatch list
 };
 
 // The failure text of a table routine: `title` and `text` in the catalog's words.

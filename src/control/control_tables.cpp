@@ -10,6 +10,10 @@ namespace {
 
 std::string Quoted(const std::string& table) { return "N'" + table + "'"; }
 
+auto PlaceOf(const char* field, const std::string& table) {
+    return [field, &table] { return std::string(field) + " of " + table + " in tstables"; };
+}
+
 }  // namespace
 
 // Empty when the table has no row.
@@ -18,9 +22,19 @@ platform::Value ControlTables::ControlField(const std::string& table, std::strin
     return rows->Eof() ? platform::Value() : rows->Field(field);
 }
 
+bool ControlTables::TakeTable(const std::string& table) {
+    bool taken = false;
+    database_.RunExclusively([&] {
+        taken = !IsTableInUse(table);
+        if (taken) LockTable(table);
+    });
+    return taken;
+}
+
 bool ControlTables::IsTableInUse(const std::string& table) {
     const platform::Value inUse = ControlField(table, "in_use");
-    return !inUse.Is<platform::Null>() && platform::ToLong(inUse) == 1;
+    if (inUse.Is<platform::Null>()) return false;
+    return platform::NamingPlace([&] { return platform::ToLong(inUse) == 1; }, PlaceOf("in_use", table));
 }
 
 void ControlTables::LockTable(const std::string& table) { SetInUse(table, '1'); }
@@ -42,7 +56,7 @@ platform::Date ControlTables::GetTableLastUpdate(const std::string& table) {
     constexpr platform::Date kNever{0};
     const platform::Value lastUpdate = ControlField(table, "lutm");
     if (lastUpdate.Is<platform::Null>() || lastUpdate.Is<platform::Empty>()) return kNever;
-    return platform::ToDate(lastUpdate);
+    return platform::NamingPlace([&] { return platform::ToDate(lastUpdate); }, PlaceOf("lutm", table));
 }
 
 void ControlTables::SetTableLastUpdate(const std::string& table, const std::string& dateLiteral) {
@@ -55,7 +69,8 @@ void ControlTables::SetTableLastUpdate(const std::string& table, const std::stri
 }
 
 platform::Integer ControlTables::GetFilterFlag(const std::string& table) {
-    return platform::ToInteger(ControlField(table, "FilterFlag"));
+    const platform::Value flag = ControlField(table, "FilterFlag");
+    return platform::NamingPlace([&] { return platform::ToInteger(flag); }, PlaceOf("FilterFlag", table));
 }
 
 std::string ControlTables::FullSyncLiteral() const {
@@ -82,7 +97,9 @@ void ControlTables::PurgeAuditTable(const std::string& table) {
 
 platform::Integer ControlTables::GetQrxCalendar() {
     auto rows = database_.OpenRecordset("SELECT * FROM tsparameters");
-    return platform::ToInteger(rows->Field("Qrxcal"));
+    const platform::Value days = rows->Field("Qrxcal");
+    return platform::NamingPlace([&] { return platform::ToInteger(days); },
+                                 [] { return "Qrxcal in tsparameters"; });
 }
 
 platform::Value ControlTables::GetTVKFilter() {

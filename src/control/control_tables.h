@@ -15,6 +15,9 @@ public:
     ControlTables(platform::Clock& clock, runtime::DatabaseSession& database)
         : clock_(clock), database_(database) {}
 
+    // Locks the table unless it is in use; whether it was locked. Of two processes that ask at the same
+    // moment one gets it.
+    bool TakeTable(const std::string& table);
     bool IsTableInUse(const std::string& table);
     void LockTable(const std::string& table);
     void UnlockTable(const std::string& table);

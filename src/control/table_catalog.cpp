@@ -38,7 +38,7 @@ void TableCatalog::LoadTableCatalog(platform::DatabaseProvider& provider, const 
     entries_ = {};
     for (; !rows->Eof(); rows->MoveNext()) {
         const auto id = platform::ToInteger(rows->Field("TableID"));
-        if (id < 0 || id > kLastId)
+        if (!HasRoomFor(id))
             platform::RaiseRuntimeError(platform::kSubscriptOutOfRange,
                                         "tableid " + std::to_string(id) + " in tstables");
         entries_[static_cast<std::size_t>(id)] = {
@@ -49,7 +49,7 @@ void TableCatalog::LoadTableCatalog(platform::DatabaseProvider& provider, const 
 }
 
 const TableCatalog::Entry& TableCatalog::At(int id) const {
-    if (id < 0 || id > kLastId)
+    if (!HasRoomFor(id))
         platform::RaiseRuntimeError(platform::kSubscriptOutOfRange, "table id " + std::to_string(id));
     return entries_[static_cast<std::size_t>(id)];
 }

@@ -21,7 +21,9 @@ public:
                           const std::string& database, platform::Integer databasePlatform,
                           const std::string& treeGroup);
 
-    // Each raises "subscript out of range" for an id above kLastId or below 0; an id without a table has
+    static bool HasRoomFor(int id) { return id >= 0 && id <= kLastId; }
+
+    // Each raises "subscript out of range" for an id that there is no room for; an id without a table has
     // empty texts.
     std::string GetTableName(int id) const;
     std::string GetErpTableId(int id) const;

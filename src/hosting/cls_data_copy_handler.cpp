@@ -74,17 +74,24 @@ platform::Object& clsDataCopyHandler::Instance() {
     return *instanceObject_;
 }
 
+clsDataCopyHandler::TableNames clsDataCopyHandler::NamesOf(int textId) const {
+    if (const std::string id = std::to_string(textId); !control::TableCatalog::HasRoomFor(textId))
+        return {id, id, id};
+    const control::TableCatalog& catalog = process_.catalog;
+    return {catalog.GetTableText(textId), catalog.GetErpTableId(textId), catalog.GetTableName(textId)};
+}
+
 std::string clsDataCopyHandler::TextAbout(std::string_view label, int textId) {
-    return runtime::Fill(
-        runtime::Fill(process_.messages.GetI18nText(label), "%1", process_.catalog.GetTableText(textId)),
-        "%2", process_.catalog.GetErpTableId(textId));
+    const TableNames table = NamesOf(textId);
+    return runtime::Fill(runtime::Fill(process_.messages.GetI18nText(label), "%1", table.text), "%2",
+                         table.erpId);
 }
 
 void clsDataCopyHandler::RelayStatus(int textId, Integer status) {
     if (!process_.settings.tableStatus) return;
     Value key = process_.settings.statusKey;
-    Call(Instance(), "UpdateStatusByTable", process_.catalog.GetTableText(textId),
-         process_.catalog.GetErpTableId(textId), status, ByRef{key});
+    const TableNames table = NamesOf(textId);
+    Call(Instance(), "UpdateStatusByTable", table.text, table.erpId, status, ByRef{key});
 }
 
 void clsDataCopyHandler::DataCopyAlreadyInProgress(platform::Date iTime, Integer iTableID) {
@@ -121,7 +128,7 @@ void clsDataCopyHandler::DataCopyError(platform::Date iTime, Integer iTableID, I
     const int textId = TextId(iTableID);
     if (!process_.settings.standalone) {
         std::string alert = process_.messages.GetI18nText("SLBL0133");
-        alert = runtime::Fill(alert, "%1", process_.catalog.GetTableName(textId));
+        alert = runtime::Fill(alert, "%1", NamesOf(textId).name);
         alert = runtime::Fill(alert, "%2", std::to_string(ieNumber));
         alert = runtime::Fill(alert, "%3", ieMessage);
         Call(Instance(), "writeToMessageBox", TextAbout("SLBL0006", textId), iTime);

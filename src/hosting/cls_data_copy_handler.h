@@ -30,6 +30,12 @@ public:
     void DataCopyStarted(platform::Date iTime, platform::Integer iTableID) override;
 
 private:
+    // What the scheduler hears of a table; an id that the catalog has no room for stands for itself.
+    struct TableNames {
+        std::string text, erpId, name;
+    };
+
+    TableNames NamesOf(int textId) const;
     void FetchInstanceObject();
     void Handle(const control::CopyRequest& request);
     platform::Object& Instance();

@@ -32,6 +32,10 @@ public:
     // As given, and without the blanks at its ends. Both raise "subscript out of range" for an argument that is missing.
     const std::string& At(ArgumentIndex index) const;
     std::string Trimmed(ArgumentIndex index) const;
+    // As a number. Raise the conversion's error, which names the argument and what it holds.
+    platform::Double Number(ArgumentIndex index) const;
+    platform::Integer Integer(ArgumentIndex index) const;
+    platform::Long Long(ArgumentIndex index) const;
     // The log directory, empty when the command line has none: usable before the arguments are validated.
     std::string LogDirectory() const;
 
@@ -40,6 +44,9 @@ public:
     void Apply(control::Settings& settings) const;
 
 private:
+    template <class Result>
+    Result Converted(ArgumentIndex index, Result (*convert)(const platform::Value&)) const;
+
     std::string text_;
     std::vector<std::string> arguments_;
 };

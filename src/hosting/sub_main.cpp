@@ -4,7 +4,6 @@
 
 #include "hosting/cls_data_copy_handler.h"
 #include "hosting/command_line.h"
-#include "platform/conversions.h"
 #include "platform/error.h"
 
 namespace iqrx::hosting {
@@ -21,18 +20,19 @@ void StartEventLog(control::Process& process, const CommandLine& arguments) {
 control::Outcome Handle(control::Process& process, const CommandLine& arguments) {
     clsDataCopyHandler handler(process);
     handler.HandleDataCopy(arguments.Trimmed(kConnectionString), arguments.Trimmed(kDatabaseName),
-                           platform::ToInteger(arguments.At(kTableId)),
-                           platform::ToInteger(arguments.At(kSyncMethod)), arguments.Trimmed(kLogDirectory),
-                           arguments.Trimmed(kRunParameter), platform::ToLong(arguments.At(kPlatform)));
+                           arguments.Integer(kTableId), arguments.Integer(kSyncMethod),
+                           arguments.Trimmed(kLogDirectory), arguments.Trimmed(kRunParameter),
+                           arguments.Long(kPlatform));
     return handler.LastOutcome();
 }
 
+// A run may go on after an error and report that it is complete; who looks at the exit code only must not be
+// told that all is well.
 ExitCode ExitCodeOf(control::Process& process, control::Outcome outcome) {
-    if (outcome == control::Outcome::Complete) return kCompleted;
-    if (outcome == control::Outcome::AlreadyInProgress) return kTableInUse;
-    if (const std::string& cause = process.runLog.FirstError(); !cause.empty())
-        process.diagnostics << runtime::DiagnosticLine(cause) << std::endl;
-    return kFailed;
+    const std::string& cause = process.runLog.FirstError();
+    if (!cause.empty()) process.diagnostics << runtime::DiagnosticLine(cause) << std::endl;
+    if (!cause.empty() || outcome == control::Outcome::Error) return kFailed;
+    return outcome == control::Outcome::AlreadyInProgress ? kTableInUse : kCompleted;
 }
 
 }  // namespace
@@ -56,7 +56,7 @@ ExitCode SubMain(control::Process& process, const std::string& commandLine) {
         arguments.Validate(process.messages);
         arguments.Apply(process.settings);
         LoadCatalog(process, arguments.Trimmed(kConnectionString), arguments.Trimmed(kDatabaseName),
-                    platform::ToInteger(arguments.At(kPlatform)));
+                    arguments.Integer(kPlatform));
         StartEventLog(process, arguments);
         return ExitCodeOf(process, Handle(process, arguments));
     } catch (...) {

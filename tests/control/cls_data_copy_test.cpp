@@ -91,9 +91,21 @@ protected:
     }
     control::Outcome Start(Integer tableId, Integer databasePlatform = 1) {
         database.executed.clear();
+        database.calls.clear();
         control::clsDataCopy job(process, kRoutines, kCalendarRoutines, events);
         job.StartDataCopy({"the string", "db", tableId, 1, directory.path.string(), "bus", databasePlatform});
         return job.LastOutcome();
+    }
+    // The calls that contain one of the texts.
+    std::vector<std::string> CallsAbout(const std::vector<std::string>& texts) const {
+        std::vector<std::string> calls;
+        for (const std::string& call : database.calls)
+            for (const std::string& text : texts)
+                if (call.find(text) != std::string::npos) {
+                    calls.push_back(call);
+                    break;
+                }
+        return calls;
     }
     std::string LogNamed(const std::string& table) const {
         return (directory.path / (table + "_20260304.log")).string();
@@ -110,6 +122,44 @@ TEST_F(Driver, LocksCopiesRefreshesStatisticsAndUnlocks) {
                                                "UPDATE tstables SET in_use = 0WHERE tablename = N'COUNTED'"));
     EXPECT_THAT(events.lines, ElementsAre("Started 2", "Complete 2 1/2/3", "done"));
     EXPECT_EQ(database.openConnections, 0);
+}
+
+TEST_F(Driver, TestsAndTakesTheLockInOneExclusiveSection) {
+    Start(2);
+    EXPECT_THAT(
+        CallsAbout({"section", "SELECT * FROM tstables", "in_use = 1"}),
+        ElementsAre("Begin exclusive section", "Open SELECT * FROM tstables WHERE tablename = N'COUNTED' 0 1",
+                    "Execute UPDATE tstables SET in_use = 1WHERE tablename = N'COUNTED'",
+                    "End exclusive section"));
+}
+
+TEST_F(Driver, KeepsWhatTheCopyWroteBeforeStatisticsAndUnlock) {
+    Start(2);
+    EXPECT_THAT(CallsAbout({"copy COUNTED", "Commit", "STATISTICS", "in_use = 0"}),
+                ElementsAre("Execute copy COUNTED bus 1", "Commit", "Execute UPDATE STATISTICS COUNTED",
+                            "Execute UPDATE tstables SET in_use = 0WHERE tablename = N'COUNTED'", "Commit"))
+        << "and once more before the run is done";
+}
+
+TEST_F(Driver, FailsARunWhoseWritesAreLostInTheEnd) {
+    database.FailCommit({-13, "db", "disk full; writes are lost"});
+    EXPECT_EQ(Start(2), control::Outcome::Error);
+    EXPECT_THAT(database.executed, Not(Contains(HasSubstr("STATISTICS"))));
+    EXPECT_EQ(database.executed.back(), "UPDATE tstables SET in_use = 0WHERE tablename = N'COUNTED'");
+    EXPECT_THAT(events.lines, ElementsAre("Started 2", HasSubstr("Error 2 -1"), "done"));
+    EXPECT_THAT(Contents(LogNamed("COUNTED")), HasSubstr("\"db\",\"disk full; writes are lost\""));
+}
+
+TEST_F(Driver, LogsWhatIsLostAfterTheOutcomeWasTold) {
+    Filter(1);
+    process.settings.tableStatus = true;
+    database.WhenExecuted("expand", std::function<Long()>([this] {
+                              database.FailCommit({-13, "db", "the expansion is lost"});
+                              return 1;
+                          }));
+    EXPECT_EQ(Start(2), control::Outcome::Complete);
+    EXPECT_EQ(process.runLog.FirstError(), "the expansion is lost");
+    EXPECT_THAT(events.lines, ElementsAre("Started 2", "Complete 2 1/2/3", "done"));
 }
 
 TEST_F(Driver, LeavesATableInUseAlone) {
@@ -138,15 +188,32 @@ TEST_F(Driver, ReportsAFailingRoutineAfterUnlocking) {
     EXPECT_THAT(Contents(LogNamed("failing")), HasSubstr("\"table\",\"it failed\""));
 }
 
-TEST_F(Driver, ReportsCompletionWhenTheLastUnlockFails) {
+TEST_F(Driver, TriesAFailingLastUnlockOnceMore) {
+    int tries = 0;
+    database.WhenExecuted("UPDATE tstables SET in_use = 0WHERE tablename = N'COUNTED'",
+                          std::function<Long()>([&] {
+                              if (++tries == 1) throw RuntimeError(1, "db", "busy");
+                              return 1;
+                          }));
+    EXPECT_EQ(Start(2), control::Outcome::Complete);
+    EXPECT_EQ(tries, 2);
+    EXPECT_THAT(Contents(LogNamed("COUNTED")), HasSubstr("\"db\",\"busy\""));
+    EXPECT_EQ(diagnostics.str(), "");
+}
+
+TEST_F(Driver, ReportsCompletionAndTellsOfTheLockWhenTheLastUnlockFails) {
     database.WhenExecuted("UPDATE tstables SET in_use = 0WHERE tablename = N'COUNTED'",
                           RuntimeError(1, "db", "lost"));
     EXPECT_EQ(Start(2), control::Outcome::Complete);
     EXPECT_THAT(events.lines, ElementsAre("Started 2", "Complete 2 1/2/3", "done"));
     EXPECT_THAT(Contents(LogNamed("COUNTED")), HasSubstr("\"db\",\"lost\""));
+    EXPECT_EQ(diagnostics.str(), "iQRXyQRXSync: COUNTED stays locked: lost\n");
 }
 
-TEST_F(Driver, ShowsAMessageForATableWithoutARoutineAndCompletes) {
+TEST_F(Driver, ShowsAMessageForATableWithoutARoutineWhenTheLockIsGone) {
+    messageBox.onShow = [this] {
+        EXPECT_EQ(database.executed.back(), "UPDATE tstables SET in_use = 0WHERE tablename = N'unheard_of'");
+    };
     EXPECT_EQ(Start(6), control::Outcome::Complete);
     EXPECT_THAT(messageBox.shown, ElementsAre("No such table"));
     EXPECT_THAT(events.lines, ElementsAre("Started 6", "Complete 6 0/0/0", "done"));
@@ -219,10 +286,18 @@ TEST_F(Driver, ExpandsListedCalendarsWhenFilterAndTableStatusAreOn) {
     EXPECT_FALSE(expanded(2, true));
 }
 
-TEST_F(Driver, ReportsAnIdOutsideTheCatalogAsAnError) {
-    EXPECT_EQ(Start(129), control::Outcome::Error);
-    EXPECT_THAT(events.lines, ElementsAre(HasSubstr("Error 129 -1"), "done"));
-    EXPECT_THAT(process.runLog.FirstError(), HasSubstr("Subscript out of range"));
+TEST_F(Driver, ReportsAnIdOutsideTheCatalogAsAnErrorThatTheRequestErrorLogKeeps) {
+    const std::string log = (directory.path / "iQRXyDBSync.log").string();
+    for (const Integer id : {Integer{129}, Integer{-1}}) {
+        events.lines.clear();
+        EXPECT_EQ(Start(id), control::Outcome::Error);
+        EXPECT_THAT(events.lines, ElementsAre("Error " + std::to_string(id) +
+                                                  " -1 DataCopy Failed, see logfile '" + log + "' for details",
+                                              "done"));
+        EXPECT_EQ(process.runLog.FirstError(), "Subscript out of range: table id " + std::to_string(id));
+        EXPECT_THAT(Contents(log),
+                    HasSubstr("Error is - 9: Subscript out of range: table id " + std::to_string(id)));
+    }
 }
 
 TEST_F(Driver, CopiesWithoutALogThatCanBeWritten) {

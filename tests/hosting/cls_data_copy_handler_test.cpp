@@ -118,6 +118,19 @@ TEST_F(Handler, SpeaksOfTheCalendarTableInAnEmployeesCalendarRun) {
     EXPECT_THAT(scheduler.calls, ::testing::Contains(HasSubstr("'Actual Calendars (erpcal) started'")));
 }
 
+TEST_F(Handler, SpeaksOfATableOutsideTheCatalogByItsId) {
+    service.settings.tableStatus = true;
+    Handle(300);
+    EXPECT_EQ(outcome, control::Outcome::Error);
+    const std::string log = (directory.path / "iQRXyDBSync.log").string();
+    EXPECT_THAT(std::vector(scheduler.calls.begin() + 3, scheduler.calls.end()),
+                ElementsAre("instance.writeToMessageBox('300 (300) failed', 1899-12-30 05:06:07)",
+                            "instance.WriteToAlertBox('300 -1 DataCopy Failed, see logfile '" + log +
+                                "' for details', 1899-12-30 05:06:07)",
+                            "instance.UpdateSyncStatus(3, 1899-12-30 05:06:07)",
+                            "instance.UpdateStatusByTable('300', '300', 16, 0)"));
+}
+
 TEST_F(Handler, ShowsAMessageForAnUnknownTableAndRelaysItsCompletion) {
     Handle(3);
     EXPECT_THAT(messageBox.shown, ElementsAre("No such table"));

@@ -1,5 +1,7 @@
 // What goes wrong on a site: each case ends in one line that names the cause, the table is free again, its
 // rows and its last update are what they were or what the copy had confirmed.
+#include <sys/stat.h>
+
 #include "scenarios/site.h"
 
 namespace iqrx::testing {
@@ -63,26 +65,28 @@ TEST_F(BadRequest, WithoutAnyArgument) {
     EXPECT_TRUE(fs::exists(directory / "iQRXyDBSync.log"));
 }
 
-TEST_F(BadRequest, WithSevenArgumentsButNoPlatform) { ExpectRefused(FullCopy(), "argument 8", 7); }
+TEST_F(BadRequest, WithSevenArgumentsButNoPlatform) {
+    ExpectRefused(FullCopy(), "argument 8 is missing: there are 7, a request has 11 or 12", 7);
+}
 
 TEST_F(BadRequest, WithoutATreeGroup) { ExpectRefused(FullCopy(), "argument 10", 10); }
 
 TEST_F(BadRequest, WithATextForTheTable) {
     Request request = FullCopy();
     request.table = "tsmdm030";
-    ExpectRefused(request, "Type mismatch");
+    ExpectRefused(request, "Type mismatch: argument 2, the table id, is \"tsmdm030\"");
 }
 
 TEST_F(BadRequest, WithATextForTheMethod) {
     Request request = FullCopy();
     request.method = "full";
-    ExpectRefused(request, "Type mismatch");
+    ExpectRefused(request, "Type mismatch: argument 3, the method, is \"full\"");
 }
 
 TEST_F(BadRequest, WithATextForThePlatform) {
     Request request = FullCopy();
     request.platform = "sqlserver";
-    ExpectRefused(request, "Type mismatch");
+    ExpectRefused(request, "Type mismatch: argument 8, the platform, is \"sqlserver\"");
 }
 
 TEST_F(BadRequest, WithATextForTheStatusKey) {
@@ -94,9 +98,17 @@ TEST_F(BadRequest, WithATextForTheStatusKey) {
 TEST_F(BadRequest, WithATableBeyondTheCatalog) {
     Request request = FullCopy();
     request.table = "129";
-    const Finished run = Service(request);
-    ExpectFailure(run, "129");
-    ExpectUntouched();
+    ExpectRefused(request, "table id 129");
+}
+
+TEST_F(BadRequest, WithATableBelowTheCatalogIsToldToItsSchedulerWithTheBareId) {
+    Request request = FullCopy();
+    request.table = "-1";
+    request.statusKey = "7";
+    const fs::path instance = directory / "instance";
+    ExpectFailure(Service(request, {{"QRX_INSTANCE", instance.string()}}, 11), "table id -1");
+    EXPECT_THAT(ReadText(instance), HasSubstr("\"UpdateStatusByTable\",\"args\":[\"-1\",\"-1\",16,7]"));
+    EXPECT_THAT(ReadText(logs / "iQRXyDBSync.log"), HasSubstr("table id -1"));
 }
 
 TEST_F(BadRequest, WithATreeGroupThatHasNoTables) {
@@ -293,9 +305,11 @@ TEST_F(BadDatabase, ThatLacksTheTargetTableFailsInOneLineAndUnlocks) {
 }
 
 // The filter parameter is read after every copy; without its row the copy has been done and reported all the same.
-TEST_F(BadDatabase, WithoutTheParametersRowStillCompletes) {
+TEST_F(BadDatabase, WithoutTheParametersRowIsCopiedAndStillTold) {
     Execute("DELETE FROM tsparameters");
-    EXPECT_EQ(Service(FullCopy()).exitCode, 0);
+    const Finished run = Service(FullCopy());
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.err, IsOneLineWith("Could not get the Filter Flag"));
     EXPECT_THAT(Rows(kSelectServiceTypes), SizeIs(3));
     EXPECT_FALSE(InUse("tsmdm030"));
     EXPECT_THAT(RunLog("tsmdm030"), HasSubstr("Could not get the Filter Flag"));
@@ -346,16 +360,16 @@ TEST_F(Texts, AreLabelsOneByOneWhenTheFileLacksThem) {
 // A log that cannot be written stops nobody.
 class BadLogDirectory : public BadInput {
 protected:
-    static void ExpectCopiedInSilence(const Finished& run) {
+    static void ExpectCopied(const Finished& run, const std::string& toldOnce) {
         EXPECT_EQ(run.exitCode, 0);
-        EXPECT_EQ(run.err, "");
+        EXPECT_THAT(run.err, IsOneLineWith(toldOnce));
     }
 };
 
 TEST_F(BadLogDirectory, ThatIsNotThere) {
     Request request = FullCopy();
     request.logDirectory = (directory / "nowhere").string();
-    ExpectCopiedInSilence(Service(request));
+    ExpectCopied(Service(request), (directory / "nowhere" / "tsmdm030_").string());
     EXPECT_THAT(Rows(kSelectServiceTypes), SizeIs(3));
     EXPECT_FALSE(fs::exists(directory / "nowhere"));
 }
@@ -363,7 +377,7 @@ TEST_F(BadLogDirectory, ThatIsNotThere) {
 TEST_F(BadLogDirectory, ThatIsAFile) {
     Request request = FullCopy();
     request.logDirectory = database.string();
-    ExpectCopiedInSilence(Service(request));
+    ExpectCopied(Service(request), "Not a directory");
     EXPECT_THAT(Rows(kSelectServiceTypes), SizeIs(3));
 }
 
@@ -374,7 +388,40 @@ TEST_F(BadLogDirectory, StillLeavesAFailureOnStandardError) {
     ExpectFailure(Service(request), "The status key (key) must be a number");
     request.statusKey = "0";
     GivenExtract("tsmdm030.csv", "cstp,desc,proc,ract,dahe\nADV,Advice,,,often");
-    ExpectFailure(Service(request), "line 2, column 'dahe'");
+    const Finished failed = Service(request);
+    EXPECT_EQ(failed.exitCode, 1);
+    EXPECT_THAT(Lines(failed.err),
+                ElementsAre(HasSubstr("the run log cannot be written"), HasSubstr("line 2, column 'dahe'")));
+    ExpectFree();
+}
+
+// What somebody else can put in the place of a log must neither be written through nor waited for.
+TEST_F(BadLogDirectory, WithALinkInTheLogsPlaceLeavesTheLinksTargetAlone) {
+    GivenFile(directory / "precious", "precious");
+    const fs::path log = logs / ("tsmdm030_" + Today() + ".log");
+    fs::create_symlink(directory / "precious", log);
+    ExpectCopied(Service(FullCopy()), log.string() + ": it is a link");
+    EXPECT_EQ(ReadText(directory / "precious"), "precious\n");
+}
+
+TEST_F(BadLogDirectory, WithAPipeInTheLogsPlaceWaitsForNobody) {
+    const fs::path log = logs / ("tsmdm030_" + Today() + ".log");
+    ASSERT_EQ(mkfifo(log.c_str(), 0600), 0);
+    ExpectCopied(Service(FullCopy()), log.string() + ": it is not a regular file");
+}
+
+TEST_F(BadLogDirectory, WithALinkInTheCodesFilesPlaceLeavesTheLinksTargetAlone) {
+    GivenFile(directory / "precious", "precious");
+    GivenExtract("calendars.csv", kOneCalendar);
+    Execute("INSERT INTO tsmdm140 (emno, ccal) VALUES ('E1', 'C01')");
+    const fs::path codes = logs / "tcccp0300_calcodes.txt";
+    fs::create_symlink(directory / "precious", codes);
+    Request calendars = IncrementalCopy();
+    calendars.table = "18";
+    const Finished run = Service(calendars);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.err, IsOneLineWith(codes.string() + ": it is a link"));
+    EXPECT_EQ(ReadText(directory / "precious"), "precious\n");
 }
 
 class BadTraceFile : public BadInput {};
@@ -388,8 +435,13 @@ TEST_F(BadTraceFile, ThatCannotBeOpenedStopsTheProgramBeforeItTouchesAnything) {
     EXPECT_THAT(tool.err, IsOneLineWith(trace));
 }
 
-TEST_F(BadTraceFile, OnAFullDiskFailsTheCopyInOneLine) {
-    ExpectFailure(Service(FullCopy(), {{"QRX_SQL_TRACE", "/dev/full"}}), "/dev/full");
+TEST_F(BadTraceFile, ThatIsALinkOrADeviceStopsTheProgramBeforeItTouchesAnything) {
+    GivenFile(directory / "precious", "precious");
+    const fs::path link = directory / "link";
+    fs::create_symlink(directory / "precious", link);
+    ExpectFailure(Service(FullCopy(), {{"QRX_SQL_TRACE", link.string()}}), "it is a link");
+    EXPECT_EQ(ReadText(directory / "precious"), "precious\n");
+    ExpectFailure(Service(FullCopy(), {{"QRX_SQL_TRACE", "/dev/full"}}), "/dev/full: it is not a regular file");
     ExpectUntouched();
 }
 

@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 #include <stdlib.h>
 
+#include <ctime>
 #include <fstream>
 #include <memory>
 #include <stdexcept>
@@ -118,6 +119,12 @@ std::string Site::LastUpdate(const std::string& table) const {
 
 bool Site::InUse(const std::string& table) const {
     return Cell("SELECT in_use FROM tstables WHERE tablename = '" + table + "'") == "1";
+}
+
+std::string Site::Today() {
+    const std::time_t now = std::time(nullptr);
+    char text[16];
+    return {text, std::strftime(text, sizeof text, "%Y%m%d", std::localtime(&now))};
 }
 
 std::string Site::RunLog(const std::string& table) const {

@@ -57,6 +57,8 @@ protected:
     std::string LastUpdate(const std::string& table) const;
     bool InUse(const std::string& table) const;
 
+    static std::string Today();  // YYYYMMDD
+
     // The run log of today (or of the day that began while the test ran), and the service's other logs.
     std::string RunLog(const std::string& table) const;
 
@@ -77,6 +79,10 @@ inline const char* const kServiceTypeChanges =
     "2025-06-20 08:00:00,I,NEW,New installation,INSTALL,WRK,2\n"
     "2025-06-20 09:00:00,U,INS,Yearly inspection,INSPECT,WRK,1\n"
     "2025-06-20 10:00:00,D,ADV,Advice by telephone,REMOTE,ONC,1";
+inline const char* const kOneCalendar =
+    "calendar,availability_type,start_date,start_time,end_date,end_time,cumulative_time,cumulative_capacity,"
+    "start_utc,end_utc\n"
+    "C01,WRK,2030-06-20,800,2030-06-20,1700,9,9,2030-06-20 06:00:00,2030-06-20 15:00:00";
 inline const char* const kSelectServiceTypes =
     "SELECT cstp, dsca, prod, ract, dahe, upd_flag FROM tsmdm030 ORDER BY cstp";
 
