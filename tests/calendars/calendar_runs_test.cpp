@@ -143,10 +143,29 @@ TEST_F(CalendarRuns, KeepWhatTheyHaveWhenARowOfTheExtractIsBad) {
 TEST_F(CalendarRuns, EmptyTheTablesOfCalendarsThatTheExtractDoesNotHave) {
     GivenIntervals("C1,A,2026-03-06,800,2026-03-06,900,9,1,2026-03-06 08:00:00,2026-03-06 09:00:00\n");
     Copy(1);
-    std::filesystem::remove(machine.directory.path / "calendars.csv");
+    GivenIntervals("");
     Copy(2);
     EXPECT_THAT(Intervals(), IsEmpty());
     EXPECT_THAT(Days(), IsEmpty());
+}
+
+TEST_F(CalendarRuns, KeepWhatTheyHaveWhenTheExportFailed) {
+    GivenIntervals("C1,A,2026-03-06,800,2026-03-06,900,9,1,2026-03-06 08:00:00,2026-03-06 09:00:00\n");
+    Copy(1);
+    const auto file = machine.directory.path / "calendars.csv";
+    std::filesystem::remove(file);
+    for (const platform::Integer method : {control::kFull, control::kIncremental}) {
+        Copy(method);
+        EXPECT_THAT(Intervals(), ElementsAre("C1 2026-03-06 07:00:00 1 Hours 0 Minutes"));
+    }
+    EXPECT_THAT(Log(), HasSubstr("calendars.csv does not exist"));
+    std::ofstream(file) << "calendar,start_date\n";
+    for (const platform::Integer method : {control::kFull, control::kIncremental}) {
+        Copy(method);
+        EXPECT_THAT(Intervals(), ElementsAre("C1 2026-03-06 07:00:00 1 Hours 0 Minutes"));
+    }
+    EXPECT_THAT(Log(),
+                HasSubstr("calendars.csv has no columns 'availability_type', 'start_time', 'end_date', "));
 }
 
 }  // namespace

@@ -67,15 +67,35 @@ TEST_F(EmbeddedCopies, OfSkillsFollowTheErpInFullAndThenByItsTrail) {
     ExpectCounts(0, 0, 0);
 }
 
-TEST_F(EmbeddedCopies, OfAMissingFileLeaveTheTableAndOfAnEmptyOneEmptyIt) {
+TEST_F(EmbeddedCopies, OfAFailedExportLeaveTheTableAndOfAnEmptyTableEmptyIt) {
+    const auto rows = [&] { return Rows("SELECT * FROM tsmdm130", {"skll", "upd_flag"}); };
     Write("tsmdm130.csv", "skll,desc,clrt\nELEC,Electrics,L1\n");
     Copy(engine::CopySkills, "tsmdm130", 1);
     std::filesystem::remove(directory.path / "tsmdm130.csv");
-    Copy(engine::CopySkills, "tsmdm130", 1);
-    EXPECT_EQ(Rows("SELECT * FROM tsmdm130", {"skll"}).size(), 1U);
+    EXPECT_THROW(Copy(engine::CopySkills, "tsmdm130", 1), platform::RuntimeError);
+    EXPECT_THAT(rows(), ElementsAre("ELEC|0"));
+    for (const char* failed : {"", "skll,desc\n", "skll;desc;clrt\n", "\xFF\xFEs"}) {
+        Write("tsmdm130.csv", failed);
+        EXPECT_THROW(Copy(engine::CopySkills, "tsmdm130", 1), platform::RuntimeError);
+        EXPECT_THAT(rows(), ElementsAre("ELEC|0"));
+    }
     Write("tsmdm130.csv", "skll,desc,clrt\n");
     Copy(engine::CopySkills, "tsmdm130", 1);
-    EXPECT_THAT(Rows("SELECT * FROM tsmdm130", {"skll"}), IsEmpty());
+    EXPECT_THAT(rows(), IsEmpty());
+}
+
+TEST_F(EmbeddedCopies, OfAFailedExportOfTheTrailKeepTheLastUpdate) {
+    GivenTable("tsmdm130", 0);
+    const std::string before = LastUpdate("tsmdm130");
+    EXPECT_THROW(Copy(engine::CopySkills, "tsmdm130", 2), platform::RuntimeError);
+    for (const char* failed : {"", "changed_at,change,skll,desc\n", "changed_at\tchange\tskll\tdesc\tclrt\n"}) {
+        Write("tsmdm130.audit.csv", failed);
+        EXPECT_THROW(Copy(engine::CopySkills, "tsmdm130", 2), platform::RuntimeError);
+        EXPECT_EQ(LastUpdate("tsmdm130"), before);
+    }
+    Write("tsmdm130.audit.csv", "changed_at,change,skll,desc,clrt\n");
+    Copy(engine::CopySkills, "tsmdm130", 2);
+    EXPECT_NE(LastUpdate("tsmdm130"), before);
 }
 
 TEST_F(EmbeddedCopies, ThatFailLeaveTheUnconfirmedRowsMarked) {

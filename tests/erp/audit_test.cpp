@@ -68,7 +68,7 @@ TEST_F(Audit, YieldsTheChangesWhoseKeysLieInAllTheRanges) {
     EXPECT_EQ(Read(kActivities, "getServiceOrder"), (Texts{"O1", "O2"}));
 }
 
-TEST_F(Audit, CarriesTheKeyAndTheRequestedFieldsAlone) {
+TEST_F(Audit, CarriesOnlyTheKeyAndTheRequestedFields) {
     Write("tsmdm030.audit.csv",
           "changed_at,change,cstp,desc,dahe,rate,ordt\n2009-05-07 08:00:00,U,A,text,1,2.5,2009-05-07\n");
     Call(*criteria, "addOutputField", std::string("desc"));
@@ -107,7 +107,8 @@ TEST_F(Audit, HandsOutTheOriginalObjectOfAnElement) {
     EXPECT_EQ(platform::ToObject(original)->Get("getServiceType"), Value(std::string("A")));
 }
 
-TEST_F(Audit, OfATableWithoutATrailIsEmpty) {
+TEST_F(Audit, OfATrailWithOnlyItsHeaderIsEmpty) {
+    Write("tsmdm030.audit.csv", "changed_at,change,cstp\n");
     AskForPeriod("1970-01-01", "2010-01-01");
     EXPECT_EQ(Read(kTypes, "getServiceType"), Texts());
 }
@@ -138,7 +139,7 @@ TEST_F(Audit, RangeOnAnUnknownFieldIsAnError) {
 TEST_F(Audit, ReaderRefusesObjectsOfOtherKinds) {
     Value manager = criteria, record = criteria, wanted = criteria;
     EXPECT_EQ(ErrorOf([&] { Call(*reader, "Initialize", ByRef{manager}, ByRef{record}, ByRef{wanted}); }),
-              "The argument is no manager");
+              "The argument is not a manager");
 }
 
 TEST_F(Audit, ClassesAreTheOnlyOnesBesidesTheCalendarService) {

@@ -5,9 +5,7 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-constexpr const char* kHeader =
-    "calendar,availability_type,start_date,start_time,end_date,end_time,cumulative_time,"
-    "cumulative_capacity,start_utc,end_utc\n";
+const std::string kHeader = std::string(kCalendarHeader) + "\n";
 
 std::string Interval(const std::string& calendar, const std::string& date, const std::string& mark,
                      const std::string& type = "WRK") {
@@ -60,7 +58,7 @@ protected:
 
 TEST_F(Calendars, HandOutTheColumnsOfAnInterval) {
     Write("calendars.csv",
-          std::string(kHeader) + "001,WRK,2009-05-07,800,2009-05-07,2400,16.00,9.00,2009-05-07 07:00:00,\n");
+          kHeader + "001,WRK,2009-05-07,800,2009-05-07,2400,16.00,9.00,2009-05-07 07:00:00,\n");
     Value callId = Long{0}, complete = std::string("N");
     const ObjectRef page = List("001", "001", callId, complete);
     Value index = platform::Integer{0};
@@ -97,11 +95,25 @@ TEST_F(Calendars, ComeInPagesOfTheRequestedSize) {
 }
 
 TEST_F(Calendars, ThatNoRowNamesAreAnEmptyPageThatSaysY) {
-    EXPECT_EQ(Marks("001"), Texts());
-    EXPECT_EQ(sizes, (std::vector<int>{0}));
-    Write("calendars.csv", kHeader + Interval("002", "2009-05-07", "x"));
-    EXPECT_EQ(Marks("001"), Texts());
-    EXPECT_EQ(sizes, (std::vector<int>{0}));
+    for (const std::string& file : {kHeader, kHeader + Interval("002", "2009-05-07", "x")}) {
+        Write("calendars.csv", file);
+        manager = erp->CreateObject("Calendars.CalendarManager");
+        for (const std::string calendar : {"000", "001", "003"}) {
+            EXPECT_EQ(Marks(calendar), Texts());
+            EXPECT_EQ(sizes, (std::vector<int>{0}));
+        }
+    }
+}
+
+TEST_F(Calendars, AreRefusedAfterTheLastPageOfTheirListing) {
+    Write("calendars.csv", kHeader + Interval("A", "2009-05-07", "1") + Interval("A", "2009-05-08", "2"));
+    Value callId = Long{0}, complete = std::string("N");
+    Intervals(*manager, "A", "A", callId, complete, 1);
+    EXPECT_EQ(complete, Value(std::string("N")));
+    Intervals(*manager, "A", "A", callId, complete, 1);
+    EXPECT_EQ(complete, Value(std::string("Y")));
+    EXPECT_EQ(ErrorOf([&] { Intervals(*manager, "A", "A", callId, complete, 1); }),
+              "No listing is open under call id 1");
 }
 
 TEST_F(Calendars, KeepTheFilesOrderHoweverTheyAreMixed) {
@@ -142,11 +154,9 @@ TEST_F(Calendars, ThatAreMalformedNameFileLineAndColumn) {
     Write("calendars.csv", kHeader + Interval("A", "2009-05-07", "\"1\n\"") + Interval("B", "7.5.2009", "2"));
     EXPECT_EQ(Marks("A"), (Texts{"1\n"}));
     const std::string complaint = ErrorOf([&] { Marks("B"); });
-    EXPECT_TRUE(Contains(complaint, "calendars.csv, line 4, column 'start_date'")) << complaint;
-    Write("calendars.csv", "availability_type,start_date\n");
-    manager = erp->CreateObject("Calendars.CalendarManager");
-    const std::string missing = ErrorOf([&] { Marks("A"); });
-    EXPECT_TRUE(Contains(missing, "calendars.csv has no column 'calendar'")) << missing;
+    EXPECT_EQ(complaint, (directory / "calendars.csv").string() +
+                             ", line 4, column 'start_date': '7.5.2009' is not a date YYYY-MM-DD");
+    EXPECT_EQ(Marks("A"), (Texts{"1\n"}));
 }
 
 }  // namespace

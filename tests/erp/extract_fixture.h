@@ -29,6 +29,9 @@ inline constexpr FieldLayout kTypeFields[] = {
     {"getOrderDate", "ordt", FieldKind::Date},
 };
 inline constexpr TableLayout kTypes{"tsmdm030", kTypeFields};
+// The same table with fewer fields, where a test needs no more.
+inline constexpr TableLayout kTypeCodes{"tsmdm030", std::span(kTypeFields).first(1)};
+inline constexpr TableLayout kTypeTexts{"tsmdm030", std::span(kTypeFields).first(2)};
 
 inline constexpr FieldLayout kOrderFields[] = {
     {"getServiceOrder", "orno", FieldKind::Text, true},
@@ -37,6 +40,18 @@ inline constexpr FieldLayout kOrderFields[] = {
     {"getDescription", "desc"},
 };
 inline constexpr TableLayout kActivities{"tssoc210", kOrderFields};
+
+inline constexpr FieldLayout kObjectFields[] = {
+    {"getConfiguration", "ccfg", FieldKind::Text, true},
+    {"GetObject", "crob", FieldKind::Text, true},
+    {"getObjectNumber", "oseq", FieldKind::Whole, true},
+    {"getDescription", "desc"},
+};
+inline constexpr TableLayout kObjects{"tscfg200", kObjectFields};
+
+inline constexpr const char* kCalendarHeader =
+    "calendar,availability_type,start_date,start_time,end_date,end_time,cumulative_time,"
+    "cumulative_capacity,start_utc,end_utc";
 
 inline std::string Highest(std::size_t width) { return std::string(width, '\x7f'); }
 
@@ -62,6 +77,8 @@ protected:
         std::ofstream(directory / file, std::ios::binary) << text;
     }
 
+    std::string PathOf(const std::string& file) const { return (directory / file).string(); }
+
     // The getter's answers of all elements, as texts; Null reads "Null".
     static std::vector<std::string> Collect(const Value& enumerator, const std::string& getter) {
         std::vector<std::string> answers;
@@ -75,6 +92,20 @@ protected:
         if (value.Is<platform::Null>()) return "Null";
         if (value.Is<platform::Date>()) return platform::IsoDateTime(value.As<platform::Date>());
         return platform::ToText(value);
+    }
+
+    // A page of the listing under the call id; 0 begins one.
+    static ObjectRef Objects(platform::Object& manager, Value& callId, Value& complete, Long pageSize) {
+        return platform::ToObject(Call(manager, "ListObjects", std::string(), std::string(), Long{0},
+                                       pageSize, ByRef{callId}, ByRef{complete}));
+    }
+    static ObjectRef Intervals(platform::Object& manager, const std::string& from, const std::string& to,
+                               Value& callId, Value& complete, Long size = 750) {
+        Value pageSize = size;
+        return platform::ToObject(Call(manager, "ListUTCActualCalendarForQRX", from, to, std::string(),
+                                       Highest(6), std::string("2000-01-01"), std::string("2038-02-29"),
+                                       platform::Integer{0}, platform::Integer{2400}, ByRef{pageSize},
+                                       ByRef{callId}, ByRef{complete}));
     }
 
     // The description of the run-time error that the action raises.

@@ -5,15 +5,7 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-constexpr FieldLayout kObjectFields[] = {
-    {"getConfiguration", "ccfg", FieldKind::Text, true},
-    {"GetObject", "crob", FieldKind::Text, true},
-    {"getObjectNumber", "oseq", FieldKind::Whole, true},
-    {"getDescription", "desc"},
-};
-constexpr TableLayout kObjects{"tscfg200", kObjectFields};
-
-std::string Rows(int count) {
+std::string ObjectRows(int count) {
     std::string text = "ccfg,crob,oseq,desc\n";
     for (int i = 1; i <= count; ++i)
         text += "C" + std::to_string(i / 10) + ",O" + std::to_string(i % 10) + ",1,row " + std::to_string(i) +
@@ -57,7 +49,8 @@ TEST_F(Pages, HoldAsManyObjectsAsAskedForAndTheLastSaysSo) {
     const std::pair<int, std::vector<int>> cases[] = {{0, {0}},     {1, {1}},        {749, {749}},
                                                       {750, {750}}, {751, {750, 1}}, {2250, {750, 750, 750}}};
     for (const auto& [count, sizes] : cases) {
-        Write("tscfg200.csv", Rows(count));
+        Write("tscfg200.csv", ObjectRows(count));
+        manager = erp->CreateManager(kObjects);
         seen.clear();
         EXPECT_EQ(Sizes(), sizes) << count;
         Texts expected;
@@ -66,10 +59,8 @@ TEST_F(Pages, HoldAsManyObjectsAsAskedForAndTheLastSaysSo) {
     }
 }
 
-TEST_F(Pages, AreOneEmptyPageWithoutAFile) { EXPECT_EQ(Sizes(), (std::vector<int>{0})); }
-
-TEST_F(Pages, OfANewListingContinueBehindTheKey) {
-    Write("tscfg200.csv", Rows(25));
+TEST_F(Pages, OfANewListingContinueAfterTheKey) {
+    Write("tscfg200.csv", ObjectRows(25));
     Value callId = Long{0}, complete = std::string("N");
     const ObjectRef page =
         platform::ToObject(Call(*manager, "ListObjects", std::string("C2"), std::string("O3"), Long{1},
@@ -81,7 +72,7 @@ TEST_F(Pages, OfANewListingContinueBehindTheKey) {
 }
 
 TEST_F(Pages, OfTwoListingsDoNotDisturbEachOther) {
-    Write("tscfg200.csv", Rows(4));
+    Write("tscfg200.csv", ObjectRows(4));
     const auto next = [&](Value& callId) {
         Value complete = std::string("N");
         const ObjectRef page = platform::ToObject(Call(*manager, "ListObjects", std::string(), std::string(),
@@ -98,7 +89,7 @@ TEST_F(Pages, OfTwoListingsDoNotDisturbEachOther) {
 }
 
 TEST_F(Pages, AreRefusedForAnUnknownCallIdAndAnIndexOutside) {
-    Write("tscfg200.csv", Rows(1));
+    Write("tscfg200.csv", ObjectRows(1));
     Value callId = Long{7}, complete = std::string("N");
     EXPECT_EQ(ErrorOf([&] {
                   Call(*manager, "ListObjects", std::string(), std::string(), Long{0}, Long{750},
@@ -113,8 +104,26 @@ TEST_F(Pages, AreRefusedForAnUnknownCallIdAndAnIndexOutside) {
     EXPECT_NE(ErrorOf([&] { Call(*wrapper, "getObjectsAt", Long{-1}); }), "(no error)");
 }
 
+TEST_F(Pages, AreRefusedAfterTheLastOfTheirListing) {
+    Write("tscfg200.csv", ObjectRows(2));
+    Value callId = Long{0}, complete = std::string("N");
+    Objects(*manager, callId, complete, 1);
+    Objects(*manager, callId, complete, 1);
+    EXPECT_EQ(complete, Value(std::string("Y")));
+    EXPECT_EQ(ErrorOf([&] { Objects(*manager, callId, complete, 1); }), "No listing is open under call id 1");
+}
+
+TEST_F(Pages, AreRefusedAfterOneThatFailed) {
+    Write("tscfg200.csv", ObjectRows(2) + "C1,O1,one,row\n" + "C2,O2,2,row\n");
+    Value callId = Long{0}, complete = std::string("N");
+    Objects(*manager, callId, complete, 1);
+    EXPECT_EQ(ErrorOf([&] { Objects(*manager, callId, complete, 1); }),
+              PathOf("tscfg200.csv") + ", line 4, column 'oseq': 'one' is not a whole number of 32 bits");
+    EXPECT_EQ(ErrorOf([&] { Objects(*manager, callId, complete, 1); }), "No listing is open under call id 1");
+}
+
 TEST_F(Pages, EndWithTheManagersUse) {
-    Write("tscfg200.csv", Rows(2));
+    Write("tscfg200.csv", ObjectRows(2));
     Value callId = Long{0}, complete = std::string("N");
     Call(*manager, "ListObjects", std::string(), std::string(), Long{0}, Long{1}, ByRef{callId},
          ByRef{complete});

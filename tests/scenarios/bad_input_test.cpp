@@ -8,11 +8,13 @@ namespace iqrx::testing {
 namespace {
 
 using ::testing::AllOf;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::SizeIs;
+using ::testing::StartsWith;
 
 constexpr const char* kBefore = "2025-06-19 23:00:00";
 
@@ -149,7 +151,7 @@ TEST_F(BadExtract, ThatIsNotThere) {
 TEST_F(BadExtract, ThatIsAFile) {
     Request request = FullCopy();
     request.runParameter = "extract=" + (extract / "tsmdm030.csv").string();
-    ExpectFailure(Service(request), "tsmdm030.csv is no directory");
+    ExpectFailure(Service(request), "tsmdm030.csv is not a directory");
     ExpectUntouched();
 }
 
@@ -159,23 +161,63 @@ TEST_F(BadExtract, WithAFileThatCannotBeRead) {
         fs::remove(extract / file);
         fs::create_directory(extract / file);
     }
-    ExpectFailure(Service(FullCopy()), "tsmdm030.csv cannot be read");
-    ExpectFailure(Service(IncrementalCopy()), "tsmdm030.audit.csv cannot be read");
+    ExpectFailure(Service(FullCopy()), "tsmdm030.csv cannot be read: it is a directory");
+    ExpectFailure(Service(IncrementalCopy()), "tsmdm030.audit.csv cannot be read: it is a directory");
     ExpectUntouched();
 }
 
-TEST_F(BadExtract, WithoutAKeyColumn) {
-    GivenExtract("tsmdm030.csv", "code,desc\nADV,Advice");
-    GivenExtract("tsmdm030.audit.csv", "changed_at,change,desc\n2025-06-20 08:00:00,U,Advice");
-    ExpectFailure(Service(FullCopy()), "tsmdm030.csv has no column 'cstp'");
-    ExpectFailure(Service(IncrementalCopy()), "tsmdm030.audit.csv has no column 'cstp'");
+TEST_F(BadExtract, WhoseDirectoryTheRunParameterLeavesOut) {
+    Request request = FullCopy();
+    request.runParameter = "extract=";
+    ExpectFailure(Service(request), "The directory is missing from the run parameter");
+    ExpectUntouched();
+}
+
+TEST_F(BadExtract, WithoutAFile) {
+    for (const char* file : {"tsmdm030.csv", "tsmdm030.audit.csv"}) fs::remove(extract / file);
+    ExpectFailure(Service(FullCopy()), (extract / "tsmdm030.csv").string() + " does not exist");
+    ExpectFailure(Service(IncrementalCopy()), (extract / "tsmdm030.audit.csv").string() + " does not exist");
+    ExpectUntouched();
+}
+
+TEST_F(BadExtract, WithoutAColumn) {
+    GivenExtract("tsmdm030.csv", "code,desc,ract,dahe\nADV,Advice,ONC,1");
+    GivenExtract("tsmdm030.audit.csv",
+                 "changed_at,change,cstp,desc,proc,ract\n2025-06-20 08:00:00,U,ADV,Advice,,");
+    ExpectFailure(Service(FullCopy()), "tsmdm030.csv has no columns 'cstp', 'proc'");
+    ExpectFailure(Service(IncrementalCopy()), "tsmdm030.audit.csv has no column 'dahe'");
     ExpectUntouched();
 }
 
 TEST_F(BadExtract, WithAnEmptyFile) {
-    GivenFile(extract / "tsmdm030.csv", "");
-    ExpectFailure(Service(FullCopy()), "tsmdm030.csv has no column 'cstp'");
+    for (const char* file : {"tsmdm030.csv", "tsmdm030.audit.csv"}) fs::resize_file(extract / file, 0);
+    ExpectFailure(Service(FullCopy()), "tsmdm030.csv is empty");
+    ExpectFailure(Service(IncrementalCopy()), "tsmdm030.audit.csv is empty");
     ExpectUntouched();
+}
+
+TEST_F(BadExtract, WithAFileThatASpreadsheetSavedItsOwnWay) {
+    GivenExtract("tsmdm030.csv", "cstp;desc;proc;ract;dahe\nADV;Advice;REMOTE;ONC;1");
+    ExpectFailure(Service(FullCopy()), "tsmdm030.csv is separated by ';', not by commas");
+    GivenExtract("tsmdm030.csv", std::string("\xFF\xFE"
+                                             "c\0s\0t\0p\0",
+                                             10));
+    ExpectFailure(Service(FullCopy()), "tsmdm030.csv looks like UTF-16; it must be UTF-8");
+    ExpectUntouched();
+}
+
+TEST_F(BadExtract, WithBytesThatAreNotUtf8) {
+    GivenExtract("tsmdm030.csv", "cstp,desc,proc,ract,dahe\nADV,Beratung f\xFCr alle,REMOTE,ONC,1");
+    ExpectFailure(Service(FullCopy()),
+                  "tsmdm030.csv, line 2, column 'desc': 'Beratung f\\xFCr alle' is not UTF-8");
+    EXPECT_THAT(Rows("SELECT cstp FROM tsmdm030 ORDER BY cstp"), ElementsAre("ADV", "OLD"));
+}
+
+TEST_F(BadExtract, ThatForgesALogLineIsFoundOut) {
+    GivenExtract("tsmdm030.csv", "cstp,desc,proc,ract,dahe\nADV,Advice,REMOTE,ONC,\"1\r\nall is well\"");
+    ExpectFailure(Service(FullCopy()),
+                  "column 'dahe': '1\\x0D\\x0Aall is well' is not a whole number of 32 bits");
+    EXPECT_THAT(Lines(RunLog("tsmdm030")), Not(Contains(StartsWith("all is well"))));
 }
 
 // Rows before the malformed one are written, the rest wait for a confirmation, nothing is removed.

@@ -11,6 +11,7 @@ namespace {
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Gt;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
@@ -70,18 +71,21 @@ TEST_F(ServiceTypes, AreAllGoneWhenTheErpHasNone) {
     EXPECT_THAT(Rows(kSelectServiceTypes), IsEmpty());
 }
 
-TEST_F(ServiceTypes, StayAsTheyAreWhenTheErpAnswersNothing) {
+TEST_F(ServiceTypes, StayAsTheyAreWhenTheExportLeftNoFile) {
     GivenExtract("tsmdm030.csv", kServiceTypes);
     Qrxctl({"copy", "tsmdm030", "--full"});
     const auto before = Rows(kSelectServiceTypes);
     const std::string lastUpdate = LastUpdate("tsmdm030");
     fs::remove(extract / "tsmdm030.csv");
 
-    const Finished full = Qrxctl({"copy", "tsmdm030", "--full"});
+    for (const char* method : {"--full", "--incremental"}) {
+        const Finished copy = Qrxctl({"copy", "tsmdm030", method});
 
-    EXPECT_THAT(ClosingTable(full), ElementsAre("tsmdm030 0 0 0 completed"));
-    EXPECT_EQ(Rows(kSelectServiceTypes), before);
-    EXPECT_EQ(LastUpdate("tsmdm030"), lastUpdate);
+        EXPECT_EQ(copy.exitCode, 1);
+        EXPECT_THAT(copy.out, HasSubstr("csv does not exist"));
+        EXPECT_EQ(Rows(kSelectServiceTypes), before);
+        EXPECT_EQ(LastUpdate("tsmdm030"), lastUpdate);
+    }
 }
 
 TEST_F(ServiceTypes, AreReadFromTheTrailOnceSinceEachCopyGoesOnWhereTheLastOneBegan) {
@@ -243,6 +247,10 @@ TEST_F(SampleWorld, ReadsAnyExtractThatTheToolItselfWrites) {
 
     EXPECT_EQ(full.exitCode, 0) << full.err;
     EXPECT_EQ(RowCount("tssoc200"), 200);
+
+    const Finished incremental = Qrxctl({"copy", "--all", "--incremental", "--since", kMorning});
+
+    EXPECT_EQ(incremental.exitCode, 0) << incremental.err;
 }
 
 }  // namespace

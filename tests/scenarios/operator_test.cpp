@@ -195,7 +195,8 @@ TEST_F(TheTool, AnswersTheWorstOfItsRequests) {
     EXPECT_EQ(copy({"tsmdm130", "tsmdm030"}).exitCode, 2);
     const Finished all = copy({"tsmdm100", "tsmdm130", "TSMDM030"});
     EXPECT_EQ(all.exitCode, 1);
-    EXPECT_THAT(all.out, ::testing::ContainsRegex("tsmdm100 .*failed.*has no column 'cwoc'"));
+    EXPECT_THAT(all.out,
+                ::testing::ContainsRegex("tsmdm100 .*failed.*has no columns 'cwoc', 'dsca', 'ccal', "));
     EXPECT_THAT(all.out, ::testing::ContainsRegex("tsmdm130 .*in use"));
     EXPECT_THAT(all.out,
                 ::testing::ContainsRegex("tsmdm030 +3 .*completed"));  // those after a failure are copied

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "erp/extract/audit_criteria.h"
+#include "erp/extract/key_range.h"
 #include "erp/extract/late_bound.h"
 #include "erp/extract/manager.h"
 #include "platform/date.h"
@@ -16,62 +17,70 @@ using platform::Argument;
 using platform::ObjectRef;
 using platform::Value;
 
-// The table's own fields, then the trail's two columns, which a file must have like key columns.
+// The table's own fields, then the trail's two columns.
 std::vector<FieldLayout> FieldsOfTrail(const TableLayout& layout) {
     std::vector<FieldLayout> fields(layout.fields.begin(), layout.fields.end());
-    fields.push_back({"", "changed_at", FieldKind::Date, true});
-    fields.push_back({"", "change", FieldKind::Text, true});
+    fields.push_back({"", "changed_at", FieldKind::Date});
+    fields.push_back({"", "change", FieldKind::Text});
     return fields;
+}
+
+// The columns that the trail must have; an element carries those that are the table's fields.
+std::vector<std::string_view> NeededColumns(const TableLayout& layout, const AuditCriteria& criteria) {
+    std::vector<std::string_view> needed{"changed_at", "change"};
+    for (const FieldLayout& field : layout.fields)
+        if (field.key) needed.push_back(field.field);
+    for (const auto& parameter : criteria.parameters) needed.push_back(parameter->fieldName);
+    needed.insert(needed.end(), criteria.outputFields.begin(), criteria.outputFields.end());
+    return needed;
+}
+
+KeyRanges RangesOf(std::span<const FieldLayout> fields, const AuditCriteria& criteria) {
+    KeyRanges ranges;
+    for (const auto& parameter : criteria.parameters) {
+        const auto field = std::ranges::find(fields, parameter->fieldName, &FieldLayout::field);
+        if (field == fields.end())
+            Raise(platform::kInvalidProcedureCall, "The audit trail has no field " + parameter->fieldName);
+        ranges.emplace_back(static_cast<std::size_t>(field - fields.begin()), field->kind, parameter->from,
+                            parameter->to);
+    }
+    return ranges;
+}
+
+struct Period {
+    platform::Date from, to;
+    bool Contains(platform::Date moment) const { return from <= moment && moment <= to; }
+};
+
+platform::Date MomentOf(const Rows& row, std::size_t field) {
+    const Value moment = row.Decode(field);
+    if (!moment.Is<platform::Date>()) row.FailAt(field, "the moment of the change is missing");
+    return moment.As<platform::Date>();
+}
+
+// The changes that the criteria ask for.
+Records ChangesIn(const std::filesystem::path& file, const TableLayout& layout, const AuditCriteria& criteria) {
+    const std::vector<FieldLayout> fields = FieldsOfTrail(layout);
+    std::optional<Period> period;
+    if (criteria.period) period = {criteria.period->from, criteria.period->to};
+    const auto keep = [period, ranges = RangesOf(fields, criteria),
+                       changedAt = fields.size() - 2](const Rows& row) {
+        const platform::Date moment = MomentOf(row, changedAt);
+        return (!period || period->Contains(moment)) && Contain(ranges, row);
+    };
+    return {Rows(std::make_shared<SourceFile>(file), fields, NeededColumns(layout, criteria)), keep};
 }
 
 class AuditTrail final : public RecordStream {
 public:
     AuditTrail(const std::filesystem::path& file, const TableLayout& layout, const AuditCriteria& criteria)
-        : fields_(FieldsOfTrail(layout)), rows_(file, fields_) {
-        if (criteria.period) period_ = {criteria.period->from, criteria.period->to};
-        for (const auto& parameter : criteria.parameters) AddRange(*parameter);
-        for (std::size_t i = 0; i < layout.fields.size(); ++i)
-            if (layout.fields[i].key || IsRequested(criteria, layout.fields[i].field)) carried_.push_back(i);
-    }
+        : changes_(ChangesIn(file, layout, criteria)), change_(layout.fields.size() + 1) {}
 
     bool Read(Record& record) override {
-        do {
-            if (!rows_.Next()) return false;
-        } while (!LiesInPeriod() || !Contain(ranges_, rows_));
-        for (const std::size_t field : carried_) rows_.Decode(field, record.At(field));
-        ReadChange(record);
-        return true;
-    }
-
-private:
-    static bool IsRequested(const AuditCriteria& criteria, std::string_view field) {
-        return std::find(criteria.outputFields.begin(), criteria.outputFields.end(), field) !=
-               criteria.outputFields.end();
-    }
-
-    void AddRange(const AuditParameter& parameter) {
-        const auto field = std::find_if(fields_.begin(), fields_.end(), [&](const FieldLayout& candidate) {
-            return candidate.field == parameter.fieldName;
-        });
-        if (field == fields_.end())
-            Raise(platform::kInvalidProcedureCall, "The audit trail has no field " + parameter.fieldName);
-        ranges_.emplace_back(static_cast<std::size_t>(field - fields_.begin()), field->kind, parameter.from,
-                             parameter.to);
-    }
-
-    std::size_t ChangedAt() const { return fields_.size() - 2; }
-    std::size_t Change() const { return fields_.size() - 1; }
-
-    bool LiesInPeriod() const {
-        const Value changedAt = rows_.Decode(ChangedAt());
-        if (!changedAt.Is<platform::Date>()) rows_.FailAt(ChangedAt(), "the moment of the change is missing");
-        const platform::Date moment = changedAt.As<platform::Date>();
-        return !period_ || (period_->first <= moment && moment <= period_->second);
-    }
-
-    void ReadChange(Record& record) const {
+        if (!changes_.Read(record)) return false;
         record.inserted = record.updated = record.deleted = false;
-        for (const char letter : rows_.Text(Change())) {
+        const Rows& row = changes_.Row();
+        for (const char letter : row.Text(change_)) {
             if (letter == 'I')
                 record.inserted = true;
             else if (letter == 'U')
@@ -79,15 +88,14 @@ private:
             else if (letter == 'D')
                 record.deleted = true;
             else
-                rows_.FailAt(Change(), "'" + std::string(1, letter) + "' is none of the letters I, U and D");
+                row.FailAt(change_, Quoted({&letter, 1}) + " is none of the letters I, U and D");
         }
+        return true;
     }
 
-    std::vector<FieldLayout> fields_;
-    TableReader rows_;
-    std::optional<std::pair<platform::Date, platform::Date>> period_;
-    KeyRanges ranges_;
-    std::vector<std::size_t> carried_;
+private:
+    Records changes_;
+    std::size_t change_;
 };
 
 class AuditReader final : public platform::Object {
@@ -96,7 +104,7 @@ public:
         if (member == "Initialize") return Initialize(arguments);
         if (member == "getOriginalObject") {
             ExpectArguments(arguments, 1);
-            return ObjectRef(ObjectOf<Record>(arguments[0].value, "audit element"));
+            return ObjectRef(ObjectOf<Record>(arguments[0].value, "an audit element"));
         }
         ExpectArguments(arguments, 0);
         if (member == "hasMoreElements") return elements_ && elements_->HasMore();
@@ -108,13 +116,12 @@ private:
     // Manager, record and criteria; all three stay what they are.
     Value Initialize(std::span<Argument> arguments) {
         ExpectArguments(arguments, 3);
-        const auto manager = ObjectOf<Manager>(arguments[0].value, "manager");
-        ObjectOf<Record>(arguments[1].value, "record");
+        const auto manager = ObjectOf<Manager>(arguments[0].value, "a manager");
+        ObjectOf<Record>(arguments[1].value, "a record");
         const auto criteria = ObjectOf<AuditCriteria>(arguments[2].value, "audit criteria");
         elements_.reset();
-        if (Exists(manager->AuditFile()))
-            elements_.emplace(std::make_unique<AuditTrail>(manager->AuditFile(), manager->Layout(), *criteria),
-                              std::make_shared<RecordShape>(manager->Layout().fields));
+        elements_.emplace(std::make_unique<AuditTrail>(manager->AuditFile(), manager->Layout(), *criteria),
+                          std::make_shared<RecordShape>(manager->Layout().fields));
         return {};
     }
 
@@ -130,7 +137,7 @@ class RecordStatus final : public platform::Object {
 public:
     Value Invoke(std::string_view member, std::span<Argument> arguments) override {
         ExpectArguments(arguments, 1);
-        const auto element = ObjectOf<Record>(arguments[0].value, "audit element");
+        const auto element = ObjectOf<Record>(arguments[0].value, "an audit element");
         if (member == "isDeleted") return element->deleted;
         if (member == "isUpdated") return element->updated;
         if (member == "isInserted") return element->inserted;

@@ -35,9 +35,9 @@ Value AuditParameter::Invoke(std::string_view member, std::span<Argument> argume
 Value AuditCriteria::Invoke(std::string_view member, std::span<Argument> arguments) {
     ExpectArguments(arguments, 1);
     if (member == "setPeriod")
-        period = ObjectOf<AuditPeriod>(arguments[0].value, "audit period");
+        period = ObjectOf<AuditPeriod>(arguments[0].value, "an audit period");
     else if (member == "addParameter")
-        parameters.push_back(ObjectOf<AuditParameter>(arguments[0].value, "audit parameter"));
+        parameters.push_back(ObjectOf<AuditParameter>(arguments[0].value, "an audit parameter"));
     else if (member == "addOutputField")
         outputFields.push_back(platform::ToText(arguments[0].value));
     else

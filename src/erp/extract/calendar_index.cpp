@@ -1,9 +1,6 @@
 #include "erp/extract/calendar_index.h"
 
-#include <algorithm>
 #include <array>
-
-#include "erp/extract/key_range.h"
 
 namespace iqrx::erp::extract {
 
@@ -27,28 +24,21 @@ constexpr std::array<FieldLayout, 10> kFields{{
 
 std::span<const FieldLayout> CalendarFields() { return kFields; }
 
-CalendarIndex::CalendarIndex(const std::filesystem::path& file) {
-    TableReader rows(file, kFields);
+CalendarIndex::CalendarIndex(Rows rows) {
     auto current = runs_.end();
     while (rows.Next()) {
         const std::string_view calendar = rows.Text(kCalendar);
         if (current == runs_.end() || current->first != calendar) {
             current = runs_.try_emplace(std::string(calendar)).first;
-            current->second.push_back({rows.Csv().RowPosition()});
+            current->second.push_back(rows.Place());
         }
-        ++current->second.back().rows;
+        current->second.back().end = rows.Place().end;
     }
 }
 
-std::vector<CalendarIndex::Run> CalendarIndex::Find(const std::string& from, const std::string& to) const {
-    const KeyRange range(kCalendar, FieldKind::Text, from, to);
-    std::vector<Run> found;
-    for (auto calendar = runs_.lower_bound(from); calendar != runs_.end() && calendar->first <= to; ++calendar)
-        if (range.Contains(calendar->first))
-            found.insert(found.end(), calendar->second.begin(), calendar->second.end());
-    std::sort(found.begin(), found.end(),
-              [](const Run& a, const Run& b) { return a.start.offset < b.start.offset; });
-    return found;
+std::vector<Rows::Run> CalendarIndex::Find(std::string_view calendar) const {
+    const auto found = runs_.find(calendar);
+    return found == runs_.end() ? std::vector<Rows::Run>() : found->second;
 }
 
 }  // namespace iqrx::erp::extract

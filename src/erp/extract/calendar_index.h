@@ -1,4 +1,4 @@
-// Where each calendar's rows stand in calendars.csv: runs of rows that follow each other. Its size grows with
+// Where the rows of each calendar stand in calendars.csv: runs of rows that follow each other. Its size grows with
 // the number of runs, so that one calendar after the other can be listed without reading the file each time.
 #pragma once
 
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "erp/extract/table_reader.h"
+#include "erp/extract/rows.h"
 
 namespace iqrx::erp::extract {
 
@@ -17,18 +17,12 @@ std::span<const FieldLayout> CalendarFields();
 
 class CalendarIndex {
 public:
-    struct Run {
-        CsvReader::Position start;
-        std::uint64_t rows = 0;
-    };
+    explicit CalendarIndex(Rows rows);  // reads all of them
 
-    explicit CalendarIndex(const std::filesystem::path& file);  // reads the whole file once
-
-    // The runs of the calendars from .. to, in the file's order.
-    std::vector<Run> Find(const std::string& from, const std::string& to) const;
+    std::vector<Rows::Run> Find(std::string_view calendar) const;  // in the file's order
 
 private:
-    std::map<std::string, std::vector<Run>, std::less<>> runs_;
+    std::map<std::string, std::vector<Rows::Run>, std::less<>> runs_;
 };
 
 }  // namespace iqrx::erp::extract

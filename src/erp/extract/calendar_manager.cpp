@@ -12,62 +12,18 @@ namespace {
 using platform::Argument;
 using platform::Value;
 
-class Intervals final : public RecordStream {
-public:
-    Intervals(const std::filesystem::path& file, std::vector<CalendarIndex::Run> runs, KeyRange types,
-              std::string firstDate, std::string lastDate)
-        : rows_(file, CalendarFields()),
-          runs_(std::move(runs)),
-          types_(std::move(types)),
-          firstDate_(std::move(firstDate)),
-          lastDate_(std::move(lastDate)) {}
-
-    bool Read(Record& record) override {
-        do {
-            if (!NextRow()) return false;
-        } while (!StartsInWindow() || !types_.Contains(rows_));
-        for (std::size_t field = 0; field < CalendarFields().size(); ++field)
-            rows_.Decode(field, record.At(field));
-        return true;
-    }
-
-private:
-    bool NextRow() {
-        while (left_ == 0) {
-            if (nextRun_ == runs_.size()) return false;
-            rows_.Csv().Seek(runs_[nextRun_].start);
-            left_ = runs_[nextRun_].rows;
-            ++nextRun_;
-        }
-        --left_;
-        return rows_.Next();
-    }
-
-    // Dates of this form compare as texts; the window may end on a day that its year does not have.
-    bool StartsInWindow() const {
-        const std::string_view date = rows_.Text(kStartDate);
-        if (date.size() != 10 || !platform::ParseIsoDate(date))
-            rows_.FailAt(kStartDate, "'" + std::string(date) + "' is no date YYYY-MM-DD");
-        return firstDate_ <= date && date <= lastDate_;
-    }
-
-    TableReader rows_;
-    std::vector<CalendarIndex::Run> runs_;
-    std::size_t nextRun_ = 0;
-    std::uint64_t left_ = 0;  // rows of the current run
-    KeyRange types_;
-    std::string firstDate_, lastDate_;
-};
-
-class NoIntervals final : public RecordStream {
-public:
-    bool Read(Record&) override { return false; }
-};
+// Dates of this form compare as texts; the window may end on a day that its year does not have.
+bool StartsBetween(const Rows& row, const std::string& first, const std::string& last) {
+    const std::string_view date = row.Text(kStartDate);
+    if (date.size() != 10 || !platform::ParseIsoDate(date))
+        row.FailAt(kStartDate, Quoted(date) + " is not a date YYYY-MM-DD");
+    return first <= date && date <= last;
+}
 
 }  // namespace
 
 CalendarManager::CalendarManager(const std::filesystem::path& directory)
-    : file_(directory / "calendars.csv"),
+    : path_(directory / "calendars.csv"),
       shape_(std::make_shared<RecordShape>(CalendarFields())),
       listings_({"getUTCActualCalendarForQRXWrapper", "sizeActualCalendar", "getActualCalendarAt"}) {}
 
@@ -83,6 +39,8 @@ Value CalendarManager::Invoke(std::string_view member, std::span<Argument> argum
     if (member == "Close") {
         ExpectArguments(arguments, 0);
         listings_.Close();
+        index_.reset();
+        file_.reset();
         return {};
     }
     RaiseNoSuchMember("The calendar manager", member);
@@ -91,14 +49,23 @@ Value CalendarManager::Invoke(std::string_view member, std::span<Argument> argum
 // Calendars from and to, availability types from and to, first and last start date. The times of day that
 // follow don't narrow the window: it is made of days.
 Elements CalendarManager::Select(std::span<const Argument> arguments) {
-    if (!Exists(file_)) return {std::make_unique<NoIntervals>(), shape_};
-    if (!index_) index_.emplace(file_);
-    auto runs = index_->Find(platform::ToText(arguments[0].value), platform::ToText(arguments[1].value));
-    KeyRange types(kAvailabilityType, FieldKind::Text, arguments[2].value, arguments[3].value);
-    return {std::make_unique<Intervals>(file_, std::move(runs), std::move(types),
-                                        platform::ToText(arguments[4].value),
-                                        platform::ToText(arguments[5].value)),
-            shape_};
+    const std::string from = platform::ToText(arguments[0].value), to = platform::ToText(arguments[1].value);
+    const auto keep =
+        [calendars = KeyRange(kCalendar, FieldKind::Text, from, to),
+         types = KeyRange(kAvailabilityType, FieldKind::Text, arguments[2].value, arguments[3].value),
+         first = platform::ToText(arguments[4].value),
+         last = platform::ToText(arguments[5].value)](const Rows& row) {
+            return calendars.Contains(row) && StartsBetween(row, first, last) && types.Contains(row);
+        };
+    return {std::make_unique<Records>(RowsOf(from, to), keep), shape_};
+}
+
+// The rows of one calendar are found by an index; several calendars need all of the file.
+Rows CalendarManager::RowsOf(const std::string& from, const std::string& to) {
+    if (!file_) file_ = std::make_shared<SourceFile>(path_);
+    if (from != to) return {file_, CalendarFields()};
+    if (!index_) index_.emplace(Rows(file_, CalendarFields()));
+    return {file_, CalendarFields(), index_->Find(from)};
 }
 
 }  // namespace iqrx::erp::extract

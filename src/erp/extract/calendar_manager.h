@@ -16,9 +16,11 @@ public:
 
 private:
     Elements Select(std::span<const platform::Argument> arguments);
+    Rows RowsOf(const std::string& from, const std::string& to);
 
-    std::filesystem::path file_;
-    std::optional<CalendarIndex> index_;  // made by the first listing
+    std::filesystem::path path_;
+    std::shared_ptr<SourceFile> file_;    // from the first listing on
+    std::optional<CalendarIndex> index_;  // from the first listing of one calendar on
     std::shared_ptr<const RecordShape> shape_;
     Listings listings_;
 };

@@ -5,16 +5,16 @@
 #include <cstring>
 
 #include "erp/extract/late_bound.h"
+#include "platform/utf8.h"
 
 namespace iqrx::erp::extract {
 
 namespace {
 
 constexpr std::size_t kReadAhead = 64 * 1024;
-// After a jump little is read at first, so that short runs of rows far apart don't cost a whole read-ahead.
+// At first, and after a jump, little is read, so that short runs of rows far apart don't cost a whole read-ahead.
 constexpr std::size_t kFirstRead = 4 * 1024;
-// A quote that is never closed must not pull the whole file into memory.
-constexpr std::size_t kLongestRow = 16 * 1024 * 1024;
+constexpr std::string_view kOtherSeparators = ";\t|";
 
 constexpr auto kEndsPlainCell = [] {
     std::array<bool, 256> ends{};
@@ -24,16 +24,27 @@ constexpr auto kEndsPlainCell = [] {
 
 }  // namespace
 
-CsvReader::CsvReader(const std::filesystem::path& file) : file_(file), chunk_(kReadAhead) {
-    stream_.rdbuf()->pubsetbuf(nullptr, 0);
-    stream_.open(file, std::ios::binary);
-    if (!stream_) FailFile("cannot be read");
+CsvReader::CsvReader(std::shared_ptr<SourceFile> file) : file_(std::move(file)), chunk_(kFirstRead) {
     buffer_.resize(kReadAhead);
-    if (Has(2) && std::string_view(Row(), 3) == "\xEF\xBB\xBF") rowStart_ = 3;
-    if (!ReadRow()) return;
+    PassByteOrderMark();
+    RefuseUtf16();
+    if (!ReadRow()) FailFile("is empty: it lacks even a header row");
     std::vector<std::string> names;
     for (std::size_t i = 0; i < cells_.size(); ++i) names.emplace_back(Cell(i));
     header_ = std::move(names);
+}
+
+void CsvReader::PassByteOrderMark() {
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    if (Has(kMark.size() - 1) && std::string_view(Row(), kMark.size()) == kMark) rowStart_ = kMark.size();
+}
+
+// Two bytes a character: a mark that UTF-8 does not have, or the zeros of ASCII's characters.
+void CsvReader::RefuseUtf16() {
+    bool found =
+        Has(1) && (std::string_view(Row(), 2) == "\xFF\xFE" || std::string_view(Row(), 2) == "\xFE\xFF");
+    for (std::size_t at = 0; !found && Has(at) && Row()[at] != '\n'; ++at) found = Row()[at] == '\0';
+    if (found) FailFile("looks like UTF-16; it must be UTF-8");
 }
 
 std::optional<std::size_t> CsvReader::FindColumn(std::string_view name) const {
@@ -61,9 +72,6 @@ void CsvReader::Seek(Position row) {
     if (row.offset >= bufferOffset_ + rowStart_ + rowLength_ && row.offset <= bufferOffset_ + filled_) {
         rowStart_ = static_cast<std::size_t>(row.offset - bufferOffset_);
     } else {
-        stream_.clear();
-        stream_.seekg(static_cast<std::streamoff>(row.offset));
-        if (!stream_) FailFile("cannot be read");
         bufferOffset_ = row.offset;
         rowStart_ = filled_ = 0;
         chunk_ = kFirstRead;
@@ -83,6 +91,7 @@ bool CsvReader::ReadRow() {
         at = Has(at) && Row()[at] == '"' ? ReadQuotedCell(at) : ReadPlainCell(at);
     } while (!EndCell(at));
     rowLength_ = at;
+    if (!platform::IsAscii({Row(), rowLength_})) RequireUtf8();
     return true;
 }
 
@@ -143,8 +152,15 @@ bool CsvReader::EndCell(std::size_t& at) {
         case '"':
             Fail(nextLine_, cells_.size() - 1, "a quote stands inside an unquoted cell");
         default:
+            if (header_.empty() && kOtherSeparators.find(Row()[at]) != std::string_view::npos)
+                FailSeparatedBy(Row()[at]);
             Fail(nextLine_, cells_.size() - 1, "text follows the closing quote");
     }
+}
+
+void CsvReader::RequireUtf8() const {
+    for (std::size_t column = 0; column < cells_.size(); ++column)
+        if (!platform::IsUtf8(Cell(column))) FailAt(column, Quoted(Cell(column)) + " is not UTF-8");
 }
 
 bool CsvReader::Has(std::size_t at) {
@@ -153,7 +169,7 @@ bool CsvReader::Has(std::size_t at) {
     return true;
 }
 
-// Reads on behind what the buffer holds of the current row; false at the end of the file.
+// Reads on after what the buffer holds of the current row; false at the end of the file.
 bool CsvReader::Fill() {
     if (rowStart_ > 0) {
         std::memmove(buffer_.data(), Row(), filled_ - rowStart_);
@@ -163,13 +179,11 @@ bool CsvReader::Fill() {
     }
     if (filled_ == buffer_.size()) {
         if (filled_ >= kLongestRow)
-            Fail(rowLine_, cells_.size(), "the row is too long; is a quote not closed?");
+            Fail(rowLine_, cells_.size(), "the row is longer than 16 MiB; is a quote not closed?");
         buffer_.resize(2 * buffer_.size());
     }
     const std::size_t wanted = std::min(chunk_, buffer_.size() - filled_);
-    stream_.read(buffer_.data() + filled_, static_cast<std::streamsize>(wanted));
-    if (stream_.bad()) FailFile("cannot be read");
-    const auto got = static_cast<std::size_t>(stream_.gcount());
+    const std::size_t got = file_->Read(bufferOffset_ + filled_, buffer_.data() + filled_, wanted);
     filled_ += got;
     chunk_ = std::min(2 * chunk_, kReadAhead);
     return got > 0;
@@ -180,13 +194,26 @@ void CsvReader::FailAt(std::size_t column, const std::string& what) const {
 }
 
 void CsvReader::Fail(std::uint64_t line, std::size_t column, const std::string& what) const {
-    const std::string name = column < header_.size() ? "'" + header_[column] + "'" : std::to_string(column + 1);
+    const std::string name = column < header_.size() ? Quoted(header_[column]) : std::to_string(column + 1);
     Raise(platform::kDeviceIoError,
-          Utf8(file_) + ", line " + std::to_string(line) + ", column " + name + ": " + what);
+          file_->Name() + ", line " + std::to_string(line) + ", column " + name + ": " + what);
 }
 
 void CsvReader::FailFile(const std::string& what) const {
-    Raise(platform::kPathFileAccess, Utf8(file_) + " " + what);
+    Raise(platform::kPathFileAccess, file_->Name() + " " + what);
+}
+
+void CsvReader::FailWithout(const std::vector<std::string_view>& columns) const {
+    const std::size_t separator = header_.front().find_first_of(kOtherSeparators);
+    if (header_.size() == 1 && separator != std::string::npos) FailSeparatedBy(header_.front()[separator]);
+    std::string names;
+    for (const std::string_view column : columns)
+        names += (names.empty() ? "'" : ", '") + std::string(column) + "'";
+    FailFile((columns.size() == 1 ? "has no column " : "has no columns ") + names);
+}
+
+void CsvReader::FailSeparatedBy(char separator) const {
+    FailFile("is separated by " + (separator == '\t' ? "tabs" : Quoted({&separator, 1})) + ", not by commas");
 }
 
 }  // namespace iqrx::erp::extract

@@ -37,10 +37,16 @@ private:
 }  // namespace
 
 std::unique_ptr<Erp> OpenExtract(const std::filesystem::path& directory) {
-    if (!Exists(directory))
-        Raise(platform::kPathNotFound, "The extract directory " + Utf8(directory) + " does not exist");
-    if (!std::filesystem::is_directory(directory))
-        Raise(platform::kPathNotFound, Utf8(directory) + " is no directory");
+    if (directory.empty())
+        Raise(platform::kPathNotFound,
+              "The directory is missing from the run parameter, which takes extract=DIRECTORY");
+    std::error_code error;
+    const auto type = std::filesystem::status(directory, error).type();
+    if (type == std::filesystem::file_type::not_found)
+        Raise(platform::kPathNotFound, "The extract directory " + Shown(directory) + " does not exist");
+    if (error) RaiseUnreadable(Shown(directory), error);
+    if (type != std::filesystem::file_type::directory)
+        Raise(platform::kPathNotFound, Shown(directory) + " is not a directory");
     return std::make_unique<ExtractErp>(directory);
 }
 

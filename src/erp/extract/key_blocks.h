@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "erp/extract/key_range.h"
+#include "erp/extract/rows.h"
 
 namespace iqrx::erp::extract {
 
@@ -14,42 +14,25 @@ class KeyBlocks {
 public:
     static constexpr std::size_t kMostBlocks = 16384;
 
+    // The first field is a text. Reads all of the rows.
+    explicit KeyBlocks(Rows rows);
+
+    // The blocks that may hold the key, in the file's order.
+    std::vector<Rows::Run> Holding(const std::string& key) const;
+
+private:
     struct Block {
-        CsvReader::Position start;
+        Rows::Run place;
         std::uint64_t rows = 0;
         std::string lowest, highest;
     };
 
-    // The first field is a text. Reads the whole file once.
-    KeyBlocks(const std::filesystem::path& file, std::span<const FieldLayout> fields);
-
-    std::vector<Block> Holding(const std::string& key) const;  // in the file's order
-
-private:
-    void Take(const TableReader& row, CsvReader::Position position);
+    void Take(const Rows& row);
     void MergePairs();
 
     std::vector<Block> blocks_;
     std::uint64_t rowsPerBlock_ = 1;
     bool inKeyOrder_ = true;
-};
-
-// The records of some blocks whose fields lie in all the ranges.
-class RecordsInBlocks final : public RecordStream {
-public:
-    RecordsInBlocks(const std::filesystem::path& file, std::span<const FieldLayout> fields, KeyRanges ranges,
-                    std::vector<KeyBlocks::Block> blocks);
-    bool Read(Record& record) override;
-
-private:
-    bool NextRow();
-
-    TableReader rows_;
-    std::size_t fieldCount_;
-    KeyRanges ranges_;
-    std::vector<KeyBlocks::Block> blocks_;
-    std::size_t nextBlock_ = 0;
-    std::uint64_t rowsLeft_ = 0;
 };
 
 }  // namespace iqrx::erp::extract

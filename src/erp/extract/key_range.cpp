@@ -41,12 +41,12 @@ KeyRange::KeyRange(std::size_t field, FieldKind kind, const Value& from, const V
     }
 }
 
-bool KeyRange::Contains(const TableReader& row) const {
+bool KeyRange::Contains(const Rows& row) const {
     if (kind_ == FieldKind::Whole || kind_ == FieldKind::Real) return ContainsNumber(row.Decode(field_));
-    return Contains(row.Text(field_));
+    return ContainsText(row.Text(field_));
 }
 
-bool KeyRange::Contains(std::string_view text) const {
+bool KeyRange::ContainsText(std::string_view text) const {
     if (text < fromText_ || text > toText_) return false;
     return !IsHighest(text) || text.size() < toText_.size();
 }
@@ -57,21 +57,9 @@ bool KeyRange::ContainsNumber(const Value& value) const {
     return from_ <= number && number <= to_;
 }
 
-bool Contain(const KeyRanges& ranges, const TableReader& row) {
+bool Contain(const KeyRanges& ranges, const Rows& row) {
     return std::all_of(ranges.begin(), ranges.end(),
                        [&](const KeyRange& range) { return range.Contains(row); });
-}
-
-SelectedRecords::SelectedRecords(const std::filesystem::path& file, std::span<const FieldLayout> fields,
-                                 KeyRanges ranges)
-    : rows_(file, fields), fieldCount_(fields.size()), ranges_(std::move(ranges)) {}
-
-bool SelectedRecords::Read(Record& record) {
-    do {
-        if (!rows_.Next()) return false;
-    } while (!Contain(ranges_, rows_));
-    for (std::size_t field = 0; field < fieldCount_; ++field) rows_.Decode(field, record.At(field));
-    return true;
 }
 
 }  // namespace iqrx::erp::extract

@@ -1,5 +1,7 @@
 #include "erp/extract/late_bound.h"
 
+#include "platform/printable.h"
+
 namespace iqrx::erp::extract {
 
 void Raise(platform::ErrorNumber number, const std::string& description) {
@@ -11,7 +13,14 @@ void RaiseNoSuchMember(std::string_view type, std::string_view member) {
 }
 
 void RaiseWrongObject(std::string_view wanted) {
-    Raise(platform::kTypeMismatch, "The argument is no " + std::string(wanted));
+    Raise(platform::kTypeMismatch, "The argument is not " + std::string(wanted));
+}
+
+void RaiseUnreadable(const std::string& path, const std::error_code& error) {
+    std::string cause = error.message();
+    if (error == std::errc::permission_denied) cause = "Permission denied";
+    if (error == std::errc::is_a_directory) cause = "it is a directory";
+    Raise(platform::kPathFileAccess, path + " cannot be read: " + cause);
 }
 
 void ExpectArguments(std::span<const platform::Argument> arguments, std::size_t count) {
@@ -20,17 +29,14 @@ void ExpectArguments(std::span<const platform::Argument> arguments, std::size_t 
                                                  " instead of " + std::to_string(count));
 }
 
-std::string Utf8(const std::filesystem::path& path) {
+std::string Shown(const std::filesystem::path& path) {
     const std::u8string text = path.u8string();
-    return {text.begin(), text.end()};
+    return platform::Printable({reinterpret_cast<const char*>(text.data()), text.size()});
 }
 
-bool Exists(const std::filesystem::path& file) {
-    std::error_code error;
-    const auto status = std::filesystem::status(file, error);
-    if (status.type() == std::filesystem::file_type::not_found) return false;
-    if (error) Raise(platform::kPathFileAccess, Utf8(file) + " cannot be read: " + error.message());
-    return true;
+std::string Quoted(std::string_view text) {
+    constexpr std::size_t kLongest = 100;
+    return "'" + platform::Printable(text, kLongest) + "'";
 }
 
 }  // namespace iqrx::erp::extract

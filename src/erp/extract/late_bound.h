@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "platform/error.h"
 #include "platform/object.h"
@@ -15,15 +16,15 @@ namespace iqrx::erp::extract {
 [[noreturn]] void Raise(platform::ErrorNumber number, const std::string& description);
 [[noreturn]] void RaiseNoSuchMember(std::string_view type, std::string_view member);
 [[noreturn]] void RaiseWrongObject(std::string_view wanted);
+[[noreturn]] void RaiseUnreadable(const std::string& path, const std::error_code& error);
 
 void ExpectArguments(std::span<const platform::Argument> arguments, std::size_t count);
 
-std::string Utf8(const std::filesystem::path& path);
+// As an error shows them: a path, and text from a file in quotes, cut where it is long.
+std::string Shown(const std::filesystem::path& path);
+std::string Quoted(std::string_view text);
 
-// Raises "file access" with the file's name for one whose existence can't be found out.
-bool Exists(const std::filesystem::path& file);
-
-// The object in an argument as the class that made it; `wanted` names the class in the error.
+// The object in an argument as the class that made it; `wanted` names the class, article included, in the error.
 template <class T>
 std::shared_ptr<T> ObjectOf(const platform::Value& value, std::string_view wanted) {
     std::shared_ptr<T> object;

@@ -1,6 +1,7 @@
 #include "erp/extract/manager.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "erp/extract/late_bound.h"
 #include "platform/conversions.h"
@@ -13,36 +14,18 @@ using platform::Argument;
 using platform::ObjectRef;
 using platform::Value;
 
-class NoRecords final : public RecordStream {
-public:
-    bool Read(Record&) override { return false; }
-};
-
-// The records behind the one with the given key, in the file's order.
-class RecordsAfter final : public RecordStream {
-public:
-    RecordsAfter(SelectedRecords records, std::vector<std::string> key)
-        : records_(std::move(records)), key_(std::move(key)) {}
-
-    bool Read(Record& record) override {
-        while (!found_) {
-            if (!records_.Read(record)) return false;
-            found_ = HasKey(record);
+// True from the row after the one with the given key on.
+Records::Keep After(std::vector<std::string> key) {
+    return [key = std::move(key), found = false](const Rows& row) mutable {
+        if (found) return true;
+        found = true;
+        for (std::size_t field = 0; field < key.size() && found; ++field) {
+            const Value value = row.Decode(field);
+            found = !value.Is<platform::Null>() && platform::ToText(value) == key[field];
         }
-        return records_.Read(record);
-    }
-
-private:
-    bool HasKey(Record& record) const {
-        for (std::size_t i = 0; i < key_.size(); ++i)
-            if (record.At(i).Is<platform::Null>() || platform::ToText(record.At(i)) != key_[i]) return false;
-        return true;
-    }
-
-    SelectedRecords records_;
-    std::vector<std::string> key_;
-    bool found_ = false;
-};
+        return false;
+    };
+}
 
 // The text that the first key field must be, where the bounds leave it no choice.
 const std::string* SoleFirstKey(const TableLayout& layout, std::span<const Argument> bounds) {
@@ -70,6 +53,8 @@ Value Manager::Invoke(std::string_view member, std::span<Argument> arguments) {
     if (member == "CloseManager") {
         ExpectArguments(arguments, 0);
         listings_.Close();
+        keyBlocks_.reset();
+        file_.reset();
         return {};
     }
     if (member == "GetByKeyRange") return GetByKeyRange(arguments);
@@ -78,8 +63,10 @@ Value Manager::Invoke(std::string_view member, std::span<Argument> arguments) {
     RaiseNoSuchMember("The manager", member);
 }
 
-std::filesystem::path Manager::RecordsFile() const {
-    return directory_ / (std::string(layout_.table) + ".csv");
+// All that this manager reads comes from the file as it was when it was first needed.
+const std::shared_ptr<SourceFile>& Manager::RecordsFile() {
+    if (!file_) file_ = std::make_shared<SourceFile>(directory_ / (std::string(layout_.table) + ".csv"));
+    return file_;
 }
 
 std::filesystem::path Manager::AuditFile() const {
@@ -93,7 +80,7 @@ Value Manager::GetByKeyRange(std::span<const Argument> arguments) {
     return Select(RangesOfKeys(arguments));
 }
 
-Value Manager::GetByStatusRange(std::span<const Argument> arguments) const {
+Value Manager::GetByStatusRange(std::span<const Argument> arguments) {
     ExpectArguments(arguments, 4);
     const auto status = std::find_if(layout_.fields.begin(), layout_.fields.end(),
                                      [](const FieldLayout& field) { return field.status; });
@@ -116,18 +103,20 @@ KeyRanges Manager::RangesOfKeys(std::span<const Argument> bounds) const {
     return ranges;
 }
 
-Value Manager::Select(KeyRanges ranges) const {
-    if (!Exists(RecordsFile())) return ObjectRef();
-    auto records = std::make_unique<SelectedRecords>(RecordsFile(), layout_.fields, std::move(ranges));
-    return ObjectRef(std::make_shared<Enumerator>(Elements(std::move(records), shape_)));
+Value Manager::Select(KeyRanges ranges) {
+    const auto keep = [ranges = std::move(ranges)](const Rows& row) { return Contain(ranges, row); };
+    return EnumeratorOver({{RecordsFile(), layout_.fields}, keep});
 }
 
 Value Manager::SelectByKey(const std::string& key, KeyRanges ranges) {
-    if (!Exists(RecordsFile())) return ObjectRef();
-    if (!keyBlocks_) keyBlocks_.emplace(RecordsFile(), layout_.fields);
-    auto records = std::make_unique<RecordsInBlocks>(RecordsFile(), layout_.fields, std::move(ranges),
-                                                     keyBlocks_->Holding(key));
-    return ObjectRef(std::make_shared<Enumerator>(Elements(std::move(records), shape_)));
+    if (!keyBlocks_) keyBlocks_.emplace(Rows(RecordsFile(), layout_.fields));
+    const auto keep = [ranges = std::move(ranges)](const Rows& row) { return Contain(ranges, row); };
+    return EnumeratorOver({{RecordsFile(), layout_.fields, keyBlocks_->Holding(key)}, keep});
+}
+
+Value Manager::EnumeratorOver(Records records) const {
+    return ObjectRef(
+        std::make_shared<Enumerator>(Elements(std::make_unique<Records>(std::move(records)), shape_)));
 }
 
 // Key to continue from (three fields), page size, call id, set-complete flag.
@@ -137,14 +126,14 @@ Value Manager::ListObjects(std::span<Argument> arguments) {
                               arguments[5]);
 }
 
-Elements Manager::ElementsAfter(std::span<const Argument> key) const {
-    if (!Exists(RecordsFile())) return {std::make_unique<NoRecords>(), shape_};
-    SelectedRecords records(RecordsFile(), layout_.fields, {});
+Elements Manager::ElementsAfter(std::span<const Argument> key) {
     std::vector<std::string> texts;
     for (const Argument& part : key) texts.push_back(platform::ToText(part.value));
-    if (texts[0].empty() && texts[1].empty())
-        return {std::make_unique<SelectedRecords>(std::move(records)), shape_};
-    return {std::make_unique<RecordsAfter>(std::move(records), std::move(texts)), shape_};
+    const bool fromTheFirst = texts[0].empty() && texts[1].empty();
+    return {
+        std::make_unique<Records>(Rows(RecordsFile(), layout_.fields),
+                                  fromTheFirst ? [](const Rows&) { return true; } : After(std::move(texts))),
+        shape_};
 }
 
 }  // namespace iqrx::erp::extract

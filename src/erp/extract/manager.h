@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "erp/extract/key_blocks.h"
+#include "erp/extract/key_range.h"
 #include "erp/extract/paging.h"
 
 namespace iqrx::erp::extract {
@@ -20,19 +21,21 @@ public:
     std::filesystem::path AuditFile() const;
 
 private:
-    std::filesystem::path RecordsFile() const;
+    const std::shared_ptr<SourceFile>& RecordsFile();
     platform::Value GetByKeyRange(std::span<const platform::Argument> arguments);
-    platform::Value GetByStatusRange(std::span<const platform::Argument> arguments) const;
+    platform::Value GetByStatusRange(std::span<const platform::Argument> arguments);
     platform::Value ListObjects(std::span<platform::Argument> arguments);
     KeyRanges RangesOfKeys(std::span<const platform::Argument> bounds) const;
-    platform::Value Select(KeyRanges ranges) const;
+    platform::Value Select(KeyRanges ranges);
     platform::Value SelectByKey(const std::string& key, KeyRanges ranges);
-    Elements ElementsAfter(std::span<const platform::Argument> key) const;
+    platform::Value EnumeratorOver(Records records) const;
+    Elements ElementsAfter(std::span<const platform::Argument> key);
 
     std::filesystem::path directory_;
     TableLayout layout_;
     std::shared_ptr<const RecordShape> shape_;
     Listings listings_;
+    std::shared_ptr<SourceFile> file_;    // from the first request on
     std::optional<KeyBlocks> keyBlocks_;  // from the first fetch of one record on
 };
 

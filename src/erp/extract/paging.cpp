@@ -14,11 +14,12 @@ using platform::Long;
 using platform::ObjectRef;
 using platform::Value;
 
-using Records = std::vector<std::shared_ptr<Record>>;
+using PageRecords = std::vector<std::shared_ptr<Record>>;
 
 class Wrapper final : public platform::Object {
 public:
-    Wrapper(const PageMembers& members, Records records) : members_(members), records_(std::move(records)) {}
+    Wrapper(const PageMembers& members, PageRecords records)
+        : members_(members), records_(std::move(records)) {}
 
     Value Invoke(std::string_view member, std::span<Argument> arguments) override {
         if (member == members_.at) return At(arguments);
@@ -37,12 +38,12 @@ private:
     }
 
     PageMembers members_;
-    Records records_;
+    PageRecords records_;
 };
 
 class Page final : public platform::Object {
 public:
-    Page(const PageMembers& members, Records records, Long callId, bool last)
+    Page(const PageMembers& members, PageRecords records, Long callId, bool last)
         : members_(members),
           wrapper_(std::make_shared<Wrapper>(members, std::move(records))),
           callId_(callId),
@@ -74,15 +75,17 @@ ObjectRef Listings::NextPage(const std::function<Elements()>& begin, const Argum
         id = ++lastCallId_;
         open_.emplace(id, begin());
     }
-    const auto listing = open_.find(id);
-    if (listing == open_.end())
+    // Taken out while it is read: one that fails is not to be gone on with.
+    auto listing = open_.extract(id);
+    if (!listing)
         Raise(platform::kInvalidProcedureCall, "No listing is open under call id " + std::to_string(id));
 
-    Records records;
-    while (records.size() < static_cast<std::size_t>(size) && listing->second.HasMore())
-        records.push_back(listing->second.Next());
-    const bool last = !listing->second.HasMore();
-    if (last) open_.erase(listing);
+    PageRecords records;
+    Elements& elements = listing.mapped();
+    while (records.size() < static_cast<std::size_t>(size) && elements.HasMore())
+        records.push_back(elements.Next());
+    const bool last = !elements.HasMore();
+    if (!last) open_.insert(std::move(listing));
     callId.value = id;
     setComplete.value = std::string(last ? "Y" : "N");
     return std::make_shared<Page>(members_, std::move(records), id, last);

@@ -1,4 +1,5 @@
-// Listings that are handed out in pages. A listing stays open under its call id until its last page.
+// Listings that are handed out in pages. A listing stays open under its call id until its last page,
+// or until one of its pages fails.
 #pragma once
 
 #include <functional>

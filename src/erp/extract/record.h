@@ -38,6 +38,7 @@ public:
 
     const platform::Value* Peek(std::string_view member) override;
 
+    std::size_t Size() const { return values_.size(); }
     platform::Value& At(std::size_t field) { return values_[field]; }
 
     // The kind of change, for an element of the audit trail.

@@ -13,6 +13,16 @@ constexpr std::size_t kRecordsKept = 3;
 
 }  // namespace
 
+Records::Records(Rows rows, Keep keep) : rows_(std::move(rows)), keep_(std::move(keep)) {}
+
+bool Records::Read(Record& record) {
+    do {
+        if (!rows_.Next()) return false;
+    } while (!keep_(rows_));
+    rows_.Decode(record);
+    return true;
+}
+
 Elements::Elements(std::unique_ptr<RecordStream> stream, std::shared_ptr<const RecordShape> shape)
     : stream_(std::move(stream)), shape_(std::move(shape)) {}
 

@@ -1,10 +1,12 @@
 // Rows turned into records, one at a time.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <vector>
 
 #include "erp/extract/record.h"
+#include "erp/extract/rows.h"
 
 namespace iqrx::erp::extract {
 
@@ -15,6 +17,20 @@ public:
     virtual bool Read(Record& record) = 0;
 };
 
+// The rows that `keep` accepts.
+class Records final : public RecordStream {
+public:
+    using Keep = std::function<bool(const Rows& row)>;
+
+    Records(Rows rows, Keep keep);
+    bool Read(Record& record) override;
+    const Rows& Row() const { return rows_; }
+
+private:
+    Rows rows_;
+    Keep keep_;
+};
+
 // An enumeration over a stream. It looks one record ahead, and fills a record again once nobody else holds
 // it: a caller that keeps a record keeps its values.
 class Elements {
@@ -22,7 +38,7 @@ public:
     Elements(std::unique_ptr<RecordStream> stream, std::shared_ptr<const RecordShape> shape);
 
     bool HasMore();
-    std::shared_ptr<Record> Next();  // raises RuntimeError behind the last
+    std::shared_ptr<Record> Next();  // raises RuntimeError after the last
 
 private:
     std::shared_ptr<Record> FreeRecord();
