@@ -1,6 +1,8 @@
 #include "erp/extract/calendar_index.h"
 
 #include <array>
+#include <iterator>
+#include <utility>
 
 namespace iqrx::erp::extract {
 
@@ -20,25 +22,48 @@ constexpr std::array<FieldLayout, 10> kFields{{
     {"getEndutcdate", "end_utc", FieldKind::Date},
 }};
 
+std::size_t SizeOf(const std::pair<const std::string, RunList>& calendar) {
+    constexpr std::size_t kOfNode = 48;
+    return kOfNode + calendar.first.size() + calendar.second.Size();
+}
+
 }  // namespace
 
 std::span<const FieldLayout> CalendarFields() { return kFields; }
 
-CalendarIndex::CalendarIndex(Rows rows) {
-    auto current = runs_.end();
-    while (rows.Next()) {
-        const std::string_view calendar = rows.Text(kCalendar);
-        if (current == runs_.end() || current->first != calendar) {
-            current = runs_.try_emplace(std::string(calendar)).first;
-            current->second.push_back(rows.Place());
-        }
-        current->second.back().end = rows.Place().end;
-    }
+CalendarIndex::CalendarIndex(Rows rows, std::string first, std::size_t mostBytes)
+    : first_(std::move(first)), mostBytes_(mostBytes) {
+    while (rows.Next()) Take(rows.Text(kCalendar), rows.Place());
+}
+
+bool CalendarIndex::Covers(std::string_view calendar) const {
+    return calendar >= first_ && (!beyond_ || calendar < *beyond_);
 }
 
 std::vector<Rows::Run> CalendarIndex::Find(std::string_view calendar) const {
-    const auto found = runs_.find(calendar);
-    return found == runs_.end() ? std::vector<Rows::Run>() : found->second;
+    const auto found = calendars_.find(calendar);
+    return found == calendars_.end() ? std::vector<Rows::Run>() : found->second.All();
+}
+
+void CalendarIndex::Take(std::string_view calendar, const Rows::Run& row) {
+    if (current_ == calendars_.end() || current_->first != calendar) {
+        if (!Covers(calendar)) return;
+        const auto [place, isNew] = calendars_.try_emplace(std::string(calendar));
+        if (isNew) size_ += SizeOf(*place);
+        current_ = place;
+    }
+    size_ -= SizeOf(*current_);
+    current_->second.Add(row);
+    size_ += SizeOf(*current_);
+    while (size_ > mostBytes_ && calendars_.size() > 1) GiveUpTheLast();
+}
+
+void CalendarIndex::GiveUpTheLast() {
+    const auto last = std::prev(calendars_.end());
+    size_ -= SizeOf(*last);
+    beyond_ = last->first;
+    if (current_ == last) current_ = calendars_.end();
+    calendars_.erase(last);
 }
 
 }  // namespace iqrx::erp::extract

@@ -1,13 +1,15 @@
-// Where the rows of each calendar stand in calendars.csv: runs of rows that follow each other. Its size grows with
-// the number of runs, so that one calendar after the other can be listed without reading the file each time.
+// Where the rows of calendars stand in calendars.csv, so that one calendar after the other can be listed
+// without reading all of the file each time. Its size is bounded, in whatever order the file is: where there
+// is no room for all calendars, it covers a stretch of them, and the others need an index of their own.
 #pragma once
 
 #include <map>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "erp/extract/rows.h"
+#include "erp/extract/run_list.h"
 
 namespace iqrx::erp::extract {
 
@@ -17,12 +19,30 @@ std::span<const FieldLayout> CalendarFields();
 
 class CalendarIndex {
 public:
-    explicit CalendarIndex(Rows rows);  // reads all of them
+    static constexpr std::size_t kMostBytes = 3 * 1024 * 1024;
 
-    std::vector<Rows::Run> Find(std::string_view calendar) const;  // in the file's order
+    // Reads all of the rows. Covers `first` and as many of the calendars after it as there is room for.
+    CalendarIndex(Rows rows, std::string first, std::size_t mostBytes = kMostBytes);
+    CalendarIndex(const CalendarIndex&) = delete;
+    CalendarIndex& operator=(const CalendarIndex&) = delete;
+
+    bool Covers(std::string_view calendar) const;
+    // The runs that hold a covered calendar's rows, in the file's order. Others' rows may stand among them.
+    std::vector<Rows::Run> Find(std::string_view calendar) const;
+
+    std::size_t Size() const { return size_; }  // in bytes
 
 private:
-    std::map<std::string, std::vector<Rows::Run>, std::less<>> runs_;
+    using Calendars = std::map<std::string, RunList, std::less<>>;
+
+    void Take(std::string_view calendar, const Rows::Run& row);
+    void GiveUpTheLast();
+
+    std::string first_;
+    std::optional<std::string> beyond_;  // the first calendar after those that are covered
+    std::size_t mostBytes_, size_ = 0;
+    Calendars calendars_;
+    Calendars::iterator current_ = calendars_.end();  // of the last covered row
 };
 
 }  // namespace iqrx::erp::extract

@@ -22,8 +22,9 @@ bool StartsBetween(const Rows& row, const std::string& first, const std::string&
 
 }  // namespace
 
-CalendarManager::CalendarManager(const std::filesystem::path& directory)
+CalendarManager::CalendarManager(const std::filesystem::path& directory, std::size_t indexBytes)
     : path_(directory / "calendars.csv"),
+      indexBytes_(indexBytes),
       shape_(std::make_shared<RecordShape>(CalendarFields())),
       listings_({"getUTCActualCalendarForQRXWrapper", "sizeActualCalendar", "getActualCalendarAt"}) {}
 
@@ -40,6 +41,7 @@ Value CalendarManager::Invoke(std::string_view member, std::span<Argument> argum
         ExpectArguments(arguments, 0);
         listings_.Close();
         index_.reset();
+        failure_.reset();
         file_.reset();
         return {};
     }
@@ -64,8 +66,21 @@ Elements CalendarManager::Select(std::span<const Argument> arguments) {
 Rows CalendarManager::RowsOf(const std::string& from, const std::string& to) {
     if (!file_) file_ = std::make_shared<SourceFile>(path_);
     if (from != to) return {file_, CalendarFields()};
-    if (!index_) index_.emplace(Rows(file_, CalendarFields()));
-    return {file_, CalendarFields(), index_->Find(from)};
+    return {file_, CalendarFields(), IndexFor(from).Find(from)};
+}
+
+const CalendarIndex& CalendarManager::IndexFor(const std::string& calendar) {
+    if (failure_) throw *failure_;
+    try {
+        if (!index_ || !index_->Covers(calendar)) {
+            index_.reset();
+            index_.emplace(Rows(file_, CalendarFields()), calendar, indexBytes_);
+        }
+    } catch (const platform::RuntimeError& error) {
+        failure_ = error;
+        throw;
+    }
+    return *index_;
 }
 
 }  // namespace iqrx::erp::extract

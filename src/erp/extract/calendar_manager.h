@@ -6,21 +6,26 @@
 
 #include "erp/extract/calendar_index.h"
 #include "erp/extract/paging.h"
+#include "platform/error.h"
 
 namespace iqrx::erp::extract {
 
 class CalendarManager final : public platform::Object {
 public:
-    explicit CalendarManager(const std::filesystem::path& directory);
+    explicit CalendarManager(const std::filesystem::path& directory,
+                             std::size_t indexBytes = CalendarIndex::kMostBytes);
     platform::Value Invoke(std::string_view member, std::span<platform::Argument> arguments) override;
 
 private:
     Elements Select(std::span<const platform::Argument> arguments);
     Rows RowsOf(const std::string& from, const std::string& to);
+    const CalendarIndex& IndexFor(const std::string& calendar);
 
     std::filesystem::path path_;
-    std::shared_ptr<SourceFile> file_;    // from the first listing on
-    std::optional<CalendarIndex> index_;  // from the first listing of one calendar on
+    std::size_t indexBytes_;
+    std::shared_ptr<SourceFile> file_;  // from the first listing on
+    std::optional<CalendarIndex> index_;
+    std::optional<platform::RuntimeError> failure_;  // of the index: the file would not read better a second time
     std::shared_ptr<const RecordShape> shape_;
     Listings listings_;
 };
