@@ -13,10 +13,11 @@ using platform::ObjectRef;
 
 class ExtractErp final : public Erp {
 public:
-    explicit ExtractErp(std::filesystem::path directory) : directory_(std::move(directory)) {}
+    ExtractErp(std::filesystem::path directory, Notice notice)
+        : directory_(std::move(directory)), notice_(std::move(notice)) {}
 
     ObjectRef CreateManager(const TableLayout& layout) override {
-        return std::make_shared<Manager>(directory_, layout);
+        return std::make_shared<Manager>(directory_, layout, notice_);
     }
 
     ObjectRef CreateRecord(const TableLayout& layout) override {
@@ -32,11 +33,12 @@ public:
 
 private:
     std::filesystem::path directory_;
+    Notice notice_;
 };
 
 }  // namespace
 
-std::unique_ptr<Erp> OpenExtract(const std::filesystem::path& directory) {
+std::unique_ptr<Erp> OpenExtract(const std::filesystem::path& directory, Notice notice) {
     if (directory.empty())
         Raise(platform::kPathNotFound,
               "The directory is missing from the run parameter, which takes extract=DIRECTORY");
@@ -47,7 +49,7 @@ std::unique_ptr<Erp> OpenExtract(const std::filesystem::path& directory) {
     if (error) RaiseUnreadable(Shown(directory), error);
     if (type != std::filesystem::file_type::directory)
         Raise(platform::kPathNotFound, Shown(directory) + " is not a directory");
-    return std::make_unique<ExtractErp>(directory);
+    return std::make_unique<ExtractErp>(directory, std::move(notice));
 }
 
 }  // namespace iqrx::erp::extract

@@ -39,9 +39,10 @@ const std::string* SoleFirstKey(const TableLayout& layout, std::span<const Argum
 
 }  // namespace
 
-Manager::Manager(std::filesystem::path directory, const TableLayout& layout)
+Manager::Manager(std::filesystem::path directory, const TableLayout& layout, Notice notice)
     : directory_(std::move(directory)),
       layout_(layout),
+      notice_(std::move(notice)),
       shape_(std::make_shared<RecordShape>(layout.fields)),
       listings_({"getRecordSetObjects", "sizeObjects", "getObjectsAt"}) {}
 
@@ -86,10 +87,9 @@ Value Manager::GetByStatusRange(std::span<const Argument> arguments) {
                                      [](const FieldLayout& field) { return field.status; });
     if (status == layout_.fields.end())
         Raise(platform::kNoSuchMember, "The table " + std::string(layout_.table) + " has no status field");
-    KeyRanges ranges = RangesOfKeys(arguments.first(2));
-    ranges.emplace_back(static_cast<std::size_t>(status - layout_.fields.begin()), status->kind,
-                        arguments[2].value, arguments[3].value);
-    return Select(std::move(ranges));
+    return Select(RangesOfKeys(arguments.first(2)),
+                  KeyRange(static_cast<std::size_t>(status - layout_.fields.begin()), status->kind,
+                           arguments[2].value, arguments[3].value));
 }
 
 // A pair of bounds per key field; a field without bounds is not restricted, pairs beyond the key are ignored.
@@ -103,9 +103,16 @@ KeyRanges Manager::RangesOfKeys(std::span<const Argument> bounds) const {
     return ranges;
 }
 
-Value Manager::Select(KeyRanges ranges) {
-    const auto keep = [ranges = std::move(ranges)](const Rows& row) { return Contain(ranges, row); };
-    return EnumeratorOver({{RecordsFile(), layout_.fields}, keep});
+// The first listing tells of the records outside; the next ones read the same file.
+Value Manager::Select(KeyRanges keys, std::optional<KeyRange> status) {
+    const auto outside =
+        std::make_shared<KeysOutside>(RecordsFile()->Name(), keys.size(), std::exchange(notice_, nullptr));
+    const auto keep = [keys = std::move(keys), status = std::move(status), outside](const Rows& row) {
+        if (Contain(keys, row)) return !status || status->Contains(row);
+        outside->Add(row);
+        return false;
+    };
+    return EnumeratorOver({{RecordsFile(), layout_.fields}, keep, [outside] { outside->Tell(); }});
 }
 
 Value Manager::SelectByKey(const std::string& key, KeyRanges ranges) {

@@ -6,13 +6,14 @@
 
 #include "erp/extract/key_blocks.h"
 #include "erp/extract/key_range.h"
+#include "erp/extract/keys_outside.h"
 #include "erp/extract/paging.h"
 
 namespace iqrx::erp::extract {
 
 class Manager final : public platform::Object {
 public:
-    Manager(std::filesystem::path directory, const TableLayout& layout);
+    Manager(std::filesystem::path directory, const TableLayout& layout, Notice notice);
 
     // SetRunParameter, CloseManager, GetByKeyRange, GetByStatusRange, ListObjects.
     platform::Value Invoke(std::string_view member, std::span<platform::Argument> arguments) override;
@@ -26,13 +27,14 @@ private:
     platform::Value GetByStatusRange(std::span<const platform::Argument> arguments);
     platform::Value ListObjects(std::span<platform::Argument> arguments);
     KeyRanges RangesOfKeys(std::span<const platform::Argument> bounds) const;
-    platform::Value Select(KeyRanges ranges);
+    platform::Value Select(KeyRanges keys, std::optional<KeyRange> status = {});
     platform::Value SelectByKey(const std::string& key, KeyRanges ranges);
     platform::Value EnumeratorOver(Records records) const;
     Elements ElementsAfter(std::span<const platform::Argument> key);
 
     std::filesystem::path directory_;
     TableLayout layout_;
+    Notice notice_;  // until the first listing
     std::shared_ptr<const RecordShape> shape_;
     Listings listings_;
     std::shared_ptr<SourceFile> file_;    // from the first request on

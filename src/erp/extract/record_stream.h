@@ -22,13 +22,15 @@ class Records final : public RecordStream {
 public:
     using Keep = std::function<bool(const Rows& row)>;
 
-    Records(Rows rows, Keep keep);
+    // `atEnd` is called once, when there are no more rows.
+    Records(Rows rows, Keep keep, std::function<void()> atEnd = {});
     bool Read(Record& record) override;
     const Rows& Row() const { return rows_; }
 
 private:
     Rows rows_;
     Keep keep_;
+    std::function<void()> atEnd_;
 };
 
 // An enumeration over a stream. It looks one record ahead, and fills a record again once nobody else holds
