@@ -74,7 +74,9 @@ struct ServiceErp : erp::Erp, erp::ErpProvider {
     ObjectRef CreateManager(const erp::TableLayout&) override { return {}; }
     ObjectRef CreateRecord(const erp::TableLayout&) override { return {}; }
     ObjectRef CreateObject(std::string_view) override { return std::make_shared<Service>(); }
-    std::unique_ptr<erp::Erp> Open(const std::string&) override { return std::make_unique<ServiceErp>(); }
+    std::unique_ptr<erp::Erp> Open(const std::string&, const erp::Notice&) override {
+        return std::make_unique<ServiceErp>();
+    }
 };
 
 struct FixedMachine : Clock, Locale, TimeZone, MessageBox, XmlDocumentFactory, TextFiles, ObjectFactory {

@@ -30,7 +30,7 @@ void Add(platform::Long& counter, platform::Long amount) {
 }
 
 erp::Erp& CopyRun::Erp(const std::string& runParameter) {
-    if (!erp_) erp_ = process.erps.Open(runParameter);
+    if (!erp_) erp_ = process.erps.Open(runParameter, notice_);
     return *erp_;
 }
 

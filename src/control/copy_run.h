@@ -22,6 +22,8 @@ enum SyncMethod : platform::Integer { kFull = 1, kIncremental = 2 };
 
 struct CopyRun {
     explicit CopyRun(Process& owner) : process(owner) {}
+    CopyRun(const CopyRun&) = delete;
+    CopyRun& operator=(const CopyRun&) = delete;
 
     runtime::DatabaseSession& Database() { return process.database; }
     const runtime::SqlLiterals& Literals() { return process.database.Literals(); }
@@ -33,6 +35,7 @@ struct CopyRun {
     std::unique_ptr<platform::TextStream> calcodesFile;  // between CreateCalcodesFile and CloseCalcodesFile
 
 private:
+    const erp::Notice notice_ = [this](const std::string& text) { process.runLog.LogNotice(text); };
     std::unique_ptr<erp::Erp> erp_;
 };
 

@@ -1,6 +1,7 @@
 // The ERP as the copy sees it: classes reached late-bound, created per table or by ProgID.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -45,12 +46,16 @@ public:
     virtual platform::ObjectRef CreateObject(std::string_view progId) = 0;
 };
 
+// Is told, in one line, what does not stop a copy but should be known.
+using Notice = std::function<void(const std::string& text)>;
+
 // Finds the ERP that a request's run parameter names.
 class ErpProvider {
 public:
     virtual ~ErpProvider() = default;
-    // Raises RuntimeError when the text names no ERP that this machine can reach.
-    virtual std::unique_ptr<Erp> Open(const std::string& runParameter) = 0;
+    // `notice` must live as long as the ERP. Raises RuntimeError when the text names no ERP that this machine can
+    // reach.
+    virtual std::unique_ptr<Erp> Open(const std::string& runParameter, const Notice& notice) = 0;
 };
 
 }  // namespace iqrx::erp

@@ -44,8 +44,10 @@ struct CountsListener : control::DataCopyEvents {
     Result& result;
 };
 
-const char* Word(Outcome outcome) {
-    switch (outcome) {
+// A run that logged an error has failed, though it may have gone on to its end.
+const char* Word(const Result& result) {
+    if (!result.cause.empty()) return "failed";
+    switch (result.outcome) {
         case Outcome::Complete:
             return "completed";
         case Outcome::AlreadyInProgress:
@@ -110,7 +112,7 @@ void ShowTable(const std::vector<Result>& results, std::ostream& out) {
     for (const Result& result : results) {
         out << std::left << std::setw(10) << result.table << std::right << std::setw(10) << result.inserted
             << std::setw(10) << result.updated << std::setw(10) << result.deleted << std::setw(10)
-            << std::fixed << std::setprecision(2) << result.seconds << "  " << Word(result.outcome);
+            << std::fixed << std::setprecision(2) << result.seconds << "  " << Word(result);
         if (!result.cause.empty()) out << ": " << result.cause;
         out << '\n';
     }
@@ -118,11 +120,11 @@ void ShowTable(const std::vector<Result>& results, std::ostream& out) {
 }
 
 hosting::ExitCode Worst(const std::vector<Result>& results) {
-    const auto any = [&](Outcome outcome) {
-        return std::ranges::count(results, outcome, &Result::outcome) > 0;
+    const auto any = [&](std::string_view word) {
+        return std::ranges::any_of(results, [&](const Result& result) { return Word(result) == word; });
     };
-    if (any(Outcome::Error) || any(Outcome::None)) return hosting::kFailed;
-    return any(Outcome::AlreadyInProgress) ? hosting::kTableInUse : hosting::kCompleted;
+    if (any("failed")) return hosting::kFailed;
+    return any("in use") ? hosting::kTableInUse : hosting::kCompleted;
 }
 
 }  // namespace
@@ -137,7 +139,7 @@ hosting::ExitCode Copy(hosting::Composition& parts, const Options& options, cons
     for (const Integer id : IdsOf(process.catalog, copy)) {
         progress.Begin(process.catalog.GetTableName(id));
         results.push_back(CopyOne(process, options, copy, id));
-        progress.End(Word(results.back().outcome));
+        progress.End(Word(results.back()));
     }
     ShowTable(results, out);
     return Worst(results);

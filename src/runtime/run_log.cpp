@@ -60,6 +60,13 @@ void RunLog::LogTableCounts(const std::string& table, platform::Long first, plat
     Append(entry.Text());
 }
 
+void RunLog::LogNotice(const std::string& text) {
+    Entry entry(machine_);
+    entry.Print(DateTimeLine(machine_, messages_));
+    entry.Print(text);
+    Append(entry.Text());
+}
+
 void RunLog::SetLogFileName(std::string path) {
     logFileName_ = std::move(path);
     firstError_.clear();

@@ -31,6 +31,9 @@ public:
     void LogTableCounts(const std::string& table, platform::Long first, platform::Long second,
                         platform::Long third);
 
+    // What does not stop the copy but should be known.
+    void LogNotice(const std::string& text);
+
     // The text, what the provider said of it, and the run-time error itself.
     void LogError(const std::string& text, const platform::RuntimeError& error);
 

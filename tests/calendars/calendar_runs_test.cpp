@@ -25,7 +25,7 @@ struct EmbeddedDatabase : platform::DatabaseProvider {
 };
 
 struct ExtractErp : erp::ErpProvider {
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter) override {
+    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice&) override {
         return erp::extract::OpenExtract(runParameter);
     }
 };

@@ -18,7 +18,7 @@ using ::testing::IsEmpty;
 
 class ExtractProvider : public erp::ErpProvider {
 public:
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter) override {
+    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice&) override {
         return erp::extract::OpenExtract(runParameter);
     }
 };

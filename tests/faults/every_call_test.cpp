@@ -36,7 +36,7 @@ struct EmbeddedDatabases : platform::DatabaseProvider {
 };
 
 struct ExtractErps : erp::ErpProvider {
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter) override {
+    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice&) override {
         return erp::extract::OpenExtract(runParameter);
     }
 };

@@ -37,6 +37,12 @@ TEST_F(Logs, LeaveOutSecondAndThirdCountsOfZero) {
               "On 2026-03-04 at 05:06:07\n\"Inserted tsmdm030 - -1\"\n\"Deleted tsmdm030 -  5\"\n");
 }
 
+TEST_F(Logs, WriteANoticeAfterTheTime) {
+    process.runLog.LogNotice("3 records lie outside");
+    EXPECT_EQ(RunLog(), "On 2026-03-04 at 05:06:07\n3 records lie outside\n");
+    EXPECT_EQ(process.runLog.FirstError(), "");
+}
+
 TEST_F(Logs, AppendTheRunsOfADayInOrder) {
     process.runLog.LogTableCounts("a", 1, 0, 0);
     process.runLog.SetLogFileName((directory.path / "run.log").string());

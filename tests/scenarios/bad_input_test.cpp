@@ -437,6 +437,15 @@ TEST_F(BadLogDirectory, StillLeavesAFailureOnStandardError) {
     ExpectFree();
 }
 
+TEST_F(BadExtract, WithKeysOutsideTheRangeIsCopiedAndTold) {
+    GivenExtract("tsmdm030.csv", std::string(kServiceTypes) +
+                                     "\n\xC3\x84"
+                                     "1,Outside,,,1");
+    EXPECT_EQ(Service(FullCopy()).exitCode, 0);
+    EXPECT_THAT(Rows(kSelectServiceTypes), SizeIs(3));
+    EXPECT_THAT(RunLog("tsmdm030"), HasSubstr("tsmdm030.csv: 1 record lies outside the key range"));
+}
+
 // What somebody else can put in the place of a log must neither be written through nor waited for.
 TEST_F(BadLogDirectory, WithALinkInTheLogsPlaceLeavesTheLinksTargetAlone) {
     GivenFile(directory / "precious", "precious");

@@ -158,9 +158,9 @@ std::unique_ptr<Connection> FaultingDatabases::CreateConnection(std::string_view
     return std::make_unique<FaultingConnection>(databases_.CreateConnection(connectionString), faults_);
 }
 
-std::unique_ptr<erp::Erp> FaultingErps::Open(const std::string& runParameter) {
+std::unique_ptr<erp::Erp> FaultingErps::Open(const std::string& runParameter, const erp::Notice& notice) {
     return faults_.Pass("Open ERP", [&]() -> std::unique_ptr<erp::Erp> {
-        return std::make_unique<FaultingErp>(erps_.Open(runParameter), faults_);
+        return std::make_unique<FaultingErp>(erps_.Open(runParameter, notice), faults_);
     });
 }
 

@@ -65,7 +65,7 @@ private:
 class FaultingErps : public erp::ErpProvider {
 public:
     FaultingErps(erp::ErpProvider& erps, Faults& faults) : erps_(erps), faults_(faults) {}
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter) override;
+    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice& notice) override;
 
 private:
     erp::ErpProvider& erps_;

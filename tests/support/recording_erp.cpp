@@ -87,7 +87,7 @@ ObjectRef RecordingErp::CreateObject(std::string_view progId) {
     return std::make_shared<FakeObject>(ShortName(progId), &calls);
 }
 
-std::unique_ptr<erp::Erp> RecordingErp::Open(const std::string& runParameter) {
+std::unique_ptr<erp::Erp> RecordingErp::Open(const std::string& runParameter, const erp::Notice&) {
     if (onOpen) return onOpen(runParameter);
     return std::make_unique<ErpHandle>(*this);
 }

@@ -50,7 +50,7 @@ public:
     platform::ObjectRef CreateRecord(const erp::TableLayout& layout) override;
     platform::ObjectRef CreateObject(std::string_view progId) override;
     // erp::ErpProvider
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter) override;
+    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice&) override;
 
     std::vector<std::string> calls;
     bool logGetters = false;  // getters of records and elements are logged, too

@@ -125,7 +125,7 @@ private:
 // Learns a table's layout from the copy itself, which hands it to the first manager that it asks for.
 class LayoutOnly : public erp::ErpProvider {
 public:
-    std::unique_ptr<erp::Erp> Open(const std::string&) override {
+    std::unique_ptr<erp::Erp> Open(const std::string&, const erp::Notice&) override {
         struct Asked : erp::Erp {
             explicit Asked(std::map<std::string, erp::TableLayout>& layouts) : layouts(layouts) {}
             ObjectRef CreateManager(const erp::TableLayout& layout) override {

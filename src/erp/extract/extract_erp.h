@@ -4,9 +4,7 @@
 #pragma once
 
 #include <filesystem>
-#include <functional>
 #include <memory>
-#include <string>
 
 #include "erp/erp.h"
 
@@ -14,8 +12,6 @@ namespace iqrx::erp::extract {
 
 // Raises RuntimeError that names the directory when there is none. Everything that its objects raise later
 // has the source "ERP extract" and names the file, for a malformed row its line and column too.
-// `notice` is told, in one line, what does not stop a copy but should be known.
-std::unique_ptr<Erp> OpenExtract(const std::filesystem::path& directory,
-                                 std::function<void(const std::string& text)> notice = {});
+std::unique_ptr<Erp> OpenExtract(const std::filesystem::path& directory, Notice notice = {});
 
 }  // namespace iqrx::erp::extract

@@ -34,14 +34,14 @@ public:
 
 class ErpChooser : public erp::ErpProvider {
 public:
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter) override {
+    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice& notice) override {
         constexpr std::string_view kExtract = "extract=";
         if (!runParameter.starts_with(kExtract))
             platform::RaiseRuntimeError(
                 platform::kInvalidProcedureCall,
                 "the run parameter \"" + runParameter +
                     "\" names no ERP that this system can reach; it takes extract=DIRECTORY");
-        return erp::extract::OpenExtract(runParameter.substr(kExtract.size()));
+        return erp::extract::OpenExtract(runParameter.substr(kExtract.size()), notice);
     }
 };
 

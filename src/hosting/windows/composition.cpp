@@ -20,10 +20,11 @@ class ErpChooser : public erp::ErpProvider {
 public:
     explicit ErpChooser(platform::ObjectFactory& objects) : objects_(objects) {}
 
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter) override {
+    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice& notice) override {
         constexpr std::string_view kExtract = "extract=";
         if (runParameter.starts_with(kExtract))
-            return erp::extract::OpenExtract(platform::windows::Wide(runParameter.substr(kExtract.size())));
+            return erp::extract::OpenExtract(platform::windows::Wide(runParameter.substr(kExtract.size())),
+                                             notice);
         return erp::com::OpenComErp(objects_,
                                     platform::windows::ProgramFile().parent_path() / "ErpClasses.ini");
     }
