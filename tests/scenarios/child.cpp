@@ -69,9 +69,19 @@ Child::~Child() {
     fs::remove(err_, ignored);
 }
 
+bool Child::HasEnded() {
+    int status = 0;
+    if (!status_ && waitpid(process_, &status, WNOHANG) == process_) status_ = status;
+    return status_.has_value();
+}
+
 Finished Child::Wait() {
     int status = 0;
-    waitpid(std::exchange(process_, -1), &status, 0);
+    if (status_)
+        status = *status_;
+    else
+        waitpid(process_, &status, 0);
+    process_ = -1;
     Finished finished;
     finished.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     finished.out = ReadText(out_);

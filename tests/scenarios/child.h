@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,11 +28,13 @@ public:
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
+    bool HasEnded();  // without waiting for it
     Finished Wait();
     void Kill();  // as a crash: no handler of the process runs
 
 private:
     pid_t process_ = -1;
+    std::optional<int> status_;  // of a process that was seen to have ended
     std::filesystem::path out_, err_;
 };
 

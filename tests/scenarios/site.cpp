@@ -94,7 +94,7 @@ Finished Site::BareQrxctl(std::vector<std::string> arguments, const Environment&
     return RunToEnd(arguments, directory, environment);
 }
 
-std::vector<std::string> Site::Rows(const std::string& sql) const {
+std::vector<std::string> Site::RowsOf(const fs::path& database, const std::string& sql) {
     const Database handle = OpenDatabase(database);
     std::vector<std::string> rows;
     const auto keep = [](void* into, int columns, char** cells, char**) {

@@ -51,7 +51,8 @@ protected:
     Finished BareQrxctl(std::vector<std::string> arguments, const Environment& environment = {}) const;
 
     // What a reading application finds: a line per row, cells joined by '|', NULL for Null.
-    std::vector<std::string> Rows(const std::string& sql) const;
+    std::vector<std::string> Rows(const std::string& sql) const { return RowsOf(database, sql); }
+    static std::vector<std::string> RowsOf(const fs::path& database, const std::string& sql);
     std::string Cell(const std::string& sql) const;
     void Execute(const std::string& sql) const;
     std::string LastUpdate(const std::string& table) const;
