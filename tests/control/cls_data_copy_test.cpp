@@ -227,6 +227,15 @@ TEST_F(Driver, ReportsAnErrorWhenTheDatabaseCannotBeOpened) {
     EXPECT_EQ(process.runLog.FirstError(), "no such server");
 }
 
+// The connection of the request before is gone, and what it had to say with it.
+TEST_F(Driver, LogsAnErrorBeforeTheSecondRequestOfAProcessHasAConnection) {
+    Start(2);
+    EXPECT_EQ(Start(129), control::Outcome::Error);
+    database.WhenConnected({-2147467259, "driver", "no such server"});
+    EXPECT_EQ(Start(2), control::Outcome::Error);
+    EXPECT_THAT(Contents(LogNamed("COUNTED")), HasSubstr("no such server"));
+}
+
 TEST_F(Driver, RaisesNoSecondOutcomeWhenTheFilterParameterIsMissing) {
     database.WhenOpened("SELECT tvkparam FROM tsparameters", Rows{{"tvkparam"}, {}});
     EXPECT_EQ(Start(2), control::Outcome::Complete);

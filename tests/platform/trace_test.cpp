@@ -5,6 +5,7 @@
 #include "platform/date.h"
 #include "platform/error.h"
 #include "platform/trace/tracing_database.h"
+#include "support/faults.h"
 #include "support/test_process.h"
 
 namespace iqrx::platform::trace {
@@ -126,6 +127,22 @@ TEST_F(StatementTrace, IsAppendedToByTheNextRun) {
     connection->Execute("second");
     EXPECT_EQ(Written(), (Lines{R"({"op":"execute","sql":"first","affected":0})",
                                 R"({"op":"execute","sql":"second","affected":0})"}));
+}
+
+TEST_F(StatementTrace, HoldsTheRowsThatFailWhenTheyAreSentAtTheEnd) {
+    testing::Faults faults;
+    testing::FaultingDatabases faulting(database, faults);
+    provider = std::make_unique<TracingDatabaseProvider>(faulting, files, file);
+    connection = provider->CreateConnection("x");
+    connection->Open("x");
+    auto rows = Opened("select * from tcccp031 WHERE  1=0");
+    faults.Arm(1, testing::Faults::When::AfterItsEffect);
+
+    EXPECT_THROW(rows->Close(), RuntimeError);
+
+    EXPECT_EQ(Written().back(),
+              std::string(R"({"op":"addnew","sql":"select * from tcccp031 WHERE  1=0","error":")") +
+                  testing::Faults::kText + "\"}");
 }
 
 TEST(StatementTraces, ThatCannotBeWrittenAreAnErrorThatNamesTheFile) {

@@ -37,6 +37,7 @@ TEST_F(Session, SetsOraclesSchemaByStatement) {
     EXPECT_EQ(session.CurrentDatabase(), "SCHED");
     session.OpenDatabase("the string", "");
     EXPECT_EQ(database.executed.size(), 1U) << "no statement without a name";
+    EXPECT_EQ(session.CurrentDatabase(), "") << "that of the session before is gone";
 }
 
 TEST_F(Session, LetsTheErrorOfOpenReachItsCaller) {

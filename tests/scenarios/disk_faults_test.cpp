@@ -58,6 +58,7 @@ TEST_P(AFailingDisk, IsToldAndMendedByTheNextRun) {
                                    DiskFault{"truncate", "ENOSPC", true}}) {
         BackToTheMorning();
         EXPECT_EQ(CopyWith(fault, 0).exitCode, 0);
+        ASSERT_GT(Calls(), 0) << "no " << fault.kind << " at all";
         const int calls = Calls(), rounds = std::min(calls, Rounds(2));
         for (int round = 0; round < rounds; ++round) {
             const int at = 1 + round * calls / rounds;

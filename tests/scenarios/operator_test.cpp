@@ -202,6 +202,19 @@ TEST_F(TheTool, AnswersTheWorstOfItsRequests) {
                 ::testing::ContainsRegex("tsmdm030 +3 .*completed"));  // those after a failure are copied
 }
 
+TEST_F(TheTool, LeavesTheLastUpdateOfATableInUseToWhoeverCopiesIt) {
+    Execute("UPDATE tstables SET in_use = 1, lutm = '2025-06-21 00:00:00' WHERE tablename = 'tsmdm030'");
+    EXPECT_EQ(Qrxctl({"copy", "tsmdm030", "--incremental", "--since", "2025-06-20"}).exitCode, 2);
+    EXPECT_EQ(LastUpdate("tsmdm030"), "2025-06-21 00:00:00");
+}
+
+TEST_F(TheTool, FailsAndSaysWhyWhereACopyOfCalendarsCannotReachItsErp) {
+    const Finished run = BareQrxctl({"copy", "tcccp030", "--full", "--connection", Connection(), "--erp",
+                                     "extract=/nosuch", "--log-dir", logs.string()});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.out, HasSubstr("failed: The extract directory /nosuch does not exist"));
+}
+
 TEST_F(TheTool, SaysThatADatabaseWasNeverInitialised) {
     fs::remove(database);
     const Finished missing = Qrxctl({"copy", "--all", "--full"});

@@ -45,6 +45,16 @@ TEST_F(TheService, AnswersOneForAFailedCopyAndNamesTheCause) {
     EXPECT_THAT(run.err, IsOneLineWith("tsmdm030.csv, line 2, column 'dahe'"));
 }
 
+TEST_F(TheService, TurnsCalendarRunsAwayWhileTheCalendarsAreInUse) {
+    Execute("UPDATE tstables SET in_use = 1 WHERE tablename = 'tcccp030'");
+    for (const char* table : {"18", "98", "99"}) {
+        Request request = FullCopy();
+        request.table = table;
+        EXPECT_EQ(Service(request).exitCode, 2) << table;
+    }
+    EXPECT_TRUE(InUse("tcccp030"));
+}
+
 TEST_F(TheService, AnswersTwoForATableInUseAndLeavesItLocked) {
     GivenTableInUse();
     EXPECT_EQ(Service(FullCopy()).exitCode, 2);

@@ -40,6 +40,14 @@ private:
     sigset_t brokenPipe_, before_;
 };
 
+// Waits for the reader of a FIFO, whatever signal arrives meanwhile.
+int OpenForAppending(const std::filesystem::path& file) {
+    for (;;) {
+        const int descriptor = open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
+        if (descriptor >= 0 || errno != EINTR) return descriptor;
+    }
+}
+
 std::string JsonArguments(std::span<const Argument> arguments) {
     std::string json;
     for (const Argument& argument : arguments)
@@ -56,8 +64,7 @@ std::string CallLine(std::string_view member, std::span<const Argument> argument
 class InstanceLines {
 public:
     explicit InstanceLines(const std::filesystem::path& file)
-        : name_(file.string()),
-          descriptor_(open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644)) {
+        : name_(file.string()), descriptor_(OpenForAppending(file)) {
         if (descriptor_ < 0)
             RaiseRuntimeError(kCannotCreateObject,
                               "the instance file " + name_ + " cannot be written: " + LastError());

@@ -1,7 +1,11 @@
 #include "platform/posix/instance_registry.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <future>
@@ -115,6 +119,54 @@ TEST_F(Registry, SpeaksToTheReaderOfAFifo) {
     }
     EXPECT_EQ(read.get(),
               "{\"call\":\"getInstance\",\"args\":[3]}\n{\"set\":\"CurrentInstanceNumber\",\"value\":3}\n");
+}
+
+void Interrupted(int) {}
+
+// A timer that interrupts whatever call waits, again and again.
+class Interruptions {
+public:
+    Interruptions() {
+        struct sigaction action {};
+        action.sa_handler = Interrupted;  // without SA_RESTART
+        sigaction(SIGALRM, &action, &before_);
+        constexpr suseconds_t kFiveMilliseconds = 5000;
+        const itimerval often{{0, kFiveMilliseconds}, {0, kFiveMilliseconds}};
+        setitimer(ITIMER_REAL, &often, nullptr);
+    }
+    ~Interruptions() {
+        const itimerval never{};
+        setitimer(ITIMER_REAL, &never, nullptr);
+        sigaction(SIGALRM, &before_, nullptr);
+    }
+    Interruptions(const Interruptions&) = delete;
+    Interruptions& operator=(const Interruptions&) = delete;
+
+private:
+    struct sigaction before_ {};
+};
+
+TEST_F(Registry, IsNotDisturbedByASignalWhileItWaitsForItsReader) {
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    const std::string text(100'000, 'x');  // more than a FIFO holds
+    const pid_t reader = fork();
+    if (reader == 0) {
+        usleep(100'000);
+        std::ifstream stream(file);
+        usleep(100'000);
+        const std::string all{std::istreambuf_iterator<char>(stream), {}};
+        _exit(all.find(text) != std::string::npos ? 0 : 1);
+    }
+    {
+        const Interruptions interruptions;
+        InstanceRegistryFactory factory(file);
+        Value number = Integer{3};
+        const Value instance = Call(*factory.CreateObject(kRegistry), "getInstance", ByRef{number});
+        EXPECT_NO_THROW(Call(*ToObject(instance), "writeToMessageBox", text, Date{}));
+    }
+    int status = -1;
+    waitpid(reader, &status, 0);
+    EXPECT_EQ(status, 0);
 }
 
 TEST_F(Registry, RaisesWhenTheReaderOfAFifoHasLeft) {

@@ -1,6 +1,8 @@
 // Units and exclusive sections: what stands or falls together, and what is told of writes that were lost.
 #include <gmock/gmock.h>
+#include <signal.h>
 #include <sqlite3.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 
 #include "fixture.h"
@@ -96,6 +98,79 @@ TEST_F(Frames, AFailingExclusiveSectionLeavesNothingAndGoesOutOfTheWay) {
     EXPECT_THAT(Kept(), IsEmpty());
     EXPECT_TRUE(AForeignWriterGetsIn());
     EXPECT_EQ(Execute("INSERT INTO t (k,v) VALUES(3,N'after')"), 1);
+}
+
+// Files as long as they are now and no longer, as on a full disk, in a process of its own. Ends with 0 when
+// `body` returns true.
+template <class Body>
+int WithoutRoomToGrow(Body body) {
+    const pid_t child = fork();
+    if (child == 0) {
+        signal(SIGXFSZ, SIG_IGN);
+        _exit(body([](rlim_t bytes) {
+            rlimit limit{};
+            getrlimit(RLIMIT_FSIZE, &limit);
+            limit.rlim_cur = bytes;
+            setrlimit(RLIMIT_FSIZE, &limit);
+        })
+                  ? 0
+                  : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    return status;
+}
+
+template <class Work>
+bool Loses(Work work) {
+    try {
+        work();
+        return false;
+    } catch (const WritesLost&) {
+        return true;
+    }
+}
+
+TEST_F(Frames, AGroupThatCannotBeCommittedIsRaisedOnceByCommitAndTheConnectionGoesOn) {
+    EXPECT_EQ(WithoutRoomToGrow([&](auto limitFiles) {
+                  auto own = Connect();
+                  own->Execute("INSERT INTO t (k,v) VALUES(1,N'" + std::string(500'000, 'x') + "')");
+                  limitFiles(100'000);
+                  const bool lost = Loses([&] { own->Commit(); });
+                  limitFiles(RLIM_INFINITY);
+                  own->Commit();
+                  own->Execute("INSERT INTO t (k,v) VALUES(2,N'x')");
+                  own->Commit();
+                  return lost;
+              }),
+              0);
+    EXPECT_THAT(Kept(), ElementsAre("2"));
+}
+
+TEST_F(Frames, WhatTheDatabaseTookBackByItselfIsRaisedUntilCommitHasRaisedIt) {
+    ApplySqliteScript(file, "CREATE TABLE strict(k INTEGER PRIMARY KEY ON CONFLICT ROLLBACK)");
+    Execute("INSERT INTO t (k,v) VALUES(1,N'x')");
+    Execute("INSERT INTO strict (k) VALUES(1)");
+
+    EXPECT_THAT(ErrorOf("INSERT INTO strict (k) VALUES(1)"), HasSubstr("UNIQUE"));
+
+    EXPECT_TRUE(Loses([&] { Execute("INSERT INTO t (k,v) VALUES(2,N'x')"); }));
+    EXPECT_THAT(Db().LastErrors().at(0).description,
+                HasSubstr("writes that were reported done before are lost"));
+    EXPECT_TRUE(Loses([&] { Select("SELECT * FROM t"); }));
+    EXPECT_TRUE(Loses([&] { Db().Commit(); }));
+    EXPECT_EQ(Execute("INSERT INTO t (k,v) VALUES(3,N'x')"), 1);
+    Db().Commit();
+    EXPECT_THAT(Kept(), ElementsAre("3"));
+}
+
+TEST_F(Frames, ALossIsNotTakenForThatOfStatisticsOrOfAClosing) {
+    ApplySqliteScript(file, "CREATE TABLE strict(k INTEGER PRIMARY KEY ON CONFLICT ROLLBACK)");
+    Execute("INSERT INTO strict (k) VALUES(1)");
+    ErrorOf("INSERT INTO strict (k) VALUES(1)");
+
+    EXPECT_TRUE(Loses([&] { Execute("UPDATE STATISTICS t"); }));
+    EXPECT_TRUE(Loses([&] { Db().Commit(); })) << "whoever ignores the failure of statistics hears of it here";
 }
 
 TEST_F(Frames, CommitKeepsWhatWasReportedDone) {

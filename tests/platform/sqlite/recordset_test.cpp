@@ -157,6 +157,21 @@ TEST_F(Recordsets, GoOnWhileTheConnectionWritesAndCommits) {
     EXPECT_THAT(Rows("SELECT ccal FROM tcccp030", 1), ElementsAre("late", "later"));
 }
 
+TEST_F(Recordsets, KeepTheirViewWhateverOthersDoMeanwhile) {
+    FillCalendars();
+    auto rows = Select("SELECT * FROM tcccp030");
+    auto other = Connect();
+    other->Execute("DELETE FROM tcccp030");
+    other->Close();
+
+    int read = 0;
+    for (; !rows->Eof(); rows->MoveNext()) ++read;
+    EXPECT_EQ(read, kManyRows);
+    EXPECT_EQ(rows->RecordCount(), kManyRows);
+    rows->MoveFirst();
+    EXPECT_EQ(rows->Field("ccal"), Value("0"));
+}
+
 TEST_F(Recordsets, SeeWhatTheConnectionWroteBeforeTheyWereOpened) {
     FillCalendars();
     Execute("UPDATE tcccp030 SET ustm = NULL");
