@@ -95,4 +95,26 @@ std::vector<std::vector<Value>> DatabaseContract::Items() {
     return rows;
 }
 
+std::string FrameContract::Insert(int id) {
+    return "INSERT INTO items (id, name) VALUES (" + std::to_string(id) + ", 'old')";
+}
+
+void FrameContract::Add(int id) {
+    auto target = Open("SELECT * FROM items WHERE 1=0", CursorType::Keyset, LockType::Optimistic);
+    target->AddNew();
+    target->SetField(0, Long{id});
+    target->Update();
+    target->Close();
+}
+
+std::vector<int> FrameContract::KeysThatOthersSee() {
+    std::vector<int> keys;
+    const auto other = Connect();
+    const auto rows = other->CreateRecordset();
+    for (rows->Open("SELECT id FROM items ORDER BY id", CursorType::ForwardOnly, LockType::ReadOnly);
+         !rows->Eof(); rows->MoveNext())
+        keys.push_back(ToLong(rows->Field(0)));
+    return keys;
+}
+
 }  // namespace iqrx::testing

@@ -84,7 +84,25 @@ protected:
     SharedRows items;  // what the fake is told
 };
 
-// The contract of the adapters that reach a server.
-class ServerContract : public DatabaseContract {};
+// Commit and exclusive sections.
+class FrameContract : public DatabaseContract {
+protected:
+    static std::string Insert(int id);  // of an item
+    void Add(int id);                   // the same through a recordset
+    // The ids of the items that a connection of its own finds.
+    std::vector<int> KeysThatOthersSee();
+};
+
+// Exclusive sections of two connections at the same moment.
+class LockContract : public FrameContract {};
+
+// Adapters that group writes.
+class GroupContract : public FrameContract {};
+
+// Adapters that group writes for long, on servers on which a commit may fail by itself.
+class LateFailureContract : public FrameContract {};
+
+// Adapters that reach a server.
+class ServerContract : public FrameContract {};
 
 }  // namespace iqrx::testing

@@ -456,6 +456,7 @@ TEST_P(DatabaseContract, IsClosedOnceAndForAll) {
 
 TEST_P(ServerContract, ReportsALostConnectionAndCloses) {
     GivenItems({Item(1), Item(2)});
+    connection->Commit();
     auto source = Open("SELECT * FROM items");
     auto target = Open("SELECT * FROM items WHERE 1=0", CursorType::Keyset, LockType::Optimistic);
     target->AddNew();

@@ -40,6 +40,9 @@ private:
 const AdapterMaker kEmbedded{[] { return std::make_unique<Embedded>(); }, [] { return std::string(); }};
 
 INSTANTIATE_TEST_SUITE_P(Embedded, DatabaseContract, ::testing::Values(kEmbedded));
+INSTANTIATE_TEST_SUITE_P(Embedded, FrameContract, ::testing::Values(kEmbedded));
+INSTANTIATE_TEST_SUITE_P(Embedded, LockContract, ::testing::Values(kEmbedded));
+INSTANTIATE_TEST_SUITE_P(Embedded, GroupContract, ::testing::Values(kEmbedded));
 
 }  // namespace
 }  // namespace iqrx::testing

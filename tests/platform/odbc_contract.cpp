@@ -21,6 +21,10 @@ namespace {
 // Keys of the connection string that every adapter here is tried with.
 constexpr const char* kEachByItself = "";
 constexpr const char* kGrouped = ";Commit Interval=20";
+constexpr const char* kGroupedForLong = ";Commit Interval=600000";  // until something else ends the group
+// The SQLite driver lets two that want to write after they read wait for each other until its time is over.
+constexpr const char* kShortWait = ";Timeout=30";
+constexpr const char* kGroupedShortWait = ";Timeout=30;Commit Interval=20";
 
 class OdbcSqlite : public Adapter {
 public:
@@ -102,6 +106,16 @@ AdapterMaker Postgres(const char* keys) {
 
 INSTANTIATE_TEST_SUITE_P(OdbcSqlite, DatabaseContract,
                          ::testing::Values(Sqlite(kEachByItself), Sqlite(kGrouped)));
+INSTANTIATE_TEST_SUITE_P(OdbcSqlite, FrameContract, ::testing::Values(Sqlite(kEachByItself), Sqlite(kGrouped)));
+INSTANTIATE_TEST_SUITE_P(OdbcSqlite, LockContract,
+                         ::testing::Values(Sqlite(kShortWait), Sqlite(kGroupedShortWait)));
+INSTANTIATE_TEST_SUITE_P(OdbcSqlite, GroupContract, ::testing::Values(Sqlite(kGrouped)));
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, FrameContract,
+                         ::testing::Values(Postgres(kEachByItself), Postgres(kGrouped)));
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, LockContract,
+                         ::testing::Values(Postgres(kEachByItself), Postgres(kGrouped)));
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, GroupContract, ::testing::Values(Postgres(kGrouped)));
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, LateFailureContract, ::testing::Values(Postgres(kGroupedForLong)));
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, DatabaseContract,
                          ::testing::Values(Postgres(kEachByItself), Postgres(kGrouped)));
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, ServerContract,

@@ -13,7 +13,7 @@ namespace iqrx::testing {
 
 namespace {
 
-constexpr int kBatch = 1, kReply = 4, kCancel = 6, kLogin = 16, kPrelogin = 18;
+constexpr int kBatch = 1, kReply = 4, kCancel = 6, kTransaction = 14, kLogin = 16, kPrelogin = 18;
 constexpr std::uint16_t kMore = 1, kFailed = 2, kCounted = 0x10, kCancelled = 0x20;
 constexpr std::size_t kHeader = 8, kPacket = 4096;
 
@@ -213,6 +213,7 @@ std::string TdsServer::Answer(int kind, const std::string& message) {
         texts_.push_back("(cancel)");
         return TdsReply().Cancelled().Bytes();
     }
+    if (kind == kTransaction) return AnswerTransaction(message);
     if (kind != kBatch) return TdsReply().NoCount().Bytes();
     const std::size_t headers = ReadLittle(message, 0, 4);
     const std::string text = ReadWide(message, headers, (message.size() - headers) / 2);
@@ -220,6 +221,28 @@ std::string TdsServer::Answer(int kind, const std::string& message) {
     texts_.push_back(text);
     const auto told = replies_.find(text);
     return told == replies_.end() ? TdsReply().NoCount().Bytes() : told->second;
+}
+
+// A commit or rollback may begin the next transaction at once.
+std::string TdsServer::AnswerTransaction(const std::string& message) {
+    constexpr std::uint32_t kBegin = 5, kCommit = 7;
+    constexpr int kBegun = 8, kCommitted = 9, kRolledBack = 10;
+    const std::string identity("\1\0\0\0\0\0\0\0", 8);
+    const auto change = [&](int what, const std::string& now, const std::string& before) {
+        return Token(0xE3, static_cast<char>(what) + (static_cast<char>(now.size()) + now) +
+                               (static_cast<char>(before.size()) + before));
+    };
+    const std::size_t place = ReadLittle(message, 0, 4);
+    const auto request = ReadLittle(message, place, 2);
+    const bool begins = request == kBegin || (message.size() > place + 3 && message.at(place + 3) & 1);
+    const std::string name = request == kBegin ? "(begin)" : request == kCommit ? "(commit)" : "(roll back)";
+    const std::lock_guard lock(mutex_);
+    texts_.push_back(request != kBegin && begins ? name + "(begin)" : name);
+    if (const auto told = replies_.find(name); told != replies_.end()) return told->second;
+    std::string answer;
+    if (request != kBegin) answer += change(request == kCommit ? kCommitted : kRolledBack, "", identity);
+    if (begins) answer += change(kBegun, identity, "");
+    return answer + TdsReply().NoCount().Bytes();
 }
 
 std::string TdsServer::AnswerLogin(const std::string& message) {

@@ -44,7 +44,9 @@ public:
     void WhenSent(const std::string& text, const TdsReply& reply);
     void Stop();  // breaks the connection
 
-    std::vector<std::string> Texts() const;  // UTF-8; "(cancel)" where the client gave up an answer
+    // UTF-8; "(cancel)" where the client gave up an answer, "(begin)", "(commit)" and "(roll back)" for its
+    // requests about transactions, "(commit)(begin)" for one that begins the next at once.
+    std::vector<std::string> Texts() const;
     std::string User() const;
     std::string LoginDatabase() const;
 
@@ -52,6 +54,7 @@ private:
     void Serve();
     void Converse(int client);
     std::string Answer(int kind, const std::string& message);
+    std::string AnswerTransaction(const std::string& message);
     std::string AnswerLogin(const std::string& message);
 
     mutable std::mutex mutex_;

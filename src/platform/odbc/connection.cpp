@@ -50,8 +50,8 @@ public:
 
     Errors& LastErrors() override { return session_.errors; }
     void Commit() override { session_.Settle(); }
-    void RunAsUnit(const Work& work) override { work(); }
-    void RunExclusively(const Work& work) override { work(); }
+    void RunAsUnit(const Work& work) override { session_.RunAsUnit(work); }
+    void RunExclusively(const Work& work) override { session_.RunExclusively(work); }
     std::unique_ptr<Recordset> CreateRecordset() override { return odbc::CreateRecordset(session_); }
 
 private:

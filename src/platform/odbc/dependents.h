@@ -9,6 +9,7 @@ class Dependent {
 public:
     virtual ~Dependent() = default;
     virtual void SendPending() = 0;       // the rows that it holds back
+    virtual void DropPending() = 0;       // the same rows: what they belong to is taken back
     virtual void Release() noexcept = 0;  // its statements; the connection is closing
 };
 
@@ -20,6 +21,9 @@ public:
     // Called before every statement, so that it finds what was added.
     void SendPending() const {
         for (Dependent* dependent : all_) dependent->SendPending();
+    }
+    void DropPending() const {
+        for (Dependent* dependent : all_) dependent->DropPending();
     }
     void Release() const noexcept {
         for (Dependent* dependent : all_) dependent->Release();

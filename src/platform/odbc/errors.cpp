@@ -12,7 +12,7 @@ namespace iqrx::platform::odbc {
 
 namespace {
 
-constexpr const char* kLostState = "08S01";
+constexpr std::string_view kLostState = "08S01";
 constexpr const char* kLostText = "The connection to the database was lost";
 
 struct NumberOfState {
@@ -41,7 +41,27 @@ std::int32_t NumberOf(std::string_view state) {
     return found == kNumbers.end() ? static_cast<std::int32_t>(kDatabaseError) : found->number;
 }
 
-// One record of the diagnostics; false behind the last. The text is cut when it is longer than any cause.
+struct StateOfNative {
+    std::int32_t native;
+    const char* state;
+};
+
+// Servers' own numbers for causes that drivers do not tell from others by the state.
+constexpr std::array kStates{
+    StateOfNative{1205, "40001"},   // SQL Server: the victim of a deadlock
+    StateOfNative{3960, "40001"},   // SQL Server: changed by another since this one's snapshot
+    StateOfNative{8152, "22001"},   // SQL Server: a text longer than its column
+    StateOfNative{2628, "22001"},   // the same, with table and column
+    StateOfNative{12899, "22001"},  // the same of Oracle
+};
+
+void SetState(ErrorEntry& entry, std::int32_t native) {
+    const auto found = std::ranges::find(kStates, native, &StateOfNative::native);
+    if (found != kStates.end()) entry.sqlState = found->state;
+    entry.number = NumberOf(entry.sqlState);
+}
+
+// One record of the diagnostics; false after the last. The text is cut when it is longer than any cause.
 bool ReadRecord(const Handle& handle, const DriverTraits& driver, SQLSMALLINT number, ErrorEntry& entry) {
     constexpr SQLSMALLINT kLongest = 4096;
     const auto kind = static_cast<SQLSMALLINT>(handle.Kind());
@@ -64,10 +84,12 @@ bool ReadRecord(const Handle& handle, const DriverTraits& driver, SQLSMALLINT nu
         entry.sqlState.assign(state.begin(), state.begin() + 5);
         entry.description = text.c_str();
     }
-    entry.number = NumberOf(entry.sqlState);
+    SetState(entry, native);
     entry.source = driver.source;
     return true;
 }
+
+}  // namespace
 
 Errors ReadDiagnostics(const Handle& handle, const DriverTraits& driver) {
     Errors errors;
@@ -79,17 +101,15 @@ Errors ReadDiagnostics(const Handle& handle, const DriverTraits& driver) {
     return errors;
 }
 
-}  // namespace
+void NameLostLink(Errors& errors, const DriverTraits& driver, Link link) {
+    if (link == Link::NotYet || (link == Link::Up && !SpeakOfLostConnection(errors))) return;
+    const std::string cause = errors.front().description;
+    errors.insert(errors.begin(), {kDatabaseError, driver.source, std::string(kLostText) + ": " + cause,
+                                   std::string(kLostState)});
+}
 
-RuntimeError TakeDiagnostics(const Handle& handle, const DriverTraits& driver, Link link, Errors& errors) {
-    errors = ReadDiagnostics(handle, driver);
-    if (link == Link::Gone || (link == Link::Up && SpeakOfLostConnection(errors))) {
-        const std::string cause = errors.front().description;
-        errors.insert(errors.begin(),
-                      {kDatabaseError, driver.source, std::string(kLostText) + ": " + cause, kLostState});
-    }
-    const ErrorEntry& first = errors.front();
-    return {first.number, first.source, first.description};
+bool EndATransaction(const Errors& errors) {
+    return errors.front().sqlState.starts_with("40") || errors.front().sqlState == kLostState;
 }
 
 }  // namespace iqrx::platform::odbc

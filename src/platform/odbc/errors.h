@@ -2,7 +2,6 @@
 #pragma once
 
 #include "platform/database.h"
-#include "platform/error.h"
 #include "platform/odbc/driver.h"
 
 namespace iqrx::platform::odbc {
@@ -16,11 +15,17 @@ enum ObjectError : std::int32_t {
     kNotUpdatable = -2146825037,
 };
 
+// What the driver says about the failed call on `handle`, at least one entry. Any other call on the handle
+// clears it.
+Errors ReadDiagnostics(const Handle& handle, const DriverTraits& driver);
+
 enum class Link { NotYet, Up, Gone };  // the connection to the server, as far as it is known
 
-// Replaces `errors` by what the driver says about the failed call on `handle`, and returns the first of it as
-// the error to raise. When the link is gone, or was up and the driver says that it is gone, an entry that
-// says so with SQL state 08S01 stands before the driver's own.
-RuntimeError TakeDiagnostics(const Handle& handle, const DriverTraits& driver, Link link, Errors& errors);
+// When the link is gone, or was up and the driver says that it is gone, an entry that says so with SQL state
+// 08S01 is put before the driver's own.
+void NameLostLink(Errors& errors, const DriverTraits& driver, Link link);
+
+// Whether the transaction in which the errors came is gone: rolled back by the server, or lost with the link.
+bool EndATransaction(const Errors& errors);
 
 }  // namespace iqrx::platform::odbc

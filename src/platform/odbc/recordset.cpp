@@ -14,6 +14,19 @@ namespace iqrx::platform::odbc {
 
 namespace {
 
+// Does its work when the scope is left, whatever leaves it.
+template <class Work>
+class AtEnd {
+public:
+    explicit AtEnd(Work work) : work_(std::move(work)) {}
+    ~AtEnd() { work_(); }
+    AtEnd(const AtEnd&) = delete;
+    AtEnd& operator=(const AtEnd&) = delete;
+
+private:
+    Work work_;
+};
+
 // Rows come one by one where the driver lets a result stay open, otherwise all of them at once. Their count
 // is known when all were read, so asking for it reads the rest.
 class OdbcRecordset : public Recordset, Dependent {
@@ -39,13 +52,15 @@ public:
     }
 
     void Close() override {
-        session_.Call([&] {
-            RequireOpen();
+        const auto turn = session_.Turn();
+        const AtEnd end([&] {
             open_ = false;
             session_.recordsets.Remove(*this);
-            auto writer = std::move(writer_);
             Release();
-            if (writer) writer->Send();
+        });
+        session_.InTurn([&] {
+            RequireOpen();
+            SendPending();
         });
     }
 
@@ -120,6 +135,9 @@ public:
 private:
     void SendPending() override {
         if (writer_) writer_->Send();
+    }
+    void DropPending() override {
+        if (writer_) writer_->Drop();
     }
     void Release() noexcept override {
         cursor_.reset();

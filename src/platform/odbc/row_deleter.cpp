@@ -96,7 +96,9 @@ void DeleteRow(Session& session, const std::string& table, const std::vector<Col
                                              "nothing was deleted. The table needs a primary key");
     }
     PreparedText text(session, "DELETE FROM " + table + condition.text, condition.kinds);
-    if (text.Execute({condition.values}) == 0)
+    std::int32_t deleted = 0;
+    session.InGroup(table, [&] { deleted = text.Execute({condition.values}); });
+    if (deleted == 0)
         session.Raise(
             kDatabaseError,
             "the row of " + table + " is not there any more: it was changed or deleted since it was read");

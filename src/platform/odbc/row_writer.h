@@ -18,6 +18,7 @@ public:
     void Add(const Row& row);
     // Sends the rows that wait; they are forgotten even when that fails.
     void Send();
+    void Drop() { waiting_.clear(); }
 
 private:
     void Prepare();

@@ -1,27 +1,17 @@
 #include "platform/odbc/session.h"
 
-#include <sql.h>
-#include <sqlext.h>
-
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <utility>
 
 #include "platform/connection_string.h"
+#include "platform/exclusive_section.h"
 #include "platform/odbc/table.h"
-#include "platform/odbc/utf16.h"
 
 namespace iqrx::platform::odbc {
 
 namespace {
-
-SQLWCHAR* Native(std::u16string& text) { return reinterpret_cast<SQLWCHAR*>(text.data()); }
-
-SQLCHAR* Narrow(std::string_view text) {
-    return reinterpret_cast<SQLCHAR*>(const_cast<char*>(text.data()));  // the driver reads it only
-}
-
-bool Works(Result result) { return SQL_SUCCEEDED(result) || result == SQL_NO_DATA; }
 
 // Tables through which processes coordinate: what is written to them must be there for others at once.
 bool IsControlTable(std::string_view table) {
@@ -34,54 +24,30 @@ bool IsControlTable(std::string_view table) {
 
 }  // namespace
 
-Session::Session() : environment_(HandleKind::Environment, nullptr) {
-    if (!environment_) Raise(kDatabaseError, "The ODBC driver manager can't be used");
-    SQLSetEnvAttr(environment_.Get(), SQL_ATTR_ODBC_VERSION, Number(SQL_OV_ODBC3), 0);
-}
-
 Session::~Session() { Close(); }
 
 void Session::Open(const std::string& connectionString) {
-    if (open_) Raise(kObjectOpen, "The connection is open already");
     ConnectionString pairs(connectionString);
     const int interval = Milliseconds(pairs.Find("Commit Interval").value_or("0"));
     pairs.Remove("Commit Interval");
-    std::u16string text = ToUtf16(pairs.Text());
-    connection_ = Handle(HandleKind::Connection, environment_.Get());
-    if (!connection_) Raise(environment_);
-    // A driver that has no such limit, or none that can be set, may refuse both.
-    SQLSetConnectAttrW(connection_.Get(), SQL_ATTR_LOGIN_TIMEOUT, Number(connectionTimeout), 0);
-    SQLSetConnectAttrW(connection_.Get(), SQL_ATTR_CONNECTION_TIMEOUT, Number(connectionTimeout), 0);
-    SQLSMALLINT length = 0;
-    Check(SQLDriverConnectW(connection_.Get(), nullptr, Native(text), static_cast<SQLSMALLINT>(text.size()),
-                            nullptr, 0, &length, SQL_DRIVER_NOPROMPT),
-          connection_);
-    open_ = true;
-    driver = ReadDriverTraits(connection_);
+    Connect(pairs.Text());
     StartGroup(interval);
 }
 
 void Session::Close() noexcept {
-    if (!open_) return;
+    if (!IsOpen()) return;
     const auto group = std::move(group_);
     const auto turn = group ? group->Lock() : std::unique_lock<std::mutex>();
     recordsets.Release();
     shared_ = Handle();
     try {
         if (group) group->Commit();
-    } catch (const RuntimeError&) {
-        // What was not committed is lost with the connection.
+    } catch (const WritesLost& loss) {
+        errors = SaidOf(loss);
     }
-    open_ = false;
-    // A connection on which a transaction is open does not disconnect.
-    SQLEndTran(SQL_HANDLE_DBC, connection_.Get(), SQL_ROLLBACK);
-    SQLDisconnect(connection_.Get());
-    connection_ = Handle();
+    Disconnect();
     keys.clear();
-}
-
-void Session::RequireOpen() {
-    if (!open_) Raise(kObjectClosed, "The connection is closed");
+    frame_ = Frame::None;
 }
 
 void Session::SetCommandTimeout(int seconds) {
@@ -90,47 +56,21 @@ void Session::SetCommandTimeout(int seconds) {
     shared_ = Handle();  // made anew with the limit
 }
 
-Handle Session::NewStatement() {
-    RequireOpen();
-    Handle statement(HandleKind::Statement, connection_.Get());
-    if (!statement) Raise(connection_);
-    // Drivers that know no limit may refuse it. Texts go to the server as they stand, braces included.
-    SQLSetStmtAttrW(statement.Get(), SQL_ATTR_QUERY_TIMEOUT, Number(commandTimeout_), 0);
-    SQLSetStmtAttrW(statement.Get(), SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), 0);
-    return statement;
-}
-
-Result Session::ExecuteText(const Handle& statement, std::string_view sql) {
-    if (!driver.wide) return SQLExecDirect(statement.Get(), Narrow(sql), static_cast<SQLINTEGER>(sql.size()));
-    std::u16string text = ToUtf16(sql);
-    return SQLExecDirectW(statement.Get(), Native(text), static_cast<SQLINTEGER>(text.size()));
-}
-
-Result Session::PrepareText(const Handle& statement, std::string_view sql) {
-    if (!driver.wide) return SQLPrepare(statement.Get(), Narrow(sql), static_cast<SQLINTEGER>(sql.size()));
-    std::u16string text = ToUtf16(sql);
-    return SQLPrepareW(statement.Get(), Native(text), static_cast<SQLINTEGER>(text.size()));
-}
-
 std::int32_t Session::Execute(std::string_view sql) {
     RequireOpen();
     recordsets.SendPending();
-    if (!group_) return Run(sql);
+    if (frame_ == Frame::Exclusive) return Run(sql);
     const auto change = ChangeOf(sql);
-    std::int32_t affected = 0;
+    if (change.IsBatch() && frame_ == Frame::None) return RunBatch(sql);
+    if (!group_) return Run(sql);
     if (change.kind == Change::Kind::Rows) {
+        std::int32_t affected = 0;
         InGroup(change.table, [&] { affected = Run(sql); });
         return affected;
     }
-    // Definitions, session settings and the like stand alone, as some of them have to.
-    if (change.kind == Change::Kind::Other) group_->Commit();
+    // Definitions, session settings and the like stand by themselves, as some of them have to.
+    if (change.kind == Change::Kind::Other && frame_ != Frame::Unit) group_->Commit();
     return Run(sql);
-}
-
-void Session::Settle() {
-    if (!group_) return;
-    const auto turn = group_->Lock();
-    group_->Settle();
 }
 
 std::int32_t Session::Run(std::string_view sql) {
@@ -138,62 +78,111 @@ std::int32_t Session::Run(std::string_view sql) {
     return Finish(shared_, ExecuteText(shared_, sql));
 }
 
-std::int32_t Session::Finish(const Handle& statement, Result result) {
+// A batch takes effect as a whole or not at all; a server would keep what its statements did before the one
+// that fails.
+std::int32_t Session::RunBatch(std::string_view sql) {
+    if (group_) group_->Commit();
+    BeginTransaction();
     std::int32_t affected = 0;
-    // "No data" answers an execution that affected no row, or that counts none; later it is the end.
-    if (result == SQL_NO_DATA) result = SQLMoreResults(statement.Get());
-    while (result != SQL_NO_DATA) {
-        if (!Works(result)) {
-            const RuntimeError error = TakeDiagnostics(statement, driver, LinkState(), errors);
-            // A server may go on behind a failed statement; to close the results now would cancel the rest.
-            while (SQL_SUCCEEDED(SQLMoreResults(statement.Get()))) continue;
-            SQLFreeStmt(statement.Get(), SQL_CLOSE);
-            throw error;
-        }
-        SQLSMALLINT columns = 0;
-        SQLLEN rows = -1;
-        if (SQL_SUCCEEDED(SQLNumResultCols(statement.Get(), &columns)) && columns == 0 &&
-            SQL_SUCCEEDED(SQLRowCount(statement.Get(), &rows)) && rows >= 0)
-            affected = static_cast<std::int32_t>(rows);
-        result = SQLMoreResults(statement.Get());
+    try {
+        affected = Run(sql);
+    } catch (...) {
+        RollBackTransaction();
+        throw;
     }
-    SQLFreeStmt(statement.Get(), SQL_CLOSE);
+    CommitTransaction(errors);
     return affected;
 }
 
-void Session::Check(Result result, const Handle& handle) {
-    if (!Works(result)) Raise(handle);
+void Session::Settle() {
+    const auto turn = Turn();
+    try {
+        InTurn([&] {
+            RequireOpen();
+            recordsets.SendPending();
+        });
+    } catch (const WritesLost&) {
+        // Raised below, for the last time.
+    }
+    try {
+        if (group_) group_->Settle();
+    } catch (const WritesLost& loss) {
+        errors = SaidOf(loss);
+        throw;
+    }
 }
 
-void Session::Raise(const Handle& handle) { throw TakeDiagnostics(handle, driver, LinkState(), errors); }
-
-void Session::Raise(std::int32_t number, const std::string& description) {
-    errors = {{number, driver.source, description, "HY000"}};
-    throw RuntimeError(number, driver.source, description);
+void Session::RunAsUnit(const Connection::Work& work) {
+    if (!group_ || frame_ != Frame::None) return work();
+    Call([&] {
+        recordsets.SendPending();
+        frame_ = Frame::UnitAhead;
+    });
+    try {
+        work();
+        Call([&] { EndUnit(); });
+    } catch (...) {
+        AbandonUnit();
+        throw;
+    }
 }
 
-Link Session::LinkState() const {
-    if (!open_) return Link::NotYet;
-    SQLUINTEGER dead = SQL_CD_FALSE;
-    const auto result =
-        SQLGetConnectAttrW(connection_.Get(), SQL_ATTR_CONNECTION_DEAD, &dead, sizeof dead, nullptr);
-    return SQL_SUCCEEDED(result) && dead == SQL_CD_TRUE ? Link::Gone : Link::Up;
+void Session::BeginUnit() {
+    if (frame_ != Frame::UnitAhead) return;
+    frame_ = Frame::Unit;
+    group_->Hold();
 }
 
-std::string Session::Catalog() {
-    std::u16string name(256, u'\0');
-    SQLINTEGER bytes = 0;
-    Check(SQLGetConnectAttrW(connection_.Get(), SQL_ATTR_CURRENT_CATALOG, name.data(),
-                             static_cast<SQLINTEGER>(name.size() * sizeof(char16_t)), &bytes),
-          connection_);
-    return ToUtf8(name.c_str());
+void Session::EndUnit() {
+    recordsets.SendPending();
+    if (std::exchange(frame_, Frame::None) != Frame::Unit) return;
+    group_->Release();
+    group_->AfterWrite();
 }
 
-void Session::SetCatalog(const std::string& name) {
-    std::u16string text = ToUtf16(name);
-    Check(SQLSetConnectAttrW(connection_.Get(), SQL_ATTR_CURRENT_CATALOG, Native(text),
-                             static_cast<SQLINTEGER>(text.size() * sizeof(char16_t))),
-          connection_);
+// Called inside a handler. There are no savepoints that every driver takes, so that the group goes with the
+// unit: what was reported done before it is lost, and the next run has to do it again.
+void Session::AbandonUnit() {
+    const auto turn = Turn();
+    recordsets.DropPending();
+    if (std::exchange(frame_, Frame::None) != Frame::Unit || !group_) return;
+    group_->Release();
+    AbandonGroup(CurrentError());
+}
+
+void Session::RunExclusively(const Connection::Work& work) {
+    Call([&] {
+        RequireOpen();
+        recordsets.SendPending();
+        if (group_) group_->Commit();
+    });
+    const Errors before = errors;
+    RepeatForVictims([&] { TryExclusively(work); }, [&] { return NamesAVictim(errors); });
+    errors = before;  // not those of a victim
+}
+
+void Session::TryExclusively(const Connection::Work& work) {
+    errors.clear();
+    const auto level = Call([&] { return RequireSerializable(); });
+    try {
+        Call([&] { BeginTransaction(); });
+        frame_ = Frame::Exclusive;
+        work();
+        Call([&] {
+            recordsets.SendPending();
+            CommitTransaction(errors);
+        });
+        frame_ = Frame::None;
+    } catch (...) {
+        const auto turn = Turn();
+        frame_ = Frame::None;
+        recordsets.DropPending();
+        RollBackTransaction();
+        RestoreIsolation(level);
+        throw;
+    }
+    const auto turn = Turn();
+    RestoreIsolation(level);
 }
 
 int Session::Milliseconds(const std::string& interval) {
@@ -205,33 +194,17 @@ int Session::Milliseconds(const std::string& interval) {
     return milliseconds;
 }
 
+// The timer commits as well, in a thread of its own, and must leave the connection's errors alone.
 void Session::StartGroup(int milliseconds) {
     if (milliseconds == 0) return;
     WriteGroupLimits limits;
     limits.time = std::chrono::milliseconds(milliseconds);
-    group_ = std::make_unique<WriteGroup>([this] { SetAutocommit(false); }, [this] { CommitGroup(); }, limits);
-}
-
-void Session::SetAutocommit(bool on) {
-    Check(SQLSetConnectAttrW(connection_.Get(), SQL_ATTR_AUTOCOMMIT,
-                             Number(on ? SQL_AUTOCOMMIT_ON : SQL_AUTOCOMMIT_OFF), 0),
-          connection_);
-}
-
-// Between groups the connection commits by itself, so that reading leaves no transaction behind.
-void Session::CommitGroup() {
-    const Result result = SQLEndTran(SQL_HANDLE_DBC, connection_.Get(), SQL_COMMIT);
-    if (!Works(result)) {
-        const RuntimeError error = TakeDiagnostics(connection_, driver, LinkState(), errors);
-        SQLEndTran(SQL_HANDLE_DBC, connection_.Get(), SQL_ROLLBACK);
-        SQLSetConnectAttrW(connection_.Get(), SQL_ATTR_AUTOCOMMIT, Number(SQL_AUTOCOMMIT_ON), 0);
-        throw error;
-    }
-    SetAutocommit(true);
+    group_ = std::make_unique<WriteGroup>([this] { BeginTransaction(); },
+                                          [this] { CommitTransaction(loss_); }, limits);
 }
 
 void Session::AfterWrite(std::string_view table) {
-    if (!group_) return;
+    if (frame_ != Frame::None) return;  // EndUnit counts the unit
     if (IsControlTable(table))
         group_->Commit();
     else
@@ -239,16 +212,33 @@ void Session::AfterWrite(std::string_view table) {
 }
 
 void Session::Fail(const RuntimeError& error) {
-    // A value that does not convert, or what the timer found: not the driver's words.
-    if (errors.empty() || errors.front().description != error.description)
-        errors = {{error.number, error.source, error.description, "HY000"}};
-    Errors first = errors;
+    errors = SaidOf(error);
+    // The handler of a unit ends the group.
+    if (!group_ || !group_->IsOpen() || frame_ == Frame::Unit) return;
+    if (EndATransaction(errors)) return AbandonGroup(error);
     try {
-        if (group_) group_->Commit();
-    } catch (const RuntimeError&) {
-        first.insert(first.end(), errors.begin(), errors.end());
+        group_->Commit();
+    } catch (const WritesLost&) {
+        errors.insert(errors.end(), loss_.begin(), loss_.end());
     }
-    errors = std::move(first);
+}
+
+// The group's writes are taken back, and told as lost unless it held none that was reported done.
+void Session::AbandonGroup(const RuntimeError& cause) {
+    loss_ = SaidOf(cause);
+    RollBackTransaction();
+    group_->Abandon(cause);
+}
+
+// What the connection's errors are to be for an error that is raised: the driver's words, if it has said any.
+Errors Session::SaidOf(const RuntimeError& error) const {
+    const bool isLoss = dynamic_cast<const WritesLost*>(&error) != nullptr;
+    Errors said = isLoss ? loss_ : errors;
+    // A loss adds to the words that it keeps; a value that does not convert is not the driver's affair.
+    const ErrorEntry own{error.number, error.source, error.description, "HY000"};
+    if (said.empty() || (!isLoss && said.front().description != error.description)) return {own};
+    said.front().description = error.description;
+    return said;
 }
 
 }  // namespace iqrx::platform::odbc

@@ -20,6 +20,8 @@ struct Change {
     };
     Kind kind = Kind::Other;
     std::string table;
+
+    bool IsBatch() const { return kind == Kind::Rows && table.empty(); }
 };
 Change ChangeOf(std::string_view sql);
 

@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <functional>
+#include <stdexcept>
 
 #include "platform/error.h"
 #include "platform/odbc/odbc_database.h"
@@ -10,8 +12,9 @@
 namespace iqrx::platform::odbc {
 namespace {
 
-using ::testing::ElementsAre;
+using ::testing::AllOf;
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 class OdbcConnections : public ::testing::Test {
 protected:
@@ -96,6 +99,67 @@ TEST_F(OdbcConnections, CommitBeforeAnErrorIsRaised) {
 
     EXPECT_EQ(Count("items"), 1);
     EXPECT_THAT(connection->LastErrors().at(0).description, HasSubstr("nowhere"));
+}
+
+TEST_F(OdbcConnections, LoseTheGroupWithAUnitThatFailsAndTellItOnce) {
+    const auto connection = Connect(grouped);
+    connection->Execute("INSERT INTO items (id) VALUES (1)");
+
+    EXPECT_THAT(ErrorOf([&] {
+                    connection->RunAsUnit([&] {
+                        connection->Execute("INSERT INTO items (id) VALUES (2)");
+                        connection->Execute("INSERT INTO nowhere (id) VALUES (1)");
+                    });
+                }),
+                AllOf(HasSubstr("nowhere"), Not(HasSubstr("lost"))));
+
+    EXPECT_EQ(Count("items"), 0);
+    EXPECT_THROW(connection->Execute("INSERT INTO items (id) VALUES (3)"), WritesLost);
+    EXPECT_THAT(ErrorOf([&] { connection->Commit(); }), AllOf(HasSubstr("nowhere"), HasSubstr("lost")));
+    EXPECT_NO_THROW(connection->Commit());
+    EXPECT_EQ(connection->Execute("INSERT INTO items (id) VALUES (3)"), 1);
+}
+
+TEST_F(OdbcConnections, LoseNothingWithAUnitThatHasAGroupOfItsOwn) {
+    const auto connection = Connect(grouped);
+    connection->Execute("INSERT INTO items (id) VALUES (1)");
+    connection->Commit();
+
+    EXPECT_NE(ErrorOf([&] {
+                  connection->RunAsUnit([&] {
+                      connection->Execute("INSERT INTO items (id) VALUES (2)");
+                      connection->Execute("INSERT INTO nowhere (id) VALUES (1)");
+                  });
+              }),
+              "");
+
+    EXPECT_EQ(Count("items"), 1);
+    EXPECT_NO_THROW(connection->Commit());
+}
+
+TEST_F(OdbcConnections, LoseNothingWithAUnitThatFailsBeforeItWrites) {
+    const auto connection = Connect(grouped);
+    connection->Execute("INSERT INTO items (id) VALUES (1)");
+
+    EXPECT_THROW(connection->RunAsUnit([] { throw std::logic_error("nothing to do with the database"); }),
+                 std::logic_error);
+    connection->Commit();
+
+    EXPECT_EQ(Count("items"), 1);
+}
+
+TEST_F(OdbcConnections, HoldAUnitTogetherThoughItWritesToAControlTable) {
+    const auto connection = Connect(grouped);
+
+    connection->RunAsUnit([&] {
+        connection->Execute("INSERT INTO items (id) VALUES (1)");
+        connection->Execute("INSERT INTO tstables (id) VALUES (1)");
+        EXPECT_EQ(Count("items"), 0);
+    });
+    connection->Commit();
+
+    EXPECT_EQ(Count("items"), 1);
+    EXPECT_EQ(Count("tstables"), 1);
 }
 
 TEST_F(OdbcConnections, RefuseACommitIntervalThatIsNoTime) {
