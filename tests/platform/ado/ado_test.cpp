@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <map>
+#include <utility>
 
 #include "platform/conversions.h"
 #include "platform/error.h"
@@ -166,6 +168,128 @@ TEST_F(AdoTest, AConnectionWhoseProviderIsGoneClosesInSilence) {
     EXPECT_THROW(connection->Execute("SELECT 1"), RuntimeError);
     EXPECT_TRUE(connection->LastErrors().empty());
     connection.reset();
+}
+
+// Transactions, as calls in their order.
+class AdoTransactions : public AdoTest {
+protected:
+    void SetUp() override {
+        ado.Answers("ADODB.Connection.IsolationLevel", Long{4096});
+        connection = Opened();
+    }
+    // Fails with what a provider says: once, or forever.
+    void Fail(const std::string& call, const std::string& state, bool once) {
+        FailWith(call);
+        ado.Answers("Error0.SQLState", state);
+        ado.Answers("Errors.Count", Long{0});
+        ado.answers[call] = [this, failure = ado.answers[call], once,
+                             failed = false](std::span<Argument> arguments) mutable {
+            if (once && std::exchange(failed, true)) return Value();
+            ado.Answers("Errors.Count", Long{1});
+            return failure(arguments);
+        };
+    }
+    void Exclusively() {
+        connection->RunExclusively([&] { connection->Execute("UPDATE t"); });
+    }
+    // The calls without those for the errors.
+    std::vector<std::string> Calls() const {
+        std::vector<std::string> calls;
+        for (const std::string& call : ado.calls)
+            if (call.find("Error") == std::string::npos)
+                calls.push_back(call.substr(sizeof "ADODB.Connection"));
+        return calls;
+    }
+
+    std::unique_ptr<Connection> connection;
+    const std::vector<std::string> section{"IsolationLevel", "IsolationLevel = 1048576",
+                                           "BeginTrans",     "Execute UPDATE t  129",
+                                           "CommitTrans",    "IsolationLevel = 4096"};
+    const std::vector<std::string> failedSection{"IsolationLevel", "IsolationLevel = 1048576",
+                                                 "BeginTrans",     "Execute UPDATE t  129",
+                                                 "RollbackTrans",  "IsolationLevel = 4096"};
+};
+
+std::vector<std::string> Joined(std::vector<std::string> first, const std::vector<std::string>& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+TEST_F(AdoTransactions, OfAnExclusiveSectionAreSerializableAndTheLevelIsRestored) {
+    Exclusively();
+    EXPECT_EQ(Calls(), section);
+}
+
+TEST_F(AdoTransactions, OfAFailingExclusiveSectionAreRolledBack) {
+    Fail("ADODB.Connection.Execute", "42000", false);
+    EXPECT_THROW(Exclusively(), RuntimeError);
+    EXPECT_EQ(Calls(), failedSection);
+    EXPECT_EQ(connection->LastErrors().at(0).sqlState, "42000");
+}
+
+TEST_F(AdoTransactions, OfAVictimAreRunAgainAndItsErrorsForgotten) {
+    for (const char* state : {"40001", "23000"}) {
+        ado.calls.clear();
+        Fail("ADODB.Connection.Execute", state, true);
+        Exclusively();
+        EXPECT_EQ(Calls(), Joined(failedSection, section)) << state;
+        EXPECT_TRUE(connection->LastErrors().empty()) << state;
+    }
+}
+
+TEST_F(AdoTransactions, WhoseCommitMakesThemTheVictimAreRunAgain) {
+    Fail("ADODB.Connection.CommitTrans", "40001", true);
+    Exclusively();
+    EXPECT_EQ(std::ranges::count(Calls(), "BeginTrans"), 2);
+    EXPECT_EQ(std::ranges::count(Calls(), "RollbackTrans"), 1);
+}
+
+TEST_F(AdoTransactions, ThatAProviderDoesNotHaveLeaveTheWorkAsItIs) {
+    for (const std::int32_t missing : {438, 3251, -2146825037}) {
+        ado.calls.clear();
+        ado.answers["ADODB.Connection.BeginTrans"] = [missing](auto) -> Value {
+            throw RuntimeError(missing, "Provider", "no transactions");
+        };
+        Exclusively();
+        connection->Execute("DECLARE @iCount int\r\n BEGIN");
+        EXPECT_EQ(std::ranges::count(Calls(), "Execute UPDATE t  129"), 1) << missing;
+        EXPECT_EQ(std::ranges::count(Calls(), "CommitTrans"), 0) << missing;
+        EXPECT_EQ(std::ranges::count(Calls(), "RollbackTrans"), 0) << missing;
+        EXPECT_TRUE(connection->LastErrors().empty()) << missing;
+    }
+}
+
+TEST_F(AdoTransactions, ThatCannotBeginAreAnError) {
+    Fail("ADODB.Connection.BeginTrans", "08S01", false);
+    EXPECT_THROW(Exclusively(), RuntimeError);
+    EXPECT_EQ(std::ranges::count(Calls(), "Execute UPDATE t  129"), 0);
+    EXPECT_EQ(Calls().back(), "IsolationLevel = 4096");
+    EXPECT_EQ(connection->LastErrors().at(0).sqlState, "08S01");
+}
+
+TEST_F(AdoTransactions, StandAroundEachBatchAndNothingElse) {
+    connection->Execute("UPDATE t");
+    for (const char* batch : {"DECLARE @iCount int\r\n", "begin x"}) connection->Execute(batch);
+    EXPECT_EQ(Calls(), (std::vector<std::string>{"Execute UPDATE t  129", "BeginTrans",
+                                                 "Execute DECLARE @iCount int\r\n  129", "CommitTrans",
+                                                 "BeginTrans", "Execute begin x  129", "CommitTrans"}));
+}
+
+TEST_F(AdoTransactions, OfABatchThatFailsAreRolledBack) {
+    Fail("ADODB.Connection.Execute", "23000", false);
+    EXPECT_THROW(connection->Execute("DECLARE x"), RuntimeError);
+    EXPECT_EQ(Calls(), (std::vector<std::string>{"BeginTrans", "Execute DECLARE x  129", "RollbackTrans"}));
+    EXPECT_EQ(connection->LastErrors().at(0).sqlState, "23000");
+}
+
+TEST_F(AdoTransactions, OfABatchInAnExclusiveSectionAreTheSections) {
+    connection->RunExclusively([&] { connection->Execute("DECLARE x"); });
+    EXPECT_EQ(std::ranges::count(Calls(), "BeginTrans"), 1);
+}
+
+TEST_F(AdoTransactions, DoNotHoldAUnit) {
+    connection->RunAsUnit([&] { connection->Execute("UPDATE t"); });
+    EXPECT_EQ(Calls(), std::vector<std::string>{"Execute UPDATE t  129"});
 }
 
 }  // namespace
