@@ -46,8 +46,11 @@ std::string ServerBlock(const std::string& table, int id) {
            " SET name =N'new'" + key + "\r\n END \r\n END\r\n\r\n";
 }
 
+std::vector<Value> Item(Long id, const Value& name, const Value& note, const Value& made, const Value& ratio) {
+    return {id, name, note, made, ratio};
+}
+
 void DatabaseContract::SetUp() {
-    if (const std::string reason = GetParam().unavailable(); !reason.empty()) GTEST_SKIP() << reason;
     adapter = GetParam().make();
     connection = Connect();
 }
@@ -61,10 +64,10 @@ std::unique_ptr<Connection> DatabaseContract::Connect() {
 }
 
 void DatabaseContract::GivenItems(const std::vector<std::vector<Value>>& rows) {
-    items = std::make_shared<Rows>(Rows{kColumns, rows});
+    const auto items = std::make_shared<Rows>(Rows{kColumns, rows});
     for (const char* text : {"SELECT id, name, note, made, ratio FROM items ORDER BY id",
                              "SELECT * FROM items", "SELECT * FROM items WHERE 1=0"})
-        adapter->Tell(text, OpenAnswer(items));
+        adapter->Tell(text, items);
     Define("CREATE TABLE items (id INTEGER NOT NULL PRIMARY KEY, name VARCHAR(40), note TEXT, made " +
            adapter->GetQuirks().momentType + ", ratio DOUBLE PRECISION)");
     for (const auto& row : rows) {
@@ -78,11 +81,6 @@ std::unique_ptr<Recordset> DatabaseContract::Open(const std::string& text, Curso
     auto recordset = connection->CreateRecordset();
     recordset->Open(text, cursor, lock);
     return recordset;
-}
-
-std::int32_t DatabaseContract::Execute(const std::string& text, ExecuteAnswer answer) {
-    adapter->Tell(text, std::move(answer));
-    return connection->Execute(text);
 }
 
 std::vector<std::vector<Value>> DatabaseContract::Items() {

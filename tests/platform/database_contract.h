@@ -1,11 +1,13 @@
-// What every adapter of the database port does. The suite in database_contract_test.cpp runs against each
-// Adapter that some file instantiates it with; where adapters differ, they declare it in their Quirks.
+// What every adapter of the database port does. The suites in the database_contract_*_test.cpp run against
+// each Adapter that some file instantiates them with; where adapters differ, they are instantiated with other
+// suites, or declare it in their Quirks.
 #pragma once
 
 #include <gmock/gmock.h>
 
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -24,11 +26,10 @@ std::string ServerBlock(const std::string& table, int id);  // SQL Server's
 
 struct Quirks {
     std::string momentType = "DATETIME";  // of a column that holds date and time
-    // A text may hold several statements: what it begins with, then any number of blocks, each of which names
-    // the item of a table "new" or adds it. No blocks: a text of several statements is refused.
+    // A text of several statements: what it begins with, then any number of blocks, each of which names the
+    // item of a table "new" or adds it.
     std::string batchHead = "DECLARE @iCount int\r\n";
     std::function<std::string(const std::string& table, int id)> block = ServerBlock;
-    bool anyDatabase = true;  // DefaultDatabase takes every name, since it has no meaning here
     std::vector<std::string> uncounted = {"CREATE TABLE others (id INTEGER)", "DROP TABLE others"};
 };
 
@@ -47,20 +48,27 @@ public:
         connection.Execute(text);
     }
 
-    // What the database will answer to a text. Databases know by themselves; the fake is told.
-    virtual void Tell(const std::string&, ExecuteAnswer) {}
-    virtual void Tell(const std::string&, OpenAnswer) {}
+    // The items that a text opens and changes. Databases know by themselves; the fake is told.
+    virtual void Tell(const std::string&, const SharedRows&) {}
 
     // For the adapters of the server suite: the server ends at once, without a word to its connections.
     virtual void StopServer() {}
 };
 
+// Makes an adapter anew for each test; what it can't make, the test fails with.
 struct AdapterMaker {
+    std::string name;
     std::function<std::unique_ptr<Adapter>()> make;
-    std::function<std::string()> unavailable;  // why it can't run on this machine; empty when it can
 };
 
-inline void PrintTo(const AdapterMaker&, std::ostream*) {}  // the instantiation's name says it
+inline void PrintTo(const AdapterMaker& maker, std::ostream* out) { *out << maker.name; }
+inline std::string NameOf(const ::testing::TestParamInfo<AdapterMaker>& info) { return info.param.name; }
+
+// One row of the table items.
+std::vector<platform::Value> Item(platform::Long id, const platform::Value& name = platform::Null(),
+                                  const platform::Value& note = platform::Null(),
+                                  const platform::Value& made = platform::Null(),
+                                  const platform::Value& ratio = platform::Null());
 
 class DatabaseContract : public ::testing::TestWithParam<AdapterMaker> {
 protected:
@@ -75,14 +83,22 @@ protected:
                                               platform::CursorType cursor = platform::CursorType::ForwardOnly,
                                               platform::LockType lock = platform::LockType::ReadOnly);
     void Define(const std::string& text) { adapter->Define(*connection, text); }
-    std::int32_t Execute(const std::string& text, ExecuteAnswer answer);
     // All rows of the items, by id.
     std::vector<std::vector<platform::Value>> Items();
 
     std::unique_ptr<Adapter> adapter;
     std::unique_ptr<platform::Connection> connection;
-    SharedRows items;  // what the fake is told
 };
+
+class RecordsetContract : public DatabaseContract {};
+
+// Adapters that take a text of several statements, and those that refuse it.
+class BatchContract : public DatabaseContract {};
+class NoBatchContract : public DatabaseContract {};
+
+// Adapters to which the default database's name has no meaning, and those that stay where they are.
+class AnyNameContract : public DatabaseContract {};
+class OneNameContract : public DatabaseContract {};
 
 // Commit and exclusive sections.
 class FrameContract : public DatabaseContract {
@@ -96,8 +112,9 @@ protected:
 // Exclusive sections of two connections at the same moment.
 class LockContract : public FrameContract {};
 
-// Adapters that group writes.
+// Adapters that group writes, and those that keep each by itself.
 class GroupContract : public FrameContract {};
+class NoGroupContract : public FrameContract {};
 
 // Adapters that group writes for long, on servers on which a commit may fail by itself.
 class LateFailureContract : public FrameContract {};

@@ -137,7 +137,7 @@ int TakenByTwo(const std::array<std::unique_ptr<Connection>, 2>& two, int row) {
 }
 
 TEST_P(LockContract, OneOfTwoThatTestARowAtTheSameMomentSetsIt) {
-    GivenItems({{Long{1}, "taken", Null(), Null(), Null()}});
+    GivenItems({Item(1, "taken")});
     const std::array two{Connect(), Connect()};
 
     for (int round = 0; round < 200; ++round) {
@@ -158,7 +158,7 @@ TEST_P(LockContract, OneOfTwoThatMissARowAtTheSameMomentAddsIt) {
 }
 
 TEST_P(GroupContract, AFailingUnitLeavesNothing) {
-    GivenItems({{Long{1}, "old", Null(), Null(), Null()}});
+    GivenItems({Item(1, "old")});
     connection->Commit();
 
     EXPECT_THROW(connection->RunAsUnit([&] {
@@ -176,7 +176,7 @@ TEST_P(GroupContract, AFailingUnitLeavesNothing) {
 }
 
 TEST_P(GroupContract, AUnitBeginsWithTheRowThatARecordsetDeletes) {
-    GivenItems({{Long{1}, "old", Null(), Null(), Null()}});
+    GivenItems({Item(1, "old")});
     connection->Commit();
 
     EXPECT_THROW(connection->RunAsUnit([&] {
@@ -201,6 +201,27 @@ TEST_P(GroupContract, AUnitIsNotKeptInParts) {
     connection->Commit();
 
     EXPECT_THAT(KeysThatOthersSee(), ElementsAre(1, 2));
+}
+
+TEST_P(NoGroupContract, EachWriteIsKeptWhenItIsReportedDone) {
+    GivenItems({});
+
+    connection->Execute(Insert(1));
+    EXPECT_THAT(KeysThatOthersSee(), ElementsAre(1));
+    Add(2);
+    EXPECT_THAT(KeysThatOthersSee(), ElementsAre(1, 2));
+}
+
+TEST_P(NoGroupContract, EachWriteOfAUnitStandsByItself) {
+    GivenItems({});
+
+    EXPECT_THROW(connection->RunAsUnit([&] {
+        connection->Execute(Insert(1));
+        connection->Execute("UPDATE nowhere SET id = 1");
+    }),
+                 RuntimeError);
+
+    EXPECT_THAT(KeysThatOthersSee(), ElementsAre(1));
 }
 
 // A commit fails where a child has no parent then.

@@ -37,12 +37,15 @@ private:
     Quirks quirks_{.uncounted = {"SET DATEFORMAT YMD", "truncate table items "}};
 };
 
-const AdapterMaker kEmbedded{[] { return std::make_unique<Embedded>(); }, [] { return std::string(); }};
+const auto kEmbedded = ::testing::Values(AdapterMaker{"File", [] { return std::make_unique<Embedded>(); }});
 
-INSTANTIATE_TEST_SUITE_P(Embedded, DatabaseContract, ::testing::Values(kEmbedded));
-INSTANTIATE_TEST_SUITE_P(Embedded, FrameContract, ::testing::Values(kEmbedded));
-INSTANTIATE_TEST_SUITE_P(Embedded, LockContract, ::testing::Values(kEmbedded));
-INSTANTIATE_TEST_SUITE_P(Embedded, GroupContract, ::testing::Values(kEmbedded));
+INSTANTIATE_TEST_SUITE_P(Embedded, RecordsetContract, kEmbedded, NameOf);
+INSTANTIATE_TEST_SUITE_P(Embedded, DatabaseContract, kEmbedded, NameOf);
+INSTANTIATE_TEST_SUITE_P(Embedded, BatchContract, kEmbedded, NameOf);
+INSTANTIATE_TEST_SUITE_P(Embedded, AnyNameContract, kEmbedded, NameOf);
+INSTANTIATE_TEST_SUITE_P(Embedded, FrameContract, kEmbedded, NameOf);
+INSTANTIATE_TEST_SUITE_P(Embedded, LockContract, kEmbedded, NameOf);
+INSTANTIATE_TEST_SUITE_P(Embedded, GroupContract, kEmbedded, NameOf);
 
 }  // namespace
 }  // namespace iqrx::testing

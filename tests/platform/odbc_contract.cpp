@@ -44,7 +44,7 @@ private:
     std::string keys_;
     std::filesystem::path file_ =
         std::filesystem::temp_directory_path() / ("database_contract." + std::to_string(getpid()) + ".db");
-    Quirks quirks_{.block = nullptr};
+    Quirks quirks_;
 };
 
 class OdbcPostgres : public Adapter {
@@ -70,15 +70,6 @@ public:
     }
     void StopServer() override { Server().Stop(); }
 
-    static std::string Unavailable() {
-        try {
-            Server();
-            return {};
-        } catch (const std::exception& error) {
-            return error.what();
-        }
-    }
-
 private:
     // One for all tests, since making one takes longer than a test.
     static PostgresServer& Server() {
@@ -94,32 +85,45 @@ private:
     }
 
     std::string keys_;
-    Quirks quirks_{.momentType = "TIMESTAMP", .batchHead = "", .block = Block, .anyDatabase = false};
+    // The head makes it a batch by its first word, as those for SQL Server are.
+    Quirks quirks_{
+        .momentType = "TIMESTAMP", .batchHead = "DECLARE unread CURSOR FOR SELECT 1;\r\n", .block = Block};
 };
 
-AdapterMaker Sqlite(const char* keys) {
-    return {[keys] { return std::make_unique<OdbcSqlite>(keys); }, [] { return std::string(); }};
+AdapterMaker Sqlite(const char* name, const char* keys) {
+    return {name, [keys] { return std::make_unique<OdbcSqlite>(keys); }};
 }
-AdapterMaker Postgres(const char* keys) {
-    return {[keys] { return std::make_unique<OdbcPostgres>(keys); }, OdbcPostgres::Unavailable};
+AdapterMaker Postgres(const char* name, const char* keys) {
+    return {name, [keys] { return std::make_unique<OdbcPostgres>(keys); }};
 }
 
-INSTANTIATE_TEST_SUITE_P(OdbcSqlite, DatabaseContract,
-                         ::testing::Values(Sqlite(kEachByItself), Sqlite(kGrouped)));
-INSTANTIATE_TEST_SUITE_P(OdbcSqlite, FrameContract, ::testing::Values(Sqlite(kEachByItself), Sqlite(kGrouped)));
+using ::testing::Values;
+
+const auto kSqlite = Values(Sqlite("EachByItself", kEachByItself), Sqlite("Grouped", kGrouped));
+INSTANTIATE_TEST_SUITE_P(OdbcSqlite, RecordsetContract, kSqlite, NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcSqlite, DatabaseContract, kSqlite, NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcSqlite, NoBatchContract, kSqlite, NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcSqlite, AnyNameContract, kSqlite, NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcSqlite, FrameContract, kSqlite, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcSqlite, LockContract,
-                         ::testing::Values(Sqlite(kShortWait), Sqlite(kGroupedShortWait)));
-INSTANTIATE_TEST_SUITE_P(OdbcSqlite, GroupContract, ::testing::Values(Sqlite(kGrouped)));
-INSTANTIATE_TEST_SUITE_P(OdbcPostgres, FrameContract,
-                         ::testing::Values(Postgres(kEachByItself), Postgres(kGrouped)));
-INSTANTIATE_TEST_SUITE_P(OdbcPostgres, LockContract,
-                         ::testing::Values(Postgres(kEachByItself), Postgres(kGrouped)));
-INSTANTIATE_TEST_SUITE_P(OdbcPostgres, GroupContract, ::testing::Values(Postgres(kGrouped)));
-INSTANTIATE_TEST_SUITE_P(OdbcPostgres, LateFailureContract, ::testing::Values(Postgres(kGroupedForLong)));
-INSTANTIATE_TEST_SUITE_P(OdbcPostgres, DatabaseContract,
-                         ::testing::Values(Postgres(kEachByItself), Postgres(kGrouped)));
-INSTANTIATE_TEST_SUITE_P(OdbcPostgres, ServerContract,
-                         ::testing::Values(Postgres(kEachByItself), Postgres(kGrouped)));
+                         Values(Sqlite("EachByItself", kShortWait), Sqlite("Grouped", kGroupedShortWait)),
+                         NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcSqlite, GroupContract, Values(Sqlite("Grouped", kGrouped)), NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcSqlite, NoGroupContract, Values(Sqlite("EachByItself", kEachByItself)), NameOf);
+
+const auto kPostgres = Values(Postgres("EachByItself", kEachByItself), Postgres("Grouped", kGrouped));
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, RecordsetContract, kPostgres, NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, DatabaseContract, kPostgres, NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, BatchContract, kPostgres, NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, OneNameContract, kPostgres, NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, FrameContract, kPostgres, NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, LockContract, kPostgres, NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, GroupContract, Values(Postgres("Grouped", kGrouped)), NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, NoGroupContract, Values(Postgres("EachByItself", kEachByItself)),
+                         NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, LateFailureContract,
+                         Values(Postgres("GroupedForLong", kGroupedForLong)), NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, ServerContract, kPostgres, NameOf);
 
 }  // namespace
 }  // namespace iqrx::testing

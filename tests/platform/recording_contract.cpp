@@ -1,4 +1,5 @@
-// The database port's contract on the recording fake, which is told what a database would answer.
+// The database port's contract on the recording fake. What it is told is what it answers, so that only its
+// way with the rows of a recordset can be wrong.
 #include "platform/database_contract.h"
 
 namespace iqrx::testing {
@@ -11,15 +12,9 @@ public:
         return database_.CreateConnection(ConnectionString());
     }
     std::string ConnectionString() override { return "told"; }
-    std::string UnusableConnectionString() override {
-        database_.WhenConnected({platform::kDatabaseError, "fake", "no database"});
-        return "unusable";
-    }
-    void Tell(const std::string& text, ExecuteAnswer answer) override {
-        database_.WhenExecuted(text, std::move(answer));
-    }
-    void Tell(const std::string& text, OpenAnswer answer) override {
-        database_.WhenOpened(text, std::move(answer));
+    std::string UnusableConnectionString() override { return {}; }
+    void Tell(const std::string& text, const SharedRows& rows) override {
+        database_.WhenOpened(text, OpenAnswer(rows));
     }
 
 private:
@@ -27,9 +22,9 @@ private:
     Quirks quirks_;
 };
 
-const AdapterMaker kRecording{[] { return std::make_unique<Recording>(); }, [] { return std::string(); }};
+const AdapterMaker kRecording{"Told", [] { return std::make_unique<Recording>(); }};
 
-INSTANTIATE_TEST_SUITE_P(Recording, DatabaseContract, ::testing::Values(kRecording));
+INSTANTIATE_TEST_SUITE_P(Recording, RecordsetContract, ::testing::Values(kRecording), NameOf);
 
 }  // namespace
 }  // namespace iqrx::testing
