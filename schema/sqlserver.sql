@@ -136,7 +136,7 @@ CREATE TABLE tcccp030 (
     cutm NVARCHAR(16), ccap NVARCHAR(16), ustm DATETIME, uftm DATETIME, ahrs NVARCHAR(60),
     upd_flag INT DEFAULT 0
 );
-IF NOT EXISTS (SELECT * FROM sys.indexes WHERE name = N'tcccp030_ccal')
+IF NOT EXISTS (SELECT * FROM sys.indexes WHERE name = N'tcccp030_ccal' AND object_id = OBJECT_ID(N'tcccp030'))
 CREATE INDEX tcccp030_ccal ON tcccp030 (ccal);
 
 -- The intervals cut into one row per day, in UTC. Rows are added by position: keep the first four columns first.
@@ -144,7 +144,7 @@ IF OBJECT_ID(N'tcccp031', N'U') IS NULL
 CREATE TABLE tcccp031 (
     ccal NVARCHAR(16), ract NVARCHAR(6), ustm DATETIME, uftm DATETIME, upd_flag INT DEFAULT 0
 );
-IF NOT EXISTS (SELECT * FROM sys.indexes WHERE name = N'tcccp031_ccal')
+IF NOT EXISTS (SELECT * FROM sys.indexes WHERE name = N'tcccp031_ccal' AND object_id = OBJECT_ID(N'tcccp031'))
 CREATE INDEX tcccp031_ccal ON tcccp031 (ccal);
 
 -- Installations.

@@ -11,6 +11,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
+using ::testing::ThrowsMessage;
 
 const Date kMoment = FromCivil({2009, 5, 7, 8, 30, 15});
 const std::string kUnicode = "Z\u00fcrich, \u6771\u4eac, \U0001F600\U0001D518, \u0130\u0131";
@@ -297,6 +298,16 @@ TEST_P(OneNameContract, RefusesADatabaseThatItCannotChangeTo) {
     const std::string before = connection->DefaultDatabase();
     EXPECT_THROW(connection->SetDefaultDatabase("elsewhere"), RuntimeError);
     EXPECT_EQ(connection->DefaultDatabase(), before);
+}
+
+TEST_P(ServerContract, NamesTheRowOfATextThatIsTooLongForItsColumn) {
+    GivenItems({Item(1)});
+    const std::string tooLong(41, 'x');
+
+    EXPECT_THAT([&] { connection->Execute("UPDATE items SET name = '" + tooLong + "' WHERE id = 1"); },
+                ThrowsMessage<RuntimeError>(HasSubstr("(table items, row id = 1)")));
+
+    EXPECT_EQ(connection->LastErrors().front().sqlState, "22001");
 }
 
 TEST_P(ServerContract, ReportsALostConnectionAndCloses) {

@@ -104,6 +104,23 @@ protected:
     std::unique_ptr<Connection> connection;
 };
 
+// The name of an index is its table's own affair: another table may have one of the same name.
+TEST(Scripts, LookForAnIndexOnItsOwnTable) {
+    const std::string script = Text(kRoot / "schema/sqlserver.sql");
+    const std::regex looks(R"(IF NOT EXISTS \(SELECT \* FROM sys\.indexes WHERE name = N'(\w+)')"
+                           R"( AND object_id = OBJECT_ID\(N'(\w+)'\)\)\nCREATE INDEX (\w+) ON (\w+) )");
+    const std::regex creates("CREATE INDEX");
+    const auto count = [&](const std::regex& pattern) {
+        return std::distance(std::sregex_iterator(script.begin(), script.end(), pattern), {});
+    };
+    EXPECT_GT(count(creates), 0);
+    EXPECT_EQ(count(looks), count(creates));
+    for (std::sregex_iterator at(script.begin(), script.end(), looks), end; at != end; ++at) {
+        EXPECT_EQ((*at)[1], (*at)[3]);
+        EXPECT_EQ((*at)[2], (*at)[4]);
+    }
+}
+
 TEST(Scripts, CreateTheSameTablesWithTheSameColumnsAndKeysOnEveryDatabase) {
     const auto embedded = TablesOf(Text(kRoot / "schema/sqlite.sql"));
     ASSERT_THAT(embedded, SizeIs(28));

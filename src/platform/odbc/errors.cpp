@@ -55,6 +55,9 @@ constexpr std::array kStates{
     StateOfNative{12899, "22001"},  // the same of Oracle
 };
 
+// The state stands before the words: it is what the reader looks up.
+std::string InBrackets(std::string_view state) { return "[" + std::string(state) + "] "; }
+
 void SetState(ErrorEntry& entry, std::int32_t native) {
     const auto found = std::ranges::find(kStates, native, &StateOfNative::native);
     if (found != kStates.end()) entry.sqlState = found->state;
@@ -85,6 +88,7 @@ bool ReadRecord(const Handle& handle, const DriverTraits& driver, SQLSMALLINT nu
         entry.description = text.c_str();
     }
     SetState(entry, native);
+    entry.description = InBrackets(entry.sqlState) + entry.description;
     entry.source = driver.source;
     return true;
 }
@@ -107,6 +111,8 @@ void NameLostLink(Errors& errors, const DriverTraits& driver, Link link) {
     errors.insert(errors.begin(), {kDatabaseError, driver.source, std::string(kLostText) + ": " + cause,
                                    std::string(kLostState)});
 }
+
+bool SpeakOfLongValue(const Errors& errors) { return errors.front().sqlState == "22001"; }
 
 bool EndATransaction(const Errors& errors) {
     return errors.front().sqlState.starts_with("40") || errors.front().sqlState == kLostState;

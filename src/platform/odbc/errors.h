@@ -15,8 +15,8 @@ enum ObjectError : std::int32_t {
     kNotUpdatable = -2146825037,
 };
 
-// What the driver says about the failed call on `handle`, at least one entry. Any other call on the handle
-// clears it.
+// What the driver says about the failed call on `handle`, at least one entry, each with its SQL state before
+// the words. Any other call on the handle clears it.
 Errors ReadDiagnostics(const Handle& handle, const DriverTraits& driver);
 
 enum class Link { NotYet, Up, Gone };  // the connection to the server, as far as it is known
@@ -24,6 +24,9 @@ enum class Link { NotYet, Up, Gone };  // the connection to the server, as far a
 // When the link is gone, or was up and the driver says that it is gone, an entry that says so with SQL state
 // 08S01 is put before the driver's own.
 void NameLostLink(Errors& errors, const DriverTraits& driver, Link link);
+
+// Whether a value did not fit its column.
+bool SpeakOfLongValue(const Errors& errors);
 
 // Whether the transaction in which the errors came is gone: rolled back by the server, or lost with the link.
 bool EndATransaction(const Errors& errors);

@@ -75,7 +75,20 @@ std::int32_t Session::Execute(std::string_view sql) {
 
 std::int32_t Session::Run(std::string_view sql) {
     if (!shared_) shared_ = NewStatement();
-    return Finish(shared_, ExecuteText(shared_, sql));
+    try {
+        return Finish(shared_, ExecuteText(shared_, sql));
+    } catch (RuntimeError& error) {
+        if (SpeakOfLongValue(errors)) NameThePlace(error, sql);
+        throw;
+    }
+}
+
+// A driver names the column at most.
+void Session::NameThePlace(RuntimeError& error, std::string_view sql) {
+    const std::string place = PlaceOf(sql);
+    if (place.empty()) return;
+    error.description += " (" + place + ")";
+    errors.front().description = error.description;
 }
 
 // A batch takes effect as a whole or not at all; a server would keep what its statements did before the one

@@ -68,6 +68,7 @@ private:
     enum class Frame { None, UnitAhead, Unit, Exclusive };
 
     std::int32_t Run(std::string_view sql);
+    void NameThePlace(RuntimeError& error, std::string_view sql);
     std::int32_t RunBatch(std::string_view sql);
     int Milliseconds(const std::string& interval);
     void StartGroup(int milliseconds);

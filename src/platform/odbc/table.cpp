@@ -25,6 +25,14 @@ public:
         return word;
     }
 
+    std::string_view Rest() const { return rest_; }
+    // Passes over all words up to the given one; false when it does not come.
+    bool Find(std::string_view wanted) {
+        for (auto word = Next(); !word.empty(); word = Next())
+            if (EqualIgnoringCase(word, wanted)) return true;
+        return false;
+    }
+
 private:
     static bool InName(char c) {
         return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
@@ -39,15 +47,39 @@ private:
     std::string_view rest_;
 };
 
+// Without blanks before it, and cut where a reader has seen enough, not in the middle of a character.
+std::string Shown(std::string_view text) {
+    constexpr std::size_t kEnough = 200;
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+    if (text.size() <= kEnough) return std::string(text);
+    std::size_t end = kEnough;
+    while ((static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+    return std::string(text.substr(0, end)) + "...";
+}
+
+// The condition of an UPDATE.
+std::string ConditionOf(Words words) { return words.Find("WHERE") ? Shown(words.Rest()) : std::string(); }
+
+// The first value of an INSERT, with its column where the text names it.
+std::string FirstValueOf(Words words) {
+    std::string_view column;
+    if (Words columns = words; columns.Next() == "(") column = columns.Next();
+    if (!words.Find("VALUES") || words.Next() != "(") return {};
+    const std::string_view values = words.Rest();
+    std::string_view word = words.Next();
+    while (!word.empty() && word != "," && word != ")") word = words.Next();
+    const std::string_view first = values.substr(0, values.size() - words.Rest().size() - word.size());
+    return std::string(column) + (column.empty() ? "" : " = ") + Shown(first);
+}
+
 }  // namespace
 
 std::string TableOf(std::string_view select) {
     Words words(select);
-    std::string_view word = words.Next();
-    while (!word.empty() && !EqualIgnoringCase(word, "FROM")) word = words.Next();
+    words.Find("FROM");
     const std::string_view table = words.Next();
     if (table.empty() || table == "(") return {};
-    for (word = words.Next(); !word.empty(); word = words.Next())
+    for (std::string_view word = words.Next(); !word.empty(); word = words.Next())
         if (word == "," || EqualIgnoringCase(word, "JOIN") || EqualIgnoringCase(word, "UNION")) {
             return {};
         } else if (EqualIgnoringCase(word, "WHERE") || EqualIgnoringCase(word, "ORDER")) {
@@ -69,6 +101,17 @@ Change ChangeOf(std::string_view sql) {
         return {Change::Kind::Rows, std::string(words.Next())};
     if (is(verb, "DECLARE") || is(verb, "BEGIN")) return {Change::Kind::Rows, {}};
     return {};
+}
+
+std::string PlaceOf(std::string_view sql) {
+    Words words(sql);
+    const bool isUpdate = EqualIgnoringCase(words.Next(), "UPDATE");
+    const Change change = ChangeOf(sql);
+    if (change.kind != Change::Kind::Rows || change.table.empty()) return {};
+    if (!isUpdate) words.Next();  // INTO
+    words.Next();
+    const std::string row = isUpdate ? ConditionOf(words) : FirstValueOf(words);
+    return "table " + change.table + (row.empty() ? "" : ", row " + row);
 }
 
 std::string CatalogName(std::string_view written, NameCase nameCase) {

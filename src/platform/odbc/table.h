@@ -25,6 +25,10 @@ struct Change {
 };
 Change ChangeOf(std::string_view sql);
 
+// Where an UPDATE or INSERT of one table writes, for the reader of an error: the table, and the row by its
+// condition or its first value. Empty for any other text.
+std::string PlaceOf(std::string_view sql);
+
 // The last part of a written name as the catalog keeps it.
 std::string CatalogName(std::string_view written, NameCase nameCase);
 

@@ -12,8 +12,11 @@ namespace {
 using iqrx::testing::TdsReply;
 using iqrx::testing::TdsServer;
 using ::testing::Contains;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
 using ::testing::Not;
+using ::testing::ThrowsMessage;
 
 class FreeTds : public ::testing::Test {
 protected:
@@ -109,6 +112,42 @@ TEST_F(FreeTds, ChangesTheDatabase) {
 
     EXPECT_EQ(connection->DefaultDatabase(), "other");
     EXPECT_THAT(server.Texts(), Contains("USE [other]"));
+}
+
+TEST_F(FreeTds, SaysWhatTheServerSaidOfADatabaseThatItCannotChangeTo) {
+    server.WhenSent("USE [nowhere]", TdsReply().Error(911, "Database 'nowhere' does not exist."));
+
+    EXPECT_THAT([&] { connection->SetDefaultDatabase("nowhere"); },
+                ThrowsMessage<RuntimeError>(HasSubstr("Database 'nowhere' does not exist.")));
+
+    EXPECT_THAT(connection->LastErrors().at(0).description, HasSubstr("'nowhere'"));
+    EXPECT_EQ(connection->DefaultDatabase(), "qrx");
+}
+
+TEST_F(FreeTds, ShowsTheSqlStateBeforeTheServersWords) {
+    server.WhenSent("batch", TdsReply().Error(2627, "Violation of PRIMARY KEY constraint"));
+
+    EXPECT_THAT([&] { connection->Execute("batch"); },
+                ThrowsMessage<RuntimeError>(MatchesRegex("\\[23000\\] .*Violation of PRIMARY KEY constraint")));
+}
+
+TEST_F(FreeTds, NamesThePlaceOfATextThatIsTooLongForItsColumn) {
+    const std::string insert = "INSERT INTO tsmdm030 (cstp,dsca) VALUES (N'ABC',N'far too long')";
+    const std::string update = "UPDATE tsmdm030 SET dsca = N'far too long' WHERE cstp = N'ABC'";
+    const std::string block = "DECLARE @iCount int\r\n BEGIN \r\n";
+    server.WhenSent(insert, TdsReply().Error(2628, "would be truncated in table 'tsmdm030', column 'dsca'"));
+    server.WhenSent(update, TdsReply().Error(8152, "would be truncated"));
+    server.WhenSent(block, TdsReply().Error(8152, "would be truncated"));
+
+    for (const std::string& text : {insert, update}) {
+        EXPECT_THAT([&] { connection->Execute(text); },
+                    ThrowsMessage<RuntimeError>(
+                        MatchesRegex("\\[22001\\] .*truncated.* \\(table tsmdm030, row cstp = N'ABC'\\)")));
+        EXPECT_THAT(connection->LastErrors().at(0).description, HasSubstr("row cstp = N'ABC'"));
+        EXPECT_EQ(connection->LastErrors().at(0).sqlState, "22001");
+    }
+    EXPECT_THAT([&] { connection->Execute(block); },
+                ThrowsMessage<RuntimeError>(EndsWith("would be truncated")));
 }
 
 TEST_F(FreeTds, ReportsALostConnection) {

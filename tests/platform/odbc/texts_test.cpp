@@ -45,6 +45,34 @@ TEST(CatalogNames, AreTheLastPartAsTheCatalogKeepsIt) {
     EXPECT_EQ(CatalogName("[dbo].[t]", NameCase::Upper), "t");
 }
 
+TEST(PlacesOfStatements, AreTheTableAndTheRow) {
+    EXPECT_EQ(PlaceOf("UPDATE tsmdm030 SET dsca = N'x WHERE y', dahe = 1 WHERE cstp = N'A''B'"),
+              "table tsmdm030, row cstp = N'A''B'");
+    EXPECT_EQ(PlaceOf("UPDATE  tscfg200 SET  ccfg =N'a' WHERE ccfg= N'a' AND crob= N'b' AND oseq= '3'"),
+              "table tscfg200, row ccfg= N'a' AND crob= N'b' AND oseq= '3'");
+    EXPECT_EQ(PlaceOf("INSERT INTO tsmdm030 (cstp,dsca) VALUES (N'A, (B)',N'x',1,0)"),
+              "table tsmdm030, row cstp = N'A, (B)'");
+    EXPECT_EQ(
+        PlaceOf("INSERT INTO tssoc200_audit(orno,time,action) VALUES(  N'O1',CONVERT(DATETIME,'',120),N'I')"),
+        "table tssoc200_audit, row orno = N'O1'");
+    EXPECT_EQ(PlaceOf("insert into t values (5, N'x')"), "table t, row 5");
+    EXPECT_EQ(PlaceOf("UPDATE tsmdm030 SET upd_flag = 1 "), "table tsmdm030");
+}
+
+TEST(PlacesOfStatements, AreCutWhereAReaderHasSeenEnough) {
+    std::string name;
+    for (int i = 0; i < 150; ++i) name += "\u00fc";
+    const std::string place = PlaceOf("UPDATE t SET a = 1 WHERE b = N'" + name + "'");
+    EXPECT_LT(place.size(), 240U);
+    EXPECT_TRUE(place.ends_with("\u00fc..."));
+}
+
+TEST(PlacesOfStatements, AreNotKnownOfOtherTexts) {
+    for (const char* text : {"DECLARE @iCount int\r\n BEGIN", "SELECT * FROM t WHERE a = 1", "", "UPDATE",
+                             "UPDATE STATISTICS t", "INSERT INTO", "truncate table t"})
+        EXPECT_EQ(PlaceOf(text), "") << text;
+}
+
 TEST(Changes, AreToldByTheFirstWords) {
     const auto table = [](const char* sql) { return ChangeOf(sql).table; };
     EXPECT_EQ(table("UPDATE tstables SET in_use = 1WHERE tablename = N'x'"), "tstables");
