@@ -89,6 +89,12 @@ void FillCatalog(runtime::DatabaseSession& session, const std::filesystem::path&
     }
 }
 
+// The catalog has the name in small letters; the server compares by the collation that the tables were made
+// with.
+bool TakesSmallLettersForCapitals(runtime::DatabaseSession& session) {
+    return !session.OpenRecordset("SELECT * FROM tstables WHERE tablename = N'TSMDM030'")->Eof();
+}
+
 }  // namespace
 
 std::string ReadScript(const std::filesystem::path& file) {
@@ -99,12 +105,17 @@ std::string ReadScript(const std::filesystem::path& file) {
     return text.str();
 }
 
-void Init(hosting::Composition& parts, const Options& options, const std::filesystem::path& schemaFolder) {
+void Init(hosting::Composition& parts, const Options& options, const std::filesystem::path& schemaFolder,
+          std::ostream& warnings) {
     platform::Machine machine = parts.Machine();
     runtime::DatabaseSession session(machine, parts.Databases());
     session.SetPlatform(PlatformNumber(options));
     ApplySchema(session, options, schemaFolder);
     FillCatalog(session, schemaFolder);
+    if (PlatformNumber(options) != runtime::kOracle && TakesSmallLettersForCapitals(session))
+        warnings << "qrxctl: the database does not tell a from A: two ERP keys that differ only in that meet in "
+                    "one row. Make it anew with a collation that is case- and accent-sensitive"
+                 << std::endl;
     session.CloseDatabase();
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <iostream>
 
 #include "hosting/composition.h"
 #include "qrxctl/options.h"
@@ -9,7 +10,9 @@
 namespace iqrx::qrxctl {
 
 // Reads the files of `schemaFolder`; rows that the database has already stay as they are. An embedded
-// database is created when its file is missing. Raises RuntimeError.
-void Init(hosting::Composition& parts, const Options& options, const std::filesystem::path& schemaFolder);
+// database is created when its file is missing. A database that takes a small letter for its capital gets one
+// line on `warnings`. Raises RuntimeError.
+void Init(hosting::Composition& parts, const Options& options, const std::filesystem::path& schemaFolder,
+          std::ostream& warnings = std::cerr);
 
 }  // namespace iqrx::qrxctl

@@ -154,6 +154,11 @@ void TdsServer::WhenSent(const std::string& text, const TdsReply& reply) {
     replies_[text] = reply.Bytes();
 }
 
+void TdsServer::WhenSentBeginning(const std::string& beginning, const TdsReply& reply) {
+    const std::lock_guard lock(mutex_);
+    beginnings_[beginning] = reply.Bytes();
+}
+
 void TdsServer::Stop() {
     const std::lock_guard lock(mutex_);
     if (listener_ < 0) return;
@@ -216,11 +221,16 @@ std::string TdsServer::Answer(int kind, const std::string& message) {
     if (kind == kTransaction) return AnswerTransaction(message);
     if (kind != kBatch) return TdsReply().NoCount().Bytes();
     const std::size_t headers = ReadLittle(message, 0, 4);
-    const std::string text = ReadWide(message, headers, (message.size() - headers) / 2);
+    return AnswerText(ReadWide(message, headers, (message.size() - headers) / 2));
+}
+
+std::string TdsServer::AnswerText(const std::string& text) {
     const std::lock_guard lock(mutex_);
     texts_.push_back(text);
-    const auto told = replies_.find(text);
-    return told == replies_.end() ? TdsReply().NoCount().Bytes() : told->second;
+    if (const auto told = replies_.find(text); told != replies_.end()) return told->second;
+    for (const auto& [beginning, answer] : beginnings_)
+        if (text.starts_with(beginning)) return answer;
+    return TdsReply().NoCount().Bytes();
 }
 
 // A commit or rollback may begin the next transaction at once.

@@ -42,6 +42,8 @@ public:
     int Port() const { return port_; }
     // A text that nothing was told about is answered without a count.
     void WhenSent(const std::string& text, const TdsReply& reply);
+    // Every text that begins so and that nothing else was told about.
+    void WhenSentBeginning(const std::string& beginning, const TdsReply& reply);
     void Stop();  // breaks the connection
 
     // UTF-8; "(cancel)" where the client gave up an answer, "(begin)", "(commit)" and "(roll back)" for its
@@ -54,11 +56,12 @@ private:
     void Serve();
     void Converse(int client);
     std::string Answer(int kind, const std::string& message);
+    std::string AnswerText(const std::string& text);
     std::string AnswerTransaction(const std::string& message);
     std::string AnswerLogin(const std::string& message);
 
     mutable std::mutex mutex_;
-    std::map<std::string, std::string> replies_;
+    std::map<std::string, std::string> replies_, beginnings_;
     std::vector<std::string> texts_;
     std::string user_, database_;
     int listener_ = -1, client_ = -1, port_ = 0;
