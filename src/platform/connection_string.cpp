@@ -1,6 +1,7 @@
 #include "platform/connection_string.h"
 
 #include <algorithm>
+#include <array>
 
 #include "platform/error.h"
 
@@ -8,40 +9,62 @@ namespace iqrx::platform {
 
 namespace {
 
-std::string Trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t");
+constexpr std::string_view kBlanks = " \t";
+
+std::string_view Trimmed(std::string_view text) {
+    const auto first = text.find_first_not_of(kBlanks);
     if (first == std::string_view::npos) return {};
-    return std::string(text.substr(first, text.find_last_not_of(" \t") - first + 1));
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-// Reads the value at `position` and leaves it behind the value's end, which is a semicolon or the end of the
-// text.
-std::string ReadValue(std::string_view text, std::size_t& position) {
-    position = std::min(text.find_first_not_of(" \t", position), text.size());
-    if (position == text.size() || (text[position] != '"' && text[position] != '{')) {
-        const auto begin = position;
-        position = std::min(text.find(';', begin), text.size());
-        return Trimmed(text.substr(begin, position - begin));
+std::size_t AfterBlanks(std::string_view text, std::size_t position) {
+    return std::min(text.find_first_not_of(kBlanks, position), text.size());
+}
+
+bool IsClosedValue(std::string_view text, std::size_t begin) {
+    return begin < text.size() && (text[begin] == '"' || text[begin] == '{');
+}
+
+// Where a value in quotes or braces ends, after its closing mark; nothing when it has none. Two closing marks
+// are one that belongs to the value.
+std::optional<std::size_t> EndOfClosedValue(std::string_view text, std::size_t begin) {
+    const char close = text[begin] == '"' ? '"' : '}';
+    for (std::size_t at = begin + 1; at < text.size(); ++at) {
+        if (text[at] != close) continue;
+        if (at + 1 == text.size() || text[at + 1] != close) return at + 1;
+        ++at;
     }
-    const auto begin = position;
-    const char close = text[position] == '"' ? '"' : '}';
+    return std::nullopt;
+}
+
+std::string ValueOf(std::string_view closed) {
+    const char close = closed.back();
     std::string value;
-    for (++position; position < text.size(); ++position) {
-        if (text[position] != close)
-            value += text[position];
-        else if (position + 1 < text.size() && text[position + 1] == close)
-            value += text[position++];
-        else
-            break;
+    for (std::size_t at = 1; at + 1 < closed.size(); ++at) {
+        value += closed[at];
+        if (closed[at] == close) ++at;
     }
-    if (position == text.size())
-        RaiseRuntimeError(kInvalidProcedureCall, "connection string, a value is not closed at \"" +
-                                                     std::string(text.substr(begin, 20)) + "\"");
-    position = std::min(text.find_first_not_of(" \t", position + 1), text.size());
-    if (position < text.size() && text[position] != ';')
-        RaiseRuntimeError(kInvalidProcedureCall, "connection string, text behind a closed value at \"" +
-                                                     std::string(text.substr(position, 20)) + "\"");
     return value;
+}
+
+std::string Place(std::string_view text, std::size_t position) {
+    const auto before = text.substr(0, position);
+    const auto characters = std::ranges::count_if(before, [](char c) { return (c & 0xC0) != 0x80; });
+    return "character " + std::to_string(characters + 1);
+}
+
+bool IsNameCharacter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == ' ';
+}
+
+// A key that is written in other characters than keys are may be a part of a password.
+std::string OfKey(std::string_view key) {
+    return !key.empty() && std::ranges::all_of(key, IsNameCharacter) ? " of " + std::string(key)
+                                                                     : std::string();
+}
+
+[[noreturn]] void Refuse(const std::string& what) {
+    RaiseRuntimeError(kInvalidProcedureCall, "connection string, " + what);
 }
 
 }  // namespace
@@ -56,31 +79,40 @@ ConnectionString::ConnectionString(std::string_view text) {
     while ((position = text.find_first_not_of("; \t", position)) != std::string_view::npos) {
         const auto equals = text.find_first_of("=;", position);
         if (equals == std::string_view::npos || text[equals] == ';')
-            RaiseRuntimeError(kInvalidProcedureCall,
-                              "connection string, KEY=VALUE expected at \"" +
-                                  std::string(text.substr(position, equals - position)) + "\"");
-        std::string key = Trimmed(text.substr(position, equals - position));
-        position = equals + 1;
-        pairs_.emplace_back(std::move(key), ReadValue(text, position));
+            Refuse("KEY=VALUE expected at " + Place(text, position));
+        const std::string_view key = Trimmed(text.substr(position, equals - position));
+        const auto begin = AfterBlanks(text, equals + 1);
+        if (!IsClosedValue(text, begin)) {
+            position = std::min(text.find(';', begin), text.size());
+            pairs_.push_back({std::string(key), std::string(Trimmed(text.substr(begin, position - begin)))});
+            continue;
+        }
+        const auto end = EndOfClosedValue(text, begin);
+        if (!end)
+            Refuse("the value" + OfKey(key) + " that begins at " + Place(text, begin) + " is not closed");
+        pairs_.push_back({std::string(key), ValueOf(text.substr(begin, *end - begin)), true});
+        position = AfterBlanks(text, *end);
+        if (position < text.size() && text[position] != ';')
+            Refuse("text after the closed value" + OfKey(key) + " at " + Place(text, position));
     }
 }
 
 std::optional<std::string> ConnectionString::Find(std::string_view key) const {
     const auto found =
-        std::ranges::find_if(pairs_, [&](const auto& pair) { return EqualIgnoringCase(pair.first, key); });
+        std::ranges::find_if(pairs_, [&](const Pair& pair) { return EqualIgnoringCase(pair.key, key); });
     if (found == pairs_.end()) return std::nullopt;
-    return found->second;
+    return found->value;
 }
 
 void ConnectionString::Remove(std::string_view key) {
-    std::erase_if(pairs_, [&](const auto& pair) { return EqualIgnoringCase(pair.first, key); });
+    std::erase_if(pairs_, [&](const Pair& pair) { return EqualIgnoringCase(pair.key, key); });
 }
 
 std::string ConnectionString::Text() const {
     std::string text;
-    for (const auto& [key, value] : pairs_) {
+    for (const auto& [key, value, closed] : pairs_) {
         text += key + '=';
-        if (value.find_first_of(";{}") == std::string::npos) {
+        if (!closed && value.find_first_of(";{}") == std::string::npos) {
             text += value;
         } else {
             text += '{';
@@ -90,6 +122,97 @@ std::string ConnectionString::Text() const {
         text += ';';
     }
     return text;
+}
+
+namespace {
+
+constexpr std::string_view kNextArgument = "{}";  // of a command line
+
+// Keys that may follow a password. Any other may be a part of it that holds a semicolon.
+constexpr std::string_view kKnownKeys =
+    ";access token;accesstoken;address;app;application name;clientcharset;commit interval;commlog;connect timeout;"
+    "data source;database;dbq;driver;dsn;encrypt;encryption;initial catalog;integrated security;mars_connection;"
+    "multipleactiveresultsets;new password;password;persist security info;port;provider;pwd;server;servername;"
+    "sslmode;tds_version;timeout;trusted_connection;trustservercertificate;uid;user;user id;username;wsid;";
+
+std::string Lower(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+    return lower;
+}
+
+bool IsKnown(std::string_view key) {
+    return kKnownKeys.find(';' + Lower(key) + ';') != std::string_view::npos;
+}
+
+bool NamesASecret(std::string_view key) {
+    constexpr std::array<std::string_view, 4> kWords{"pwd", "pass", "secret", "token"};
+    const std::string lower = Lower(key);
+    return lower == "pw" ||
+           std::ranges::any_of(kWords, [&](auto word) { return lower.find(word) != std::string::npos; });
+}
+
+std::string_view KeyBefore(std::string_view text, std::size_t equals) {
+    const auto before = text.substr(0, equals);
+    const auto delimiter = before.find_last_of("=;{}\"\r\n");
+    return Trimmed(delimiter == std::string_view::npos ? before : before.substr(delimiter + 1));
+}
+
+// Where the value ends; nothing when that is in doubt.
+std::optional<std::size_t> EndOfValue(std::string_view text, std::size_t begin) {
+    begin = AfterBlanks(text, begin);
+    if (IsClosedValue(text, begin) && !text.substr(begin).starts_with(kNextArgument)) {
+        const auto end = EndOfClosedValue(text, begin);
+        return end ? std::optional(AfterBlanks(text, *end)) : std::nullopt;
+    }
+    return std::min({text.find(';', begin), text.find(kNextArgument, begin), text.size()});
+}
+
+// Whether the arguments of a request follow: a database, and then the number of a table.
+bool ArgumentsFollow(std::string_view rest) {
+    if (!rest.starts_with(kNextArgument)) return false;
+    rest.remove_prefix(kNextArgument.size());
+    const auto end = rest.find(kNextArgument);
+    if (end == std::string_view::npos || rest.substr(0, end).find_first_of(";=") != std::string_view::npos)
+        return false;
+    rest.remove_prefix(end + kNextArgument.size());
+    const auto number = Trimmed(rest.substr(0, rest.find(kNextArgument)));
+    return !number.empty() && std::ranges::all_of(number, [](char c) { return c >= '0' && c <= '9'; });
+}
+
+// Whether what follows a secret is all of it readable, so that no part of the secret can be in it.
+bool IsReadable(std::string_view rest) {
+    while (!rest.empty() && !ArgumentsFollow(rest)) {
+        if (rest.front() != ';') return false;
+        rest.remove_prefix(AfterBlanks(rest, 1));
+        if (rest.empty() || rest.front() == ';') continue;
+        const auto equals = rest.find('=');
+        if (equals == std::string_view::npos) return false;
+        const auto key = Trimmed(rest.substr(0, equals));
+        if (!IsKnown(key)) return false;
+        if (NamesASecret(key)) return true;  // the next to be looked at
+        const auto end = EndOfValue(rest, equals + 1);
+        if (!end) return false;
+        rest.remove_prefix(*end);
+    }
+    return true;
+}
+
+}  // namespace
+
+std::string Masked(std::string_view text) {
+    std::string masked;
+    std::size_t shown = 0, equals = 0;
+    for (std::size_t from = 0; (equals = text.find('=', from)) != std::string_view::npos;) {
+        from = equals + 1;
+        if (!NamesASecret(KeyBefore(text, equals))) continue;
+        masked.append(text.substr(shown, from - shown)).append("***");
+        const auto end = EndOfValue(text, from);
+        if (!end || !IsReadable(text.substr(*end))) return masked;
+        shown = from = *end;
+    }
+    return masked.append(text.substr(shown));
 }
 
 }  // namespace iqrx::platform

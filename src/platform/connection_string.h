@@ -5,26 +5,35 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace iqrx::platform {
 
 class ConnectionString {
 public:
-    // Raises RuntimeError that names the place when the text is no such list.
+    // Raises RuntimeError when the text is not such a list. It names the key or the place and never the text,
+    // which may be part of a password.
     explicit ConnectionString(std::string_view text);
 
     std::optional<std::string> Find(std::string_view key) const;
     bool Has(std::string_view key) const { return Find(key).has_value(); }
     void Remove(std::string_view key);
 
-    // The pairs in their order, as a driver takes them: values that need it stand in braces.
+    // The pairs in their order, as a driver takes them: values that need it, or that stood in quotes or
+    // braces, stand in braces.
     std::string Text() const;
 
 private:
-    std::vector<std::pair<std::string, std::string>> pairs_;
+    struct Pair {
+        std::string key, value;
+        bool closed = false;  // it stood in quotes or braces
+    };
+    std::vector<Pair> pairs_;
 };
+
+// The text, a connection string or the arguments of a command line, with *** in the place of its passwords.
+// It need not be one that can be read: where the end of a password is in doubt, nothing after it is shown.
+std::string Masked(std::string_view text);
 
 bool EqualIgnoringCase(std::string_view left, std::string_view right);  // ASCII letters
 

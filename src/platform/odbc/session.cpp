@@ -203,7 +203,7 @@ int Session::Milliseconds(const std::string& interval) {
     const char* const behind = interval.data() + interval.size();
     const auto [end, failure] = std::from_chars(interval.data(), behind, milliseconds);
     if (failure != std::errc() || end != behind || milliseconds < 0)
-        Raise(kInvalidProcedureCall, "Commit Interval is a number of milliseconds, not \"" + interval + "\"");
+        Raise(kInvalidProcedureCall, "The value of Commit Interval is not a number of milliseconds");
     return milliseconds;
 }
 
