@@ -24,6 +24,16 @@ struct ErrorEntry {
 // What the provider had to say about its last failure; stays until cleared or until the next failure.
 using Errors = std::vector<ErrorEntry>;
 
+// What connections and recordsets answer to calls that their state does not allow: the numbers that ADO has for
+// them.
+enum RecordsetError : std::int32_t {
+    kNoCurrentRecord = -2146825267,
+    kItemNotFound = -2146825023,
+    kObjectClosed = -2146824584,
+    kObjectOpen = -2146824583,
+    kNotUpdatable = -2146825037,
+};
+
 // Writes that were reported done are not in the database. Every call on the connection raises it from then
 // on, so that nothing is built on what is missing, until Commit has raised it.
 struct WritesLost : RuntimeError {

@@ -6,15 +6,6 @@
 
 namespace iqrx::platform::odbc {
 
-// What a connection or recordset answers to calls that its state does not allow, with ADO's numbers for them.
-enum ObjectError : std::int32_t {
-    kNoCurrentRecord = -2146825267,
-    kItemNotFound = -2146825023,
-    kObjectClosed = -2146824584,
-    kObjectOpen = -2146824583,
-    kNotUpdatable = -2146825037,
-};
-
 // What the driver says about the failed call on `handle`, at least one entry, each with its SQL state before
 // the words. Any other call on the handle clears it.
 Errors ReadDiagnostics(const Handle& handle, const DriverTraits& driver);

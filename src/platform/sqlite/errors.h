@@ -18,13 +18,6 @@ struct DatabaseFailure : RuntimeError {
     std::string sqlState;
 };
 
-// What a recordset answers to calls that its state does not allow, with the numbers that ADO has for them.
-enum RecordsetError : std::int32_t {
-    kNoCurrentRecord = -2146825267,
-    kItemNotFound = -2146825023,
-    kObjectClosed = -2146824584,
-    kNotUpdatable = -2146825037,
-};
 [[noreturn]] void RaiseRecordsetError(RecordsetError number, const std::string& description);
 
 // Raises the database's last failure; `code` is its (extended) result code.
