@@ -10,6 +10,7 @@
 
 #include "calendars/calendars.h"
 #include "calendars/expansion.h"
+#include "control/control_tables.h"
 #include "platform/conversions.h"
 #include "platform/date.h"
 #include "platform/sqlite/sqlite_database.h"
@@ -94,7 +95,7 @@ struct FixedMachine : Clock, Locale, TimeZone, MessageBox, XmlDocumentFactory, T
 
 struct EmbeddedDatabase : DatabaseProvider {
     std::unique_ptr<Connection> CreateConnection(std::string_view) override {
-        return CreateSqliteConnection();
+        return CreateSqliteConnection(iqrx::control::CoordinatingTables());
     }
 };
 

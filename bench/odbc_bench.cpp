@@ -88,7 +88,7 @@ double Seconds(std::vector<std::string>& statements, std::size_t begin, Execute 
 void InTurns(benchmark::State& state, const std::string& connectionString, const std::string& empty) {
     auto byLoop = Statements("by_loop"), byAdapter = Statements("by_adapter");
     BareLoop loop(connectionString);
-    auto adapter = CreateOdbcConnection();
+    auto adapter = CreateOdbcConnection({});
     adapter->Open(connectionString);
     const auto inLoop = [&](const std::string& sql) { return loop.Execute(sql); };
     const auto inAdapter = [&](const std::string& sql) { return adapter->Execute(sql); };

@@ -62,7 +62,7 @@ void ThroughTheAdapter(benchmark::State& state) {
         state.PauseTiming();
         const auto file = NewDatabase();
         state.ResumeTiming();
-        auto connection = CreateSqliteConnection();
+        auto connection = CreateSqliteConnection({});
         connection->Open("Provider=SQLite;Data Source=" + file.string());
         std::string sql;
         for (const Row& row : rows) {
@@ -121,7 +121,7 @@ BENCHMARK(PlainLoop)->Arg(200'000)->Unit(benchmark::kMillisecond)->UseRealTime()
 // An incremental copy looks for each order before it writes it.
 void OneRowSelects(benchmark::State& state) {
     const auto file = NewDatabase();
-    auto connection = CreateSqliteConnection();
+    auto connection = CreateSqliteConnection({});
     connection->Open("Provider=SQLite;Data Source=" + file.string());
     std::string sql;
     const auto rows = Rows(1000);
@@ -142,7 +142,7 @@ BENCHMARK(OneRowSelects);
 
 void RowsAddedThroughARecordset(benchmark::State& state) {
     const auto file = NewDatabase();
-    auto connection = CreateSqliteConnection();
+    auto connection = CreateSqliteConnection({});
     connection->Open("Provider=SQLite;Data Source=" + file.string());
     auto target = connection->CreateRecordset();
     target->Open("select * from tcccp031 WHERE  1=0", CursorType::Keyset, LockType::Optimistic);

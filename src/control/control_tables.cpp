@@ -16,6 +16,10 @@ auto PlaceOf(const char* field, const std::string& table) {
 
 }  // namespace
 
+platform::ControlTables CoordinatingTables() {
+    return {"tstables", "tstreenodes", "tsi18ntext", "tsfullsyncs", "tsparameters"};
+}
+
 // Empty when the table has no row.
 platform::Value ControlTables::ControlField(const std::string& table, std::string_view field) {
     auto rows = database_.OpenRecordset("SELECT * FROM tstables WHERE tablename = " + Quoted(table));

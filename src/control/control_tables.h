@@ -9,6 +9,9 @@
 
 namespace iqrx::control {
 
+// The names of these tables, in lower case. Processes coordinate through them.
+platform::ControlTables CoordinatingTables();
+
 // Every member raises RuntimeError when its statement fails.
 class ControlTables {
 public:

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,8 +25,12 @@ struct ErrorEntry {
 // What the provider had to say about its last failure; stays until cleared or until the next failure.
 using Errors = std::vector<ErrorEntry>;
 
-// What connections and recordsets answer to calls that their state does not allow: the numbers that ADO has for
-// them.
+// Tables through which processes coordinate: a statement on one of them is kept, with everything before it,
+// when it is reported done. Names in lower case, without a schema.
+using ControlTables = std::set<std::string, std::less<>>;
+
+// What connections and recordsets answer to calls that their state does not allow: the numbers that ADO has
+// for them.
 enum RecordsetError : std::int32_t {
     kNoCurrentRecord = -2146825267,
     kItemNotFound = -2146825023,

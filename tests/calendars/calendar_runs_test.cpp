@@ -20,7 +20,7 @@ using ::testing::IsEmpty;
 
 struct EmbeddedDatabase : platform::DatabaseProvider {
     std::unique_ptr<platform::Connection> CreateConnection(std::string_view) override {
-        return platform::CreateSqliteConnection();
+        return platform::CreateSqliteConnection({});
     }
 };
 

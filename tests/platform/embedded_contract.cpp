@@ -19,7 +19,7 @@ public:
 
     const Quirks& GetQuirks() const override { return quirks_; }
     std::unique_ptr<platform::Connection> CreateConnection() override {
-        return platform::CreateSqliteConnection();
+        return platform::CreateSqliteConnection({});
     }
     std::string ConnectionString() override { return "Provider=SQLite;Data Source=" + file_.string(); }
     std::string UnusableConnectionString() override {

@@ -33,7 +33,7 @@ public:
 
     const Quirks& GetQuirks() const override { return quirks_; }
     std::unique_ptr<platform::Connection> CreateConnection() override {
-        return platform::CreateOdbcConnection();
+        return platform::CreateOdbcConnection({});
     }
     std::string ConnectionString() override {
         return "Driver=SQLite3;SyncPragma=OFF;Database=" + file_.string() + keys_;
@@ -59,7 +59,7 @@ public:
 
     const Quirks& GetQuirks() const override { return quirks_; }
     std::unique_ptr<platform::Connection> CreateConnection() override {
-        return platform::CreateOdbcConnection();
+        return platform::CreateOdbcConnection({});
     }
     std::string ConnectionString() override {
         return "Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=" + std::to_string(Server().Port()) +

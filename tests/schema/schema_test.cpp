@@ -86,7 +86,7 @@ protected:
                (std::string("iqrx_schema_") + test->name() + std::to_string(getpid()));
         Remove();
         platform::ApplySqliteScript(file, script);
-        connection = platform::CreateSqliteConnection();
+        connection = platform::CreateSqliteConnection({});
         connection->Open("Provider=SQLite;Data Source=\"" + file.string() + "\"");
     }
     ~Schema() override {

@@ -74,7 +74,8 @@ private:
         RaiseRuntimeError(kNoSuchMember, name);
     }
 
-    std::unique_ptr<Connection> connection_ = CreateSqliteConnection();
+    std::unique_ptr<Connection> connection_ =
+        CreateSqliteConnection({"tstables", "tstreenodes", "tsi18ntext", "tsfullsyncs", "tsparameters"});
     std::map<Long, std::unique_ptr<Recordset>> recordsets_;
     Long last_ = 0;
 };

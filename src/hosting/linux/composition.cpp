@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "control/control_tables.h"
 #include "erp/extract/extract_erp.h"
 #include "platform/connection_string.h"
 #include "platform/error.h"
@@ -23,8 +24,9 @@ public:
         const platform::ConnectionString keys(text);
         const auto provider = keys.Find("Provider");
         if (provider && platform::EqualIgnoringCase(*provider, "SQLite"))
-            return platform::CreateSqliteConnection();
-        if (keys.Has("Driver") || keys.Has("DSN")) return platform::CreateOdbcConnection();
+            return platform::CreateSqliteConnection(control::CoordinatingTables());
+        if (keys.Has("Driver") || keys.Has("DSN"))
+            return platform::CreateOdbcConnection(control::CoordinatingTables());
         platform::RaiseRuntimeError(
             platform::kInvalidProcedureCall,
             "the connection string must begin with \"Provider=SQLite;Data Source=FILE\", or "

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "platform/connection_string.h"
 #include "platform/odbc/odbc_database.h"
 #include "platform/odbc/recordset.h"
@@ -11,6 +13,8 @@ namespace {
 
 class OdbcConnection : public Connection {
 public:
+    explicit OdbcConnection(ControlTables controlTables) : session_(std::move(controlTables)) {}
+
     void SetConnectionTimeout(int seconds) override { session_.connectionTimeout = seconds; }
     void SetCommandTimeout(int seconds) override {
         session_.Call([&] { session_.SetCommandTimeout(seconds); });
@@ -63,6 +67,8 @@ private:
 
 }  // namespace odbc
 
-std::unique_ptr<Connection> CreateOdbcConnection() { return std::make_unique<odbc::OdbcConnection>(); }
+std::unique_ptr<Connection> CreateOdbcConnection(ControlTables controlTables) {
+    return std::make_unique<odbc::OdbcConnection>(std::move(controlTables));
+}
 
 }  // namespace iqrx::platform

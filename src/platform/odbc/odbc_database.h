@@ -10,6 +10,7 @@
 
 namespace iqrx::platform {
 
-std::unique_ptr<Connection> CreateOdbcConnection();  // not open yet
+// Not open yet.
+std::unique_ptr<Connection> CreateOdbcConnection(ControlTables controlTables);
 
 }  // namespace iqrx::platform

@@ -1,7 +1,5 @@
 #include "platform/odbc/session.h"
 
-#include <algorithm>
-#include <array>
 #include <charconv>
 #include <utility>
 
@@ -10,19 +8,6 @@
 #include "platform/odbc/table.h"
 
 namespace iqrx::platform::odbc {
-
-namespace {
-
-// Tables through which processes coordinate: what is written to them must be there for others at once.
-bool IsControlTable(std::string_view table) {
-    constexpr std::array kTables{"tstables", "tstreenodes", "tsi18ntext", "tsfullsyncs", "tsparameters"};
-    return std::ranges::any_of(kTables, [&](const char* name) {
-        return table.size() >= std::string_view(name).size() &&
-               EqualIgnoringCase(table.substr(table.size() - std::string_view(name).size()), name);
-    });
-}
-
-}  // namespace
 
 Session::~Session() { Close(); }
 
@@ -218,7 +203,7 @@ void Session::StartGroup(int milliseconds) {
 
 void Session::AfterWrite(std::string_view table) {
     if (frame_ != Frame::None) return;  // EndUnit counts the unit
-    if (IsControlTable(table))
+    if (controlTables_.contains(LastPart(table)))
         group_->Commit();
     else
         group_->AfterWrite();

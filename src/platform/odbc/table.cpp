@@ -128,6 +128,13 @@ std::string CatalogName(std::string_view written, NameCase nameCase) {
     return name;
 }
 
+std::string LastPart(std::string_view written) {
+    std::string name = CatalogName(written, NameCase::AsWritten);
+    for (char& c : name)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+    return name;
+}
+
 std::string QuotedName(const std::string& name, const DriverTraits& driver) {
     return driver.quote + name + driver.quote;
 }

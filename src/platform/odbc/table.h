@@ -32,6 +32,9 @@ std::string PlaceOf(std::string_view sql);
 // The last part of a written name as the catalog keeps it.
 std::string CatalogName(std::string_view written, NameCase nameCase);
 
+// The same in small letters, whatever the catalog's.
+std::string LastPart(std::string_view written);
+
 // The name in the driver's quotes, for a statement.
 std::string QuotedName(const std::string& name, const DriverTraits& driver);
 

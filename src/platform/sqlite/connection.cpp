@@ -8,10 +8,6 @@
 
 namespace iqrx::platform {
 
-ControlTables StandardControlTables() {
-    return {"tstables", "tstreenodes", "tsi18ntext", "tsfullsyncs", "tsparameters"};
-}
-
 std::unique_ptr<Connection> CreateSqliteConnection(ControlTables controlTables) {
     return std::make_unique<sqlite::SqliteConnection>(std::move(controlTables));
 }

@@ -3,25 +3,17 @@
 
 #include <filesystem>
 #include <memory>
-#include <set>
-#include <string>
 #include <string_view>
 
 #include "platform/database.h"
 
 namespace iqrx::platform {
 
-// Tables through which processes coordinate: a statement on one of them is on disk, with everything before
-// it, when it is reported done. Names in lower case.
-using ControlTables = std::set<std::string, std::less<>>;
-
-ControlTables StandardControlTables();
-
 // Opens strings of the form "Provider=SQLite;Data Source=FILE". The file must exist and hold a database.
 // Other writes are grouped into transactions of a fraction of a second; they are committed at the latest when
 // an error leaves the connection and at Close. Dates are kept as text "YYYY-MM-DD HH:MM:SS" in columns
 // declared DATETIME, and come back from recordsets as dates.
-std::unique_ptr<Connection> CreateSqliteConnection(ControlTables controlTables = StandardControlTables());
+std::unique_ptr<Connection> CreateSqliteConnection(ControlTables controlTables);
 
 // Runs a script in the database's own dialect, in one transaction; creates the file when it is missing.
 // Raises RuntimeError, and then nothing of the script has happened.

@@ -26,7 +26,7 @@ protected:
     void TearDown() override { std::filesystem::remove(file); }
 
     std::unique_ptr<Connection> Connect(const std::string& keys) const {
-        auto connection = CreateOdbcConnection();
+        auto connection = CreateOdbcConnection({"tstables"});
         connection->Open("Driver=SQLite3;SyncPragma=OFF;Database=" + file.string() + keys);
         return connection;
     }
@@ -88,6 +88,27 @@ TEST_F(OdbcConnections, CommitBeforeAControlTablesStatementIsDone) {
 
     EXPECT_EQ(Count("items"), 1);
     EXPECT_EQ(Count("tstables"), 1);
+}
+
+TEST_F(OdbcConnections, KnowAControlTableByTheLastPartOfItsNameInAnyCase) {
+    const auto connection = Connect(grouped);
+    int inserted = 0;
+    for (const char* name : {"TSTABLES", "main.tstables", "[tstables]", "\"main\".\"TsTables\""}) {
+        connection->Execute(std::string("INSERT INTO ") + name + " (id) VALUES (1)");
+        EXPECT_EQ(Count("tstables"), ++inserted) << name;
+    }
+}
+
+TEST_F(OdbcConnections, TakeNoOtherTableForAControlTable) {
+    const auto connection = Connect(grouped);
+    connection->Execute("CREATE TABLE mytstables (id INTEGER)");
+    connection->Execute("CREATE TABLE \"my.tstables\" (id INTEGER)");
+
+    connection->Execute("INSERT INTO mytstables (id) VALUES (1)");
+    connection->Execute("INSERT INTO \"my.tstables\" (id) VALUES (1)");
+
+    EXPECT_EQ(Count("mytstables"), 0);
+    EXPECT_EQ(Count("\"my.tstables\""), 0);
 }
 
 TEST_F(OdbcConnections, CommitBeforeAnErrorIsRaised) {
@@ -170,7 +191,7 @@ TEST_F(OdbcConnections, RefuseACommitIntervalThatIsNoTime) {
 }
 
 TEST_F(OdbcConnections, NameTheDriverThatIsMissing) {
-    EXPECT_THAT(ErrorOf([&] { CreateOdbcConnection()->Open("Driver=None Such;Database=x"); }),
+    EXPECT_THAT(ErrorOf([&] { CreateOdbcConnection({"tstables"})->Open("Driver=None Such;Database=x"); }),
                 HasSubstr("None Such"));
 }
 

@@ -34,7 +34,7 @@ protected:
     }
 
     TdsServer server;
-    std::unique_ptr<Connection> connection = CreateOdbcConnection();
+    std::unique_ptr<Connection> connection = CreateOdbcConnection({});
 };
 
 TEST_F(FreeTds, LogsInAsTheConnectionStringSays) {
@@ -161,7 +161,7 @@ TEST_F(FreeTds, ReportsALostConnection) {
 }
 
 TEST_F(FreeTds, TellsAServerThatIsNotReachedFromALostConnection) {
-    auto other = CreateOdbcConnection();
+    auto other = CreateOdbcConnection({});
 
     EXPECT_THROW(other->Open("Driver=FreeTDS;Server=127.0.0.1;Port=1;TDS_Version=7.4;Uid=a;Pwd=b"),
                  RuntimeError);

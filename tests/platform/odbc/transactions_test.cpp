@@ -34,7 +34,7 @@ protected:
     void ConnectGrouped() { Connect(";Commit Interval=600000"); }
 
     TdsServer server;
-    std::unique_ptr<Connection> connection = CreateOdbcConnection();
+    std::unique_ptr<Connection> connection = CreateOdbcConnection({"tstables"});
 };
 
 // "(commit)(begin)" and "(roll back)": the driver begins the next transaction with the commit, and gives it

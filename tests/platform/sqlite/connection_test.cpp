@@ -15,7 +15,7 @@ class Connections : public DatabaseTest {
 protected:
     // What opening the file says; the same stands in the connection's errors.
     std::string OpeningError(const std::filesystem::path& path) {
-        auto opening = CreateSqliteConnection();
+        auto opening = CreateSqliteConnection({});
         try {
             opening->Open("provider=sqlite;DATA SOURCE=" + path.string());
             return "";
@@ -49,7 +49,7 @@ TEST_F(Connections, RefuseAReadOnlyFile) {
 }
 
 TEST_F(Connections, RefuseAConnectionStringWithoutAFile) {
-    auto opening = CreateSqliteConnection();
+    auto opening = CreateSqliteConnection({});
     EXPECT_THROW(opening->Open("Provider=SQLite"), RuntimeError);
     EXPECT_THROW(opening->Execute("DELETE FROM t"), RuntimeError);
     EXPECT_EQ(opening->LastErrors().at(0).description, "The connection is closed");

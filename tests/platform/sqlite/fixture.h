@@ -33,7 +33,7 @@ protected:
     void Create(std::string_view schema) { ApplySqliteScript(file, schema); }
 
     std::unique_ptr<Connection> Connect() {
-        auto opened = CreateSqliteConnection();
+        auto opened = CreateSqliteConnection({"tstables", "tsfullsyncs"});
         opened->Open("Provider=SQLite;Data Source=" + file.string());
         return opened;
     }
