@@ -331,6 +331,7 @@ TEST_P(LateFailureContract, ALostConnectionLosesItsGroupAndIsToldAtEveryCall) {
     expectLost([&] { connection->Execute(Insert(2)); });
     expectLost([&] { connection->Commit(); });
     expectLost([&] { connection->Execute(Insert(2)); });
+    expectLost([&] { connection->RunExclusively([&] { connection->Execute(Insert(2)); }); });
     EXPECT_NO_THROW(connection->Commit()) << "nothing was reported done since";
     EXPECT_NO_THROW(connection->Close());
 }

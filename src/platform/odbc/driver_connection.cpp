@@ -163,13 +163,18 @@ void DriverConnection::SetAutocommit(bool on, Errors& said) {
 
 // Asked again after it was set: a driver may take a level and stay at its own.
 std::uint32_t DriverConnection::RequireSerializable() {
-    const std::uint32_t before = Isolation();
-    if (before == SQL_TXN_SERIALIZABLE) return before;
-    const Result result = SetIsolation(SQL_TXN_SERIALIZABLE);
-    if (Works(result) && Isolation() == SQL_TXN_SERIALIZABLE) return before;
-    std::string why = "The driver refuses serializable transactions, without which a table can't be locked";
-    if (!Works(result)) why += ": " + TakeErrors(connection_, errors).description;
-    Raise(kDatabaseError, why);
+    std::uint32_t before = 0, now = 0;
+    Result result = ReadIsolation(before);
+    if (Works(result) && before != SQL_TXN_SERIALIZABLE) result = SetIsolation(SQL_TXN_SERIALIZABLE);
+    if (Works(result)) result = ReadIsolation(now);
+    if (Works(result) && now == SQL_TXN_SERIALIZABLE) return before;
+    const std::string why =
+        "The driver refuses serializable transactions, without which a table can't be locked";
+    if (Works(result)) Raise(kDatabaseError, why);
+    RuntimeError error = TakeErrors(connection_, errors);
+    if (!EndATransaction(errors))
+        error.description = errors.front().description = why + ": " + error.description;
+    throw error;
 }
 
 // Where it fails, later statements are kept apart from others' more than they need.
@@ -177,11 +182,12 @@ void DriverConnection::RestoreIsolation(std::uint32_t level) noexcept {
     if (level != SQL_TXN_SERIALIZABLE) SetIsolation(level);
 }
 
-std::uint32_t DriverConnection::Isolation() {
-    SQLULEN level = 0;  // some drivers fill more than the 32 bits that they should
-    Check(SQLGetConnectAttrW(connection_.Get(), SQL_ATTR_TXN_ISOLATION, &level, sizeof level, nullptr),
-          connection_);
-    return static_cast<std::uint32_t>(level);
+Result DriverConnection::ReadIsolation(std::uint32_t& level) {
+    SQLULEN wide = 0;  // some drivers fill more than the 32 bits that they should
+    const auto result =
+        SQLGetConnectAttrW(connection_.Get(), SQL_ATTR_TXN_ISOLATION, &wide, sizeof wide, nullptr);
+    level = static_cast<std::uint32_t>(wide);
+    return result;
 }
 
 Result DriverConnection::SetIsolation(std::uint32_t level) {

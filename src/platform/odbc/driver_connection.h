@@ -57,7 +57,7 @@ protected:
 
 private:
     void SetAutocommit(bool on, Errors& said);
-    std::uint32_t Isolation();
+    Result ReadIsolation(std::uint32_t& level);
     Result SetIsolation(std::uint32_t level);
     RuntimeError TakeErrors(const Handle& handle, Errors& said) const;
     Link LinkState() const;

@@ -45,9 +45,9 @@ std::int32_t Session::Execute(std::string_view sql) {
     RequireOpen();
     recordsets.SendPending();
     if (frame_ == Frame::Exclusive) return Run(sql);
-    const auto change = ChangeOf(sql);
-    if (change.IsBatch() && frame_ == Frame::None) return RunBatch(sql);
+    if (frame_ == Frame::None && IsBatch(sql)) return RunBatch(sql);
     if (!group_) return Run(sql);
+    const auto change = ChangeOf(sql);
     if (change.kind == Change::Kind::Rows) {
         std::int32_t affected = 0;
         InGroup(change.table, [&] { affected = Run(sql); });

@@ -99,8 +99,13 @@ Change ChangeOf(std::string_view sql) {
     if (is(verb, "UPDATE") && !is(second, "STATISTICS")) return {Change::Kind::Rows, std::string(second)};
     if ((is(verb, "INSERT") && is(second, "INTO")) || (is(verb, "DELETE") && is(second, "FROM")))
         return {Change::Kind::Rows, std::string(words.Next())};
-    if (is(verb, "DECLARE") || is(verb, "BEGIN")) return {Change::Kind::Rows, {}};
+    if (IsBatch(sql)) return {Change::Kind::Rows, {}};
     return {};
+}
+
+bool IsBatch(std::string_view sql) {
+    const auto verb = Words(sql).Next();
+    return EqualIgnoringCase(verb, "DECLARE") || EqualIgnoringCase(verb, "BEGIN");
 }
 
 std::string PlaceOf(std::string_view sql) {

@@ -20,10 +20,11 @@ struct Change {
     };
     Kind kind = Kind::Other;
     std::string table;
-
-    bool IsBatch() const { return kind == Kind::Rows && table.empty(); }
 };
 Change ChangeOf(std::string_view sql);
+
+// Whether the text is a batch of statements, by its first word.
+bool IsBatch(std::string_view sql);
 
 // Where an UPDATE or INSERT of one table writes, for the reader of an error: the table, and the row by its
 // condition or its first value. Empty for any other text.
