@@ -62,6 +62,7 @@ void clsDataCopyHandler::FetchInstanceObject() {
     const platform::ObjectRef registry = process_.objects.CreateObject("iQRXyInstHandler.InstanceHandle");
     Value number = process_.settings.currentInstanceNumber;
     const Value instance = Call(*registry, "getInstance", ByRef{number});
+    process_.settings.currentInstanceNumber = platform::ToInteger(number);
     instanceObject_ = instance.Is<platform::ObjectRef>() ? instance.As<platform::ObjectRef>() : nullptr;
     registry->Set("CurrentInstanceNumber", process_.settings.currentInstanceNumber);
     if (!instanceObject_)
@@ -92,6 +93,7 @@ void clsDataCopyHandler::RelayStatus(int textId, Integer status) {
     Value key = process_.settings.statusKey;
     const TableNames table = NamesOf(textId);
     Call(Instance(), "UpdateStatusByTable", table.text, table.erpId, status, ByRef{key});
+    process_.settings.statusKey = platform::ToLong(key);
 }
 
 void clsDataCopyHandler::DataCopyAlreadyInProgress(platform::Date iTime, Integer iTableID) {

@@ -22,13 +22,17 @@ struct Scheduler : platform::ObjectFactory {
     std::vector<std::string> calls;
     bool hasInstance = true;
     std::string failOn;
+    std::optional<platform::Integer> numberLeft;  // by the registry in getInstance's argument
+    std::optional<Long> keyLeft;                  // by the instance object in UpdateStatusByTable's
 
     ObjectRef CreateObject(std::string_view progId) override {
         calls.push_back("create " + std::string(progId));
-        return std::make_shared<FakeObject>("registry", &calls, [this](auto, auto) -> Value {
+        return std::make_shared<FakeObject>("registry", &calls, [this](auto, auto arguments) -> Value {
+            if (numberLeft) arguments[0].value = *numberLeft;
             if (!hasInstance) return ObjectRef();
-            return std::make_shared<FakeObject>("instance", &calls, [this](auto member, auto) -> Value {
+            return std::make_shared<FakeObject>("instance", &calls, [this](auto member, auto passed) -> Value {
                 if (member == failOn) throw platform::RuntimeError(-2147023170, "RPC", "The caller is gone");
+                if (member == "UpdateStatusByTable" && keyLeft) passed[3].value = *keyLeft;
                 return {};
             });
         });
@@ -86,6 +90,27 @@ TEST_F(Handler, RelaysTheTablesStatusWhenItIsWanted) {
     EXPECT_THAT(scheduler.calls,
                 ::testing::Contains("instance.UpdateStatusByTable('Service Types', 'erp030', 2, 42)"));
     EXPECT_EQ(scheduler.calls.back(), "instance.UpdateStatusByTable('Service Types', 'erp030', 4, 42)");
+}
+
+TEST_F(Handler, TakesOverTheInstanceNumberThatTheRegistryLeaves) {
+    scheduler.numberLeft = platform::Integer{9};
+    Handle(2);
+    EXPECT_THAT(scheduler.calls,
+                ::testing::IsSupersetOf({"registry.getInstance(7)"s, "registry.CurrentInstanceNumber = 9"s}));
+    EXPECT_EQ(service.settings.currentInstanceNumber, 9);
+    scheduler.numberLeft.reset();
+    Handle(2);
+    EXPECT_EQ(scheduler.calls[1], "registry.getInstance(9)") << "the next request goes on from there";
+}
+
+TEST_F(Handler, PassesOnTheStatusKeyThatTheSchedulerLeaves) {
+    service.settings.tableStatus = true;
+    service.settings.statusKey = 42;
+    scheduler.keyLeft = Long{70'000};
+    Handle(2);
+    EXPECT_THAT(scheduler.calls,
+                ::testing::Contains("instance.UpdateStatusByTable('Service Types', 'erp030', 2, 42)"));
+    EXPECT_EQ(scheduler.calls.back(), "instance.UpdateStatusByTable('Service Types', 'erp030', 4, 70000)");
 }
 
 TEST_F(Handler, RelaysATableInUseWithoutASyncStatus) {
