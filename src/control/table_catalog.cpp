@@ -22,10 +22,12 @@ void TableCatalog::LoadTableCatalog(platform::DatabaseProvider& provider, const 
                                     const std::string& treeGroup) {
     auto connection = provider.CreateConnection(connectionString);
     connection->Open(connectionString);
-    if (databasePlatform == runtime::kSqlServer)
+    if (databasePlatform == runtime::kSqlServer) {
         connection->Execute("SET DATEFORMAT YMD");
-    else if (databasePlatform == runtime::kOracle && !database.empty())
+        if (!database.empty()) connection->SetDefaultDatabase(database);
+    } else if (databasePlatform == runtime::kOracle && !database.empty()) {
         connection->Execute("Alter session set current_schema= " + database);
+    }
     auto rows = connection->CreateRecordset();
     rows->Open(std::string("SELECT a.ERPTableID,a.tableid, a.tablename, c.text from tstables a, tstreenodes b, "
                            "tsi18ntext c where a.productid = N'") +

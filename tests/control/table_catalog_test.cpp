@@ -10,7 +10,11 @@ namespace {
 
 using namespace std::string_literals;
 using platform::Long;
+using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
 
 constexpr const char* kCatalogText =
     "SELECT a.ERPTableID,a.tableid, a.tablename, c.text from tstables a, tstreenodes b, tsi18ntext c where a.productid = N'1028' AND b.groupid = N'SYNC' AND a.tableid = b.tableid AND b.label = c.label";
@@ -18,8 +22,8 @@ constexpr const char* kCatalogText =
 class Catalog : public TestProcess, public ::testing::Test {
 protected:
     void Given(Rows rows) { database.WhenOpened(kCatalogText, std::move(rows)); }
-    void Load(platform::Integer databasePlatform = 1) {
-        process.catalog.LoadTableCatalog(database, "the string", "db", databasePlatform, " SYNC ");
+    void Load(platform::Integer databasePlatform = 1, const std::string& name = "db") {
+        process.catalog.LoadTableCatalog(database, "the string", name, databasePlatform, " SYNC ");
     }
     const std::vector<std::string> columns{"ERPTableID", "tableid", "tablename", "text"};
 };
@@ -40,6 +44,27 @@ TEST_F(Catalog, ReadiesItsConnectionForThePlatform) {
     Load(1);
     Load(2);
     EXPECT_THAT(database.executed, ElementsAre("SET DATEFORMAT YMD", "Alter session set current_schema= db"));
+}
+
+TEST_F(Catalog, ReadsTheRequestsOwnDatabaseOnSqlServer) {
+    Given({columns, {{"e"s, Long{2}, "t"s, "T"s}}});
+    Load();
+    EXPECT_THAT(database.calls,
+                ElementsAre("CreateConnection the string", "OpenConnection the string",
+                            "Execute SET DATEFORMAT YMD", "DefaultDatabase db",
+                            StartsWith("Open SELECT a.ERPTableID"), "Close", "CloseConnection"));
+}
+
+TEST_F(Catalog, StaysInTheLoginsDatabaseWithoutAName) {
+    Given({columns, {{"e"s, Long{2}, "t"s, "T"s}}});
+    Load(1, "");
+    EXPECT_THAT(database.calls, Not(Contains(HasSubstr("DefaultDatabase"))));
+}
+
+TEST_F(Catalog, SetsNoDefaultDatabaseOnOracle) {
+    Given({columns, {{"e"s, Long{2}, "t"s, "T"s}}});
+    Load(2);
+    EXPECT_THAT(database.calls, Not(Contains(HasSubstr("DefaultDatabase"))));
 }
 
 TEST_F(Catalog, CannotProceedWithoutARow) {
