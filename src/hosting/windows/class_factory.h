@@ -10,8 +10,8 @@ namespace iqrx::hosting::windows {
 
 class ClassFactory final : public IClassFactory {
 public:
-    // Answers a new object with one reference, which the caller owns.
-    using Create = std::function<IUnknown*()>;
+    // Hands out an interface of a new object. May raise RuntimeError.
+    using Create = std::function<HRESULT(REFIID iid, void** object)>;
 
     ClassFactory(ServerLifetime& lifetime, Create create) : lifetime_(lifetime), create_(std::move(create)) {}
     ClassFactory(const ClassFactory&) = delete;
@@ -29,18 +29,6 @@ private:
     ServerLifetime& lifetime_;
     Create create_;
     std::atomic<ULONG> references_{1};
-};
-
-// Offers a class to one client for as long as it lives: a process serves the request it was started for.
-class SingleUseRegistration {
-public:
-    SingleUseRegistration(REFCLSID classId, platform::windows::ComRef<ClassFactory> factory);
-    SingleUseRegistration(const SingleUseRegistration&) = delete;
-    SingleUseRegistration& operator=(const SingleUseRegistration&) = delete;
-    ~SingleUseRegistration() { CoRevokeClassObject(cookie_); }
-
-private:
-    DWORD cookie_ = 0;
 };
 
 }  // namespace iqrx::hosting::windows
