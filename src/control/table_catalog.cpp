@@ -9,8 +9,6 @@ namespace iqrx::control {
 
 namespace {
 
-constexpr std::int32_t kCatalogEmpty = 1004;
-
 std::string TextOf(const platform::Value& value) {
     return value.Is<platform::Null>() ? std::string() : platform::ToText(value);
 }

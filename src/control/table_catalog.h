@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <string>
 
 #include "platform/database.h"
@@ -10,6 +11,8 @@
 namespace iqrx::control {
 
 inline constexpr const char* kProductIdentifier = "1028";
+// The number of the error of a catalog without a row.
+inline constexpr std::int32_t kCatalogEmpty = 1004;
 
 class TableCatalog {
 public:

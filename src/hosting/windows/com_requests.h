@@ -1,8 +1,11 @@
-// Requests that arrive through COM. The process has had no command line: the tables' group comes from the settings
-// file beside the program, and the catalog is loaded by the first request, from the request's own database.
+// Requests that arrive through COM. The process has had no command line: the tables' group comes from the
+// settings file beside the program, and the catalog is loaded by the requests, from their own database.
 #pragma once
 
+#include <optional>
+
 #include "control/cls_data_copy.h"
+#include "platform/error.h"
 
 namespace iqrx::hosting::windows {
 
@@ -13,35 +16,43 @@ public:
 
     control::Process& Process() { return process_; }
 
-    // Runs the request once the catalog is there. What keeps the catalog from loading goes to the request
-    // error log and then to `failed`, and the next request tries again. Raises RuntimeError for a request
-    // that arrives while another is under way: a process copies one table at a time.
-    template <class Run, class Tell>
-    void Serve(const control::CopyRequest& request, Run run, Tell failed) {
-        const Turn turn(*this);
-        if (LoadCatalogOnce(request))
-            run();
-        else
-            failed();
-    }
-
-private:
+    // The time in which an object's request is under way; a process copies one table at a time. The
+    // constructor raises RuntimeError while another request is under way.
     class Turn {
     public:
-        explicit Turn(ComRequests& requests);
-        ~Turn() { requests_.busy_ = false; }
+        Turn(ComRequests& requests, const void* object);
+        ~Turn() { requests_.running_ = nullptr; }
         Turn(const Turn&) = delete;
         Turn& operator=(const Turn&) = delete;
 
     private:
         ComRequests& requests_;
     };
+    bool Runs(const void* object) const { return running_ == object; }
 
-    bool LoadCatalogOnce(const control::CopyRequest& request);
+    // Loads the catalog unless the one at hand is that of the request's connection string, database and
+    // platform. Raises RuntimeError.
+    void LoadCatalogOf(const control::CopyRequest& request);
+
+    // The file to which LogRequest writes.
+    std::string RequestLogFile(const control::CopyRequest& request) const;
+    // What keeps a request from becoming a run, which would have a log of its own.
+    void LogRequest(const control::CopyRequest& request, const platform::RuntimeError& error);
+    // What fails in a call without a request: to the run log if there has been a run, else to the request
+    // error log of the default directory.
+    void LogCall(const platform::RuntimeError& error);
+
+private:
+    struct Origin {
+        std::string connectionString, database;
+        platform::Long platform;
+        bool operator==(const Origin&) const = default;
+    };
 
     control::Process& process_;
-    bool catalogLoaded_ = false;
-    bool busy_ = false;
+    std::string settingsLack_;             // what is wrong with the settings file, if anything
+    std::optional<Origin> catalogOrigin_;  // of the catalog at hand
+    const void* running_ = nullptr;        // the object whose request is under way
 };
 
 }  // namespace iqrx::hosting::windows

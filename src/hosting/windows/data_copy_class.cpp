@@ -12,6 +12,7 @@ namespace iqrx::hosting::windows {
 
 using platform::Integer;
 using platform::Long;
+using platform::RuntimeError;
 using platform::windows::Bstr;
 using platform::windows::ComRef;
 using platform::windows::FromBstr;
@@ -24,14 +25,13 @@ namespace {
 enum Event : DISPID { kStarted = 1, kError, kComplete, kAlreadyInProgress, kDone };
 
 control::CopyRequest RequestOf(BSTR connectionString, BSTR localDatabase, short tableId, short syncMethod,
-                               BSTR logFilePath, BSTR busComponent, const VARIANT& databasePlatform) {
-    return {FromBstr(connectionString),
-            FromBstr(localDatabase),
-            tableId,
-            syncMethod,
-            FromBstr(logFilePath),
-            FromBstr(busComponent),
-            platform::ToLong(FromVariant(databasePlatform, ObjectOf))};
+                               BSTR logFilePath, BSTR busComponent) {
+    return {FromBstr(connectionString), FromBstr(localDatabase), tableId, syncMethod,
+            FromBstr(logFilePath),      FromBstr(busComponent)};
+}
+
+Integer PlatformOf(const VARIANT& databasePlatform) {
+    return platform::ToInteger(FromVariant(databasePlatform, ObjectOf));
 }
 
 }  // namespace
@@ -49,24 +49,38 @@ void* DataCopyClass::Find(REFIID iid) {
 
 HRESULT DataCopyClass::StartDataCopy(BSTR ConnectionString, BSTR LocalDatabase, short TableID, short SyncMethod,
                                      BSTR LogFilePath, BSTR BOWBusComponent, VARIANT DatabasePlatform) {
-    return Method([&] {
-        const auto request = RequestOf(ConnectionString, LocalDatabase, TableID, SyncMethod, LogFilePath,
-                                       BOWBusComponent, DatabasePlatform);
-        requests_.Serve(
-            request, [&] { dataCopy_.StartDataCopy(request); }, [&] { FailWithoutCatalog(request); });
-    });
+    control::CopyRequest request;
+    return Method(
+        [&] {
+            request =
+                RequestOf(ConnectionString, LocalDatabase, TableID, SyncMethod, LogFilePath, BOWBusComponent);
+            Serve(request, DatabasePlatform);
+        },
+        [&](const RuntimeError& error) {
+            // Of this object's own request its listeners hear the outcome from the request itself.
+            if (requests_.Runs(this))
+                requests_.LogRequest(request, error);
+            else
+                Refuse(request, error);
+        });
 }
 
 HRESULT DataCopyClass::CopyAllTables(BSTR ConnectionString, BSTR LocalDatabase, short SyncMethod,
                                      BSTR LogFilePath, BSTR BOWBusComponent, VARIANT DatabasePlatform) {
-    return Method([&] {
-        dataCopy_.CopyAllTables(RequestOf(ConnectionString, LocalDatabase, control::kAllTables, SyncMethod,
-                                          LogFilePath, BOWBusComponent, DatabasePlatform));
-    });
+    control::CopyRequest request;
+    return Method(
+        [&] {
+            request = RequestOf(ConnectionString, LocalDatabase, control::kAllTables, SyncMethod, LogFilePath,
+                                BOWBusComponent);
+            const ComRequests::Turn turn(requests_, this);
+            request.databasePlatform = PlatformOf(DatabasePlatform);
+            dataCopy_.CopyAllTables(request);
+        },
+        [&](const RuntimeError& error) { requests_.LogRequest(request, error); });
 }
 
 HRESULT DataCopyClass::FormatFailedMessage(BSTR Title, BSTR Text, BSTR* Result) {
-    return Method([&] {
+    return Call([&] {
         std::string result;
         dataCopy_.FormatFailedMessage(FromBstr(Title), FromBstr(Text), result);
         SysFreeString(std::exchange(*Result, Bstr(result).Detach()));
@@ -74,23 +88,31 @@ HRESULT DataCopyClass::FormatFailedMessage(BSTR Title, BSTR Text, BSTR* Result) 
 }
 
 HRESULT DataCopyClass::getEmployeeCalenderList(IDispatch** objCalList) {
-    return Method([&] {
+    return Call([&] {
+        if (objCalList == nullptr || *objCalList == nullptr)
+            platform::RaiseRuntimeError(platform::kObjectNotSet, "objCalList");
         const auto list = ObjectOf(ComRef<IDispatch>::Share(*objCalList));
-        calendars::getEmployeeCalenderList(dataCopy_.Run(),
-                                           [&](const std::string& code) { Call(*list, "Add", code); });
+        calendars::getEmployeeCalenderList(
+            dataCopy_.Run(), [&](const std::string& code) { platform::Call(*list, "Add", code); });
     });
 }
 
 HRESULT DataCopyClass::CreateCalcodesFile() {
-    return Method([&] { calendars::CreateCalcodesFile(dataCopy_.Run()); });
+    return Call([&] { calendars::CreateCalcodesFile(NamedRun()); });
 }
 
 HRESULT DataCopyClass::WriteCalcode(VARIANT sCalCode) {
-    return Method([&] { calendars::WriteCalcode(dataCopy_.Run(), FromVariant(sCalCode, ObjectOf)); });
+    return Call([&] { calendars::WriteCalcode(NamedRun(), FromVariant(sCalCode, ObjectOf)); });
 }
 
 HRESULT DataCopyClass::CloseCalcodesFile() {
-    return Method([&] { calendars::CloseCalcodesFile(dataCopy_.Run()); });
+    return Call([&] { calendars::CloseCalcodesFile(NamedRun()); });
+}
+
+control::CopyRun& DataCopyClass::NamedRun() {
+    if (requests_.Process().runLog.LogFileName().empty())
+        platform::RaiseRuntimeError(platform::kObjectNotSet, "no run has named the calendar-codes file");
+    return dataCopy_.Run();
 }
 
 HRESULT DataCopyClass::EnumConnectionPoints(IEnumConnectionPoints** points) {
@@ -126,15 +148,23 @@ void DataCopyClass::DataCopyAlreadyInProgress(platform::Date iTime, Integer iTab
 
 void DataCopyClass::DataCopydone() { events_.Raise(kDone, {}); }
 
+void DataCopyClass::Serve(control::CopyRequest& request, const VARIANT& databasePlatform) {
+    const ComRequests::Turn turn(requests_, this);
+    try {
+        request.databasePlatform = PlatformOf(databasePlatform);
+        requests_.LoadCatalogOf(request);
+    } catch (...) {
+        return Refuse(request, platform::CurrentError());
+    }
+    dataCopy_.StartDataCopy(request);
+}
+
 // A client that waits for the outcome hears of the failure as of any other; the log that names its cause is
 // the request error log, since the run has none yet.
-void DataCopyClass::FailWithoutCatalog(const control::CopyRequest& request) {
-    auto& machine = requests_.Process().machine;
-    const std::string& directory =
-        request.logFilePath.empty() ? machine.defaultLogDirectory : request.logFilePath;
-    DataCopyError(
-        platform::TimeOfDay(machine.clock.Now()), request.tableId, -1,
-        "DataCopy Failed, see logfile '" + directory + machine.pathSeparator + "iQRXyDBSync.log' for details");
+void DataCopyClass::Refuse(const control::CopyRequest& request, const RuntimeError& error) {
+    requests_.LogRequest(request, error);
+    DataCopyError(platform::TimeOfDay(requests_.Process().machine.clock.Now()), request.tableId, -1,
+                  "DataCopy Failed, see logfile '" + requests_.RequestLogFile(request) + "' for details");
     DataCopydone();
 }
 

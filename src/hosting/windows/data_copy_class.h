@@ -33,7 +33,7 @@ public:
     HRESULT STDMETHODCALLTYPE WriteCalcode(VARIANT sCalCode) override;
     HRESULT STDMETHODCALLTYPE CloseCalcodesFile() override;
 
-    HRESULT STDMETHODCALLTYPE EnumConnectionPoints(IEnumConnectionPoints** points) override;
+    HRESULT STDMETHODCALLTYPE EnumConnectionPoints(IEnumConnectionPoints** enumerator) override;
     HRESULT STDMETHODCALLTYPE FindConnectionPoint(REFIID iid, IConnectionPoint** point) override;
 
 protected:
@@ -48,7 +48,15 @@ private:
     void DataCopyAlreadyInProgress(platform::Date iTime, platform::Integer iTableID) override;
     void DataCopydone() override;
 
-    void FailWithoutCatalog(const control::CopyRequest& request);
+    void Serve(control::CopyRequest& request, const VARIANT& databasePlatform);
+    void Refuse(const control::CopyRequest& request, const platform::RuntimeError& error);
+    // A method without a request of its own.
+    template <class Body>
+    HRESULT Call(Body body) {
+        return Method(body, [&](const platform::RuntimeError& error) { requests_.LogCall(error); });
+    }
+    // Raises RuntimeError before the first run, whose log the codes file is named after.
+    control::CopyRun& NamedRun();
 
     ComRequests& requests_;
     ConnectionPoint events_;

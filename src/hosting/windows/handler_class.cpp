@@ -11,17 +11,18 @@ HandlerClass::HandlerClass(ServerLifetime& lifetime, const TypeLibrary& library,
 
 HRESULT HandlerClass::HandleDataCopy(BSTR ConnString, BSTR DBName, short TableID, short SyncMethod,
                                      BSTR LogDirectory, BSTR BusComponent, LONG DatabasePlatform) {
-    return Method([&] {
-        const control::CopyRequest request{
-            FromBstr(ConnString),   FromBstr(DBName),       TableID,         SyncMethod,
-            FromBstr(LogDirectory), FromBstr(BusComponent), DatabasePlatform};
-        const auto handle = [&] {
+    control::CopyRequest request;
+    return Method(
+        [&] {
+            request = {FromBstr(ConnString),   FromBstr(DBName),       TableID,         SyncMethod,
+                       FromBstr(LogDirectory), FromBstr(BusComponent), DatabasePlatform};
+            const ComRequests::Turn turn(requests_, this);
+            requests_.LoadCatalogOf(request);
             handler_.HandleDataCopy(request.connectionString, request.localDatabase, request.tableId,
                                     request.syncMethod, request.logFilePath, request.busComponent,
                                     request.databasePlatform);
-        };
-        requests_.Serve(request, handle, [] {});
-    });
+        },
+        [&](const platform::RuntimeError& error) { requests_.LogRequest(request, error); });
 }
 
 }  // namespace iqrx::hosting::windows
