@@ -55,8 +55,13 @@ HRESULT ConnectionPoint::Unadvise(DWORD cookie) {
 }
 
 HRESULT ConnectionPoint::EnumConnections(IEnumConnections** connections) {
+    if (connections == nullptr) return E_POINTER;
     *connections = nullptr;
-    return E_NOTIMPL;
+    return platform::windows::Guarded([&] {
+        const auto sinks = std::make_shared<std::vector<KeptConnection>>();
+        for (const auto& [cookie, sink] : sinks_) sinks->push_back({sink, cookie});
+        *connections = ConnectionEnumerator::Create(sinks, ComRef<IUnknown>::Share(this));
+    });
 }
 
 }  // namespace iqrx::hosting::windows

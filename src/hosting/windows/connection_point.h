@@ -4,13 +4,26 @@
 #include <map>
 #include <vector>
 
+#include "hosting/windows/enumerator.h"
 #include "platform/value.h"
-#include "platform/windows/com.h"
 // After com.h, whose types it uses.
 #include <ocidl.h>
 #include <olectl.h>
 
 namespace iqrx::hosting::windows {
+
+// What the enumerators keep.
+struct KeptConnection {
+    platform::windows::ComRef<IDispatch> sink;
+    DWORD cookie;
+    CONNECTDATA HandOut() const { return {platform::windows::ComRef(sink).Detach(), cookie}; }
+};
+struct KeptConnectionPoint {
+    platform::windows::ComRef<IConnectionPoint> point;
+    LPCONNECTIONPOINT HandOut() const { return platform::windows::ComRef(point).Detach(); }
+};
+using ConnectionEnumerator = Enumerator<IEnumConnections, CONNECTDATA, KeptConnection>;
+using ConnectionPointEnumerator = Enumerator<IEnumConnectionPoints, LPCONNECTIONPOINT, KeptConnectionPoint>;
 
 // Lives inside its object and shares the object's reference count.
 class ConnectionPoint final : public IConnectionPoint {

@@ -115,9 +115,14 @@ control::CopyRun& DataCopyClass::NamedRun() {
     return dataCopy_.Run();
 }
 
-HRESULT DataCopyClass::EnumConnectionPoints(IEnumConnectionPoints** points) {
-    *points = nullptr;  // there is one, which its clients know by name
-    return E_NOTIMPL;
+HRESULT DataCopyClass::EnumConnectionPoints(IEnumConnectionPoints** enumerator) {
+    if (enumerator == nullptr) return E_POINTER;
+    *enumerator = nullptr;
+    return platform::windows::Guarded([&] {
+        const auto points = std::make_shared<std::vector<KeptConnectionPoint>>();
+        points->push_back({ComRef<IConnectionPoint>::Share(&events_)});
+        *enumerator = ConnectionPointEnumerator::Create(points, ComRef<IUnknown>::Share(&events_));
+    });
 }
 
 HRESULT DataCopyClass::FindConnectionPoint(REFIID iid, IConnectionPoint** point) {
