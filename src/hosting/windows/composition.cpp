@@ -33,6 +33,11 @@ private:
     platform::ObjectFactory& objects_;
 };
 
+// Entered and never left: to leave is to wait for COM's tear-down, which may not end.
+struct EnteredApartment {
+    EnteredApartment() { platform::windows::EnterApartment(); }
+};
+
 std::optional<std::filesystem::path> FileInVariable(const wchar_t* variable) {
     const wchar_t* value = _wgetenv(variable);
     if (!value || !*value) return std::nullopt;
@@ -47,7 +52,7 @@ struct Composition::Parts {
             tracing.emplace(databases, machine.Ports().files, *file);
     }
 
-    platform::windows::Apartment apartment;  // before everything that calls COM
+    EnteredApartment apartment;  // before everything that calls COM
     platform::windows::WindowsMachine machine{windows::AudienceOfStart()};
     platform::windows::ComObjectFactory objects;
     platform::ado::AdoProvider databases{objects};

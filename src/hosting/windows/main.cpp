@@ -8,6 +8,7 @@
 #include "hosting/windows/start.h"
 #include "platform/error.h"
 #include "platform/windows/com.h"
+#include "platform/windows/leave_process.h"
 
 namespace iqrx::hosting::windows {
 
@@ -19,6 +20,7 @@ void UseConsoleOfParent() {
     if (AttachConsole(ATTACH_PARENT_PROCESS)) _wfreopen(L"CONOUT$", L"w", stderr);
 }
 
+// Everything of the program's own is closed when it returns.
 int Run(const Start& start) {
     if (start.kind == StartKind::Register) return RegisterServer(), kCompleted;
     if (start.kind == StartKind::Unregister) return UnregisterServer(), kCompleted;
@@ -28,18 +30,21 @@ int Run(const Start& start) {
     return SubMain(process, start.commandLine);
 }
 
+int ExitCodeOf(int argc, wchar_t** argv) {
+    try {
+        const auto start = ReadStart(argc, argv);
+        if (start.kind != StartKind::Embedding) UseConsoleOfParent();
+        return Run(start);
+    } catch (...) {
+        std::cerr << runtime::DiagnosticLine(platform::CurrentError().description) << std::endl;
+        return kFailed;
+    }
+}
+
 }  // namespace
 
 }  // namespace iqrx::hosting::windows
 
 int wmain(int argc, wchar_t** argv) {
-    using namespace iqrx;
-    try {
-        const auto start = hosting::windows::ReadStart(argc, argv);
-        if (start.kind != hosting::windows::StartKind::Embedding) hosting::windows::UseConsoleOfParent();
-        return hosting::windows::Run(start);
-    } catch (...) {
-        std::cerr << runtime::DiagnosticLine(platform::CurrentError().description) << std::endl;
-        return hosting::kFailed;
-    }
+    iqrx::platform::windows::LeaveProcess(iqrx::hosting::windows::ExitCodeOf(argc, argv));
 }

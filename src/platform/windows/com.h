@@ -88,7 +88,11 @@ public:
     ~Variant() { VariantClear(this); }
 };
 
-// One single-threaded apartment, for as long as it lives.
+// Enters a single-threaded apartment for the rest of the thread's life; its process ends by LeaveProcess.
+// Raises RuntimeError.
+void EnterApartment();
+
+// The same for as long as it lives.
 class Apartment {
 public:
     Apartment();  // raises RuntimeError
