@@ -25,31 +25,48 @@ std::wstring Text(REFGUID id) {
     return text;
 }
 
-// "Software\Classes" of all users or of one.
+// "Software\Classes" of all users or of one, as 64-bit or as 32-bit programs see it. What both see is shared
+// in parts, so that every key is opened from the root: the view holds for the path below it.
 class Classes {
 public:
-    explicit Classes(HKEY root) {
-        opened_ = RegOpenKeyExW(root, L"Software\\Classes", 0, KEY_READ | KEY_WRITE | DELETE, &key_) ==
-                  ERROR_SUCCESS;
-    }
-    Classes(const Classes&) = delete;
-    Classes& operator=(const Classes&) = delete;
-    ~Classes() {
-        if (opened_) RegCloseKey(key_);
-    }
+    Classes(HKEY root, REGSAM view) : root_(root), view_(view) {}
 
-    bool Writable() const { return opened_; }
+    bool Writable() const {
+        HKEY key = nullptr;
+        if (RegOpenKeyExW(root_, kPath, 0, KEY_READ | KEY_WRITE | DELETE | view_, &key) != ERROR_SUCCESS)
+            return false;
+        RegCloseKey(key);
+        return true;
+    }
 
     void Set(const std::wstring& path, const std::wstring& value, const wchar_t* name = nullptr) const {
-        const auto bytes = static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t));
-        const LSTATUS status = RegSetKeyValueW(key_, path.c_str(), name, REG_SZ, value.c_str(), bytes);
+        HKEY key = nullptr;
+        LSTATUS status = RegCreateKeyExW(root_, (std::wstring(kPath) + L"\\" + path).c_str(), 0, nullptr, 0,
+                                         KEY_SET_VALUE | view_, nullptr, &key, nullptr);
+        if (status == ERROR_SUCCESS) {
+            const auto bytes = static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t));
+            status = RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()), bytes);
+            RegCloseKey(key);
+        }
         Check(HRESULT_FROM_WIN32(status), platform::windows::Utf8(path));
     }
-    void Remove(const std::wstring& path) const { RegDeleteTreeW(key_, path.c_str()); }
+
+    // The key with all below it.
+    void Remove(const std::wstring& path) const {
+        const auto last = path.rfind(L'\\');
+        const std::wstring parent = last == std::wstring::npos ? L"" : L"\\" + path.substr(0, last);
+        HKEY key = nullptr;
+        if (RegOpenKeyExW(root_, (kPath + parent).c_str(), 0, KEY_READ | KEY_WRITE | DELETE | view_, &key) !=
+            ERROR_SUCCESS)
+            return;
+        RegDeleteTreeW(key, path.substr(last + 1).c_str());
+        RegCloseKey(key);
+    }
 
 private:
-    HKEY key_ = nullptr;
-    bool opened_ = false;
+    static constexpr const wchar_t* kPath = L"Software\\Classes";
+    HKEY root_;
+    REGSAM view_;
 };
 
 struct PublicInterface {
@@ -72,12 +89,21 @@ std::wstring KeyOf(const PublicInterface& publicInterface) {
 // The entries of this program file.
 class Entries {
 public:
-    explicit Entries(const Classes& classes) : classes_(classes), libraryId_(Text(TypeLibrary().Id())) {}
+    explicit Entries(HKEY root)
+        : classes_(root, KEY_WOW64_64KEY),
+          classesOf32Bit_(root, KEY_WOW64_32KEY),
+          libraryId_(Text(TypeLibrary().Id())) {}
 
+    bool Writable() const { return classes_.Writable(); }
+
+    // The classes are for every program, since the server is a process of its own. A 32-bit program that was
+    // compiled against the interfaces finds their marshaller and their type library only in its own view.
     void Write(const std::filesystem::path& file) const {
         for (const auto& publicClass : kPublicClasses) WriteClass(publicClass, file.native());
-        for (const auto& publicInterface : Interfaces()) WriteInterface(publicInterface);
-        WriteLibrary(file);
+        for (const Classes* classes : {&classes_, &classesOf32Bit_}) {
+            for (const auto& publicInterface : Interfaces()) WriteInterface(*classes, publicInterface);
+            WriteLibrary(*classes, file);
+        }
     }
 
     void Remove() const {
@@ -85,8 +111,10 @@ public:
             classes_.Remove(publicClass.progId);
             classes_.Remove(KeyOf(publicClass));
         }
-        for (const auto& publicInterface : Interfaces()) classes_.Remove(KeyOf(publicInterface));
-        classes_.Remove(KeyOfLibrary());
+        for (const Classes* classes : {&classes_, &classesOf32Bit_}) {
+            for (const auto& publicInterface : Interfaces()) classes->Remove(KeyOf(publicInterface));
+            classes->Remove(KeyOfLibrary());
+        }
     }
 
 private:
@@ -103,36 +131,38 @@ private:
         classes_.Set(key + L"\\Version", kVersion);
     }
 
-    void WriteInterface(const PublicInterface& publicInterface) const {
+    void WriteInterface(const Classes& classes, const PublicInterface& publicInterface) const {
         const std::wstring key = KeyOf(publicInterface);
-        classes_.Set(key, publicInterface.name);
-        classes_.Set(key + L"\\ProxyStubClsid32", publicInterface.marshaller);
-        classes_.Set(key + L"\\TypeLib", libraryId_);
-        classes_.Set(key + L"\\TypeLib", kVersion, L"Version");
+        classes.Set(key, publicInterface.name);
+        classes.Set(key + L"\\ProxyStubClsid32", publicInterface.marshaller);
+        classes.Set(key + L"\\TypeLib", libraryId_);
+        classes.Set(key + L"\\TypeLib", kVersion, L"Version");
     }
 
-    void WriteLibrary(const std::filesystem::path& file) const {
+    void WriteLibrary(const Classes& classes, const std::filesystem::path& file) const {
         const std::wstring key = KeyOfLibrary() + L"\\" + kVersion;
-        classes_.Set(key, L"Data copy service");
-        classes_.Set(key + L"\\0\\win64", file.native());
-        classes_.Set(key + L"\\FLAGS", L"0");
-        classes_.Set(key + L"\\HELPDIR", file.parent_path().native());
+        classes.Set(key, L"Data copy service");
+        for (const wchar_t* system : {L"win64", L"win32"})
+            classes.Set(key + L"\\0\\" + system, file.native());
+        classes.Set(key + L"\\FLAGS", L"0");
+        classes.Set(key + L"\\HELPDIR", file.parent_path().native());
     }
 
-    const Classes& classes_;
+    Classes classes_;
+    Classes classesOf32Bit_;
     std::wstring libraryId_;
 };
 
 }  // namespace
 
 void RegisterServer() {
-    const Classes ofMachine(HKEY_LOCAL_MACHINE), ofUser(HKEY_CURRENT_USER);
-    Entries(ofMachine.Writable() ? ofMachine : ofUser).Write(platform::windows::ProgramFile());
+    const Entries ofMachine(HKEY_LOCAL_MACHINE), ofUser(HKEY_CURRENT_USER);
+    (ofMachine.Writable() ? ofMachine : ofUser).Write(platform::windows::ProgramFile());
 }
 
 void UnregisterServer() {
     for (const HKEY root : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER})
-        if (const Classes classes(root); classes.Writable()) Entries(classes).Remove();
+        if (const Entries entries(root); entries.Writable()) entries.Remove();
 }
 
 }  // namespace iqrx::hosting::windows
