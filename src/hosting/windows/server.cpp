@@ -1,6 +1,7 @@
 #include "hosting/windows/server.h"
 
 #include "hosting/windows/offer.h"
+#include "platform/windows/kept_interface.h"
 
 namespace iqrx::hosting::windows {
 
@@ -20,11 +21,19 @@ void RunMessages(const Offer& offer) {
     KillTimer(nullptr, limit);
 }
 
+// Those that every client calls through.
+void KeepInterfaces(ServerLifetime& lifetime) {
+    platform::windows::KeepDispatchInterfaces();
+    const auto factory = platform::windows::ComRef<ClassFactory>::Adopt(new ClassFactory(lifetime, {}));
+    platform::windows::KeepInterface(IID_IClassFactory, factory.Get());
+}
+
 }  // namespace
 
 void RunServer(control::Process& process) {
     ComClassObjects classObjects;
     ServerLifetime lifetime;
+    KeepInterfaces(lifetime);
     ComRequests requests(process);
     const Offer offer(classObjects, lifetime, requests);
     RunMessages(offer);
