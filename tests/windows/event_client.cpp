@@ -8,6 +8,8 @@
 #include "platform/error.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/com_object.h"
+#include "platform/windows/kept_interface.h"
+#include "platform/windows/leave_process.h"
 #include "platform/windows/variant.h"
 // After com.h, whose types it uses.
 #include <ocidl.h>
@@ -57,10 +59,10 @@ public:
 };
 
 void Run(char** arguments) {
+    ComRef<IConnectionPoint> point;  // let go of last, not straight after a call of it; see KeepInterface
     windows::ComObjectFactory factory;
     const ObjectRef copy = factory.CreateObject("iQRXyQRXSync.clsDataCopy");
     const auto container = dynamic_cast<windows::ComObject&>(*copy).Dispatch().As<IConnectionPointContainer>();
-    ComRef<IConnectionPoint> point;
     Check(container->FindConnectionPoint(kEvents, point.Put()), "FindConnectionPoint");
     Sink sink;
     DWORD cookie = 0;
@@ -76,12 +78,14 @@ void Run(char** arguments) {
 
 int main(int, char** argv) {
     using namespace iqrx;
+    int exitCode = 0;
     try {
-        const platform::windows::Apartment apartment;
+        platform::windows::EnterApartment();
+        platform::windows::KeepDispatchInterfaces();
         testing::Run(argv);
-        return 0;
     } catch (...) {
         std::cerr << platform::CurrentError().description << std::endl;
-        return 1;
+        exitCode = 1;
     }
+    platform::windows::LeaveProcess(exitCode);
 }

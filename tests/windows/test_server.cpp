@@ -7,9 +7,11 @@
 //     test_server ado PORT READY      ADO on the database bridge
 //
 // READY is a file that appears once the classes can be created. READY.fault, while it exists, makes a call
-// fail: with "die" in it the call ends the process, with "wrong" it answers a value of a wrong type. At fault
-// are the ERP's enumerators (hasMoreElements), ADO's execution of the statement that marks a table's rows,
-// and the instance object.
+// fail: with "die" in it the call ends the process, with "wrong" it answers a value of a wrong type, with
+// "hold" it answers when the file is gone. At fault are the ERP's enumerators (hasMoreElements), ADO's
+// execution of the statement that marks a table's rows, and the instance object: with "die" and "wrong" when
+// it is fetched, with "hold" and "die-in-run" when it is called. With "change" in the file the registry and
+// the instance object leave other values in what is handed over by reference.
 #include <fstream>
 #include <functional>
 #include <iostream>
@@ -23,6 +25,7 @@
 #include "platform/json_text.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/dispatch_adapter.h"
+#include "platform/windows/kept_interface.h"
 #include "platform/windows/machine.h"
 #include "support/test_process.h"
 #include "windows/remote_database.h"
@@ -44,13 +47,19 @@ constexpr const char* kErpClasses[] = {"com.orva.erp.audit.AuditCriteria", "com.
 class Fault {
 public:
     explicit Fault(std::string file) : file_(std::move(file)) {}
-    // Ends the process, or says that the answer is to be wrong.
-    bool Strikes() const {
+
+    std::string Kind() const {
         std::ifstream stream(file_);
         std::string kind;
         stream >> kind;
-        if (kind == "die") TerminateProcess(GetCurrentProcess(), 9);
-        return kind == "wrong";
+        return kind;
+    }
+
+    // Ends the process, waits, or says that the answer is to be wrong.
+    bool Strikes() const {
+        if (Kind().starts_with("die")) TerminateProcess(GetCurrentProcess(), 9);
+        while (Kind() == "hold") Sleep(10);
+        return Kind() == "wrong";
     }
 
     bool Possible() const { return std::filesystem::exists(file_); }
@@ -193,15 +202,25 @@ public:
         for (const auto& argument : arguments)
             json += (json.empty() ? "" : ",") + JsonValue(argument.value, IsoTime);
         log_.Append("{\"call\":" + JsonText(member) + ",\"args\":[" + json + "]}");
-        if (member != "getInstance") return fault_.Strikes(), Value();
-        if (fault_.Strikes()) return std::string("no object");
-        return ObjectRef(std::make_shared<InstanceObject>(log_, fault_));
+        return member == "getInstance" ? Fetched(arguments[0].value) : Called(member, arguments);
     }
     void Set(std::string_view member, const Value& value) override {
         log_.Append("{\"set\":" + JsonText(member) + ",\"value\":" + JsonValue(value, IsoTime) + "}");
     }
 
 private:
+    Value Fetched(Value& number) const {
+        const std::string kind = fault_.Kind();
+        if (kind == "change") number = Integer{9};
+        if ((kind == "die" || kind == "wrong") && fault_.Strikes()) return std::string("no object");
+        return ObjectRef(std::make_shared<InstanceObject>(log_, fault_));
+    }
+    Value Called(std::string_view member, std::span<Argument> arguments) const {
+        if (fault_.Kind() == "change" && member == "UpdateStatusByTable") arguments[3].value = Long{70'000};
+        fault_.Strikes();
+        return {};
+    }
+
     CallLog log_;
     Fault fault_;
 };
@@ -234,6 +253,12 @@ void RegisterProgIds() {
             if (const auto name = names.Find(table.table, role)) RegisterProgId(*name);
 }
 
+// The interfaces that all objects here are called through.
+void KeepInterfaces() {
+    windows::KeepDispatchInterfaces();
+    windows::KeepInterface(IID_IClassFactory, new Factory({}));
+}
+
 void Serve(const Classes& classes, const std::string& ready) {
     for (const auto& [progId, create] : classes) {
         DWORD cookie = 0;
@@ -241,6 +266,7 @@ void Serve(const Classes& classes, const std::string& ready) {
                                     REGCLS_MULTIPLEUSE, &cookie),
               progId);
     }
+    KeepInterfaces();
     std::ofstream(ready) << "ready\n";
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
