@@ -45,29 +45,32 @@ class Requests(Scenario):
         self.assertIn("tsmdm030", text_of(directory))
         self.assertEqual(database.in_use(), ["0"])
 
-    def test_unrelated_clients_of_both_classes_get_a_process_each(self):
-        """Both requests are under way at the same time: the first waits for its instance object, the second for the
-        ERP."""
-        first, second = Database("first"), Database("second")
+    def test_unrelated_clients_get_a_process_each(self):
+        """Three requests are under way at the same time: two wait for the instance object, one for the ERP."""
+        first, second, third = Database("first"), Database("second"), Database("third")
         instance, erp = self.site.roles["instance"].fault, self.site.roles["erp"].fault
         instance.write_text("hold")
         erp.write_text("hold")
-        handler = start_wine(*self.script("client.vbs", first.connection, windows_path(logs("first")), "ERP", 2, FULL))
         try:
+            handler = Started("handler", *self.request(first, logs("first"), 2))
             wait_for(lambda: '"writeToMessageBox"' in "".join(self.called()), "the handler's request")
             self.assertEqual(services(), 1)
-            copy = start_wine(*self.sink(second, logs("second"), table=5))
-            self.assertEqual(copy.stdout.readline(), "DataCopyStarted vt7 vt2=5\n")
+            copy = Started("copy", *self.sink(second, logs("second"), table=5))
+            self.assertEqual(copy.wait_for_lines(1), ["DataCopyStarted vt7 vt2=5"])
             self.assertEqual(services(), 2)
+            another_handler = Started("another_handler", *self.request(third, logs("third"), 2))
+            wait_for(lambda: services() == 3 or another_handler.process.poll() is not None, "a third process")
+            self.assertEqual(services(), 3)
             erp.unlink()
-            out, err = copy.communicate(timeout=SECONDS)
-            self.assertRegex(out, r"^DataCopyComplete vt7 vt2=5 vt3=[1-9]\d* vt3=0 vt3=0\nDataCopydone\n", err)
+            self.assertRegex("\n".join(copy.wait()),
+                             r"^DataCopyStarted vt7 vt2=5\nDataCopyComplete vt7 vt2=5 vt3=[1-9]\d* vt3=0 vt3=0\nDataCopydone$")
         finally:
             erp.unlink(missing_ok=True)
             instance.unlink()
-            out, err = handler.communicate(timeout=SECONDS)
-        self.assertEqual(out, "handled 1\n", err)
-        self.assertEqual(first.query("SELECT count(*) FROM tsmdm030"), [str(SERVICE_TYPES)])
+        self.assertEqual(handler.wait(), ["handled 1"])
+        self.assertEqual(another_handler.wait(), ["handled 1"])
+        for database in (first, third):
+            self.assertEqual(database.query("SELECT count(*) FROM tsmdm030"), [str(SERVICE_TYPES)])
         self.assert_service_is_gone()
 
     def test_what_the_scheduler_leaves_in_its_arguments_is_taken_over(self):

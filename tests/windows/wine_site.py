@@ -35,9 +35,24 @@ def windows_path(path):
     return "Z:" + str(path).replace("/", "\\")
 
 
-def start_wine(*arguments, **options):
-    return subprocess.Popen([WINE, *map(str, arguments)], text=True, stdout=subprocess.PIPE,
-                            stderr=subprocess.PIPE, **options)
+class Started:
+    """A program that goes on while the test does; what it prints can be read meanwhile."""
+
+    def __init__(self, name, *arguments):
+        self.file = WORK / f"{name}.out"
+        with open(self.file, "w") as out:
+            self.process = subprocess.Popen([WINE, *map(str, arguments)], stdout=out, stderr=out)
+
+    def printed(self):
+        return self.file.read_text().splitlines()
+
+    def wait_for_lines(self, count):
+        wait_for(lambda: len(self.printed()) >= count or self.process.poll() is not None, f"lines in {self.file}")
+        return self.printed()
+
+    def wait(self):
+        self.process.wait(timeout=SECONDS)
+        return self.printed()
 
 
 def wine(*arguments, **options):
@@ -187,8 +202,11 @@ class Scenario(unittest.TestCase):
         self.site.calls.unlink(missing_ok=True)
 
     def client(self, database, directory, table, *methods):
-        """A script that handles one request after the other."""
-        return wine(*self.script("client.vbs", database.connection, windows_path(directory), "ERP", table, *methods))
+        return wine(*self.request(database, directory, table, *methods))
+
+    def request(self, database, directory, table, *methods):
+        """A script that handles a request after the other, each through an object of its own."""
+        return self.script("client.vbs", database.connection, windows_path(directory), "ERP", table, *(methods or [FULL]))
 
     @staticmethod
     def script(name, *arguments):

@@ -8,7 +8,7 @@
 namespace iqrx::testing {
 namespace {
 
-// Is called when the thread leaves its apartment, where COM's tear-down may wait for ever.
+// Is called when the thread leaves its apartment, where COM's tear-down may wait forever.
 class TearDownSpy final : public IInitializeSpy {
 public:
     virtual ~TearDownSpy() = default;

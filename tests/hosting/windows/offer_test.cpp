@@ -91,7 +91,7 @@ TEST_F(AnOffer, SendsAClientThatComesLateToAnotherProcess) {
     ComRef<IDispatch> object, late;
     ASSERT_EQ(Create(classes.handler, object), S_OK);
     classes.calls.clear();
-    EXPECT_EQ(Create(classes.dataCopy, late), E_ACCESSDENIED) << "what the other process answers";
+    EXPECT_EQ(Create(classes.dataCopy, late), E_ACCESSDENIED) << "what the other process returns";
     EXPECT_THAT(classes.calls, ElementsAre("create data copy elsewhere"));
     classes.calls.clear();
     EXPECT_EQ(Create(classes.handler, late), E_ACCESSDENIED) << "a second object of the class that was taken";
