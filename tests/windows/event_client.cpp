@@ -6,6 +6,7 @@
 #include "platform/conversions.h"
 #include "platform/date.h"
 #include "platform/error.h"
+#include "platform/windows/apartment.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/com_object.h"
 #include "platform/windows/kept_interface.h"

@@ -81,21 +81,11 @@ protected:
         return nullptr;
     }
 
-    // Runs a method's body. Nothing reaches the caller: what the body raises goes to `log`. The object stays
-    // while it runs, though its client may be gone by then.
+    // A public method. The object stays while it runs, though its client may be gone by then.
     template <class Body, class Log>
     HRESULT Method(Body body, Log log) noexcept {
         const auto alive = platform::windows::ComRef<Interface>::Share(this);
-        try {
-            try {
-                body();
-            } catch (...) {
-                log(platform::CurrentError());
-            }
-        } catch (...) {
-            // A failure that cannot be told anywhere.
-        }
-        return S_OK;
+        return platform::windows::Trapped(body, log);
     }
 
 private:

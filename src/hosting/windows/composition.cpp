@@ -9,6 +9,7 @@
 #include "hosting/windows/start.h"
 #include "platform/trace/tracing_database.h"
 #include "platform/windows/ado/connection.h"
+#include "platform/windows/apartment.h"
 #include "platform/windows/com_object.h"
 #include "platform/windows/machine.h"
 

@@ -57,7 +57,7 @@ HRESULT DataCopyClass::StartDataCopy(BSTR ConnectionString, BSTR LocalDatabase, 
             Serve(request, DatabasePlatform);
         },
         [&](const RuntimeError& error) {
-            // Of this object's own request its listeners hear the outcome from the request itself.
+            // While this object's own request goes on, its listeners would take the failure for that one's.
             if (requests_.Runs(this))
                 requests_.LogRequest(request, error);
             else

@@ -131,9 +131,4 @@ HRESULT Report(const RuntimeError& error) {
     return ResultOf(error);
 }
 
-void EnterApartment() { Check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), "CoInitializeEx"); }
-
-// Both calls of a pair count, hence the balance in the destructor also for S_FALSE.
-Apartment::Apartment() { EnterApartment(); }
-
 }  // namespace iqrx::platform::windows

@@ -38,4 +38,19 @@ HRESULT Guarded(Body body) noexcept {
     }
 }
 
+// Runs the body of a method that raises nothing to its caller: what it fails with goes to `log`.
+template <class Body, class Log>
+HRESULT Trapped(Body body, Log log) noexcept {
+    try {
+        try {
+            body();
+        } catch (...) {
+            log(CurrentError());
+        }
+    } catch (...) {
+        // A failure that cannot be told anywhere.
+    }
+    return S_OK;
+}
+
 }  // namespace iqrx::platform::windows

@@ -10,6 +10,7 @@
 #include "hosting/windows/data_copy_class.h"
 #include "hosting/windows/handler_class.h"
 #include "platform/conversions.h"
+#include "platform/windows/apartment.h"
 #include "platform/windows/com_object.h"
 #include "platform/windows/variant.h"
 #include "support/test_process.h"

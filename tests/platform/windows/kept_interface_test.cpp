@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/windows/apartment.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/dispatch_adapter.h"
 

@@ -7,6 +7,7 @@
 
 #include "platform/date.h"
 #include "platform/error.h"
+#include "platform/windows/apartment.h"
 #include "platform/windows/com.h"
 #include "support/temporary_directory.h"
 
