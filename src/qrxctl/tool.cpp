@@ -1,17 +1,13 @@
 #include "qrxctl/tool.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <iostream>
-#include <map>
-#include <utility>
 
 #include "hosting/composition.h"
 #include "platform/date.h"
 #include "platform/error.h"
+#include "qrxctl/arguments.h"
 #include "qrxctl/copy_command.h"
 #include "qrxctl/init_command.h"
 #include "qrxctl/sample.h"
@@ -24,96 +20,13 @@ namespace {
 using hosting::Composition;
 
 constexpr int kUsageError = 64;
-constexpr const char* kConfigVariable = "QRXCTL_CONFIG";
 
 // A command does its work when it was chosen and answers the exit code.
 using Command = std::function<int()>;
 
-using VariableNames = std::map<const CLI::Option*, std::string>;
-
-// Names an option's variable in the help.
-class HelpText : public CLI::Formatter {
-public:
-    explicit HelpText(const VariableNames& variables) : variables_(variables) {}
-    std::string make_option_opts(const CLI::Option* option) const override {
-        const auto named = variables_.find(option);
-        return CLI::Formatter::make_option_opts(option) +
-               (named == variables_.end() ? "" : " (Env:" + named->second + ")");
-    }
-
-private:
-    const VariableNames& variables_;
-};
-
-// The library's parser; what the command line leaves open is taken from a file, then from variables. The
-// library would read both by narrow names, which on Windows are not UTF-8.
-class Arguments : public CLI::App {
-public:
-    Arguments(const std::string& description, const Variables& variables)
-        : CLI::App(description), variables_(variables) {
-        formatter(std::make_shared<HelpText>(names_));
-    }
-
-    // Every option's variable: QRXCTL_LOG_DIR for --log-dir. To be called after the last option was added.
-    void NameVariables() { NameVariables(*this, {}); }
-
-    std::string config;  // the file's name
-
-protected:
-    // Runs between the command line and the commands.
-    void pre_callback() override {
-        ReadFile();
-        std::vector<CLI::ConfigItem> items;
-        for (auto& [item, variable] : fromVariables_)
-            if (auto value = Variable(variable)) {
-                item.inputs = {*value};
-                items.push_back(item);
-            }
-        _parse_config(items);
-        _process_callbacks();
-        _process_requirements();
-    }
-
-private:
-    std::optional<std::string> Variable(const std::string& name) const {
-        auto value = variables_(name);
-        if (value && value->empty()) value.reset();
-        return value;
-    }
-
-    void NameVariables(CLI::App& app, const std::vector<std::string>& parents) {
-        for (const CLI::Option* option : app.get_options()) {
-            if (option->get_lnames().empty() || option == app.get_help_ptr() || !option->get_configurable())
-                continue;
-            std::string name = "QRXCTL_" + option->get_lnames().front();
-            for (char& c : name) {
-                if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-                if (c == '-') c = '_';
-            }
-            names_[option] = name;
-            fromVariables_.push_back({{parents, option->get_lnames().front(), {}}, name});
-        }
-        for (CLI::App* command : app.get_subcommands({})) NameVariables(*command, {command->get_name()});
-    }
-
-    void ReadFile() {
-        if (config.empty()) config = Variable(kConfigVariable).value_or("");
-        if (config.empty()) return;
-        const std::filesystem::path file(std::u8string(config.begin(), config.end()));
-        std::error_code unknown;
-        std::ifstream stream(file);
-        if (!stream || std::filesystem::is_directory(file, unknown)) throw CLI::FileError::Missing(config);
-        _parse_config(get_config_formatter()->from_config(stream));
-    }
-
-    const Variables& variables_;
-    VariableNames names_;
-    std::vector<std::pair<CLI::ConfigItem, std::string>> fromVariables_;
-};
-
 void AddCommonOptions(Arguments& app, Options& options) {
     app.add_option("--config", app.config,
-                   std::string("INI file that may hold any option (Env:") + kConfigVariable + ")")
+                   std::string("INI file that may hold any option (Env:") + Arguments::kConfigVariable + ")")
         ->configurable(false);
     app.allow_config_extras(CLI::config_extras_mode::error);
     app.add_option("--connection", options.connection, "connection string of the local database");

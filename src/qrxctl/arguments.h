@@ -1,0 +1,44 @@
+// Where the tool's options come from: the command line, then an INI file, then variables.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "qrxctl/tool.h"
+
+namespace iqrx::qrxctl {
+
+// The library's parser. What the command line leaves open is read here, since the library reads file and variables by
+// narrow names, which are not UTF-8 on Windows. An option that must be given is therefore checked by its command.
+class Arguments : public CLI::App {
+public:
+    static constexpr const char* kConfigVariable = "QRXCTL_CONFIG";
+
+    // Borrows the environment.
+    Arguments(const std::string& description, const Variables& variables);
+
+    // Gives every option its variable: QRXCTL_LOG_DIR to --log-dir. To be called after the last option was added.
+    void NameVariables() { NameVariables(*this, {}); }
+
+    std::string config;  // the INI file's name
+
+protected:
+    // The library calls it between the command line and the commands. Raises CLI::ParseError.
+    void pre_callback() override;
+
+private:
+    void NameVariables(CLI::App& app, const std::vector<std::string>& parents);
+    std::optional<std::string> Variable(const std::string& name) const;
+    void ReadFile();
+    void ReadVariables();
+
+    const Variables& variables_;
+    std::map<const CLI::Option*, std::string> names_;
+    std::vector<std::pair<CLI::ConfigItem, std::string>> fromVariables_;
+};
+
+}  // namespace iqrx::qrxctl
