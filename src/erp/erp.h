@@ -53,8 +53,8 @@ using Notice = std::function<void(const std::string& text)>;
 class ErpProvider {
 public:
     virtual ~ErpProvider() = default;
-    // `notice` must live as long as the ERP. Raises RuntimeError when the text names no ERP that this machine can
-    // reach.
+    // `notice` must live as long as the ERP. Raises RuntimeError when the text names no ERP that this machine
+    // can reach.
     virtual std::unique_ptr<Erp> Open(const std::string& runParameter, const Notice& notice) = 0;
 };
 
