@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "control/control_tables.h"
 #include "erp/extract/extract_erp.h"
 #include "hosting/sub_main.h"
 #include "platform/conversions.h"
@@ -31,7 +32,7 @@ constexpr int kCallsTried = 4;  // of a copy, when not all of them
 
 struct EmbeddedDatabases : platform::DatabaseProvider {
     std::unique_ptr<platform::Connection> CreateConnection(std::string_view) override {
-        return platform::CreateSqliteConnection();
+        return platform::CreateSqliteConnection(control::CoordinatingTables());
     }
 };
 
