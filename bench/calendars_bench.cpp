@@ -80,6 +80,10 @@ struct ServiceErp : erp::Erp, erp::ErpProvider {
     }
 };
 
+struct Nowhere : AppendingFile {
+    void Append(std::string_view) override {}
+};
+
 struct FixedMachine : Clock, Locale, TimeZone, MessageBox, XmlDocumentFactory, TextFiles, ObjectFactory {
     Date Now() override { return FromCivil({2026, 1, 15, 12, 0, 0}); }
     std::string DecimalSeparator() override { return "."; }
@@ -90,6 +94,9 @@ struct FixedMachine : Clock, Locale, TimeZone, MessageBox, XmlDocumentFactory, T
     std::unique_ptr<XmlDocument> CreateDocument() override { throw std::runtime_error("no catalog"); }
     std::unique_ptr<TextStream> CreateTextFile(const std::filesystem::path&) override { return nullptr; }
     std::unique_ptr<TextStream> OpenTextFile(const std::filesystem::path&) override { return nullptr; }
+    std::unique_ptr<AppendingFile> OpenForAppending(const std::filesystem::path&) override {
+        return std::make_unique<Nowhere>();
+    }
     ObjectRef CreateObject(std::string_view) override { return {}; }
 };
 

@@ -1,5 +1,6 @@
 #include "hosting/command_line.h"
 
+#include "platform/connection_string.h"
 #include "platform/conversions.h"
 #include "platform/error.h"
 #include "platform/printable.h"
@@ -33,9 +34,10 @@ std::string NameOf(ArgumentIndex index) {
 
 [[noreturn]] void RaiseInvalid(runtime::MessageCatalog& messages, std::string_view label,
                                const std::string& argument, const char* source) {
-    throw platform::RuntimeError(kInvalidArgument, source,
-                                 runtime::Fill(messages.GetI18nText(label), "%1", argument) +
-                                     messages.GetI18nText("SLBL0026") + "\r\n");
+    throw platform::RuntimeError(
+        kInvalidArgument, source,
+        runtime::Fill(messages.GetI18nText(label), "%1", platform::Printable(argument)) +
+            messages.GetI18nText("SLBL0026") + "\r\n");
 }
 
 // Weak on purpose: the comparison converts the argument first, so that a text that is no number fails there
@@ -94,7 +96,8 @@ std::string CommandLine::LogDirectory() const {
 }
 
 void CommandLine::Validate(runtime::MessageCatalog& messages) const {
-    if (Count() < kFewestArguments) RaiseInvalid(messages, "SLBL0232", text_, "iQRX Data Copy - Start");
+    if (Count() < kFewestArguments)
+        RaiseInvalid(messages, "SLBL0232", platform::Masked(text_), "iQRX Data Copy - Start");
     RequireOneOrTwo(messages, "SLBL0235", *this, kSyncMethod);
     if (!platform::IsNumeric(At(kStatusKey)))
         RaiseInvalid(messages, "SLBL0237", At(kStatusKey), "iQrx Data Copy - Start");

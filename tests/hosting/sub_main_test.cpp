@@ -55,6 +55,11 @@ TEST_F(CommandLines, NeedSevenArguments) {
     EXPECT_EQ(error.source, "iQRX Data Copy - Start");
 }
 
+TEST_F(CommandLines, AreShownWithoutTheirPasswordsAndInOneLine) {
+    EXPECT_EQ(ErrorOf("Driver=X;Pwd=secret{}db").description, "Too few: Driver=X;Pwd=*** Reason:\r\n");
+    EXPECT_EQ(ErrorOf("a{}b\r\n\"forged\"").description, "Too few: a{}b\\x0D\\x0A\"forged\" Reason:\r\n");
+}
+
 TEST_F(CommandLines, FailOnATextForMethodOrPlatformWithTheConversionsOwnError) {
     EXPECT_EQ(ErrorOf("a{}b{}2{}full{}log{}bus{}0{}{}1{}0{}g{}x").number, platform::kTypeMismatch);
     EXPECT_EQ(ErrorOf("a{}b{}2{}1{}log{}bus{}0{}{}oracle{}0{}g{}x").number, platform::kTypeMismatch);

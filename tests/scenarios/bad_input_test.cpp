@@ -48,6 +48,21 @@ private:
     std::vector<std::string> before_;
 };
 
+TEST_F(BadInput, AFileThatGrowsBeyondTheProcesssLimitIsAnErrorAndNotTheEndOfTheProcess) {
+    std::string types = "cstp,desc,proc,ract,dahe";
+    for (int i = 0; i < 30'000; ++i)
+        types += "\nT" + std::to_string(i) + ",A long description of it,INSPECT,WRK,2";
+    GivenExtract("tsmdm030.csv", types);
+    constexpr const char* kWithAMegabyteAFile = "ulimit -f 2048; exec \"$0\" \"$@\"";
+    std::vector<std::string> command = ServiceCommand(FullCopy());
+    command.insert(command.begin(), {"/bin/sh", "-c", kWithAMegabyteAFile});
+
+    ExpectFailure(RunToEnd(command, directory), "disk I/O error");
+
+    EXPECT_EQ(Service(FullCopy()).exitCode, 0);
+    EXPECT_EQ(Cell("SELECT count(*) FROM tsmdm030"), "30000");
+}
+
 class BadRequest : public BadInput {
 protected:
     void ExpectRefused(const Request& request, const std::string& text, std::size_t arguments = 12) const {

@@ -1,6 +1,8 @@
 #include "hosting/composition.h"
 
+#include <csignal>
 #include <cstdlib>
+#include <iostream>
 #include <optional>
 #include <string>
 
@@ -13,10 +15,13 @@
 #include "platform/posix/machine.h"
 #include "platform/sqlite/sqlite_database.h"
 #include "platform/trace/tracing_database.h"
+#include "runtime/run_log.h"
 
 namespace iqrx::hosting {
 
 namespace {
+
+void TellOfWaiting(const std::string& text) { std::cerr << runtime::DiagnosticLine(text) << std::endl; }
 
 class DatabaseChooser : public platform::DatabaseProvider {
 public:
@@ -24,7 +29,7 @@ public:
         const platform::ConnectionString keys(text);
         const auto provider = keys.Find("Provider");
         if (provider && platform::EqualIgnoringCase(*provider, "SQLite"))
-            return platform::CreateSqliteConnection(control::CoordinatingTables());
+            return platform::CreateSqliteConnection(control::CoordinatingTables(), TellOfWaiting);
         if (keys.Has("Driver") || keys.Has("DSN"))
             return platform::CreateOdbcConnection(control::CoordinatingTables());
         platform::RaiseRuntimeError(
@@ -53,10 +58,15 @@ std::optional<std::filesystem::path> FileInVariable(const char* variable) {
     return value;
 }
 
+// A file that grows beyond the process's limit is then an error of the write, which can be told and leaves
+// the table free, and not the end of the process.
+void TakeFileSizeLimitAsError() { std::signal(SIGXFSZ, SIG_IGN); }
+
 }  // namespace
 
 struct Composition::Parts {
     Parts() {
+        TakeFileSizeLimitAsError();
         if (const auto file = FileInVariable("QRX_SQL_TRACE"))
             tracing.emplace(databases, machine.Ports().files, *file);
     }

@@ -7,6 +7,7 @@
 #include <array>
 
 #include "platform/odbc/utf16.h"
+#include "platform/printable.h"
 
 namespace iqrx::platform::odbc {
 
@@ -88,7 +89,7 @@ bool ReadRecord(const Handle& handle, const DriverTraits& driver, SQLSMALLINT nu
         entry.description = text.c_str();
     }
     SetState(entry, native);
-    entry.description = InBrackets(entry.sqlState) + entry.description;
+    entry.description = InBrackets(entry.sqlState) + Printable(entry.description);
     entry.source = driver.source;
     return true;
 }

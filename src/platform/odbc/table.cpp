@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/connection_string.h"
+#include "platform/printable.h"
 
 namespace iqrx::platform::odbc {
 
@@ -47,14 +48,11 @@ private:
     std::string_view rest_;
 };
 
-// Without blanks before it, and cut where a reader has seen enough, not in the middle of a character.
+// Without blanks before it, and cut where a reader has seen enough.
 std::string Shown(std::string_view text) {
     constexpr std::size_t kEnough = 200;
     text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
-    if (text.size() <= kEnough) return std::string(text);
-    std::size_t end = kEnough;
-    while ((static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
-    return std::string(text.substr(0, end)) + "...";
+    return Printable(text, kEnough);
 }
 
 // The condition of an UPDATE.

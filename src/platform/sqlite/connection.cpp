@@ -8,8 +8,9 @@
 
 namespace iqrx::platform {
 
-std::unique_ptr<Connection> CreateSqliteConnection(ControlTables controlTables) {
-    return std::make_unique<sqlite::SqliteConnection>(std::move(controlTables));
+std::unique_ptr<Connection> CreateSqliteConnection(ControlTables controlTables,
+                                                   std::function<void(const std::string&)> waitNotice) {
+    return std::make_unique<sqlite::SqliteConnection>(std::move(controlTables), std::move(waitNotice));
 }
 
 }  // namespace iqrx::platform
@@ -30,7 +31,7 @@ void SqliteConnection::Open(const std::string& connectionString) {
             throw DatabaseFailure(kDatabaseError, "The connection string names no file (Data Source=FILE)",
                                   "08001");
         Close();
-        session_ = std::make_unique<Session>(*file, errors_, controlTables_);
+        session_ = std::make_unique<Session>(*file, errors_, controlTables_, notice_);
         session_->Handle().SetLockWait(commandTimeout_);
     } catch (...) {
         errors_ = {EntryOf(std::current_exception())};

@@ -10,10 +10,11 @@ namespace iqrx::platform::sqlite {
 
 class SqliteConnection : public Connection {
 public:
-    explicit SqliteConnection(ControlTables controlTables) : controlTables_(std::move(controlTables)) {}
+    SqliteConnection(ControlTables controlTables, WaitNotice notice)
+        : controlTables_(std::move(controlTables)), notice_(std::move(notice)) {}
     ~SqliteConnection() override;
 
-    // A time-out bounds the wait for other processes' locks, which without one ends after a minute.
+    // A time-out bounds the wait for other processes' locks.
     void SetConnectionTimeout(int) override {}
     void SetCommandTimeout(int seconds) override;
     void Open(const std::string& connectionString) override;
@@ -32,6 +33,7 @@ public:
 
 private:
     const ControlTables controlTables_;
+    const WaitNotice notice_;
     Errors errors_;
     int commandTimeout_ = 0;
     std::string defaultDatabase_ = "main";

@@ -2,6 +2,8 @@
 
 #include <sqlite3.h>
 
+#include "platform/printable.h"
+
 namespace iqrx::platform::sqlite {
 
 namespace {
@@ -50,7 +52,7 @@ void RaiseRecordsetError(RecordsetError number, const std::string& description) 
 }
 
 void RaiseSqliteError(sqlite3* database, int code) {
-    std::string message = database ? sqlite3_errmsg(database) : sqlite3_errstr(code);
+    std::string message = Printable(database ? sqlite3_errmsg(database) : sqlite3_errstr(code));
     const char* sqlState = SqlStateOf(code, message);
     const char* file = database ? sqlite3_db_filename(database, "main") : nullptr;
     if (file && *file && ConcernsFile(code)) message += std::string(": ") + file;
@@ -63,11 +65,11 @@ void RaiseSyntaxError(std::string_view text, std::size_t place, const std::strin
     if (place >= text.size()) {
         description += " at the end of the statement";
         place = text.size() > kQuotedLength ? text.size() - kQuotedLength : 0;
-        description += " \"..." + std::string(text.substr(place)) + "\"";
+        while (place < text.size() && (text[place] & 0xC0) == 0x80) ++place;  // the middle of a character
+        description += " \"..." + Printable(text.substr(place)) + "\"";
     } else {
-        const bool cut = text.size() - place > kQuotedLength;
-        description += " at \"" + std::string(text.substr(place, kQuotedLength)) + (cut ? "...\"" : "\"") +
-                       " (character " + std::to_string(place + 1) + ")";
+        description += " at \"" + Printable(text.substr(place), kQuotedLength) + "\" (character " +
+                       std::to_string(place + 1) + ")";
     }
     throw DatabaseFailure(SQLITE_ERROR, std::move(description), sqlState);
 }

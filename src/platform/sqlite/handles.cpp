@@ -18,7 +18,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::chrono::microseconds kPollInterval{500};
-constexpr std::chrono::seconds kLongestLockWait{60};
 
 [[noreturn]] void RaiseFileError(const fs::path& file, int code, const std::string& what) {
     throw DatabaseFailure(code, what + ": " + file.string(), "08001");
@@ -72,8 +71,8 @@ void LeaveMemoryUncounted() {
 
 }  // namespace
 
-Database::Database(const fs::path& file, IfMissing ifMissing)
-    : lockWait_(std::make_unique<LockWait>(LockWait{kLongestLockWait})) {
+Database::Database(const fs::path& file, IfMissing ifMissing, WaitNotice notice)
+    : lockWait_(std::make_unique<LockWait>(file, std::move(notice))) {
     const bool mayCreate = ifMissing == IfMissing::Create;
     CheckFile(file, mayCreate);
     LeaveMemoryUncounted();
@@ -102,16 +101,14 @@ void Database::Run(const std::string& sql) {
     if (code != SQLITE_OK) RaiseSqliteError(Handle(), code);
 }
 
-void Database::SetLockWait(int seconds) {
-    lockWait_->limit = seconds > 0 ? std::chrono::seconds(seconds) : kLongestLockWait;
-}
+void Database::SetLockWait(int seconds) { lockWait_->SetLimit(std::chrono::seconds(seconds)); }
 
 // SQLite's own handler soon looks every tenth of a second only, and misses the room that writers leave.
 int Database::WaitForLock(void* lockWait, int previousCalls) {
     auto& wait = *static_cast<LockWait*>(lockWait);
     const auto now = std::chrono::steady_clock::now();
-    if (previousCalls == 0) wait.begin = now;
-    if (now - wait.begin >= wait.limit) return 0;
+    if (previousCalls == 0) wait.Begin(now);
+    if (!wait.GoesOn(now)) return 0;
     std::this_thread::sleep_for(kPollInterval);
     return 1;
 }

@@ -1,7 +1,6 @@
 // Owners of the database's handles; each releases its own in the destructor.
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -10,6 +9,7 @@
 #include <vector>
 
 #include "platform/sqlite/literals.h"
+#include "platform/sqlite/lock_wait.h"
 #include "platform/value.h"
 
 struct sqlite3;
@@ -28,14 +28,14 @@ struct Column {
 class Database {
 public:
     // Opens the file for reading and writing; it must exist unless it may be created. Waits for other
-    // processes' locks, looking often, up to `lockWait`. One thread at a time may use the handle.
-    // Raises, naming the file, when it can't be opened, written or is no database.
+    // processes' locks, looking often, without a limit unless one is set. One thread at a time may use the
+    // handle. Raises, naming the file, when it can't be opened, written or is no database.
     enum class IfMissing { Fail, Create };
-    Database(const std::filesystem::path& file, IfMissing ifMissing);
+    Database(const std::filesystem::path& file, IfMissing ifMissing, WaitNotice notice = {});
 
     sqlite3* Handle() const { return handle_.get(); }
     void Run(const std::string& sql);  // any number of statements
-    void SetLockWait(int seconds);
+    void SetLockWait(int seconds);     // 0: no limit
     bool InTransaction() const;
     std::int64_t Changes() const;  // of the last statement that changed rows
 
@@ -45,10 +45,6 @@ private:
     };
     void Check(const std::filesystem::path& file);
 
-    struct LockWait {
-        std::chrono::seconds limit;
-        std::chrono::steady_clock::time_point begin{};
-    };
     static int WaitForLock(void* lockWait, int previousCalls);
 
     std::unique_ptr<LockWait> lockWait_;

@@ -30,10 +30,11 @@ constexpr const char* kSettings =
 
 }  // namespace
 
-Session::Session(const std::filesystem::path& file, Errors& errors, const ControlTables& controlTables)
+Session::Session(const std::filesystem::path& file, Errors& errors, const ControlTables& controlTables,
+                 WaitNotice notice)
     : file_(file),
       errors_(errors),
-      database_(file, Database::IfMissing::Fail),
+      database_(file, Database::IfMissing::Fail, std::move(notice)),
       cache_(database_, controlTables),
       group_([this] { database_.Run("BEGIN IMMEDIATE"); }, [this] { CommitGroup(); }, GroupLimits()) {
     database_.Run(kSettings);

@@ -4,6 +4,8 @@
 #include <cwchar>
 #include <string>
 
+#include "platform/printable.h"
+
 namespace iqrx::platform::windows {
 
 namespace {
@@ -92,8 +94,9 @@ RuntimeError ErrorOfCall(HRESULT result, EXCEPINFO* exception, std::string_view 
     std::string source(kProgram), description;
     if (exception != nullptr && result == DISP_E_EXCEPTION) {
         if (exception->pfnDeferredFillIn != nullptr) exception->pfnDeferredFillIn(exception);
-        if (std::string named = Taken(exception->bstrSource); !named.empty()) source = std::move(named);
-        description = Taken(exception->bstrDescription);
+        if (std::string named = Printable(Taken(exception->bstrSource)); !named.empty())
+            source = std::move(named);
+        description = Printable(Taken(exception->bstrDescription));
         Taken(exception->bstrHelpFile);
         result = exception->wCode != 0 ? kRunTimeErrors | exception->wCode : exception->scode;
         if (SUCCEEDED(result)) result = E_FAIL;  // an exception that names no code

@@ -63,7 +63,7 @@ protected:
         for (const std::string error : {"Error0", "Error1"}) {
             ado.Answers(error + ".Number", error == "Error0" ? Long{-2147217900} : Long{0});
             ado.Answers(error + ".Source", std::string("Provider"));
-            ado.Answers(error + ".Description", error + " text");
+            ado.Answers(error + ".Description", error + "\ttext");
             ado.Answers(error + ".SQLState", std::string("42000"));
         }
         ado.answers["Errors.Clear"] = [this](auto) -> Value {
@@ -145,7 +145,7 @@ TEST_F(AdoTest, AFailureRisesAndItsEntriesAreKeptUntilTheyAreCleared) {
     }
     ASSERT_EQ(connection->LastErrors().size(), 2U);
     EXPECT_EQ(connection->LastErrors()[0].number, -2147217900);
-    EXPECT_EQ(connection->LastErrors()[0].description, "Error0 text");
+    EXPECT_EQ(connection->LastErrors()[0].description, "Error0\\x09text");
     EXPECT_EQ(connection->LastErrors()[0].sqlState, "42000");
     connection->LastErrors().clear();
     EXPECT_TRUE(connection->LastErrors().empty());

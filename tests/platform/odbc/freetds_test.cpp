@@ -131,6 +131,13 @@ TEST_F(FreeTds, ShowsTheSqlStateBeforeTheServersWords) {
                 ThrowsMessage<RuntimeError>(MatchesRegex("\\[23000\\] .*Violation of PRIMARY KEY constraint")));
 }
 
+TEST_F(FreeTds, ShowsControlCharactersInTheServersWordsAsTheirCodes) {
+    server.WhenSent("batch", TdsReply().Error(50000, "first\r\n\"forged\""));
+
+    EXPECT_THAT([&] { connection->Execute("batch"); },
+                ThrowsMessage<RuntimeError>(HasSubstr("first\\x0D\\x0A\"forged\"")));
+}
+
 TEST_F(FreeTds, NamesThePlaceOfATextThatIsTooLongForItsColumn) {
     const std::string insert = "INSERT INTO tsmdm030 (cstp,dsca) VALUES (N'ABC',N'far too long')";
     const std::string update = "UPDATE tsmdm030 SET dsca = N'far too long' WHERE cstp = N'ABC'";

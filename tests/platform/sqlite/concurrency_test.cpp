@@ -112,5 +112,20 @@ TEST_F(Concurrency, AStatementWaitsNoLongerThanItsTimeOut) {
     EXPECT_EQ(Execute("INSERT INTO a (k,v) VALUES(1,N'x')"), 1);
 }
 
+TEST_F(Concurrency, AStatementWithoutATimeOutOutlastsAnyProgramThatHoldsTheFile) {
+    constexpr auto kLongerThanOtherProgramsWait = 7s;
+    sqlite3* holder = nullptr;
+    sqlite3_open(file.c_str(), &holder);
+    sqlite3_exec(holder, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+    Db().SetCommandTimeout(0);
+    std::thread release([&] {
+        std::this_thread::sleep_for(kLongerThanOtherProgramsWait);
+        sqlite3_exec(holder, "COMMIT", nullptr, nullptr, nullptr);
+    });
+    EXPECT_EQ(Execute("INSERT INTO a (k,v) VALUES(1,N'x')"), 1);
+    release.join();
+    sqlite3_close(holder);
+}
+
 }  // namespace
 }  // namespace iqrx::platform::sqlite

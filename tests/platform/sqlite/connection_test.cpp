@@ -72,6 +72,14 @@ TEST_F(Connections, DescribeAConstraintViolationWithNumberAndState) {
     EXPECT_EQ(Db().LastErrors()[0].sqlState, "23000");
 }
 
+TEST_F(Connections, ShowControlCharactersAsTheirCodes) {
+    Create(
+        "CREATE TABLE t(a);"
+        "CREATE TRIGGER refusal BEFORE INSERT ON t BEGIN SELECT RAISE(ABORT, 'first\r\nforged'); END");
+    EXPECT_EQ(ErrorOf("INSERT INTO t(a) VALUES(N'1')"), "first\\x0D\\x0Aforged");
+    EXPECT_EQ(ErrorOf("DELETE FROM \"x\r\n"), "Unexpected character at \"\"x\\x0D\\x0A\" (character 13)");
+}
+
 TEST_F(Connections, DescribeATableThatIsMissing) {
     Create("CREATE TABLE t(a)");
     EXPECT_EQ(ErrorOf("DELETE FROM elsewhere"), "no such table: elsewhere");

@@ -168,6 +168,18 @@ TEST(ComObject, AnErrorKeepsNumberSourceAndDescription) {
     }
 }
 
+TEST(ComObject, AnErrorsControlCharactersAreShownAsTheirCodes) {
+    const auto object = ThroughCom(std::make_shared<Told>(
+        Members{{"fail", [](auto) -> Value { throw RuntimeError(5, "Erp\x01", "first\r\nforged"); }}}));
+    try {
+        Call(*object, "fail");
+        FAIL();
+    } catch (const RuntimeError& error) {
+        EXPECT_EQ(error.source, "Erp\\x01");
+        EXPECT_EQ(error.description, "first\\x0D\\x0Aforged");
+    }
+}
+
 TEST(ComObject, AMemberThatIsNotThereIsError438) {
     const auto object = ThroughCom(std::make_shared<Told>(Members{}));
     try {

@@ -1,14 +1,15 @@
 #include "platform/windows/ado/errors.h"
 
 #include "platform/conversions.h"
+#include "platform/printable.h"
 
 namespace iqrx::platform::ado {
 
 namespace {
 
 ErrorEntry EntryOf(Object& error) {
-    return {ToLong(error.Get("Number")), ToText(error.Get("Source")), ToText(error.Get("Description")),
-            ToText(error.Get("SQLState"))};
+    return {ToLong(error.Get("Number")), ToText(error.Get("Source")),
+            Printable(ToText(error.Get("Description"))), ToText(error.Get("SQLState"))};
 }
 
 }  // namespace
