@@ -126,7 +126,18 @@ void clsDataCopy::FreeTable(const std::string& tableName) {
                 process_.diagnostics << runtime::DiagnosticLine(tableName + " stays locked: " +
                                                                 platform::CurrentError().description)
                                      << std::endl;
+            else
+                ForgetLoss();
         }
+}
+
+// A loss that was told stands in the way of the next statement until it is settled.
+void clsDataCopy::ForgetLoss() {
+    try {
+        process_.database.Commit();
+    } catch (const platform::RuntimeError&) {
+        // Told already.
+    }
 }
 
 void clsDataCopy::CopyLocked(const std::string& tableName, const CopyRequest& request) {

@@ -201,6 +201,18 @@ TEST_F(Driver, TriesAFailingLastUnlockOnceMore) {
     EXPECT_EQ(diagnostics.str(), "");
 }
 
+TEST_F(Driver, SettlesALossBeforeItTriesTheUnlockAgainSinceItWouldFailThatToo) {
+    int tries = 0;
+    database.WhenExecuted("UPDATE tstables SET in_use = 0WHERE tablename = N'COUNTED'",
+                          std::function<Long()>([&] {
+                              if (++tries == 1) throw platform::WritesLost(13, "db", "disk full");
+                              return 1;
+                          }));
+    Start(2);
+    EXPECT_THAT(CallsAbout({"Commit", "in_use = 0"}),
+                ElementsAre("Commit", HasSubstr("in_use = 0"), "Commit", HasSubstr("in_use = 0"), "Commit"));
+}
+
 TEST_F(Driver, ReportsCompletionAndTellsOfTheLockWhenTheLastUnlockFails) {
     database.WhenExecuted("UPDATE tstables SET in_use = 0WHERE tablename = N'COUNTED'",
                           RuntimeError(1, "db", "lost"));

@@ -1,5 +1,7 @@
 #include "platform/sqlite/session.h"
 
+#include <sqlite3.h>
+
 #include <utility>
 
 #include "platform/sqlite/errors.h"
@@ -97,6 +99,7 @@ void Session::Settle() {
         group_.Settle();
     } catch (...) {
         errors_ = {EntryOf(std::current_exception())};
+        MakeRoom();
         throw;
     }
 }
@@ -194,6 +197,14 @@ void Session::Fail() {
     } catch (...) {
         errors_.push_back(EntryOf(std::current_exception()));
     }
+    MakeRoom();
+}
+
+// On a full disk the log of changes cannot grow. Worked into the file it is written from its beginning again,
+// and the next statement, which may be the one that frees a table, finds room in it.
+void Session::MakeRoom() {
+    const bool isFull = (errors_.front().number & 0xFF) == SQLITE_FULL;
+    if (isFull && !database_.InTransaction()) sqlite3_wal_checkpoint(database_.Handle(), nullptr);
 }
 
 }  // namespace iqrx::platform::sqlite

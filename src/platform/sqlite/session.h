@@ -76,6 +76,7 @@ private:
     std::int64_t RunBatch(Program& program);
     void CommitGroup();
     void Fail();
+    void MakeRoom();
 
     const std::filesystem::path file_;
     Errors& errors_;
