@@ -65,6 +65,10 @@ std::unique_ptr<Recordset> SqliteConnection::CreateRecordset() {
     return std::make_unique<SqliteRecordset>(*this);
 }
 
+std::unique_lock<std::mutex> SqliteConnection::Turn() {
+    return session_ ? session_->Turn() : std::unique_lock<std::mutex>();
+}
+
 Session& SqliteConnection::Opened() {
     if (session_) return *session_;
     try {

@@ -30,6 +30,8 @@ public:
     std::unique_ptr<Recordset> CreateRecordset() override;
 
     Session& Opened();  // raises when the connection is closed
+    // Held by who touches the connection's handle outside of a call; of a closed connection it holds nothing.
+    [[nodiscard]] std::unique_lock<std::mutex> Turn();
 
 private:
     const ControlTables controlTables_;

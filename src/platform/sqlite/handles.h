@@ -36,6 +36,7 @@ public:
     sqlite3* Handle() const { return handle_.get(); }
     void Run(const std::string& sql);  // any number of statements
     void SetLockWait(int seconds);     // 0: no limit
+    const WaitNotice& Notice() const { return lockWait_->Notice(); }
     bool InTransaction() const;
     std::int64_t Changes() const;  // of the last statement that changed rows
 

@@ -20,6 +20,8 @@ public:
 
     void SetLimit(std::chrono::seconds limit) { limit_ = limit; }  // 0: none
 
+    const WaitNotice& Notice() const { return notice_; }
+
     void Begin(Moment now);
     // Whether to look for the lock once more. Tells of the wait after each minute of it.
     bool GoesOn(Moment now);

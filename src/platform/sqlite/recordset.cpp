@@ -16,11 +16,11 @@ std::string Quoted(const std::string& name) { return "[" + name + "]"; }
 
 }  // namespace
 
-SqliteRecordset::Stream::Stream(const std::filesystem::path& file, const Program& program,
-                                const Literals& literals)
-    : database(file, Database::IfMissing::Fail) {
+SqliteRecordset::Stream::Stream(Session& session, const Program& program)
+    : database(session.File(), Database::IfMissing::Fail, session.Handle().Notice()) {
     database.Run("PRAGMA query_only=1; BEGIN");  // one view of the data until the recordset is closed
     statement = Statement(database, program.translation.statements.front());
+    const Literals& literals = session.TextLiterals();
     statement.BindAll(literals, 0, literals.Items().size(), true);
 }
 
@@ -39,7 +39,7 @@ void SqliteRecordset::Open(std::string_view source, CursorType, LockType lock) {
         if (ReadChunk(statement)) {
             statement.Reset();
             session.Commit();  // another connection sees what is committed
-            stream_ = std::make_unique<Stream>(session.File(), *program, session.TextLiterals());
+            stream_ = std::make_unique<Stream>(session, *program);
             ReadChunk(stream_->statement);
         }
         program_ = std::move(program);
@@ -47,6 +47,8 @@ void SqliteRecordset::Open(std::string_view source, CursorType, LockType lock) {
 }
 
 void SqliteRecordset::Close() {
+    // The statements are the connection's, on which the group's timer may be committing.
+    const auto turn = connection_.Turn();
     program_.reset();
     stream_.reset();
     insert_ = {};

@@ -30,7 +30,7 @@ public:
 
 private:
     struct Stream {  // a large result
-        Stream(const std::filesystem::path& file, const Program& program, const Literals& literals);
+        Stream(Session& session, const Program& program);
         Database database;
         Statement statement;
     };

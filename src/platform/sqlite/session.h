@@ -34,6 +34,8 @@ public:
         }
     }
 
+    [[nodiscard]] std::unique_lock<std::mutex> Turn() { return group_.Lock(); }
+
     // The port's Commit, RunAsUnit and RunExclusively; each makes its own calls.
     void Settle();
     void RunAsUnit(const Connection::Work& work);

@@ -53,6 +53,29 @@ TEST_F(Frames, AFailingUnitTakesItsOwnWritesBackAndNoOthers) {
     EXPECT_EQ(Execute("INSERT INTO t (k,v) VALUES(3,N'after')"), 1);
 }
 
+// Foreign keys are what a commit may be refused for without the end of its transaction.
+int EnforceForeignKeys(sqlite3* database, const char**, const void*) {
+    return sqlite3_exec(database, "PRAGMA foreign_keys=ON", nullptr, nullptr, nullptr);
+}
+
+TEST_F(Frames, AGroupWhoseCommitIsRefusedIsRolledBackAndTheNextOneBegins) {
+    Create(
+        "CREATE TABLE area(k INTEGER PRIMARY KEY);"
+        "CREATE TABLE member(area INTEGER REFERENCES area(k) DEFERRABLE INITIALLY DEFERRED)");
+    const auto extension = reinterpret_cast<void (*)()>(EnforceForeignKeys);
+    sqlite3_auto_extension(extension);
+    Db();
+    sqlite3_cancel_auto_extension(extension);
+
+    Execute("INSERT INTO member (area) VALUES(7)");
+    EXPECT_THROW(Db().Commit(), WritesLost);
+
+    EXPECT_EQ(Execute("INSERT INTO t (k,v) VALUES(1,N'after')"), 1);
+    Db().Commit();
+    EXPECT_THAT(Kept(), ElementsAre("1"));
+    EXPECT_THAT(Rows("SELECT area FROM member", 1), IsEmpty());
+}
+
 TEST_F(Frames, AUnitThatACrashCutsInTwoLeavesNothing) {
     Execute("INSERT INTO t (k,v) VALUES(1,N'x')");
     Db().Close();
