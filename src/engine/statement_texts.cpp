@@ -13,7 +13,9 @@ StatementTexts::StatementTexts(const Table& table, platform::Object& record, con
     for (std::size_t i = 0; i < table.def.columns.size(); ++i) {
         const Column& column = table.def.columns[i];
         if (column.conversion.kind == erp::FieldKind::Date)
-            column.conversion.append(dates_[i], record.Get(column.getter), literals);
+            platform::NamingPlace(
+                [&] { column.conversion.append(dates_[i], record.Get(column.getter), literals); },
+                [&] { return PlaceOf(column); });
     }
 }
 

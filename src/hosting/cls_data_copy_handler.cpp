@@ -1,9 +1,8 @@
 #include "hosting/cls_data_copy_handler.h"
 
-#include <ostream>
-
 #include "hosting/command_line.h"
 #include "hosting/dispatch.h"
+#include "hosting/request_failure.h"
 #include "platform/conversions.h"
 #include "platform/error.h"
 
@@ -38,9 +37,7 @@ void clsDataCopyHandler::HandleDataCopy(const std::string& ConnString, const std
     try {
         Handle({ConnString, DBName, TableID, SyncMethod, LogDirectory, BusComponent, DatabasePlatform});
     } catch (...) {
-        const platform::RuntimeError error = platform::CurrentError();
-        runtime::LogHandlerError(process_.machine, process_.messages, LogDirectory, error);
-        process_.diagnostics << runtime::DiagnosticLine(error.description) << std::endl;
+        TellOfFailure(process_, LogDirectory, platform::CurrentError());
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include "hosting/cls_data_copy_handler.h"
 #include "hosting/command_line.h"
+#include "hosting/request_failure.h"
 #include "platform/error.h"
 
 namespace iqrx::hosting {
@@ -60,9 +61,7 @@ ExitCode SubMain(control::Process& process, const std::string& commandLine) {
         StartEventLog(process, arguments);
         return ExitCodeOf(process, Handle(process, arguments));
     } catch (...) {
-        const platform::RuntimeError error = platform::CurrentError();
-        runtime::LogHandlerError(process.machine, process.messages, arguments.LogDirectory(), error);
-        process.diagnostics << runtime::DiagnosticLine(error.description) << std::endl;
+        TellOfFailure(process, arguments.LogDirectory(), platform::CurrentError());
         return kFailed;
     }
 }

@@ -53,15 +53,26 @@ std::string Place(std::string_view text, std::size_t position) {
     return "character " + std::to_string(characters + 1);
 }
 
-bool IsNameCharacter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == ' ';
+// Keys that may follow a password. Any other may be a part of it that holds a semicolon.
+constexpr std::string_view kKnownKeys =
+    ";access token;accesstoken;address;app;application name;clientcharset;commit interval;commlog;connect timeout;"
+    "data source;database;dbq;driver;dsn;encrypt;encryption;initial catalog;integrated security;mars_connection;"
+    "multipleactiveresultsets;new password;password;persist security info;port;provider;pwd;server;servername;"
+    "sslmode;tds_version;timeout;trusted_connection;trustservercertificate;uid;user;user id;username;wsid;";
+
+std::string Lower(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+    return lower;
 }
 
-// A key that is written in other characters than keys are may be a part of a password.
-std::string OfKey(std::string_view key) {
-    return !key.empty() && std::ranges::all_of(key, IsNameCharacter) ? " of " + std::string(key)
-                                                                     : std::string();
+bool IsKnown(std::string_view key) {
+    return kKnownKeys.find(';' + Lower(key) + ';') != std::string_view::npos;
 }
+
+// A key that nobody knows may be a part of a password.
+std::string OfKey(std::string_view key) { return IsKnown(key) ? " of " + std::string(key) : std::string(); }
 
 [[noreturn]] void Refuse(const std::string& what) {
     RaiseRuntimeError(kInvalidProcedureCall, "connection string, " + what);
@@ -127,24 +138,6 @@ std::string ConnectionString::Text() const {
 namespace {
 
 constexpr std::string_view kNextArgument = "{}";  // of a command line
-
-// Keys that may follow a password. Any other may be a part of it that holds a semicolon.
-constexpr std::string_view kKnownKeys =
-    ";access token;accesstoken;address;app;application name;clientcharset;commit interval;commlog;connect timeout;"
-    "data source;database;dbq;driver;dsn;encrypt;encryption;initial catalog;integrated security;mars_connection;"
-    "multipleactiveresultsets;new password;password;persist security info;port;provider;pwd;server;servername;"
-    "sslmode;tds_version;timeout;trusted_connection;trustservercertificate;uid;user;user id;username;wsid;";
-
-std::string Lower(std::string_view text) {
-    std::string lower(text);
-    for (char& c : lower)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
-    return lower;
-}
-
-bool IsKnown(std::string_view key) {
-    return kKnownKeys.find(';' + Lower(key) + ';') != std::string_view::npos;
-}
 
 bool NamesASecret(std::string_view key) {
     constexpr std::array<std::string_view, 4> kWords{"pwd", "pass", "secret", "token"};

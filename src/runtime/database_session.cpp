@@ -29,7 +29,7 @@ void DatabaseSession::CloseDatabase() {
     try {
         if (connection_) connection_->Close();
     } catch (const std::exception&) {
-        // Every statement was reported done or failed by itself; nothing is left to lose.
+        // What was reported done was committed before, or its loss told.
     }
     connection_.reset();
 }

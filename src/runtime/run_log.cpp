@@ -85,7 +85,8 @@ void RunLog::LogError(const std::string& text, const platform::RuntimeError& err
     }
     entry.Write({error.source, error.description});
     Append(entry.Text());
-    if (firstError_.empty()) firstError_ = error.description;
+    if (!firstError_.empty()) return;
+    firstError_ = error.description.empty() ? "error " + std::to_string(error.number) : error.description;
 }
 
 void RunLog::Append(const std::string& entry) {

@@ -4,7 +4,6 @@
 #include "platform/ini_file.h"
 #include "platform/windows/com.h"
 #include "runtime/run_log.h"
-#include "runtime/trim.h"
 
 namespace iqrx::hosting::windows {
 
@@ -42,9 +41,7 @@ void ComRequests::LoadCatalogOf(const control::CopyRequest& request) {
 }
 
 std::string ComRequests::RequestLogFile(const control::CopyRequest& request) const {
-    const std::string directory(runtime::Trim(request.logFilePath));
-    return (directory.empty() ? process_.machine.defaultLogDirectory : directory) +
-           process_.machine.pathSeparator + "iQRXyDBSync.log";
+    return runtime::RequestErrorLog(process_.machine, request.logFilePath);
 }
 
 void ComRequests::LogRequest(const control::CopyRequest& request, const RuntimeError& error) {

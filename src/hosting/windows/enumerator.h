@@ -9,8 +9,8 @@
 
 namespace iqrx::hosting::windows {
 
-// `Interface` is an IEnum... of `Item`. `Kept` owns what an item stands for; CopyTo(const Kept&, Item&) hands
-// out a reference of its own. `owner` is the object that the enumerator keeps alive.
+// `Interface` is an IEnum... of `Item`. `Kept` owns what an item stands for; its HandOut() returns an item
+// with a reference of its own. `owner` is the object that the enumerator keeps alive.
 template <class Interface, class Item, class Kept>
 class Enumerator final : public Interface {
 public:

@@ -22,7 +22,11 @@ void TraceFailure(AppendingFile& trace, const std::string& line, Action action) 
     try {
         action();
     } catch (...) {
-        trace.Append(line + ",\"error\":" + JsonText(CurrentError().description) + "}\n");
+        try {
+            trace.Append(line + ",\"error\":" + JsonText(CurrentError().description) + "}\n");
+        } catch (const RuntimeError&) {
+            // The statement's own error is the one that its caller needs.
+        }
         throw;
     }
 }

@@ -99,7 +99,7 @@ TEST_F(AnOffer, SendsAClientThatComesLateToAnotherProcess) {
         << "revoked first, so that COM does not send the request back";
 }
 
-TEST_F(AnOffer, StaysWhenAnObjectLacksTheInterfaceAskedFor) {
+TEST_F(AnOffer, IsNotTakenByAnObjectThatLacksTheInterfaceAskedFor) {
     const Offer offer(classes, lifetime, requests);
     classes.calls.clear();
     ComRef<IUnknown> object;
