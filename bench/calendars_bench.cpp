@@ -8,12 +8,12 @@
 #include <iostream>
 #include <stdexcept>
 
-#include "calendars/calendars.h"
-#include "calendars/expansion.h"
 #include "control/control_tables.h"
 #include "platform/conversions.h"
 #include "platform/date.h"
 #include "platform/sqlite/sqlite_database.h"
+#include "tables/calendars/calendars.h"
+#include "tables/calendars/expansion.h"
 
 namespace {
 
@@ -129,7 +129,7 @@ public:
     Copy(const Copy&) = delete;
     Copy& operator=(const Copy&) = delete;
 
-    void CopyCalendars() { calendars::CopyCalendars(run, "tcccp030", "", control::kFull); }
+    void CopyCalendars() { tables::CopyCalendars(run, "tcccp030", "", control::kFull); }
     void Commit() { process_.database.CloseDatabase(); }
     int Count(const char* sql) { return ToLong(process_.database.OpenRecordset(sql)->Field(0)); }
 
@@ -164,7 +164,7 @@ BENCHMARK(CopyCalendars)->Unit(benchmark::kMillisecond)->UseRealTime()->Iteratio
 void ExpandCalendars(benchmark::State& state) {
     Copy copy;
     copy.CopyCalendars();
-    for (auto _ : state) calendars::ExpandCalendars(copy.run);
+    for (auto _ : state) tables::ExpandCalendars(copy.run);
     if (copy.Count("SELECT count(*) FROM tcccp031") != kPieces) state.SkipWithError("pieces are missing");
     state.SetItemsProcessed(state.iterations() * kPieces);
 }

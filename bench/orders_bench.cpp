@@ -10,9 +10,9 @@
 #include <iterator>
 
 #include "hosting/composition.h"
-#include "orders/orders.h"
 #include "platform/sqlite/sqlite_database.h"
-#include "qrxctl/sample.h"
+#include "sample/sample.h"
+#include "tables/orders/orders.h"
 
 namespace {
 
@@ -30,7 +30,7 @@ public:
     explicit OrderCopy(long orders)
         : directory_(Fresh(std::filesystem::temp_directory_path() /
                            ("iqrx_orders_bench_" + std::to_string(getpid())))) {
-        qrxctl::WriteSample(directory_ / "extract", {.orders = orders, .changes = orders / 2});
+        sample::WriteSample(directory_ / "extract", {.orders = orders, .changes = orders / 2});
         const auto file = directory_ / "local.db";
         std::ifstream schema(IQRX_SOURCE_DIRECTORY "/schema/sqlite.sql");
         std::string script(std::istreambuf_iterator<char>(schema), {});
@@ -56,7 +56,7 @@ public:
 private:
     void Copy(platform::Integer method) {
         run_.counters = {};
-        orders::CopyServiceOrders(run_, "tssoc200", "extract=" + (directory_ / "extract").string(), method);
+        tables::CopyServiceOrders(run_, "tssoc200", "extract=" + (directory_ / "extract").string(), method);
     }
 
     const std::filesystem::path directory_;

@@ -1,11 +1,66 @@
-# A room is a library; it links only the rooms below it, so that an arrow in the wrong direction does not link.
-#   iqrx_room(control SOURCES a.cpp b.cpp USES runtime erp)
+# A room is a library and the directories of its sources. It uses the rooms that it names and no others: those must
+# stand already, so that no arrow runs upward or in a circle, and the test arrows.ROOM fails when a file in the room's
+# directories includes a file of a room that is not named.
+#   iqrx_room(control SOURCES a.cpp b.cpp USES runtime platform)
+#   iqrx_room(erp USES platform)  # nothing but headers
 function(iqrx_room name)
   cmake_parse_arguments(ROOM "" "" "SOURCES;USES;LIBRARIES" ${ARGN})
-  add_library(iqrx_${name} STATIC ${ROOM_SOURCES})
-  target_link_libraries(iqrx_${name} PUBLIC iqrx_options)
-  foreach(used IN LISTS ROOM_USES)
-    target_link_libraries(iqrx_${name} PUBLIC iqrx_${used})
+  if(ROOM_SOURCES)
+    add_library(iqrx_${name} STATIC ${ROOM_SOURCES})
+    target_link_libraries(iqrx_${name} PRIVATE ${ROOM_LIBRARIES})
+    iqrx_link_rooms(iqrx_${name} PUBLIC ${ROOM_USES})
+  else()
+    add_library(iqrx_${name} INTERFACE)
+    iqrx_link_rooms(iqrx_${name} INTERFACE ${ROOM_USES})
+  endif()
+  iqrx_keep_arrows(${name} "${ROOM_SOURCES}" "${ROOM_USES}")
+endfunction()
+
+# A program stands on top of the rooms that it uses; its directories are kept as a room's are.
+#   iqrx_program(qrxctl SOURCES main.cpp USES composition [LIBRARIES ...])
+function(iqrx_program name)
+  cmake_parse_arguments(PROGRAM "" "" "SOURCES;USES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${PROGRAM_SOURCES})
+  target_link_libraries(${name} PRIVATE ${PROGRAM_LIBRARIES})
+  iqrx_link_rooms(${name} PRIVATE ${PROGRAM_USES})
+  iqrx_keep_arrows(main.${name} "${PROGRAM_SOURCES}" "${PROGRAM_USES}")
+endfunction()
+
+function(iqrx_link_rooms target reach)
+  target_link_libraries(${target} ${reach} iqrx_options)
+  foreach(used IN LISTS ARGN)
+    if(NOT TARGET iqrx_${used})
+      message(FATAL_ERROR "${target} uses the room ${used}, which does not lie below it")
+    endif()
+    target_link_libraries(${target} ${reach} iqrx_${used})
   endforeach()
-  target_link_libraries(iqrx_${name} PRIVATE ${ROOM_LIBRARIES})
+endfunction()
+
+function(iqrx_keep_arrows room sources uses)
+  set(directories "")
+  foreach(source IN LISTS sources)
+    cmake_path(ABSOLUTE_PATH source OUTPUT_VARIABLE path)
+    cmake_path(GET path PARENT_PATH directory)
+    list(APPEND directories ${directory})
+  endforeach()
+  if(NOT sources)
+    set(directories ${CMAKE_CURRENT_SOURCE_DIR})
+  endif()
+  list(REMOVE_DUPLICATES directories)
+  foreach(directory IN LISTS directories)
+    cmake_path(RELATIVE_PATH directory BASE_DIRECTORY ${PROJECT_SOURCE_DIR}/src OUTPUT_VARIABLE place)
+    set_property(GLOBAL APPEND PROPERTY IQRX_ROOMS ${place}=${room})
+  endforeach()
+  list(JOIN uses "," names)
+  add_test(NAME arrows.${room} COMMAND ${CMAKE_COMMAND} -DSRC=${PROJECT_SOURCE_DIR}/src
+    -DROOMS=${CMAKE_BINARY_DIR}/rooms.txt -DROOM=${room} -DUSES=${names}
+    -P ${PROJECT_SOURCE_DIR}/cmake/check_arrows.cmake)
+  set_tests_properties(arrows.${room} PROPERTIES LABELS arrows)
+endfunction()
+
+# After the last room: what the tests of the arrows need to know of all of them, a line DIRECTORY=ROOM each.
+function(iqrx_list_rooms)
+  get_property(rooms GLOBAL PROPERTY IQRX_ROOMS)
+  list(JOIN rooms "\n" lines)
+  file(WRITE ${CMAKE_BINARY_DIR}/rooms.txt "${lines}\n")
 endfunction()

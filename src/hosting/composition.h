@@ -2,6 +2,8 @@
 #pragma once
 
 #include <memory>
+#include <string>
+#include <string_view>
 
 #include "erp/erp.h"
 #include "platform/database.h"
@@ -24,6 +26,10 @@ public:
     platform::DatabaseProvider& Databases();
     erp::ErpProvider& Erps();
     platform::ObjectFactory& Objects();
+
+    // Runs the script where the connection string names an embedded database, whose file is created when it
+    // is missing; returns false for every other connection string. Raises RuntimeError.
+    bool ApplyEmbeddedSchema(const std::string& connectionString, std::string_view script);
 
 private:
     struct Parts;

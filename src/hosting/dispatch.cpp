@@ -1,39 +1,39 @@
 #include "hosting/dispatch.h"
 
-#include "calendars/calendars.h"
-#include "calendars/configuration.h"
-#include "calendars/expansion.h"
-#include "engine/master_data.h"
-#include "orders/orders.h"
+#include "tables/calendars/calendars.h"
+#include "tables/calendars/expansion.h"
+#include "tables/configuration/configuration.h"
+#include "tables/master/master_data.h"
+#include "tables/orders/orders.h"
 
 namespace iqrx::hosting {
 
 namespace {
 
 constexpr control::TableRoutine kTables[] = {
-    {"tsmdm000", calendars::CopySkillCombinations},
-    {"tsmdm030", engine::CopyServiceTypes},
-    {"tsmdm100", engine::CopyServiceCenters},
-    {"tsmdm105", engine::CopyServiceAreas},
-    {"tsmdm130", engine::CopySkills},
-    {"tsmdm135", engine::CopyEmployeeSkills},
-    {"tsmdm140", engine::CopyServiceEmployees},
-    {"tscfg220", calendars::CopyInstallations},
-    {"tscfg200", calendars::CopyServiceObjects},
-    {"tssoc200", orders::CopyServiceOrders},
-    {"tssoc205", orders::CopyServiceOrderLines},
-    {"tssoc206", orders::CopyAssignments},
-    {"tssoc210", orders::CopyServiceOrderActivities},
-    {"tsspc200", orders::CopyPlannedActivities},
-    {"tsclm020", engine::CopyResponseTimes},
-    {"tsclm024", engine::CopySolutionTimes},
-    {"tcccp001", calendars::CopyAvailabilityTypes},
-    {"tccom130", engine::CopyAddresses},
-    {"tcccp030", calendars::CopyCalendars},
+    {"tsmdm000", tables::CopySkillCombinations},
+    {"tsmdm030", tables::CopyServiceTypes},
+    {"tsmdm100", tables::CopyServiceCenters},
+    {"tsmdm105", tables::CopyServiceAreas},
+    {"tsmdm130", tables::CopySkills},
+    {"tsmdm135", tables::CopyEmployeeSkills},
+    {"tsmdm140", tables::CopyServiceEmployees},
+    {"tscfg220", tables::CopyInstallations},
+    {"tscfg200", tables::CopyServiceObjects},
+    {"tssoc200", tables::CopyServiceOrders},
+    {"tssoc205", tables::CopyServiceOrderLines},
+    {"tssoc206", tables::CopyAssignments},
+    {"tssoc210", tables::CopyServiceOrderActivities},
+    {"tsspc200", tables::CopyPlannedActivities},
+    {"tsclm020", tables::CopyResponseTimes},
+    {"tsclm024", tables::CopySolutionTimes},
+    {"tcccp001", tables::CopyAvailabilityTypes},
+    {"tccom130", tables::CopyAddresses},
+    {"tcccp030", tables::CopyCalendars},
 };
 
-constexpr control::CalendarRoutines kCalendars{calendars::CopyEmployeeCalendar, calendars::CopyCalendar,
-                                               calendars::ExpandListedCalendars};
+constexpr control::CalendarRoutines kCalendars{tables::CopyEmployeeCalendar, tables::CopyCalendar,
+                                               tables::ExpandListedCalendars};
 
 }  // namespace
 

@@ -43,4 +43,14 @@ std::string Printable(std::string_view text, std::size_t longest) {
     return printable;
 }
 
+std::string Shown(const std::filesystem::path& path) {
+    const std::u8string text = path.u8string();
+    return Printable({reinterpret_cast<const char*>(text.data()), text.size()});
+}
+
+std::string Quoted(std::string_view text) {
+    constexpr std::size_t kLongest = 100;
+    return "'" + Printable(text, kLongest) + "'";
+}
+
 }  // namespace iqrx::platform

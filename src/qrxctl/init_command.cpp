@@ -4,16 +4,15 @@
 #include <sstream>
 #include <vector>
 
-#include "erp/extract/csv_reader.h"
+#include "platform/csv_reader.h"
 #include "platform/error.h"
-#include "qrxctl/embedded_schema.h"
 #include "runtime/database_session.h"
 
 namespace iqrx::qrxctl {
 
 namespace {
 
-using erp::extract::CsvReader;
+using platform::CsvReader;
 
 // The blocks of a script; a line with a single slash ends each.
 std::vector<std::string> Blocks(const std::string& script) {
@@ -31,9 +30,17 @@ std::vector<std::string> Blocks(const std::string& script) {
     return blocks;
 }
 
-void ApplySchema(runtime::DatabaseSession& session, const Options& options,
+std::string ReadScript(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) platform::RaiseRuntimeError(platform::kFileNotFound, file.string());
+    std::ostringstream text;
+    text << stream.rdbuf();
+    return text.str();
+}
+
+void ApplySchema(hosting::Composition& parts, runtime::DatabaseSession& session, const Options& options,
                  const std::filesystem::path& folder) {
-    const bool embedded = ApplyEmbeddedSchema(options.connection, folder / "sqlite.sql");
+    const bool embedded = parts.ApplyEmbeddedSchema(options.connection, ReadScript(folder / "sqlite.sql"));
     session.OpenDatabase(options.connection, options.database);
     if (embedded) return;
     if (PlatformNumber(options) == runtime::kOracle)
@@ -67,7 +74,7 @@ void InsertWhereMissing(runtime::DatabaseSession& session, const std::string& ta
 }
 
 void FillCatalog(runtime::DatabaseSession& session, const std::filesystem::path& folder) {
-    CsvReader csv(folder / "catalog.csv");
+    CsvReader csv(folder / "catalog.csv", "qrxctl init");
     while (csv.Next()) {
         const Row row(csv, session.Literals());
         const std::string id = row.Number("tableid"), name = row.Text("tablename"), label = row.Text("label");
@@ -81,7 +88,7 @@ void FillCatalog(runtime::DatabaseSession& session, const std::filesystem::path&
         InsertWhereMissing(session, "tsi18ntext", "label = " + label, "label, text",
                            label + ", " + row.Text("text"));
     }
-    CsvReader parameters(folder / "parameters.csv");
+    CsvReader parameters(folder / "parameters.csv", "qrxctl init");
     while (parameters.Next()) {
         const Row row(parameters, session.Literals());
         InsertWhereMissing(session, "tsparameters", "", "Qrxcal, tvkparam",
@@ -97,20 +104,12 @@ bool TakesSmallLettersForCapitals(runtime::DatabaseSession& session) {
 
 }  // namespace
 
-std::string ReadScript(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream) platform::RaiseRuntimeError(platform::kFileNotFound, file.string());
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
-
 void Init(hosting::Composition& parts, const Options& options, const std::filesystem::path& schemaFolder,
           std::ostream& warnings) {
     platform::Machine machine = parts.Machine();
     runtime::DatabaseSession session(machine, parts.Databases());
     session.SetPlatform(PlatformNumber(options));
-    ApplySchema(session, options, schemaFolder);
+    ApplySchema(parts, session, options, schemaFolder);
     FillCatalog(session, schemaFolder);
     if (PlatformNumber(options) != runtime::kOracle && TakesSmallLettersForCapitals(session))
         warnings << "qrxctl: the database does not tell a from A: two ERP keys that differ only in that meet in "

@@ -10,8 +10,8 @@
 #include "qrxctl/arguments.h"
 #include "qrxctl/copy_command.h"
 #include "qrxctl/init_command.h"
-#include "qrxctl/sample.h"
 #include "qrxctl/status_command.h"
+#include "sample/sample.h"
 
 namespace iqrx::qrxctl {
 
@@ -93,7 +93,7 @@ void AddStatus(CLI::App& app, const Options& options, bool& json, Command& chose
     });
 }
 
-void AddSample(CLI::App& app, std::string& directory, SampleSize& size, Command& chosen) {
+void AddSample(CLI::App& app, std::string& directory, sample::SampleSize& size, Command& chosen) {
     CLI::App* command = app.add_subcommand("sample", "Write an ERP extract of realistic, repeatable data");
     CLI::Option* where = command->add_option("directory", directory, "where to write it; required");
     CLI::Option* orders = command->add_option("--orders", size.orders, "number of service orders; required")
@@ -106,7 +106,7 @@ void AddSample(CLI::App& app, std::string& directory, SampleSize& size, Command&
         if (!*where) throw CLI::RequiredError(where->get_name());
         if (!*orders) throw CLI::RequiredError(orders->get_name());
         chosen = [&] {
-            WriteSample(std::u8string(directory.begin(), directory.end()), size);
+            sample::WriteSample(std::u8string(directory.begin(), directory.end()), size);
             return 0;
         };
     });
@@ -133,7 +133,7 @@ int Run(std::vector<std::string> words, const Variables& variables) {
     CopyOptions copy;
     bool json = false;
     std::string directory;
-    SampleSize size;
+    sample::SampleSize size;
     Command chosen;
 
     Arguments app(

@@ -2,11 +2,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "calendars/configuration.h"
-#include "calendars/object_pages.h"
 #include "control/cls_data_copy.h"
 #include "platform/sqlite/sqlite_database.h"
 #include "support/sqlite_process.h"
+#include "tables/calendars/object_pages.h"
+#include "tables/configuration/configuration.h"
 
 namespace iqrx::testing {
 namespace {
@@ -18,7 +18,7 @@ using platform::Long;
 using ::testing::HasSubstr;
 
 constexpr Integer kTableId = 9;
-constexpr control::TableRoutine kTables[] = {{"tscfg200", calendars::CopyServiceObjects}};
+constexpr control::TableRoutine kTables[] = {{"tscfg200", tables::CopyServiceObjects}};
 
 struct OutcomeEvents : control::DataCopyEvents {
     std::string error;

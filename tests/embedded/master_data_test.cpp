@@ -4,10 +4,10 @@
 
 #include <fstream>
 
-#include "calendars/configuration.h"
-#include "engine/master_data.h"
 #include "erp/extract/extract_erp.h"
 #include "support/sqlite_process.h"
+#include "tables/configuration/configuration.h"
+#include "tables/master/master_data.h"
 
 namespace iqrx::testing {
 namespace {
@@ -44,7 +44,7 @@ protected:
 TEST_F(EmbeddedCopies, OfSkillsFollowTheErpInFullAndThenByItsTrail) {
     Execute("INSERT INTO tsmdm130 (skll,dsca,clrt,upd_flag) VALUES (N'OLD',N'no longer there',N'',0)");
     Write("tsmdm130.csv", "skll,desc,clrt\nELEC,Electrics,L1\nMECH,\"Fitter's work\",\n");
-    Copy(engine::CopySkills, "tsmdm130", 1);
+    Copy(tables::CopySkills, "tsmdm130", 1);
     EXPECT_THAT(Rows("SELECT * FROM tsmdm130", {"skll", "dsca", "clrt", "upd_flag"}),
                 ElementsAre("ELEC|Electrics|L1|0", "MECH|Fitter's work||0"));
     ExpectCounts(2, 0, 0);  // the row that was swept is not counted
@@ -57,52 +57,52 @@ TEST_F(EmbeddedCopies, OfSkillsFollowTheErpInFullAndThenByItsTrail) {
           "2026-03-04 13:00:00,I,COOL,Cooling,L3\n"
           "2026-03-04 14:00:00,D,MECH,,\n"
           "2026-03-05 06:00:00,U,ELEC,after the window,L9\n");
-    Copy(engine::CopySkills, "tsmdm130", 2);
+    Copy(tables::CopySkills, "tsmdm130", 2);
     EXPECT_THAT(Rows("SELECT * FROM tsmdm130", {"skll", "dsca", "clrt", "upd_flag"}),
                 ElementsAre("COOL|Cooling|L3|0", "ELEC|Electronics|L2|0"));
     ExpectCounts(1, 1, 1);
     EXPECT_EQ(LastUpdate("tsmdm130"), "2026-03-05 04:06:07");
 
-    Copy(engine::CopySkills, "tsmdm130", 2);  // nothing new: the window has moved on
+    Copy(tables::CopySkills, "tsmdm130", 2);  // nothing new: the window has moved on
     ExpectCounts(0, 0, 0);
 }
 
 TEST_F(EmbeddedCopies, OfAFailedExportLeaveTheTableAndOfAnEmptyTableEmptyIt) {
     const auto rows = [&] { return Rows("SELECT * FROM tsmdm130", {"skll", "upd_flag"}); };
     Write("tsmdm130.csv", "skll,desc,clrt\nELEC,Electrics,L1\n");
-    Copy(engine::CopySkills, "tsmdm130", 1);
+    Copy(tables::CopySkills, "tsmdm130", 1);
     std::filesystem::remove(directory.path / "tsmdm130.csv");
-    EXPECT_THROW(Copy(engine::CopySkills, "tsmdm130", 1), platform::RuntimeError);
+    EXPECT_THROW(Copy(tables::CopySkills, "tsmdm130", 1), platform::RuntimeError);
     EXPECT_THAT(rows(), ElementsAre("ELEC|0"));
     for (const char* failed : {"", "skll,desc\n", "skll;desc;clrt\n", "\xFF\xFEs"}) {
         Write("tsmdm130.csv", failed);
-        EXPECT_THROW(Copy(engine::CopySkills, "tsmdm130", 1), platform::RuntimeError);
+        EXPECT_THROW(Copy(tables::CopySkills, "tsmdm130", 1), platform::RuntimeError);
         EXPECT_THAT(rows(), ElementsAre("ELEC|0"));
     }
     Write("tsmdm130.csv", "skll,desc,clrt\n");
-    Copy(engine::CopySkills, "tsmdm130", 1);
+    Copy(tables::CopySkills, "tsmdm130", 1);
     EXPECT_THAT(rows(), IsEmpty());
 }
 
 TEST_F(EmbeddedCopies, OfAFailedExportOfTheTrailKeepTheLastUpdate) {
     GivenTable("tsmdm130", 0);
     const std::string before = LastUpdate("tsmdm130");
-    EXPECT_THROW(Copy(engine::CopySkills, "tsmdm130", 2), platform::RuntimeError);
+    EXPECT_THROW(Copy(tables::CopySkills, "tsmdm130", 2), platform::RuntimeError);
     for (const char* failed : {"", "changed_at,change,skll,desc\n", "changed_at\tchange\tskll\tdesc\tclrt\n"}) {
         Write("tsmdm130.audit.csv", failed);
-        EXPECT_THROW(Copy(engine::CopySkills, "tsmdm130", 2), platform::RuntimeError);
+        EXPECT_THROW(Copy(tables::CopySkills, "tsmdm130", 2), platform::RuntimeError);
         EXPECT_EQ(LastUpdate("tsmdm130"), before);
     }
     Write("tsmdm130.audit.csv", "changed_at,change,skll,desc,clrt\n");
-    Copy(engine::CopySkills, "tsmdm130", 2);
+    Copy(tables::CopySkills, "tsmdm130", 2);
     EXPECT_NE(LastUpdate("tsmdm130"), before);
 }
 
 TEST_F(EmbeddedCopies, ThatFailLeaveTheUnconfirmedRowsMarked) {
     Write("tsmdm130.csv", "skll,desc,clrt\nELEC,Electrics,L1\nMECH,Mechanics,L2\n");
-    Copy(engine::CopySkills, "tsmdm130", 1);
+    Copy(tables::CopySkills, "tsmdm130", 1);
     Write("tsmdm130.csv", "skll,desc,clrt\nELEC,Electronics,L1\n\"MECH,Mechanics,L2\n");
-    EXPECT_THROW(Copy(engine::CopySkills, "tsmdm130", 1), platform::RuntimeError);
+    EXPECT_THROW(Copy(tables::CopySkills, "tsmdm130", 1), platform::RuntimeError);
     EXPECT_THAT(Rows("SELECT * FROM tsmdm130", {"skll", "dsca", "clrt", "upd_flag"}),
                 ElementsAre("ELEC|Electronics|L1|0", "MECH|Mechanics|L2|1"));
 }
@@ -113,24 +113,24 @@ TEST_F(EmbeddedCopies, SweepAnAddressWhoseCodeLiesOutsideTheRange) {
             "',N'',N'',N'',N'',N'',0)");
     Write("tccom130.csv",
           "cadr,nama,namc,hono,name,pstc\nADR1,Home,Street,1,Town,Z1\n" + outside + ",Nowhere,,,,\n");
-    Copy(engine::CopyAddresses, "tccom130", 1);
+    Copy(tables::CopyAddresses, "tccom130", 1);
     EXPECT_THAT(Rows("SELECT * FROM tccom130", {"cadr", "nama"}), ElementsAre("ADR1|Home"));
 }
 
 TEST_F(EmbeddedCopies, OfSolutionTimesKeepTheirNumericKeys) {
     Write("tsclm024.csv", "sltt,desc\n30.125,Half an hour\n1440,A day\n");
-    Copy(engine::CopySolutionTimes, "tsclm024", 1);
+    Copy(tables::CopySolutionTimes, "tsclm024", 1);
     EXPECT_THAT(Rows("SELECT * FROM tsclm024", {"sltt", "dsca"}),
                 ElementsAre("30.12|Half an hour", "1440|A day"));
     clock.now = At("2026-03-05 05:06:07");
     Write("tsclm024.audit.csv", "changed_at,change,sltt,desc\n2026-03-04 12:00:00,D,30.125,\n");
-    Copy(engine::CopySolutionTimes, "tsclm024", 2);
+    Copy(tables::CopySolutionTimes, "tsclm024", 2);
     EXPECT_THAT(Rows("SELECT * FROM tsclm024", {"sltt", "dsca"}), ElementsAre("1440|A day"));
 }
 
 TEST_F(EmbeddedCopies, OfSkillCombinationsIntoAnEmptyTableLeaveTheLastRecord) {
     Write("tsmdm000.csv", "seqn,skla,sklb,sklc,untd\n1,A,B,C,hour\n2,D,E,F,hour\n3,G,H,I,day\n");
-    Copy(calendars::CopySkillCombinations, "tsmdm000", 1);
+    Copy(tables::CopySkillCombinations, "tsmdm000", 1);
     EXPECT_THAT(Rows("SELECT * FROM tsmdm000", {"skla", "sklb", "sklc", "untd", "upd_flag"}),
                 ElementsAre("G|H|I|day|0"));
     ExpectCounts(1, 2, 0);
@@ -140,7 +140,7 @@ TEST_F(EmbeddedCopies, OfSkillCombinationsKeepTheNumberOfRows) {
     for (const char* skill : {"A", "B"})
         Execute("INSERT INTO tsmdm000 (skla,sklb,sklc,untd,upd_flag) VALUES (N'"s + skill + "',N'',N'',N'',0)");
     Write("tsmdm000.csv", "seqn,skla,sklb,sklc,untd\n1,A,B,C,hour\n2,D,E,F,hour\n");
-    Copy(calendars::CopySkillCombinations, "tsmdm000", 1);
+    Copy(tables::CopySkillCombinations, "tsmdm000", 1);
     EXPECT_THAT(Rows("SELECT * FROM tsmdm000", {"skla", "sklb", "sklc", "untd", "upd_flag"}),
                 ElementsAre("D|E|F|hour|0", "D|E|F|hour|0"));
 }
@@ -149,7 +149,7 @@ TEST_F(EmbeddedCopies, OfADeletedSkillCombinationRemoveAllThatBeginWithItsFirstS
     for (const char* skills : {"N'A',N'B'", "N'A',N'C'", "N'B',N'A'"})
         Execute("INSERT INTO tsmdm000 (skla,sklb,sklc,untd,upd_flag) VALUES ("s + skills + ",N'',N'',0)");
     Write("tsmdm000.audit.csv", "changed_at,change,seqn,skla,sklb,sklc,untd\n2026-03-04 05:00:00,D,1,A,B,,\n");
-    Copy(calendars::CopySkillCombinations, "tsmdm000", 2);
+    Copy(tables::CopySkillCombinations, "tsmdm000", 2);
     EXPECT_THAT(Rows("SELECT * FROM tsmdm000", {"skla", "sklb"}), ElementsAre("B|A"));
     ExpectCounts(0, 0, 1);
 }
@@ -159,7 +159,7 @@ TEST_F(EmbeddedCopies, OfServiceObjectsComeInPagesFromTheExtract) {
     for (int i = 1; i <= 1501; ++i)
         objects += "C" + std::to_string(i) + ",PUMP,1,Pump " + std::to_string(i) + ",G,E,CU,MA,CA,D\n";
     Write("tscfg200.csv", objects);
-    Copy(calendars::CopyServiceObjects, "tscfg200", 1);
+    Copy(tables::CopyServiceObjects, "tscfg200", 1);
     EXPECT_EQ(Rows("SELECT * FROM tscfg200", {"ccfg"}).size(), 1501U);
     EXPECT_THAT(Rows("SELECT * FROM tscfg200 WHERE ccfg = N'C1501'", {"dsca", "cusc", "manu", "ccal", "cdel"}),
                 ElementsAre("Pump 1501||||D"));

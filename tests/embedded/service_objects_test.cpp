@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
-#include "calendars/configuration.h"
-#include "calendars/object_pages.h"
 #include "support/sqlite_process.h"
+#include "tables/calendars/object_pages.h"
+#include "tables/configuration/configuration.h"
 
 namespace iqrx::testing {
 namespace {
@@ -54,12 +54,12 @@ protected:
     }
     void Upsert(const std::vector<Fields>& objects) {
         for (const Fields& object : objects)
-            calendars::UpsertServiceObject(run, *erp.MakeRecord(object, "object"), "tscfg200");
+            tables::UpsertServiceObject(run, *erp.MakeRecord(object, "object"), "tscfg200");
     }
     void CopyFull(const std::vector<Fields>& objects) {
         erp.records = objects;
         ServeObjectPages(erp);
-        calendars::CopyServiceObjects(run, "tscfg200", "run parameter", 1);
+        tables::CopyServiceObjects(run, "tscfg200", "run parameter", 1);
     }
     std::vector<std::string> Table() { return Rows("SELECT * FROM tscfg200", kColumns); }
 };

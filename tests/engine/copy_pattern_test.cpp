@@ -3,9 +3,9 @@
 
 #include <limits>
 
-#include "engine/master_data.h"
 #include "platform/error.h"
 #include "support/test_process.h"
+#include "tables/master/master_data.h"
 
 namespace iqrx::testing {
 namespace {
@@ -56,7 +56,7 @@ protected:
                      {"SLBL0376", "Updated %1"},
                      {"SLBL0377", "Deleted %1"}};
     }
-    void Copy(Integer syncMethod) { engine::CopyServiceTypes(run, "tsmdm030", "run parameter", syncMethod); }
+    void Copy(Integer syncMethod) { tables::CopyServiceTypes(run, "tsmdm030", "run parameter", syncMethod); }
     platform::RuntimeError ErrorOfCopy(Integer syncMethod) {
         try {
             Copy(syncMethod);

@@ -25,7 +25,7 @@ protected:
         for (int day = 0; day < days; ++day)
             for (int calendar = 0; calendar < calendars; ++calendar) text += Interval(Calendar(calendar));
         Write("calendars.csv", text);
-        file = std::make_shared<SourceFile>(directory / "calendars.csv");
+        file = std::make_shared<SourceFile>(directory / "calendars.csv", "test");
     }
     Rows All() const { return {file, CalendarFields()}; }
     // Where a calendar's rows stand: read through the runs, and read from the first row to the last.
@@ -119,7 +119,7 @@ TEST_F(Index, NeedsAFewBytesForACalendarWhoseRowsFollowEachOther) {
     for (const int calendar : {2, 0, 1})
         for (int day = 0; day < 5000; ++day) text += Interval(Calendar(calendar));
     Write("calendars.csv", text);
-    file = std::make_shared<SourceFile>(directory / "calendars.csv");
+    file = std::make_shared<SourceFile>(directory / "calendars.csv", "test");
     const CalendarIndex index(All(), "");
     EXPECT_LT(index.Size(), 3 * 500U);
     for (int i = 0; i < 3; ++i) {

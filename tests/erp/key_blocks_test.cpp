@@ -65,7 +65,7 @@ TEST_F(OneRecord, ComesWithTheOthersOfTheSameFirstKey) {
 
 TEST_F(OneRecord, IsFoundWithAsManyBlocksHoweverLongTheFileIs) {
     WriteTypes(InKeyOrder());
-    const auto file = std::make_shared<SourceFile>(directory / "tsmdm030.csv");
+    const auto file = std::make_shared<SourceFile>(directory / "tsmdm030.csv", "test");
     const KeyBlocks blocks(Rows(file, kTypeTexts.fields));
     const auto holding = blocks.Holding(Key(12'345));
     ASSERT_EQ(holding.size(), 1U);

@@ -3,9 +3,9 @@
 
 #include <filesystem>
 
+#include "platform/ado/connection.h"
 #include "platform/database_contract.h"
 #include "platform/sqlite/sqlite_database.h"
-#include "platform/windows/ado/connection.h"
 #include "support/ado_objects.h"
 
 namespace iqrx::testing {

@@ -68,7 +68,8 @@ Records ChangesIn(const std::filesystem::path& file, const TableLayout& layout, 
         const platform::Date moment = MomentOf(row, changedAt);
         return (!period || period->Contains(moment)) && Contain(ranges, row);
     };
-    return {Rows(std::make_shared<SourceFile>(file), fields, NeededColumns(layout, criteria)), keep};
+    return {Rows(std::make_shared<SourceFile>(file, kErrorSource), fields, NeededColumns(layout, criteria)),
+            keep};
 }
 
 class AuditTrail final : public RecordStream {

@@ -64,7 +64,7 @@ Elements CalendarManager::Select(std::span<const Argument> arguments) {
 
 // The rows of one calendar are found by an index; several calendars need all of the file.
 Rows CalendarManager::RowsOf(const std::string& from, const std::string& to) {
-    if (!file_) file_ = std::make_shared<SourceFile>(path_);
+    if (!file_) file_ = std::make_shared<SourceFile>(path_, kErrorSource);
     if (from != to) return {file_, CalendarFields()};
     return {file_, CalendarFields(), IndexFor(from).Find(from)};
 }

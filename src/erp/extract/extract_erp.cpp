@@ -46,7 +46,8 @@ std::unique_ptr<Erp> OpenExtract(const std::filesystem::path& directory, Notice 
     const auto type = std::filesystem::status(directory, error).type();
     if (type == std::filesystem::file_type::not_found)
         Raise(platform::kPathNotFound, "The extract directory " + Shown(directory) + " does not exist");
-    if (error) RaiseUnreadable(Shown(directory), error);
+    if (error)
+        Raise(platform::kPathFileAccess, Shown(directory) + " cannot be read: " + platform::CauseOf(error));
     if (type != std::filesystem::file_type::directory)
         Raise(platform::kPathNotFound, Shown(directory) + " is not a directory");
     return std::make_unique<ExtractErp>(directory, std::move(notice));

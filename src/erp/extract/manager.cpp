@@ -66,7 +66,8 @@ Value Manager::Invoke(std::string_view member, std::span<Argument> arguments) {
 
 // All that this manager reads comes from the file as it was when it was first needed.
 const std::shared_ptr<SourceFile>& Manager::RecordsFile() {
-    if (!file_) file_ = std::make_shared<SourceFile>(directory_ / (std::string(layout_.table) + ".csv"));
+    if (!file_)
+        file_ = std::make_shared<SourceFile>(directory_ / (std::string(layout_.table) + ".csv"), kErrorSource);
     return file_;
 }
 

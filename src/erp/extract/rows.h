@@ -9,9 +9,12 @@
 #include <vector>
 
 #include "erp/erp.h"
-#include "erp/extract/csv_reader.h"
+#include "platform/csv_reader.h"
 
 namespace iqrx::erp::extract {
+
+using platform::CsvReader;
+using platform::SourceFile;
 
 class Record;
 

@@ -23,12 +23,16 @@ namespace {
 
 void TellOfWaiting(const std::string& text) { std::cerr << runtime::DiagnosticLine(text) << std::endl; }
 
+bool IsEmbedded(const platform::ConnectionString& keys) {
+    const auto provider = keys.Find("Provider");
+    return provider && platform::EqualIgnoringCase(*provider, "SQLite");
+}
+
 class DatabaseChooser : public platform::DatabaseProvider {
 public:
     std::unique_ptr<platform::Connection> CreateConnection(std::string_view text) override {
         const platform::ConnectionString keys(text);
-        const auto provider = keys.Find("Provider");
-        if (provider && platform::EqualIgnoringCase(*provider, "SQLite"))
+        if (IsEmbedded(keys))
             return platform::CreateSqliteConnection(control::CoordinatingTables(), TellOfWaiting);
         if (keys.Has("Driver") || keys.Has("DSN"))
             return platform::CreateOdbcConnection(control::CoordinatingTables());
@@ -92,5 +96,12 @@ platform::DatabaseProvider& Composition::Databases() {
 erp::ErpProvider& Composition::Erps() { return parts_->erps; }
 
 platform::ObjectFactory& Composition::Objects() { return parts_->objects; }
+
+bool Composition::ApplyEmbeddedSchema(const std::string& connectionString, std::string_view script) {
+    const platform::ConnectionString keys(connectionString);
+    if (!IsEmbedded(keys)) return false;
+    platform::ApplySqliteScript(keys.Find("Data Source").value_or(""), script);
+    return true;
+}
 
 }  // namespace iqrx::hosting

@@ -7,8 +7,8 @@
 #include "erp/com/com_erp.h"
 #include "erp/extract/extract_erp.h"
 #include "hosting/windows/start.h"
+#include "platform/ado/connection.h"
 #include "platform/trace/tracing_database.h"
-#include "platform/windows/ado/connection.h"
 #include "platform/windows/apartment.h"
 #include "platform/windows/com_object.h"
 #include "platform/windows/machine.h"
@@ -75,5 +75,8 @@ platform::DatabaseProvider& Composition::Databases() {
 erp::ErpProvider& Composition::Erps() { return parts_->erps; }
 
 platform::ObjectFactory& Composition::Objects() { return parts_->objects; }
+
+// Every connection string goes to ADO.
+bool Composition::ApplyEmbeddedSchema(const std::string&, std::string_view) { return false; }
 
 }  // namespace iqrx::hosting

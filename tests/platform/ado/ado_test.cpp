@@ -5,10 +5,10 @@
 #include <map>
 #include <utility>
 
+#include "platform/ado/connection.h"
 #include "platform/conversions.h"
 #include "platform/error.h"
 #include "platform/object.h"
-#include "platform/windows/ado/connection.h"
 
 namespace iqrx::platform::ado {
 namespace {

@@ -1,0 +1,99 @@
+// What every public class shares: reference count, a dual interface described by the type library, error
+// information, and the class information that scripting clients ask for before they connect to events.
+#pragma once
+
+#include <atomic>
+
+#include "com_server/lifetime.h"
+#include "com_server/type_library.h"
+#include "platform/windows/com_error.h"
+// After com.h, whose types it uses.
+#include <ocidl.h>
+
+namespace iqrx::hosting::windows {
+
+template <class Interface>
+class ComClass : public Interface, public ISupportErrorInfo, public IProvideClassInfo2 {
+public:
+    ComClass(ServerLifetime& lifetime, const TypeLibrary& library, REFCLSID classId, REFIID eventsId)
+        : hold_(lifetime),
+          interfaceInfo_(library.InfoOf(__uuidof(Interface))),
+          classInfo_(library.InfoOf(classId)),
+          eventsId_(eventsId) {}
+    ComClass(const ComClass&) = delete;
+    ComClass& operator=(const ComClass&) = delete;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+        *object = Find(iid);
+        if (*object == nullptr) return E_NOINTERFACE;
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
+    ULONG STDMETHODCALLTYPE Release() override {
+        const ULONG left = --references_;
+        if (left == 0) delete this;
+        return left;
+    }
+
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
+        *count = 1;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID, ITypeInfo** info) override {
+        *info = nullptr;
+        if (index != 0) return DISP_E_BADINDEX;
+        *info = platform::windows::ComRef(interfaceInfo_).Detach();
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) override {
+        return interfaceInfo_->GetIDsOfNames(names, count, ids);
+    }
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parameters,
+                                     VARIANT* result, EXCEPINFO* exception, UINT* wrongArgument) override {
+        return interfaceInfo_->Invoke(static_cast<Interface*>(this), id, flags, parameters, result, exception,
+                                      wrongArgument);
+    }
+
+    HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID iid) override {
+        return iid == __uuidof(Interface) ? S_OK : S_FALSE;
+    }
+
+    HRESULT STDMETHODCALLTYPE GetClassInfo(ITypeInfo** info) override {
+        *info = platform::windows::ComRef(classInfo_).Detach();
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetGUID(DWORD kind, GUID* guid) override {
+        if (kind != GUIDKIND_DEFAULT_SOURCE_DISP_IID || eventsId_ == IID_NULL) return E_INVALIDARG;
+        *guid = eventsId_;
+        return S_OK;
+    }
+
+protected:
+    virtual ~ComClass() = default;
+
+    virtual void* Find(REFIID iid) {
+        if (iid == IID_IUnknown || iid == IID_IDispatch || iid == __uuidof(Interface))
+            return static_cast<Interface*>(this);
+        if (iid == IID_ISupportErrorInfo) return static_cast<ISupportErrorInfo*>(this);
+        if (iid == IID_IProvideClassInfo || iid == IID_IProvideClassInfo2)
+            return static_cast<IProvideClassInfo2*>(this);
+        return nullptr;
+    }
+
+    // A public method. The object stays while it runs, though its client may be gone by then.
+    template <class Body, class Log>
+    HRESULT Method(Body body, Log log) noexcept {
+        const auto alive = platform::windows::ComRef<Interface>::Share(this);
+        return platform::windows::Trapped(body, log);
+    }
+
+private:
+    ServerHold hold_;
+    platform::windows::ComRef<ITypeInfo> interfaceInfo_;
+    platform::windows::ComRef<ITypeInfo> classInfo_;
+    IID eventsId_;  // IID_NULL: no events
+    std::atomic<ULONG> references_{1};
+};
+
+}  // namespace iqrx::hosting::windows

@@ -1,0 +1,176 @@
+#include "com_server/data_copy_class.h"
+
+#include "hosting/dispatch.h"
+#include "platform/conversions.h"
+#include "platform/date.h"
+#include "platform/windows/com_object.h"
+#include "platform/windows/variant.h"
+#include "tables/calendars/calcodes_file.h"
+#include "tables/calendars/calendars.h"
+
+namespace iqrx::hosting::windows {
+
+using platform::Integer;
+using platform::Long;
+using platform::RuntimeError;
+using platform::windows::Bstr;
+using platform::windows::ComRef;
+using platform::windows::FromBstr;
+using platform::windows::FromVariant;
+using platform::windows::ObjectOf;
+
+namespace {
+
+// The members of the events' interface.
+enum Event : DISPID { kStarted = 1, kError, kComplete, kAlreadyInProgress, kDone };
+
+control::CopyRequest RequestOf(BSTR connectionString, BSTR localDatabase, short tableId, short syncMethod,
+                               BSTR logFilePath, BSTR busComponent) {
+    return {FromBstr(connectionString), FromBstr(localDatabase), tableId, syncMethod,
+            FromBstr(logFilePath),      FromBstr(busComponent)};
+}
+
+Integer PlatformOf(const VARIANT& databasePlatform) {
+    return platform::ToInteger(FromVariant(databasePlatform, ObjectOf));
+}
+
+}  // namespace
+
+DataCopyClass::DataCopyClass(ServerLifetime& lifetime, const TypeLibrary& library, ComRequests& requests)
+    : ComClass(lifetime, library, __uuidof(::clsDataCopy), __uuidof(__clsDataCopy)),
+      requests_(requests),
+      events_(*this, __uuidof(__clsDataCopy)),
+      dataCopy_(requests.Process(), Tables(), Calendars(), *this) {}
+
+void* DataCopyClass::Find(REFIID iid) {
+    if (iid == IID_IConnectionPointContainer) return static_cast<IConnectionPointContainer*>(this);
+    return ComClass::Find(iid);
+}
+
+HRESULT DataCopyClass::StartDataCopy(BSTR ConnectionString, BSTR LocalDatabase, short TableID, short SyncMethod,
+                                     BSTR LogFilePath, BSTR BOWBusComponent, VARIANT DatabasePlatform) {
+    control::CopyRequest request;
+    return Method(
+        [&] {
+            request =
+                RequestOf(ConnectionString, LocalDatabase, TableID, SyncMethod, LogFilePath, BOWBusComponent);
+            Serve(request, DatabasePlatform);
+        },
+        [&](const RuntimeError& error) {
+            // While this object's own request goes on, its listeners would take the failure for that one's.
+            if (requests_.Runs(this))
+                requests_.LogRequest(request, error);
+            else
+                Refuse(request, error);
+        });
+}
+
+HRESULT DataCopyClass::CopyAllTables(BSTR ConnectionString, BSTR LocalDatabase, short SyncMethod,
+                                     BSTR LogFilePath, BSTR BOWBusComponent, VARIANT DatabasePlatform) {
+    control::CopyRequest request;
+    return Method(
+        [&] {
+            request = RequestOf(ConnectionString, LocalDatabase, control::kAllTables, SyncMethod, LogFilePath,
+                                BOWBusComponent);
+            const ComRequests::Turn turn(requests_, this);
+            request.databasePlatform = PlatformOf(DatabasePlatform);
+            dataCopy_.CopyAllTables(request);
+        },
+        [&](const RuntimeError& error) { requests_.LogRequest(request, error); });
+}
+
+HRESULT DataCopyClass::FormatFailedMessage(BSTR Title, BSTR Text, BSTR* Result) {
+    return Call([&] {
+        std::string result;
+        dataCopy_.FormatFailedMessage(FromBstr(Title), FromBstr(Text), result);
+        SysFreeString(std::exchange(*Result, Bstr(result).Detach()));
+    });
+}
+
+HRESULT DataCopyClass::getEmployeeCalenderList(IDispatch** objCalList) {
+    return Call([&] {
+        if (objCalList == nullptr || *objCalList == nullptr)
+            platform::RaiseRuntimeError(platform::kObjectNotSet, "objCalList");
+        const auto list = ObjectOf(ComRef<IDispatch>::Share(*objCalList));
+        calendars::getEmployeeCalenderList(
+            dataCopy_.Run(), [&](const std::string& code) { platform::Call(*list, "Add", code); });
+    });
+}
+
+HRESULT DataCopyClass::CreateCalcodesFile() {
+    return Call([&] { calendars::CreateCalcodesFile(NamedRun()); });
+}
+
+HRESULT DataCopyClass::WriteCalcode(VARIANT sCalCode) {
+    return Call([&] { calendars::WriteCalcode(NamedRun(), FromVariant(sCalCode, ObjectOf)); });
+}
+
+HRESULT DataCopyClass::CloseCalcodesFile() {
+    return Call([&] { calendars::CloseCalcodesFile(NamedRun()); });
+}
+
+control::CopyRun& DataCopyClass::NamedRun() {
+    if (requests_.Process().runLog.LogFileName().empty())
+        platform::RaiseRuntimeError(platform::kObjectNotSet, "no run has named the calendar-codes file");
+    return dataCopy_.Run();
+}
+
+HRESULT DataCopyClass::EnumConnectionPoints(IEnumConnectionPoints** enumerator) {
+    if (enumerator == nullptr) return E_POINTER;
+    *enumerator = nullptr;
+    return platform::windows::Guarded([&] {
+        const auto points = std::make_shared<std::vector<KeptConnectionPoint>>();
+        points->push_back({ComRef<IConnectionPoint>::Share(&events_)});
+        *enumerator = ConnectionPointEnumerator::Create(points, ComRef<IUnknown>::Share(&events_));
+    });
+}
+
+HRESULT DataCopyClass::FindConnectionPoint(REFIID iid, IConnectionPoint** point) {
+    const bool known = iid == __uuidof(__clsDataCopy);
+    *point = known ? &events_ : nullptr;
+    if (!known) return CONNECT_E_NOCONNECTION;
+    events_.AddRef();
+    return S_OK;
+}
+
+void DataCopyClass::DataCopyStarted(platform::Date iTime, Integer iTableID) {
+    events_.Raise(kStarted, {iTime, iTableID});
+}
+
+void DataCopyClass::DataCopyError(platform::Date iTime, Integer iTableID, Integer ieNumber,
+                                  const std::string& ieMessage) {
+    events_.Raise(kError, {iTime, iTableID, ieNumber, ieMessage});
+}
+
+void DataCopyClass::DataCopyComplete(platform::Date iTime, Integer iTableID, Long icount, Long ucount,
+                                     Long dcount) {
+    events_.Raise(kComplete, {iTime, iTableID, icount, ucount, dcount});
+}
+
+void DataCopyClass::DataCopyAlreadyInProgress(platform::Date iTime, Integer iTableID) {
+    events_.Raise(kAlreadyInProgress, {iTime, iTableID});
+}
+
+void DataCopyClass::DataCopydone() { events_.Raise(kDone, {}); }
+
+void DataCopyClass::Serve(control::CopyRequest& request, const VARIANT& databasePlatform) {
+    const ComRequests::Turn turn(requests_, this);
+    try {
+        request.databasePlatform = PlatformOf(databasePlatform);
+        requests_.LoadCatalogOf(request);
+    } catch (...) {
+        return Refuse(request, platform::CurrentError());
+    }
+    dataCopy_.StartDataCopy(request);
+}
+
+// A client that waits for the outcome hears of the failure as of any other; the log that names its cause is
+// the request error log, since the run has none yet.
+void DataCopyClass::Refuse(const control::CopyRequest& request, const RuntimeError& error) {
+    requests_.LogRequest(request, error);
+    DataCopyError(platform::TimeOfDay(requests_.Process().machine.clock.Now()), request.tableId, -1,
+                  "DataCopy Failed, see logfile '" + requests_.RequestLogFile(request) + "' for details");
+    DataCopydone();
+}
+
+}  // namespace iqrx::hosting::windows

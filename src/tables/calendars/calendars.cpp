@@ -1,0 +1,196 @@
+#include "tables/calendars/calendars.h"
+
+#include <vector>
+
+#include "engine/copy_pattern.h"
+#include "platform/conversions.h"
+#include "platform/error.h"
+#include "tables/calendars/calcodes_file.h"
+#include "tables/calendars/calendar_service.h"
+#include "tables/calendars/expansion.h"
+#include "tables/calendars/failure_log.h"
+
+namespace iqrx::tables {
+
+using platform::Integer;
+using platform::Long;
+using platform::Object;
+using platform::ObjectRef;
+using platform::Value;
+
+namespace {
+
+constexpr const char* kTable = "tcccp030";
+
+constexpr FailureText kCopyCalendar{"SLBL0049", "Copy Calender Of Employee"};
+constexpr FailureText kCopyEmployeeCalendar{"SLBL0050", "Copy Calendar of Employee"};
+
+// Closes the codes file whichever way a copy ends, so that the calendars copied before a failure are expanded.
+struct CodesFileGuard {
+    CopyRun& run;
+    ~CodesFileGuard() { run.calcodesFile.reset(); }
+};
+
+void InsertPage(CopyRun& run, const std::string& calendar, Object& page) {
+    const ObjectRef wrapper = platform::ToObject(page.Get("getUTCActualCalendarForQRXWrapper"));
+    const Long size = platform::ToLong(wrapper->Get("sizeActualCalendar"));
+    for (Long i = 0; i < size; ++i) {
+        Value index = platform::ToInteger(i);
+        const Value record = platform::Call(*wrapper, "getActualCalendarAt", platform::ByRef{index});
+        InsertCalendarRecord(run, calendar, *platform::ToObject(record), kTable);
+    }
+}
+
+// The paged listing of one calendar; whether there was one. Without a first page the local rows stay as they
+// are and `beforeFirstInterval` is not called.
+bool CopyIntervals(CopyRun& run, CalendarService& service, const DateWindow& window,
+                   const std::string& calendar, const std::function<void()>& beforeFirstInterval) {
+    ObjectRef page = service.List(calendar, window, 0, "N");
+    if (!page) return false;
+    beforeFirstInterval();
+    while (true) {
+        InsertPage(run, calendar, *page);
+        const std::string setComplete = platform::ToText(page->Get("getSetComplete"));
+        if (setComplete == "Y") return true;
+        const Long callId = platform::ToLong(page->Get("getCallId"));
+        page = platform::ToObject(service.List(calendar, window, callId, setComplete));
+    }
+}
+
+// The calendars in use, one after the other; a calendar whose listing fails is logged and passed over.
+// Whether each was listed to its end.
+bool CopyEach(CopyRun& run, CalendarService& service, const DateWindow& window,
+              const std::vector<std::string>& calendars,
+              const std::function<void(const std::string& calendar)>& beforeFirstInterval) {
+    bool whole = true;
+    for (const std::string& calendar : calendars) {
+        bool listed = false;
+        LogFailureAndGoOn(run, kActualCalendars, CalendarNamed(calendar), [&] {
+            listed = CopyIntervals(run, service, window, calendar, [&] { beforeFirstInterval(calendar); });
+        });
+        whole = whole && listed;
+    }
+    return whole;
+}
+
+std::vector<std::string> CalendarsInUse(CopyRun& run) {
+    std::vector<std::string> calendars;
+    getEmployeeCalenderList(run, [&](const std::string& calendar) { calendars.push_back(calendar); });
+    return calendars;
+}
+
+void LogCountsAndClose(CopyRun& run, CalendarService& service) {
+    run.process.runLog.LogTableCounts(kTable, run.counters.inserted, 0, 0);
+    service.Close();
+}
+
+bool CalendarsAreExpanded(CopyRun& run) {
+    return platform::ToDouble(run.process.controlTables.GetTVKFilter()) == 1;
+}
+
+}  // namespace
+
+void CopyCalendars(CopyRun& run, const std::string&, const std::string& runParameter, Integer syncMethod) {
+    LogFailure(run, kActualCalendars, {}, [&] {
+        engine::ChooseCopy(
+            syncMethod,
+            [&] {
+                CopyCalendarsFull(run, runParameter);
+                if (CalendarsAreExpanded(run)) ExpandCalendars(run);
+            },
+            [&] {
+                CopyCalendarsIncremental(run, runParameter);
+                if (CalendarsAreExpanded(run)) ExpandListedCalendars(run);
+            });
+    });
+}
+
+// What is not listed to its end is not swept: an ERP that does not answer has not taken a calendar away.
+void CopyCalendarsFull(CopyRun& run, const std::string& runParameter) {
+    CalendarService service;
+    LogFailure(run, kActualCalendars, {}, [&] {
+        service.Open(run, runParameter);
+        const DateWindow window = ComputeDateWindow(run);
+        const std::vector<std::string> calendars = CalendarsInUse(run);
+        if (!calendars.empty()) run.Database().Execute("UPDATE tcccp030 SET upd_flag=1");
+        const bool whole = CopyEach(run, service, window, calendars,
+                                    [&](const std::string& calendar) { DeleteCalendar(run, calendar); });
+        if (whole && !calendars.empty()) run.Database().Execute("DELETE FROM tcccp030 WHERE upd_flag = 1");
+        LogCountsAndClose(run, service);
+    });
+}
+
+void CopyCalendarsIncremental(CopyRun& run, const std::string& runParameter) {
+    const CodesFileGuard guard{run};
+    CalendarService service;
+    LogFailure(run, kActualCalendars, {}, [&] {
+        service.Open(run, runParameter);
+        const DateWindow window = ComputeDateWindow(run);
+        const std::vector<std::string> calendars = CalendarsInUse(run);
+        CreateCalcodesFile(run);
+        CopyEach(run, service, window, calendars, [&](const std::string& calendar) {
+            DeleteCalendar(run, calendar);
+            WriteCalcode(run, calendar);
+        });
+        if (run.calcodesFile) CloseCalcodesFile(run);
+        LogCountsAndClose(run, service);
+    });
+}
+
+void CopyCalendar(CopyRun& run, const std::string& calendar, const std::string& runParameter) {
+    const CodesFileGuard guard{run};
+    CalendarService service;
+    LogFailure(run, kCopyCalendar, CalendarNamed(calendar), [&] {
+        service.Open(run, runParameter);
+        run.counters.inserted = 0;
+        CopyIntervals(run, service, ComputeDateWindow(run), calendar, [&] {
+            CreateCalcodesFile(run);
+            WriteCalcode(run, calendar);
+            DeleteCalendar(run, calendar);
+        });
+        if (run.calcodesFile) CloseCalcodesFile(run);
+        LogCountsAndClose(run, service);
+    });
+}
+
+void CopyEmployeeCalendar(CopyRun& run, const std::string& employee, const std::string& runParameter) {
+    LogFailure(run, kCopyEmployeeCalendar, {"employee", employee}, [&] {
+        auto rows = run.Database().OpenRecordset("SELECT * FROM tsmdm140 WHERE emno = " +
+                                                 run.Literals().QuoteSqlString(employee));
+        if (rows->Eof())
+            throw platform::RuntimeError(platform::kInvalidProcedureCall, "tsmdm140",
+                                         "There is no such employee in tsmdm140");
+        const std::string calendar = platform::ToText(rows->Field("ccal"));
+        rows.reset();
+        CopyCalendar(run, calendar, runParameter);
+    });
+}
+
+void DeleteCalendar(CopyRun& run, const std::string& calendar) {
+    LogFailure(run, kDeleteCalendar, CalendarNamed(calendar), [&] {
+        run.Database().DbConnection().SetCommandTimeout(0);
+        run.Database().Execute("DELETE FROM tcccp030 WHERE ccal = " + run.Literals().QuoteSqlString(calendar));
+    });
+}
+
+void getEmployeeCalenderList(CopyRun& run, const std::function<void(const std::string& calendar)>& add) {
+    constexpr const char* kSqlServerList =
+        "SELECT DISTINCT tsmdm140.ccal  FROM tsmdm140 WHERE (tsmdm140.ccal <>  N'' OR  tsmdm140.ccal is NOT NULL)"
+        " UNION "
+        " SELECT DISTINCT tsmdm100.ccal  FROM tsmdm100 WHERE (tsmdm100.ccal <>  N'' OR  tsmdm100.ccal is NOT NULL) "
+        " order by tsmdm140.ccal asc ";
+    constexpr const char* kOracleList =
+        "SELECT DISTINCT tsmdm140.ccal  FROM tsmdm140 WHERE (tsmdm140.ccal <>  N' ' OR  tsmdm140.ccal is NOT NULL)"
+        " UNION "
+        " SELECT DISTINCT tsmdm100.ccal  FROM tsmdm100 WHERE (tsmdm100.ccal <>  N' ' OR  tsmdm100.ccal is NOT NULL)"
+        " order by ccal asc ";
+    const bool sqlServer = run.Database().Platform() == runtime::kSqlServer;
+    // A static cursor, for only that knows its number of rows.
+    auto rows =
+        run.Database().OpenRecordset(sqlServer ? kSqlServerList : kOracleList, platform::CursorType::Static);
+    if (rows->RecordCount() > 0)
+        for (rows->MoveFirst(); !rows->Eof(); rows->MoveNext()) add(platform::ToText(rows->Field(0)));
+    rows->Close();
+}
+
+}  // namespace iqrx::tables

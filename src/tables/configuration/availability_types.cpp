@@ -1,0 +1,49 @@
+#include "engine/copy_pattern.h"
+#include "tables/configuration/configuration.h"
+
+namespace iqrx::tables {
+
+namespace {
+
+using namespace engine;
+
+constexpr Table kAvailabilityTypes = Checked({
+    .name = "tcccp001",
+    .titleLabel = "STIT0022",
+    .columns = {{"ract", "getAvailabilityType", kText},
+                {"dsca", "getDescription", kText},
+                {"ptmu", "getPlanningTimeUnit", kText},
+                {"hrsd", "getHoursPerDay", kText},
+                {"avlb", "getAvailability", kText}},
+    .fullRanges = {UpTo(6)},
+    .auditKeys = {{"ract", UpTo(6)}},
+    .outputFields = {"ract", "dsca", "ptmu", "hrsd", "avlb"},
+    .update = "UPDATE {table} SET dsca = {dsca},ptmu = {ptmu},hrsd = {hrsd},avlb = {avlb},"
+              "upd_flag = 0 WHERE ract ={ract}",
+    .insert = "INSERT INTO {table} (ract,dsca,ptmu,hrsd,avlb,upd_flag) "
+              "VALUES({ract},{dsca},{ptmu},{hrsd},{avlb},0)",
+    .remove = "DELETE FROM {table} WHERE ract= {ract}",
+});
+
+}  // namespace
+
+void CopyAvailabilityTypes(CopyRun& run, const std::string& tableName, const std::string& runParameter,
+                           Integer syncMethod) {
+    ChooseCopy(run, tableName, runParameter, syncMethod, CopyAvailabilityTypesFull,
+               CopyAvailabilityTypesIncremental);
+}
+
+void CopyAvailabilityTypesFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    FullCopy({run, kAvailabilityTypes, tableName, runParameter}, UpsertAvailabilityType);
+}
+
+void CopyAvailabilityTypesIncremental(CopyRun& run, const std::string& tableName,
+                                      const std::string& runParameter) {
+    IncrementalCopy({run, kAvailabilityTypes, tableName, runParameter}, UpsertAvailabilityType);
+}
+
+void UpsertAvailabilityType(CopyRun& run, Object& record, const std::string& tableName) {
+    Upsert(run, kAvailabilityTypes, record, tableName);
+}
+
+}  // namespace iqrx::tables

@@ -1,0 +1,59 @@
+#include "engine/copy_pattern.h"
+#include "tables/configuration/configuration.h"
+
+namespace iqrx::tables {
+
+namespace {
+
+using namespace engine;
+
+constexpr Table kInstallations = Checked({
+    .name = "tscfg220",
+    .titleLabel = "STIT0016",
+    .columns = {{"ccfg", "getConfiguration", kText},
+                {"dsca", "getDescription", kText, "desc"},
+                {"ofbp", "getBusinessPartner", kText},
+                {"cwoc", "getServiceCenter", kText},
+                {"csar", "getServiceArea", kText},
+                {"tecr", "getResponsibleTechnician", kText},  // an upsert's alone: no output field
+                {"teca", "getFirstTechnician", kText},
+                {"tecb", "getSecondTechnician", kText},
+                {"cusc", "getCustomerCode", kText},
+                {"czon", "getZone", kText},
+                {"dist", "getTravelingDistance", kText},
+                {"trti", "getTravelingTime", kText},
+                {"ccal", "getCalendarCode", kText},
+                {"cadr", "getAddressCode", kText}},
+    .fullRanges = {UpTo(8)},
+    .auditKeys = {{"ccfg", UpTo(8)}},
+    .outputFields = {"ccfg", "desc", "ofbp", "cwoc", "csar", "teca", "tecb", "cusc", "czon", "dist", "trti",
+                     "ccal", "cadr"},
+    .update = "UPDATE  {table} SET  dsca ={dsca},ofbp ={ofbp},cwoc ={cwoc},csar ={csar},tecr ={tecr},"
+              "teca ={teca},tecb ={tecb},cusc ={cusc},czon ={czon},dist ={dist},trti ={trti},ccal ={ccal},"
+              "cadr ={cadr},upd_flag = 0 WHERE ccfg = {ccfg}",
+    .insert = "INSERT INTO {table}(ccfg, dsca, ofbp, cwoc, csar, tecr, teca, tecb, cusc, czon, dist, trti, ccal, "
+              "cadr, upd_flag) VALUES({ccfg},{dsca},{ofbp},{cwoc},{csar},{tecr},{teca},{tecb},{cusc},{czon},"
+              "{dist},{trti},{ccal},{cadr},0)",
+    .remove = "DELETE FROM {table} WHERE ccfg = {ccfg}",
+});
+
+}  // namespace
+
+void CopyInstallations(CopyRun& run, const std::string& tableName, const std::string& runParameter,
+                       Integer syncMethod) {
+    ChooseCopy(run, tableName, runParameter, syncMethod, CopyInstallationsFull, CopyInstallationsIncremental);
+}
+
+void CopyInstallationsFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    FullCopy({run, kInstallations, tableName, runParameter}, UpsertInstallation);
+}
+
+void CopyInstallationsIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    IncrementalCopy({run, kInstallations, tableName, runParameter}, UpsertInstallation);
+}
+
+void UpsertInstallation(CopyRun& run, Object& record, const std::string& tableName) {
+    Upsert(run, kInstallations, record, tableName);
+}
+
+}  // namespace iqrx::tables

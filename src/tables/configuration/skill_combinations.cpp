@@ -1,0 +1,58 @@
+#include "engine/copy_pattern.h"
+#include "tables/configuration/configuration.h"
+
+namespace iqrx::tables {
+
+namespace {
+
+using namespace engine;
+
+constexpr Table kSkillCombinations = Checked({
+    .name = "tsmdm000",
+    .titleLabel = "STIT0087",
+    .columns = {{"skla", "getSkillI", kText},
+                {"sklb", "getSkillII", kText},
+                {"sklc", "getSkillIII", kText},
+                {"untd", "getTimeDurationUnit", kText}},
+    .fullRanges = {Between("0", "99")},
+    .auditKeys = {{"seqn", Between("0", "99")}},  // the ERP's key, which no column keeps
+    .outputFields = {"skla", "sklb", "sklc", "untd"},
+    // Without a WHERE on purpose: every row takes the values of the record.
+    .update = "UPDATE {table} SET skla = {skla},sklb = {sklb},sklc = {sklc},untd = {untd},upd_flag =0 ",
+    .insert = "INSERT INTO {table} (skla,sklb,sklc,untd,upd_flag) VALUES ({skla},{sklb},{sklc},{untd},0)",
+    .remove = "DELETE FROM {table} WHERE skla= {skla}",
+    .incrementalFailure = "SLBL0456",
+    .countsEveryInsert = true,
+});
+
+}  // namespace
+
+void CopySkillCombinations(CopyRun& run, const std::string& tableName, const std::string& runParameter,
+                           Integer syncMethod) {
+    ChooseCopy(run, tableName, runParameter, syncMethod, CopySkillCombinationsFull,
+               CopySkillCombinationsIncremental);
+}
+
+// Neither marks nor sweeps, and an update stays one: the first record may become a row, each further one
+// overwrites all rows.
+void CopySkillCombinationsFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    const TableRun copy{run, kSkillCombinations, tableName, runParameter};
+    FullCopy(copy, [&](HeldObjects& held) {
+        held.enumerator = FetchByKeyRange(copy, *held.manager);
+        const std::string startTime = run.Literals().CurrentTimeLiteral();
+        if (!held.enumerator) return;
+        ForEachRecord(held, [&](Object& record) { UpsertSkillCombination(run, record, tableName); });
+        StampAndLogFullCopy(copy, startTime);
+    });
+}
+
+void CopySkillCombinationsIncremental(CopyRun& run, const std::string& tableName,
+                                      const std::string& runParameter) {
+    IncrementalCopy({run, kSkillCombinations, tableName, runParameter}, UpsertSkillCombination);
+}
+
+void UpsertSkillCombination(CopyRun& run, Object& record, const std::string& tableName) {
+    Upsert(run, kSkillCombinations, record, tableName);
+}
+
+}  // namespace iqrx::tables

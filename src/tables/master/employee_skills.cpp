@@ -1,0 +1,45 @@
+#include "engine/copy_pattern.h"
+#include "tables/master/master_data.h"
+
+namespace iqrx::tables {
+
+namespace {
+
+using namespace engine;
+
+constexpr Table kEmployeeSkills = Checked({
+    .name = "tsmdm135",
+    .titleLabel = "STIT0013",
+    .columns = {{"emno", "getServiceEmployee", kText},
+                {"skll", "getSkill", kText},
+                {"cogr", "getObjectGroup", kText},
+                {"afct", "getSkillFactor", kReal}},
+    .fullRanges = {UpTo(6), UpTo(4), UpTo(6)},
+    .auditKeys = {{"emno", UpTo(6)}, {"skll", UpTo(4)}, {"cogr", UpTo(6)}},
+    .outputFields = {"emno", "skll", "cogr", "afct"},
+    .update = "UPDATE {table} SET afct = {afct},upd_flag = 0  "
+              "WHERE emno = {emno} AND skll= {skll} AND cogr = {cogr}",
+    .insert = "INSERT INTO {table} (emno, skll, cogr, afct, upd_flag) VALUES ({emno},{skll},{cogr},{afct},0)",
+    .remove = "DELETE FROM {table} WHERE emno= {emno} AND skll = {skll} AND cogr = {cogr}",
+});
+
+}  // namespace
+
+void CopyEmployeeSkills(CopyRun& run, const std::string& tableName, const std::string& runParameter,
+                        Integer syncMethod) {
+    ChooseCopy(run, tableName, runParameter, syncMethod, CopyEmployeeSkillsFull, CopyEmployeeSkillsIncremental);
+}
+
+void CopyEmployeeSkillsFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    FullCopy({run, kEmployeeSkills, tableName, runParameter}, UpsertEmployeeSkill);
+}
+
+void CopyEmployeeSkillsIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    IncrementalCopy({run, kEmployeeSkills, tableName, runParameter}, UpsertEmployeeSkill);
+}
+
+void UpsertEmployeeSkill(CopyRun& run, Object& record, const std::string& tableName) {
+    Upsert(run, kEmployeeSkills, record, tableName);
+}
+
+}  // namespace iqrx::tables

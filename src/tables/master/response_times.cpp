@@ -1,0 +1,48 @@
+#include "engine/copy_pattern.h"
+#include "tables/master/master_data.h"
+
+namespace iqrx::tables {
+
+namespace {
+
+using namespace engine;
+
+constexpr Table kResponseTimes = Checked({
+    .name = "tsclm020",
+    .titleLabel = "STIT0007",
+    .columns = {{"crtc", "getResponseTime", kText},
+                {"dsca", "getResponseTimeDescription", kText, "desc"},
+                {"ccal", "getCalendar", kText},
+                {"rctt", "getReactionPeriod", kPeriod},
+                {"enst", "getSolutionStartPeriod", kPeriod},
+                {"sltn", "getSolutionFinishPeriod", kPeriod}},
+    .fullRanges = {UpTo(3)},
+    .auditKeys = {{"crtc", UpTo(3)}},
+    .outputFields = {"crtc", "desc", "ccal", "rctt", "enst", "sltn"},
+    .update = "UPDATE {table} SET dsca = {dsca},ccal = {ccal},rctt = {rctt},enst = {enst},sltn = {sltn},"
+              "upd_flag = 0 WHERE crtc= {crtc}",
+    .insert = "INSERT INTO {table}(crtc,dsca,ccal,rctt,enst,sltn,upd_flag) "
+              "VALUES( {crtc},{dsca},{ccal},{rctt},{enst},{sltn},0)",
+    .remove = "DELETE FROM {table} WHERE crtc= {crtc}",
+});
+
+}  // namespace
+
+void CopyResponseTimes(CopyRun& run, const std::string& tableName, const std::string& runParameter,
+                       Integer syncMethod) {
+    ChooseCopy(run, tableName, runParameter, syncMethod, CopyResponseTimesFull, CopyResponseTimesIncremental);
+}
+
+void CopyResponseTimesFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    FullCopy({run, kResponseTimes, tableName, runParameter}, UpsertResponseTime);
+}
+
+void CopyResponseTimesIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    IncrementalCopy({run, kResponseTimes, tableName, runParameter}, UpsertResponseTime);
+}
+
+void UpsertResponseTime(CopyRun& run, Object& record, const std::string& tableName) {
+    Upsert(run, kResponseTimes, record, tableName);
+}
+
+}  // namespace iqrx::tables

@@ -1,0 +1,54 @@
+#include "engine/copy_pattern.h"
+#include "tables/master/master_data.h"
+
+namespace iqrx::tables {
+
+namespace {
+
+using namespace engine;
+
+constexpr Table kServiceAreas = Checked({
+    .name = "tsmdm105",
+    .titleLabel = "STIT0011",
+    .columns = {{"csar", "getServiceArea", kText},
+                {"dsca", "getServiceAreaDescription", kText, "desc"},
+                {"artp", "getServiceAreaType", kRaw},  // an enumeration of the ERP, kept as its number
+                {"cmsa", "getMainServiceArea", kText},
+                {"cwoc", "getServiceCenter", kText},
+                {"cwar", "getWarehouse", kText},
+                {"trti", "getAverageTravelingTime", kReal},
+                {"dist", "getAverageTravelingDistance", kReal},
+                {"ccha", "getCallOutCharge", kReal},
+                {"ccur", "getCurrency", kText},
+                {"clrt", "getLaborRate", kText}},
+    .fullRanges = {UpTo(3)},
+    .auditKeys = {{"csar", UpTo(3)}},
+    .outputFields = {"csar", "desc", "artp", "cmsa", "cwoc", "cwar", "trti", "dist", "ccha", "ccur", "clrt"},
+    .update = "UPDATE {table} SET dsca = {dsca},artp = {artp}, cmsa = {cmsa},cwoc = {cwoc},cwar = {cwar},"
+              "trti = {trti},dist = {dist},ccha = {ccha},ccur = {ccur},clrt = {clrt}, "
+              "upd_flag = 0 WHERE  csar = {csar}",
+    .insert = "INSERT INTO {table} (csar,dsca, artp, cmsa, cwoc, cwar, trti, dist, ccha, ccur, clrt, upd_flag) "
+              "VALUES ({csar},{dsca},{artp},{cmsa},{cwoc},{cwar},{trti},{dist},{ccha},{ccur},{clrt}, 0)",
+    .remove = "DELETE FROM {table} WHERE csar= {csar}",
+});
+
+}  // namespace
+
+void CopyServiceAreas(CopyRun& run, const std::string& tableName, const std::string& runParameter,
+                      Integer syncMethod) {
+    ChooseCopy(run, tableName, runParameter, syncMethod, CopyServiceAreasFull, CopyServiceAreasIncremental);
+}
+
+void CopyServiceAreasFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    FullCopy({run, kServiceAreas, tableName, runParameter}, UpsertServiceArea);
+}
+
+void CopyServiceAreasIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    IncrementalCopy({run, kServiceAreas, tableName, runParameter}, UpsertServiceArea);
+}
+
+void UpsertServiceArea(CopyRun& run, Object& record, const std::string& tableName) {
+    Upsert(run, kServiceAreas, record, tableName);
+}
+
+}  // namespace iqrx::tables

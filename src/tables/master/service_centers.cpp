@@ -1,0 +1,52 @@
+#include "engine/copy_pattern.h"
+#include "tables/master/master_data.h"
+
+namespace iqrx::tables {
+
+namespace {
+
+using namespace engine;
+
+constexpr Table kServiceCenters = Checked({
+    .name = "tsmdm100",
+    .titleLabel = "STIT0009",
+    .columns = {{"cwoc", "getServiceCentersCode", kText},
+                {"dsca", "getDescription", kText},
+                {"ccal", "getCalendarCode", kText},
+                {"wctp", "getServiceCenterType", kText},
+                {"cmwc", "getMainServiceCenter", kText},
+                {"cwar", "getWarehouse", kText},
+                {"clrt", "getLaborRate", kText},
+                {"srtp", "getFieldOfSupport", kText},
+                {"srep", "getSalesRepresentative", kText}},
+    .fullRanges = {UpTo(6)},
+    .auditKeys = {{"cwoc", UpTo(6)}},
+    // Neither the description nor the calendar is asked for.
+    .outputFields = {"cwoc", "wctp", "cmwc", "cwar", "clrt", "srtp", "srep"},
+    .update = "UPDATE {table} SET dsca = {dsca}, ccal = {ccal}, wctp = {wctp}, cmwc = {cmwc}, cwar = {cwar}, "
+              "clrt = {clrt}, srtp = {srtp}, srep = {srep},upd_flag = 0 WHERE cwoc = {cwoc}",
+    .insert = "INSERT INTO {table}(cwoc,dsca,ccal,wctp,cmwc,cwar,clrt,srtp,srep,upd_flag) VALUES ("
+              "{cwoc},{dsca},{ccal},{wctp},{cmwc},{cwar},{clrt},{srtp},{srep},0)",
+    .remove = "DELETE FROM {table} WHERE cwoc= {cwoc}",
+});
+
+}  // namespace
+
+void CopyServiceCenters(CopyRun& run, const std::string& tableName, const std::string& runParameter,
+                        Integer syncMethod) {
+    ChooseCopy(run, tableName, runParameter, syncMethod, CopyServiceCentersFull, CopyServiceCentersIncremental);
+}
+
+void CopyServiceCentersFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    FullCopy({run, kServiceCenters, tableName, runParameter}, UpsertServiceCenter);
+}
+
+void CopyServiceCentersIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    IncrementalCopy({run, kServiceCenters, tableName, runParameter}, UpsertServiceCenter);
+}
+
+void UpsertServiceCenter(CopyRun& run, Object& record, const std::string& tableName) {
+    Upsert(run, kServiceCenters, record, tableName);
+}
+
+}  // namespace iqrx::tables

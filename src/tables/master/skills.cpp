@@ -1,0 +1,43 @@
+#include "engine/copy_pattern.h"
+#include "tables/master/master_data.h"
+
+namespace iqrx::tables {
+
+namespace {
+
+using namespace engine;
+
+constexpr Table kSkills = Checked({
+    .name = "tsmdm130",
+    .titleLabel = "STIT0012",
+    .columns = {{"skll", "getSkill", kText},
+                {"dsca", "getDescription", kText, "desc"},
+                {"clrt", "getLaborRate", kText}},
+    .fullRanges = {UpTo(4)},
+    .auditKeys = {{"skll", UpTo(4)}},
+    .outputFields = {"skll", "desc", "clrt"},
+    .update = "UPDATE {table} SET dsca = {dsca}, clrt = {clrt}, upd_flag = 0 WHERE skll = {skll}",
+    .insert = "INSERT INTO {table} (skll,dsca,clrt,upd_flag) VALUES ({skll},{dsca},{clrt}, 0)",
+    .remove = "DELETE FROM {table} WHERE skll= {skll}",
+});
+
+}  // namespace
+
+void CopySkills(CopyRun& run, const std::string& tableName, const std::string& runParameter,
+                Integer syncMethod) {
+    ChooseCopy(run, tableName, runParameter, syncMethod, CopySkillsFull, CopySkillsIncremental);
+}
+
+void CopySkillsFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    FullCopy({run, kSkills, tableName, runParameter}, UpsertSkill);
+}
+
+void CopySkillsIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    IncrementalCopy({run, kSkills, tableName, runParameter}, UpsertSkill);
+}
+
+void UpsertSkill(CopyRun& run, Object& record, const std::string& tableName) {
+    Upsert(run, kSkills, record, tableName);
+}
+
+}  // namespace iqrx::tables

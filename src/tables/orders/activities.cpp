@@ -1,0 +1,142 @@
+#include "platform/conversions.h"
+#include "tables/orders/change_logged_copy.h"
+#include "tables/orders/orders.h"
+#include "tables/orders/statement_guards.h"
+#include "tables/orders/status_ranges.h"
+
+namespace iqrx::tables {
+
+using namespace engine;
+
+namespace {
+
+// An update leaves `crac` alone: an activity keeps the reference activity that it was inserted with.
+constexpr Table kActivities = Checked({
+    .name = "tssoc210",
+    .titleLabel = "STIT0020",
+    .columns = {{"orno", "getServiceOrder", kText},
+                {"acln", "getActivityLineNumber", kRaw},
+                {"crac", "getReferenceActivity", kText},
+                {"dsca", "getDescription", kText, "desc"},
+                {"cstp", "getServiceType", kText},
+                {"cagr", "getActivityGroup", kText},
+                {"ccfg", "getConfiguration", kText},
+                {"crob", "GetObject", kText},
+                {"oseq", "getObjectNumber", kRaw},
+                {"ccll", "getCall", kText},
+                {"crtc", "getResponseTime", kText},
+                {"prpr", "getProblemPriority", kRaw},
+                {"cupr", "getCustomerPriority", kRaw},
+                {"obpr", "getObjectPriority", kRaw},
+                {"cprl", "getProblem", kText},
+                {"cstn", "getSolution", kText},
+                {"asta", "getActivityStatus", kRaw},
+                {"skla", "getSkill1", kText},
+                {"sklb", "getSkill2", kText},
+                {"sklc", "getSkill3", kText},
+                {"acdu", "getActivityDuration", kReal},
+                {"appo", "getAppointment", kByte},
+                {"pstm", "getPlannedStartTime", kUtcDate},
+                {"pftm", "getPlannedFinishTime", kUtcDate},
+                {"estm", "getPlannedEarliestStartTime", kUtcDate},
+                {"lftm", "getPlannedLatestFinishTime", kUtcDate},
+                {"astm", "getExecutionStartTime", kUtcDate},
+                {"aftm", "getExecutionFinishTime", kUtcDate}},
+    .auditKeys = {{"orno", UpTo(9)}, {"acln", Between("0000", "9999")}},
+    .outputFields = {"acln", "asta", "desc", "crac", "cstp", "cagr", "ccfg", "crob", "oseq",
+                     "ccll", "crtc", "prpr", "cupr", "obpr", "cprl", "cstn", "skla", "sklb",
+                     "sklc", "acdu", "appo", "pstm", "pftm", "estm", "lftm", "astm", "aftm"},
+    .statusField = "asta",
+    .update =
+        "UPDATE {table} SET dsca={dsca},cstp={cstp},cagr={cagr},ccfg={ccfg},crob={crob},oseq={oseq},ccll={ccll},crtc={crtc},prpr={prpr},cupr={cupr},obpr={obpr},cprl={cprl},cstn={cstn},asta={asta},skla={skla},sklb={sklb},sklc={sklc},acdu={acdu},appo={appo},pstm={pstm},pftm={pftm},estm={estm},lftm={lftm},astm={astm},aftm={aftm},upd_flag = 0  WHERE orno= {orno} AND   acln= {acln}",
+    .insert =
+        "INSERT INTO {table} (orno,acln,crac,dsca,cstp,cagr,ccfg,crob,oseq,ccll,crtc,prpr,cupr,obpr,cprl,cstn,asta,skla,sklb,sklc,acdu,appo,pstm,pftm,estm,lftm,astm,aftm,upd_flag) VALUES ({orno},{acln},{crac},{dsca},{cstp},{cagr},{ccfg},{crob},{oseq},{ccll},{crtc},{prpr},{cupr},{obpr},{cprl},{cstn},{asta},{skla},{sklb},{sklc},{acdu},{appo},{pstm},{pftm},{estm},{lftm},{astm},{aftm},0)",
+    .fullFailure = "SLBL0512",
+    .countsEveryInsert = true,
+});
+
+constexpr UpsertGuards kGuards{.beforeUpdate = RequireStatement, .beforeInsert = RequireStatement};
+
+struct ActivityKey {
+    std::string orno;
+    Long acln;
+};
+
+ActivityKey KeyOf(Object& activity) {
+    return {platform::ToText(activity.Get("getServiceOrder")),
+            platform::ToLong(activity.Get("getActivityLineNumber"))};
+}
+
+std::string Condition(const runtime::SqlLiterals& literals, const std::string& orno, Long acln) {
+    return " WHERE orno= " + literals.QuoteSqlString(orno) + " AND   acln= " + std::to_string(acln);
+}
+
+void DeleteAndCount(CopyRun& run, const ActivityKey& key) {
+    DeleteServiceOrderActivity(run, key.orno, key.acln);
+    control::Add(run.counters.deleted, 1);
+}
+
+void ApplyChange(CopyRun& run, const std::string& tableName, Integer filterFlag, const AuditElement& change) {
+    const ActivityKey key = KeyOf(change.element);
+    const auto local = run.Database().OpenRecordset("SELECT * FROM " + tableName +
+                                                    Condition(run.Literals(), key.orno, key.acln));
+    if (FilterIsActive(filterFlag) &&
+        IsExcluded(filterFlag, platform::ToLong(change.element.Get("getActivityStatus")))) {
+        if (!local->Bof()) DeleteAndCount(run, key);
+        return;
+    }
+    UpsertServiceOrderActivity(run, change.element, tableName);
+    WriteServiceOrderActivityAudit(run, key.orno, key.acln, change.isUpdated ? "U" : "I");
+}
+
+}  // namespace
+
+void CopyServiceOrderActivities(CopyRun& run, const std::string& tableName, const std::string& runParameter,
+                                Integer syncMethod) {
+    ChooseCopy(run, tableName, runParameter, syncMethod, CopyServiceOrderActivitiesFull,
+               CopyServiceOrderActivitiesIncremental);
+}
+
+void CopyServiceOrderActivitiesFull(CopyRun& run, const std::string& tableName,
+                                    const std::string& runParameter) {
+    const TableRun copy{run, kActivities, tableName, runParameter};
+    FullCopyByStatus(
+        copy,
+        [&] {
+            run.process.controlTables.MarkFullSyncStart(tableName);
+            Mark(copy);
+        },
+        [&](Object& activity) { UpsertServiceOrderActivity(run, activity, tableName); });
+}
+
+void CopyServiceOrderActivitiesIncremental(CopyRun& run, const std::string& tableName,
+                                           const std::string& runParameter) {
+    Integer filterFlag = 0;
+    IncrementalCopy(
+        {run, kActivities, tableName, runParameter},
+        {.deleted = [&](const AuditElement& change) { DeleteAndCount(run, KeyOf(change.element)); },
+         .changed = [&](const AuditElement& change) { ApplyChange(run, tableName, filterFlag, change); },
+         .beforeLoop = [&] { filterFlag = run.process.controlTables.GetFilterFlag(tableName); }});
+}
+
+void UpsertServiceOrderActivity(CopyRun& run, Object& activity, const std::string& tableName) {
+    Upsert(run, kActivities, activity, tableName, kGuards);
+}
+
+void DeleteServiceOrderActivity(CopyRun& run, const std::string& orno, Long acln) {
+    // The number's text begins with the blank that stands in a minus sign's place.
+    const Long deleted =
+        run.Database().Execute("DELETE FROM tssoc210  WHERE orno= " + run.Literals().QuoteSqlString(orno) +
+                               " AND   acln= " + platform::SignedText(acln));
+    if (deleted > 0) WriteServiceOrderActivityAudit(run, orno, acln, "D");
+}
+
+void WriteServiceOrderActivityAudit(CopyRun& run, const std::string& orno, Long acln, std::string_view action) {
+    const runtime::SqlLiterals& literals = run.Literals();
+    run.Database().Execute("DELETE FROM tssoc210_audit" + Condition(literals, orno, acln));
+    run.Database().Execute("INSERT INTO tssoc210_audit(orno,acln,time,action) VALUES(  " +
+                           literals.QuoteSqlString(orno) + "," + std::to_string(acln) + "," +
+                           ChangeLogTime(literals) + "," + literals.QuoteSqlString(action) + ")");
+}
+
+}  // namespace iqrx::tables

@@ -1,0 +1,102 @@
+#include "platform/conversions.h"
+#include "tables/orders/change_logged_copy.h"
+#include "tables/orders/orders.h"
+
+namespace iqrx::tables {
+
+using namespace engine;
+
+namespace {
+
+constexpr Table kAssignments = Checked({
+    .name = "tssoc206",
+    .titleLabel = "STIT0019",
+    .columns = {{"orno", "getServiceOrder", kText},
+                {"asln", "getAssignmentLine", kWhole16},
+                {"acln", "getActivity", kWhole16},
+                {"emno", "getServiceEngineer", kText},
+                {"dltm", "getDeliveryTime", kUtcDate},
+                {"actm", "getAcceptanceTime", kUtcDate},
+                {"rjtm", "getRejectionTime", kUtcDate},
+                {"pstm", "getPlannedStartTime", kUtcDate},
+                {"pftm", "getPlannedFinishTime", kUtcDate},
+                {"astm", "getActualStartTime", kUtcDate},
+                {"aftm", "getActualFinishTime", kUtcDate},
+                {"jctm", "getJobCompletionTime", kUtcDate},
+                {"ltct", "getLatestContactTime", kUtcDate}},
+    .fullRanges = {UpTo(9)},
+    .auditKeys = {{"orno", UpTo(9)}, {"asln", Between("0000", "9999")}},
+    .outputFields = {"acln", "emno", "dltm", "actm", "rjtm", "pstm", "pftm", "astm", "aftm", "jctm", "ltct"},
+    .update =
+        "UPDATE {table} SET acln  = {acln},emno  = {emno},dltm  = {dltm},actm  = {actm},rjtm  = {rjtm},pstm  = {pstm},pftm  = {pftm},astm  = {astm},aftm  = {aftm},jctm  = {jctm},ltct  = {ltct},upd_flag =0  WHERE orno= {orno} AND   asln= {asln}",
+    .insert =
+        "INSERT INTO {table}(orno,asln,acln,emno,dltm,actm,rjtm,pstm,pftm,astm,aftm,jctm,ltct,upd_flag) VALUES( {orno},{asln},{acln},{emno},{dltm},{actm},{rjtm},{pstm},{pftm},{astm},{aftm},{jctm},{ltct},0)",
+    .fullFailure = "SLBL0512",
+    .countsEveryInsert = true,
+});
+
+std::string OrderNumber(Object& assignment) { return platform::ToText(assignment.Get("getServiceOrder")); }
+Integer Line(Object& assignment) { return platform::ToInteger(assignment.Get("getAssignmentLine")); }
+Integer ActivityLine(Object& assignment) { return platform::ToInteger(assignment.Get("getActivity")); }
+
+std::string Condition(const runtime::SqlLiterals& literals, const std::string& orno, Integer asln) {
+    return " WHERE orno= " + literals.QuoteSqlString(orno) + " AND   asln= " + std::to_string(asln);
+}
+
+}  // namespace
+
+void CopyAssignments(CopyRun& run, const std::string& tableName, const std::string& runParameter,
+                     Integer syncMethod) {
+    ChooseCopy(run, tableName, runParameter, syncMethod, CopyAssignmentsFull, CopyAssignmentsIncremental);
+}
+
+void CopyAssignmentsFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    const TableRun copy{run, kAssignments, tableName, runParameter};
+    FullCopy(copy, UpsertAssignment,
+             {.afterMark = [&] { run.process.controlTables.MarkFullSyncStart(tableName); },
+              .afterStamp = [&] { FinishFullSync(copy); }});
+}
+
+void CopyAssignmentsIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    IncrementalCopy({run, kAssignments, tableName, runParameter},
+                    {.deleted =
+                         [&](const AuditElement& change) {
+                             DeleteAssignment(run, OrderNumber(change.element), Line(change.element));
+                             control::Add(run.counters.deleted, 1);
+                         },
+                     .changed =
+                         [&](const AuditElement& change) {
+                             UpsertAssignment(run, change.element, tableName);
+                             WriteAssignmentAudit(run, OrderNumber(change.element), Line(change.element),
+                                                  ActivityLine(change.element), change.isUpdated ? "U" : "I");
+                         }});
+}
+
+void UpsertAssignment(CopyRun& run, Object& assignment, const std::string& tableName) {
+    Upsert(run, kAssignments, assignment, tableName);
+}
+
+// Reads the row before it goes: the change-log wants the activity line, which nothing else knows any more.
+void DeleteAssignment(CopyRun& run, const std::string& orno, Integer asln) {
+    const auto local =
+        run.Database().OpenRecordset("SELECT * FROM tssoc206" + Condition(run.Literals(), orno, asln),
+                                     platform::CursorType::Keyset, platform::LockType::Optimistic);
+    if (local->RecordCount() > 0) {
+        const Integer acln = platform::ToInteger(local->Field("acln"));
+        local->Delete();
+        WriteAssignmentAudit(run, orno, asln, acln, "D");
+    }
+    local->Close();
+}
+
+void WriteAssignmentAudit(CopyRun& run, const std::string& orno, Integer asln, Integer acln,
+                          std::string_view action) {
+    const runtime::SqlLiterals& literals = run.Literals();
+    run.Database().Execute("DELETE FROM tssoc206_audit" + Condition(literals, orno, asln));
+    run.Database().Execute("INSERT INTO tssoc206_audit(orno,acln,asln,time,action) VALUES( " +
+                           literals.QuoteSqlString(orno) + "," + std::to_string(acln) + "," +
+                           std::to_string(asln) + "," + ChangeLogTime(literals) + "," +
+                           literals.QuoteSqlString(action) + ")");
+}
+
+}  // namespace iqrx::tables

@@ -1,0 +1,24 @@
+// What the tables that keep a change-log share.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "engine/copy_pattern.h"
+
+namespace iqrx::tables {
+
+// A full copy that fetches a range of order statuses after the other, as the table's filter flag says. It
+// ends with a range for which the ERP returns no enumerator: nothing is swept, stamped or logged then.
+// `begin` marks the rows and the start of the full copy.
+void FullCopyByStatus(const engine::TableRun& copy, const std::function<void()>& begin,
+                      const std::function<void(platform::Object& record)>& upsert);
+
+// The end of a full copy: the change-log is emptied and the copy marked as finished.
+void FinishFullSync(const engine::TableRun& copy);
+
+// The time that a change-log row carries: the database's conversion of an empty text. What counts is the
+// row's presence and its action.
+std::string ChangeLogTime(const runtime::SqlLiterals& literals);
+
+}  // namespace iqrx::tables

@@ -1,0 +1,48 @@
+#include "engine/copy_pattern.h"
+#include "tables/orders/orders.h"
+
+namespace iqrx::tables {
+
+using namespace engine;
+
+namespace {
+
+constexpr Table kOrderLines = Checked({
+    .name = "tssoc205",
+    .titleLabel = "STIT0018",
+    .columns = {{"orno", "getServiceOrder", kText},
+                {"line", "getLineNumber", kRaw},
+                {"emno", "getServiceEngineer", kText},
+                {"acln", "getActivity", kQuotedWhole}},
+    .fullRanges = {UpTo(9)},
+    .auditKeys = {{"orno", UpTo(9)}, {"line", Between("0000", "9999")}},
+    .outputFields = {"emno", "acln"},
+    .update = "UPDATE {table} SET emno = {emno},acln = {acln},upd_flag = 0  WHERE orno= {orno} AND line= {line}",
+    .insert = "INSERT INTO {table}(orno,line,emno,acln,upd_flag) VALUES( {orno},{line},{emno},{acln},0)",
+    .remove = "DELETE FROM {table} WHERE orno= {orno} AND   line= {line}",
+    .fullFailure = "SLBL0512",
+    .countsEveryInsert = true,
+});
+
+}  // namespace
+
+void CopyServiceOrderLines(CopyRun& run, const std::string& tableName, const std::string& runParameter,
+                           Integer syncMethod) {
+    ChooseCopy(run, tableName, runParameter, syncMethod, CopyServiceOrderLinesFull,
+               CopyServiceOrderLinesIncremental);
+}
+
+void CopyServiceOrderLinesFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    FullCopy({run, kOrderLines, tableName, runParameter}, UpsertServiceOrderLine);
+}
+
+void CopyServiceOrderLinesIncremental(CopyRun& run, const std::string& tableName,
+                                      const std::string& runParameter) {
+    IncrementalCopy({run, kOrderLines, tableName, runParameter}, UpsertServiceOrderLine);
+}
+
+void UpsertServiceOrderLine(CopyRun& run, Object& line, const std::string& tableName) {
+    Upsert(run, kOrderLines, line, tableName);
+}
+
+}  // namespace iqrx::tables

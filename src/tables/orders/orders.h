@@ -1,0 +1,57 @@
+// Service orders with their activities, lines and assignments, and planned activities: of each table its
+// entry routine, which the dispatch list names, and the routines behind it. All raise RuntimeError; the
+// copies have logged the failure before.
+//
+// Orders, activities and assignments keep a change-log for the applications that read the local database: at
+// most one row per key, the last change that an incremental copy made. The action is "I" inserted, "U"
+// updated or "D" deleted. Every full copy empties it.
+#pragma once
+
+#include <string_view>
+
+#include "engine/routines.h"
+
+namespace iqrx::tables {
+
+using control::CopyRun;
+using engine::CopyingRoutine;
+using engine::EntryRoutine;
+using engine::UpsertRoutine;
+using platform::Integer;
+using platform::Long;
+using platform::Object;
+
+// tssoc200. The table's filter flag says which order statuses are copied.
+EntryRoutine CopyServiceOrders;
+CopyingRoutine CopyServiceOrdersFull, CopyServiceOrdersIncremental;
+// An update leaves the sold-to partner's name alone unless `withSoldToName`; an insert writes it in any case.
+void UpsertServiceOrder(CopyRun& run, Object& order, const std::string& tableName, bool withSoldToName);
+void DeleteServiceOrder(CopyRun& run, const std::string& orno);  // logs it if a row went
+void WriteServiceOrderAudit(CopyRun& run, const std::string& orno, std::string_view action);
+
+// tssoc210. The same filter, on the activity's own status.
+EntryRoutine CopyServiceOrderActivities;
+CopyingRoutine CopyServiceOrderActivitiesFull, CopyServiceOrderActivitiesIncremental;
+UpsertRoutine UpsertServiceOrderActivity;
+void DeleteServiceOrderActivity(CopyRun& run, const std::string& orno, Long acln);  // logs it if a row went
+void WriteServiceOrderActivityAudit(CopyRun& run, const std::string& orno, Long acln, std::string_view action);
+
+// tssoc205. No change-log.
+EntryRoutine CopyServiceOrderLines;
+CopyingRoutine CopyServiceOrderLinesFull, CopyServiceOrderLinesIncremental;
+UpsertRoutine UpsertServiceOrderLine;
+
+// tssoc206
+EntryRoutine CopyAssignments;
+CopyingRoutine CopyAssignmentsFull, CopyAssignmentsIncremental;
+UpsertRoutine UpsertAssignment;
+void DeleteAssignment(CopyRun& run, const std::string& orno, Integer asln);  // logs it if a row went
+void WriteAssignmentAudit(CopyRun& run, const std::string& orno, Integer asln, Integer acln,
+                          std::string_view action);
+
+// tsspc200. No change-log.
+EntryRoutine CopyPlannedActivities;
+CopyingRoutine CopyPlannedActivitiesFull, CopyPlannedActivitiesIncremental;
+UpsertRoutine UpsertPlannedActivity;
+
+}  // namespace iqrx::tables

@@ -1,0 +1,161 @@
+#include "platform/conversions.h"
+#include "tables/orders/change_logged_copy.h"
+#include "tables/orders/orders.h"
+#include "tables/orders/statement_guards.h"
+#include "tables/orders/status_ranges.h"
+
+namespace iqrx::tables {
+
+using namespace engine;
+
+namespace {
+
+constexpr TableDef kDefinition{
+    .name = "tssoc200",
+    .titleLabel = "STIT0017",
+    .columns = {{"orno", "getServiceOrder", kText},
+                {"ccfg", "getConfiguration", kText},
+                {"ofbp", "getSoldToBusinessPartner", kText},
+                {"stna", "getSoldToBusinessPartnerName", kText},
+                {"lcad", "getLocationAddress", kText},
+                {"cprj", "getProject", kText},
+                {"ordt", "getOrderDate", kUtcDate},
+                {"osta", "getOrderStatus", kRaw},
+                {"cwoc", "getServiceCenter", kText},
+                {"csar", "getServiceArea", kText},
+                {"emno", "getServiceEngineer", kText},
+                {"blyn", "getBlocked", kByte},
+                {"ityn", "getInterrupted", kByte},
+                {"crit", "getInterruptionReason", kText},
+                {"ordu", "getOrderDuration", kReal},
+                {"tvdu", "getTravelDuration", kReal},
+                {"pstm", "getPlannedStartTime", kUtcDate},
+                {"pftm", "getPlannedFinishTime", kUtcDate},
+                {"estm", "getPlannedEarliestStartTime", kUtcDate},
+                {"lftm", "getPlannedLatestFinishTime", kUtcDate},
+                {"otim", "getOvertime", kByte},
+                {"appo", "getAppointment", kByte},
+                {"rsrp", "getRescheduleWithDetailSRP", kByte},
+                {"tstm", "getActualTravelStartTime", kUtcDate},
+                {"astm", "getExecutionStartTime", kUtcDate},
+                {"aftm", "getExecutionFinishTime", kUtcDate},
+                {"csco", "getServiceContract", kText},
+                {"csqu", "getServiceOrderQuotation", kText},
+                {"stbp", "getShipToBusinessPartner", kText},
+                {"emer", "getEmergencyOrder", kByte},
+                {"minu", "getPageFrequency", kRaw},
+                {"ract", "getDispatchTime", kUtcDate}},
+    .auditKeys = {{"orno", UpTo(9)}},
+    .outputFields = {"ofbp", "ccfg", "cprj", "ordt", "osta", "cwoc", "csar", "emno", "blyn", "emer",
+                     "ityn", "crit", "ordu", "tvdu", "pstm", "pftm", "estm", "lftm", "otim", "appo",
+                     "rsrp", "ract", "tstm", "astm", "aftm", "csco", "csqu", "stbp", "lcad"},
+    .statusField = "osta",
+    .update =
+        "UPDATE {table} SET ccfg={ccfg},ofbp={ofbp},  stna={stna},lcad={lcad},cprj={cprj},ordt={ordt},osta={osta},cwoc={cwoc},csar={csar},emno={emno},blyn={blyn},ityn={ityn},crit={crit},ordu={ordu},tvdu={tvdu},pstm={pstm},pftm={pftm},estm={estm},lftm={lftm},otim={otim},appo={appo},rsrp={rsrp},tstm={tstm},astm={astm},aftm={aftm},csco={csco},csqu={csqu},stbp={stbp},emer={emer},minu={minu},ract={ract},upd_flag = 0  WHERE orno={orno}",
+    .insert =
+        "INSERT INTO {table}(orno, ccfg, ofbp, stna, lcad, cprj,  ordt, osta, cwoc, csar, emno, blyn, ityn, crit, ordu, tvdu, pstm, pftm, estm, lftm, otim, appo, rsrp, tstm, astm, aftm, csco, csqu, stbp, emer, minu, ract,upd_flag) VALUES( {orno},{ccfg},{ofbp},{stna},{lcad},{cprj},{ordt},{osta},{cwoc},{csar},{emno},{blyn},{ityn},{crit},{ordu},{tvdu},{pstm},{pftm},{estm},{lftm},{otim},{appo},{rsrp},{tstm},{astm},{aftm},{csco},{csqu},{stbp},{emer},{minu},{ract},0)",
+    .fullFailure = "SLBL0512",
+    .countsEveryInsert = true,
+};
+
+// The audit trail does not carry the sold-to partner's name.
+consteval TableDef LeavingSoldToName() {
+    TableDef def = kDefinition;
+    def.update =
+        "UPDATE {table} SET ccfg={ccfg},ofbp={ofbp}, lcad={lcad},cprj={cprj},ordt={ordt},osta={osta},cwoc={cwoc},csar={csar},emno={emno},blyn={blyn},ityn={ityn},crit={crit},ordu={ordu},tvdu={tvdu},pstm={pstm},pftm={pftm},estm={estm},lftm={lftm},otim={otim},appo={appo},rsrp={rsrp},tstm={tstm},astm={astm},aftm={aftm},csco={csco},csqu={csqu},stbp={stbp},emer={emer},minu={minu},ract={ract},upd_flag = 0  WHERE orno={orno}";
+    return def;
+}
+
+constexpr Table kServiceOrders = Checked(kDefinition);
+constexpr Table kLeavingSoldToName = Checked(LeavingSoldToName());
+
+constexpr UpsertGuards kGuards{.beforeUpdate = RequireUpdate, .beforeInsert = RequireStatement};
+
+std::string OrderNumber(Object& order) { return platform::ToText(order.Get("getServiceOrder")); }
+
+bool SoldToChanged(platform::Recordset& local, Object& order) {
+    const platform::Value known = local.Field("ofbp");
+    return known.Is<platform::Null>() ||
+           platform::ToText(known) != platform::ToText(order.Get("getSoldToBusinessPartner"));
+}
+
+// The order as the ERP holds it now; Nothing when it is gone.
+ObjectRef FetchOrder(Object& manager, const std::string& orno) {
+    const platform::Value answer = platform::Call(manager, "GetByKeyRange", orno, orno);
+    if (!answer.Is<ObjectRef>() || !answer.As<ObjectRef>()) return {};
+    Object& orders = *answer.As<ObjectRef>();
+    if (!platform::ToBoolean(orders.Get("hasMoreElements"))) return {};
+    return platform::ToObject(orders.Get("nextElement"));
+}
+
+void DeleteAndCount(CopyRun& run, const std::string& orno) {
+    DeleteServiceOrder(run, orno);
+    control::Add(run.counters.deleted, 1);
+}
+
+void ApplyChange(CopyRun& run, const std::string& tableName, Integer filterFlag, const AuditElement& change) {
+    const std::string orno = OrderNumber(change.element);
+    const auto local = run.Database().OpenRecordset("SELECT * FROM " + tableName +
+                                                    " WHERE orno= " + run.Literals().QuoteSqlString(orno));
+    const bool present = !local->Bof();
+    if (FilterIsActive(filterFlag) &&
+        IsExcluded(filterFlag, platform::ToLong(change.element.Get("getOrderStatus")))) {
+        if (present) DeleteAndCount(run, orno);
+        return;
+    }
+    ObjectRef fresh;
+    if (!present || SoldToChanged(*local, change.element)) fresh = FetchOrder(change.manager, orno);
+    if (fresh)
+        UpsertServiceOrder(run, *fresh, tableName, true);
+    else
+        UpsertServiceOrder(run, change.element, tableName, false);
+    local->Close();
+    WriteServiceOrderAudit(run, orno, change.isUpdated ? "U" : "I");
+}
+
+}  // namespace
+
+void CopyServiceOrders(CopyRun& run, const std::string& tableName, const std::string& runParameter,
+                       Integer syncMethod) {
+    ChooseCopy(run, tableName, runParameter, syncMethod, CopyServiceOrdersFull, CopyServiceOrdersIncremental);
+}
+
+void CopyServiceOrdersFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    const TableRun copy{run, kServiceOrders, tableName, runParameter};
+    FullCopyByStatus(
+        copy,
+        [&] {
+            Mark(copy);
+            run.process.controlTables.MarkFullSyncStart(tableName);
+        },
+        [&](Object& order) { UpsertServiceOrder(run, order, tableName, true); });
+}
+
+void CopyServiceOrdersIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+    Integer filterFlag = 0;
+    IncrementalCopy(
+        {run, kServiceOrders, tableName, runParameter},
+        {.deleted = [&](const AuditElement& change) { DeleteAndCount(run, OrderNumber(change.element)); },
+         .changed = [&](const AuditElement& change) { ApplyChange(run, tableName, filterFlag, change); },
+         .beforeLoop = [&] { filterFlag = run.process.controlTables.GetFilterFlag(tableName); }});
+}
+
+void UpsertServiceOrder(CopyRun& run, Object& order, const std::string& tableName, bool withSoldToName) {
+    Upsert(run, withSoldToName ? kServiceOrders : kLeavingSoldToName, order, tableName, kGuards);
+}
+
+void DeleteServiceOrder(CopyRun& run, const std::string& orno) {
+    const Long deleted =
+        run.Database().Execute("DELETE FROM tssoc200  WHERE orno= " + run.Literals().QuoteSqlString(orno));
+    if (deleted > 0) WriteServiceOrderAudit(run, orno, "D");
+}
+
+void WriteServiceOrderAudit(CopyRun& run, const std::string& orno, std::string_view action) {
+    const runtime::SqlLiterals& literals = run.Literals();
+    const std::string order = literals.QuoteSqlString(orno);
+    run.Database().Execute("DELETE FROM tssoc200_audit WHERE orno= " + order);
+    run.Database().Execute("INSERT INTO tssoc200_audit(orno,time,action) VALUES(  " + order + "," +
+                           ChangeLogTime(literals) + "," + literals.QuoteSqlString(action) + ")");
+}
+
+}  // namespace iqrx::tables
