@@ -14,7 +14,7 @@ using platform::windows::Check;
 
 namespace {
 
-constexpr const wchar_t* kVersion = L"1.0";
+constexpr const wchar_t* kVersion = L"1.0";  // of the type library, which clients are compiled against
 // The marshallers of automation: of interfaces that a type library describes, and of plain IDispatch.
 constexpr const wchar_t* kTypeLibraryMarshaller = L"{00020424-0000-0000-C000-000000000046}";
 constexpr const wchar_t* kDispatchMarshaller = L"{00020420-0000-0000-C000-000000000046}";

@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "hosting/composition.h"
+#include "hosting/version.h"
 #include "platform/date.h"
 #include "platform/error.h"
 #include "qrxctl/arguments.h"
@@ -140,6 +141,7 @@ int Run(std::vector<std::string> words, const Variables& variables) {
         "Operates the data copy service: prepares the local database, copies tables, shows their state.",
         variables);
     app.require_subcommand(1);
+    app.set_version_flag("--version", hosting::VersionLine("qrxctl"));
     app.fallthrough();
     AddCommonOptions(app, options);
     AddInit(app, options, chosen);

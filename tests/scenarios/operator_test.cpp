@@ -38,6 +38,13 @@ TEST_F(TheTool, HelpsOnEveryLevel) {
     ExpectHelp(BareQrxctl({"sample", "--help"}), {"--orders", "--changes", "--seed"});
 }
 
+TEST_F(TheTool, SaysItsVersionAsTheServiceDoes) {
+    EXPECT_EQ(BareQrxctl({"--version"}).out, "qrxctl " IQRX_VERSION "\n");
+    const Finished service = RunToEnd({IQRX_SERVICE, "--version"}, directory);
+    EXPECT_EQ(service.out, "iQRXyQRXSync " IQRX_VERSION "\n");
+    EXPECT_EQ(service.exitCode, 0);
+}
+
 TEST_F(TheTool, RefusesWhatItDoesNotKnowInOneLine) {
     ExpectUsageError({"remove"}, "remove");
     ExpectUsageError({"status", "--colour"}, "--colour");

@@ -5,6 +5,13 @@ TOOL = str(WINDOWS / "qrxctl.exe")
 
 
 class Tool(Scenario):
+    def test_both_programs_say_the_same_version(self):
+        tool, service = wine(TOOL, "--version"), wine(WINDOWS / "iQRXyQRXSync.exe", "--version")
+        self.assert_done(tool)
+        self.assert_done(service)
+        self.assertRegex(tool.stdout, r"^qrxctl \d+\.\d+\n$")
+        self.assertEqual(service.stdout.replace("iQRXyQRXSync", "qrxctl"), tool.stdout)
+
     def test_options_a_file_and_variables_may_hold_any_letter(self):
         database, directory = Database("Prüfung"), logs("Protokolle für Łódź")
         erp = WORK / "Auszüge"

@@ -24,6 +24,7 @@ Start ReadStart(int count, const wchar_t* const* arguments) {
     if (IsSwitch(first, "Embedding")) start.kind = StartKind::Embedding;
     if (IsSwitch(first, "regserver")) start.kind = StartKind::Register;
     if (IsSwitch(first, "unregserver")) start.kind = StartKind::Unregister;
+    if (count == 2 && first == "--version") start.kind = StartKind::Version;
     return start;
 }
 

@@ -1,8 +1,10 @@
 #include <iostream>
 #include <string>
+#include <string_view>
 
 #include "hosting/composition.h"
 #include "hosting/sub_main.h"
+#include "hosting/version.h"
 #include "platform/error.h"
 
 namespace {
@@ -18,6 +20,10 @@ std::string CommandLineText(int count, char** arguments) {
 
 int main(int argc, char** argv) {
     try {
+        if (argc == 2 && std::string_view(argv[1]) == "--version") {
+            std::cout << iqrx::hosting::VersionLine("iQRXyQRXSync") << '\n';
+            return iqrx::hosting::kCompleted;
+        }
         iqrx::hosting::Composition parts;
         iqrx::control::Process process(parts.Machine(), parts.Databases(), parts.Erps(), parts.Objects(),
                                        std::cerr);

@@ -5,6 +5,7 @@
 #include "com_server/server.h"
 #include "hosting/composition.h"
 #include "hosting/sub_main.h"
+#include "hosting/version.h"
 #include "hosting/windows/start.h"
 #include "platform/error.h"
 #include "platform/windows/com.h"
@@ -14,14 +15,20 @@ namespace iqrx::hosting::windows {
 
 namespace {
 
+bool IsSet(DWORD stream) { return GetFileType(GetStdHandle(stream)) != FILE_TYPE_UNKNOWN; }
+
 // The program has no window and no console of its own; one that was started from a console speaks there.
 void UseConsoleOfParent() {
-    if (GetFileType(GetStdHandle(STD_ERROR_HANDLE)) != FILE_TYPE_UNKNOWN) return;
-    if (AttachConsole(ATTACH_PARENT_PROCESS)) _wfreopen(L"CONOUT$", L"w", stderr);
+    const bool hasOutput = IsSet(STD_OUTPUT_HANDLE), hasErrors = IsSet(STD_ERROR_HANDLE);
+    if ((hasOutput && hasErrors) || !AttachConsole(ATTACH_PARENT_PROCESS)) return;
+    if (!hasOutput) _wfreopen(L"CONOUT$", L"w", stdout);
+    if (!hasErrors) _wfreopen(L"CONOUT$", L"w", stderr);
 }
 
 // Everything of the program's own is closed when it returns.
 int Run(const Start& start) {
+    if (start.kind == StartKind::Version)
+        return std::cout << VersionLine("iQRXyQRXSync") << std::endl, kCompleted;
     if (start.kind == StartKind::Register) return RegisterServer(), kCompleted;
     if (start.kind == StartKind::Unregister) return UnregisterServer(), kCompleted;
     Composition parts;
