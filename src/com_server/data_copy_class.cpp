@@ -92,21 +92,21 @@ HRESULT DataCopyClass::getEmployeeCalenderList(IDispatch** objCalList) {
         if (objCalList == nullptr || *objCalList == nullptr)
             platform::RaiseRuntimeError(platform::kObjectNotSet, "objCalList");
         const auto list = ObjectOf(ComRef<IDispatch>::Share(*objCalList));
-        calendars::getEmployeeCalenderList(
+        tables::getEmployeeCalenderList(
             dataCopy_.Run(), [&](const std::string& code) { platform::Call(*list, "Add", code); });
     });
 }
 
 HRESULT DataCopyClass::CreateCalcodesFile() {
-    return Call([&] { calendars::CreateCalcodesFile(NamedRun()); });
+    return Call([&] { tables::CreateCalcodesFile(NamedRun()); });
 }
 
 HRESULT DataCopyClass::WriteCalcode(VARIANT sCalCode) {
-    return Call([&] { calendars::WriteCalcode(NamedRun(), FromVariant(sCalCode, ObjectOf)); });
+    return Call([&] { tables::WriteCalcode(NamedRun(), FromVariant(sCalCode, ObjectOf)); });
 }
 
 HRESULT DataCopyClass::CloseCalcodesFile() {
-    return Call([&] { calendars::CloseCalcodesFile(NamedRun()); });
+    return Call([&] { tables::CloseCalcodesFile(NamedRun()); });
 }
 
 control::CopyRun& DataCopyClass::NamedRun() {
