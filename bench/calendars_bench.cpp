@@ -129,7 +129,7 @@ public:
     Copy(const Copy&) = delete;
     Copy& operator=(const Copy&) = delete;
 
-    void CopyCalendars() { tables::CopyCalendars(run, "tcccp030", "", control::kFull); }
+    void CopyCalendars() { tables::CopyCalendars({run, "tcccp030", "", control::kFull}); }
     void Commit() { process_.database.CloseDatabase(); }
     int Count(const char* sql) { return ToLong(process_.database.OpenRecordset(sql)->Field(0)); }
 

@@ -56,7 +56,7 @@ public:
 private:
     void Copy(platform::Integer method) {
         run_.counters = {};
-        tables::CopyServiceOrders(run_, "tssoc200", "extract=" + (directory_ / "extract").string(), method);
+        tables::CopyServiceOrders({run_, "tssoc200", "extract=" + (directory_ / "extract").string(), method});
     }
 
     const std::filesystem::path directory_;

@@ -92,8 +92,8 @@ HRESULT DataCopyClass::getEmployeeCalenderList(IDispatch** objCalList) {
         if (objCalList == nullptr || *objCalList == nullptr)
             platform::RaiseRuntimeError(platform::kObjectNotSet, "objCalList");
         const auto list = ObjectOf(ComRef<IDispatch>::Share(*objCalList));
-        tables::getEmployeeCalenderList(
-            dataCopy_.Run(), [&](const std::string& code) { platform::Call(*list, "Add", code); });
+        tables::getEmployeeCalenderList(dataCopy_.Run(),
+                                        [&](const std::string& code) { platform::Call(*list, "Add", code); });
     });
 }
 

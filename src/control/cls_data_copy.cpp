@@ -159,7 +159,7 @@ void clsDataCopy::Dispatch(const std::string& tableName, const CopyRequest& requ
     const std::string name = LowerCase(tableName);
     const auto routine = std::ranges::find(tables_, name, &TableRoutine::table);
     if (routine != tables_.end())
-        routine->copy(run_, tableName, request.busComponent, request.syncMethod);
+        routine->copy({run_, tableName, request.busComponent, request.syncMethod});
     else
         isUnknownTable_ = true;
 }

@@ -39,13 +39,18 @@ private:
     std::unique_ptr<erp::Erp> erp_;
 };
 
-// A table's entry routine: 1 copies in full, 2 incrementally, any other method does nothing.
-using CopyRoutine = void (*)(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                             platform::Integer syncMethod);
+// What every routine of a table is called with. All is borrowed.
+struct TableCall {
+    CopyRun& run;
+    const std::string& tableName;
+    const std::string& runParameter;
+    platform::Integer syncMethod;  // 1 copies in full, 2 incrementally, any other does nothing
+};
+using Routine = void(const TableCall& call);
 
 struct TableRoutine {
     std::string_view table;  // lower case
-    CopyRoutine copy;
+    Routine* copy;           // the entry routine
 };
 
 // The calendar runs, which are not tables of the dispatch list.

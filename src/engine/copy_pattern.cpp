@@ -91,43 +91,35 @@ void ForEachChange(runtime::DatabaseSession& database, Trail& trail, const Incre
     }
 }
 
-void ReadAuditTrail(const TableRun& copy, Trail& trail, const IncrementalSteps& steps) {
-    control::Process& process = copy.run.process;
-    trail.manager = CreateManager(copy);
-    trail.record = copy.run.Erp(copy.runParameter).CreateRecord(copy.table.Layout());
-    trail.audit = CreateAuditObjects(copy.run.Erp(copy.runParameter), copy.table.def.auditKeys.size());
-    Call(*platform::ToObject(trail.manager), "SetRunParameter", copy.runParameter);
-    const platform::Date from = process.controlTables.GetTableLastUpdate(copy.tableName);
+void ReadAuditTrail(const TableCall& call, const Table& table, Trail& trail, const IncrementalSteps& steps) {
+    control::Process& process = call.run.process;
+    trail.manager = CreateManager(call, table);
+    trail.record = call.run.Erp(call.runParameter).CreateRecord(table.Layout());
+    trail.audit = CreateAuditObjects(call.run.Erp(call.runParameter), table.def.auditKeys.size());
+    Call(*platform::ToObject(trail.manager), "SetRunParameter", call.runParameter);
+    const platform::Date from = process.controlTables.GetTableLastUpdate(call.tableName);
     const platform::Date to = process.machine.clock.Now();
-    SetCriteria(trail.audit, copy.table.def, from, to);
+    SetCriteria(trail.audit, table.def, from, to);
     Value criteria = trail.audit.criteria;
     Call(*trail.audit.reader, "Initialize", platform::ByRef{trail.manager}, platform::ByRef{trail.record},
          platform::ByRef{criteria});
     steps.beforeLoop();
     ForEachChange(process.database, trail, steps);
-    if (const auto stamp = copy.run.Literals().UtcDateLiteral(to))
-        process.controlTables.SetTableLastUpdate(copy.tableName, *stamp);
-    const control::Counters& counters = copy.run.counters;
-    process.runLog.LogTableCounts(copy.tableName, counters.inserted, counters.updated, counters.deleted);
+    if (const auto stamp = call.run.Literals().UtcDateLiteral(to))
+        process.controlTables.SetTableLastUpdate(call.tableName, *stamp);
+    const control::Counters& counters = call.run.counters;
+    process.runLog.LogTableCounts(call.tableName, counters.inserted, counters.updated, counters.deleted);
 }
 
 }  // namespace
 
-void ChooseCopy(platform::Integer syncMethod, const std::function<void()>& full,
-                const std::function<void()>& incremental) {
-    if (syncMethod == control::kFull) full();
-    if (syncMethod == control::kIncremental) incremental();
+void ChooseCopy(const TableCall& call, Routine* full, Routine* incremental) {
+    if (call.syncMethod == control::kFull) full(call);
+    if (call.syncMethod == control::kIncremental) incremental(call);
 }
 
-void ChooseCopy(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                Integer syncMethod, CopyingRoutine* full, CopyingRoutine* incremental) {
-    ChooseCopy(
-        syncMethod, [&] { full(run, tableName, runParameter); },
-        [&] { incremental(run, tableName, runParameter); });
-}
-
-ObjectRef CreateManager(const TableRun& copy) {
-    return RegisterManager(copy.run, copy.run.Erp(copy.runParameter).CreateManager(copy.table.Layout()));
+ObjectRef CreateManager(const TableCall& call, const Table& table) {
+    return RegisterManager(call.run, call.run.Erp(call.runParameter).CreateManager(table.Layout()));
 }
 
 ObjectRef RegisterManager(CopyRun& run, const ObjectRef& manager) {
@@ -137,9 +129,9 @@ ObjectRef RegisterManager(CopyRun& run, const ObjectRef& manager) {
     return platform::ToObject(registered);
 }
 
-ObjectRef FetchByKeyRange(const TableRun& copy, Object& manager) {
+ObjectRef FetchByKeyRange(const Table& table, Object& manager) {
     std::vector<platform::Argument> bounds;
-    for (const KeyRange& range : copy.table.def.fullRanges) {
+    for (const KeyRange& range : table.def.fullRanges) {
         bounds.push_back({range.numeric ? Value(range.numberFrom) : Value(std::string(range.from))});
         bounds.push_back({range.numeric ? Value(range.numberTo) : Value(UpperBound(range))});
     }
@@ -154,12 +146,12 @@ void ForEachRecord(HeldObjects& held, const std::function<void(Object& record)>&
     }
 }
 
-void Mark(const TableRun& copy) {
-    copy.run.Database().Execute("UPDATE " + copy.tableName + " SET upd_flag = 1 ");
+void Mark(const TableCall& call) {
+    call.run.Database().Execute("UPDATE " + call.tableName + " SET upd_flag = 1 ");
 }
 
-void Sweep(const TableRun& copy) {
-    copy.run.Database().Execute("DELETE FROM " + copy.tableName + " WHERE upd_flag = 1");
+void Sweep(const TableCall& call) {
+    call.run.Database().Execute("DELETE FROM " + call.tableName + " WHERE upd_flag = 1");
 }
 
 void HeldObjects::LetGo() {
@@ -172,82 +164,80 @@ void CountAllAsInserted(CopyRun& run) {
     run.counters.updated = 0;
 }
 
-void StampAndLogFullCopy(const TableRun& copy, const std::string& startTime) {
-    copy.run.process.controlTables.SetTableLastUpdate(copy.tableName, startTime);
-    const control::Counters& counters = copy.run.counters;
-    copy.run.process.runLog.LogTableCounts(copy.tableName, counters.inserted, counters.updated, 0);
+void StampAndLogFullCopy(const TableCall& call, const std::string& startTime) {
+    call.run.process.controlTables.SetTableLastUpdate(call.tableName, startTime);
+    const control::Counters& counters = call.run.counters;
+    call.run.process.runLog.LogTableCounts(call.tableName, counters.inserted, counters.updated, 0);
 }
 
-void WithFailureReport(const TableRun& copy, std::string_view failureLabel, HeldObjects& held,
-                       const std::function<void()>& body) {
+void WithFailureReport(const TableCall& call, const Table& table, std::string_view failureLabel,
+                       HeldObjects& held, const std::function<void()>& body) {
     try {
         body();
     } catch (...) {
         const platform::RuntimeError error = platform::CurrentError();
-        control::Process& process = copy.run.process;
+        control::Process& process = call.run.process;
         process.runLog.LogError("", error);
         CloseAfterFailure(held.manager);
         held.LetGo();
         runtime::MessageCatalog& messages = process.messages;
         const std::string text = runtime::FillFirst(messages.GetI18nText(failureLabel), "%1",
-                                                    messages.GetI18nText(copy.table.def.titleLabel));
+                                                    messages.GetI18nText(table.def.titleLabel));
         throw platform::RuntimeError(error.number, error.source,
                                      control::FailedMessage(messages, messages.GetI18nText("STIT0095"), text));
     }
 }
 
-void FullCopy(const TableRun& copy, const std::function<void(HeldObjects& held)>& copyRecords) {
-    copy.run.counters.inserted = 0;
+void FullCopy(const TableCall& call, const Table& table,
+              const std::function<void(HeldObjects& held)>& copyRecords) {
+    call.run.counters.inserted = 0;
     HeldObjects held;
-    WithFailureReport(copy, copy.table.def.fullFailure, held, [&] {
-        held.manager = CreateManager(copy);
-        Call(*held.manager, "SetRunParameter", copy.runParameter);
+    WithFailureReport(call, table, table.def.fullFailure, held, [&] {
+        held.manager = CreateManager(call, table);
+        Call(*held.manager, "SetRunParameter", call.runParameter);
         copyRecords(held);
         Call(*held.manager, "CloseManager");
         held.LetGo();
     });
 }
 
-void FullCopy(const TableRun& copy, UpsertRoutine* upsert, const FullSteps& steps) {
-    FullCopy(copy, [&](HeldObjects& held) {
-        held.enumerator = FetchByKeyRange(copy, *held.manager);
-        const std::string startTime = copy.run.Literals().CurrentTimeLiteral();
+void FullCopy(const TableCall& call, const Table& table, UpsertRoutine* upsert) {
+    FullCopy(call, table, [&](HeldObjects& held) {
+        held.enumerator = FetchByKeyRange(table, *held.manager);
+        const std::string startTime = call.run.Literals().CurrentTimeLiteral();
         if (!held.enumerator) return;
-        Mark(copy);
-        steps.afterMark();
-        ForEachRecord(held, [&](Object& record) { upsert(copy.run, record, copy.tableName); });
-        CountAllAsInserted(copy.run);
-        Sweep(copy);
-        StampAndLogFullCopy(copy, startTime);
-        steps.afterStamp();
+        Mark(call);
+        ForEachRecord(held, [&](Object& record) { upsert(call, record); });
+        CountAllAsInserted(call.run);
+        Sweep(call);
+        StampAndLogFullCopy(call, startTime);
     });
 }
 
-void IncrementalCopy(const TableRun& copy, const IncrementalSteps& steps) {
-    copy.run.counters = {};
+void IncrementalCopy(const TableCall& call, const Table& table, const IncrementalSteps& steps) {
+    call.run.counters = {};
     Trail trail;
     HeldObjects nothingToClose;  // an incremental copy releases its manager without closing it
-    WithFailureReport(copy, copy.table.def.incrementalFailure, nothingToClose,
-                      [&] { ReadAuditTrail(copy, trail, steps); });
+    WithFailureReport(call, table, table.def.incrementalFailure, nothingToClose,
+                      [&] { ReadAuditTrail(call, table, trail, steps); });
 }
 
-void IncrementalCopy(const TableRun& copy, UpsertRoutine* upsert) {
-    IncrementalCopy(
-        copy,
-        {.deleted =
-             [&](const AuditElement& change) {
-                 Remove(copy.run, copy.table, change.element, copy.tableName);
-                 control::Add(copy.run.counters.deleted, 1);
-             },
-         .changed = [&](const AuditElement& change) { upsert(copy.run, change.element, copy.tableName); }});
+void IncrementalCopy(const TableCall& call, const Table& table, UpsertRoutine* upsert) {
+    IncrementalCopy(call, table,
+                    {.deleted =
+                         [&](const AuditElement& change) {
+                             Remove(call, table, change.element);
+                             control::Add(call.run.counters.deleted, 1);
+                         },
+                     .changed = [&](const AuditElement& change) { upsert(call, change.element); }});
 }
 
-void Upsert(CopyRun& run, const Table& table, Object& record, const std::string& tableName,
-            const UpsertGuards& guards) {
+void Upsert(const TableCall& call, const Table& table, Object& record, const UpsertGuards& guards) {
+    CopyRun& run = call.run;
     const auto look = [&run](Guard guard, const std::string& sql) {
         if (guard) guard(run, sql);
     };
-    StatementTexts texts(table, record, tableName, run.Literals());
+    StatementTexts texts(table, record, call.tableName, run.Literals());
     look(guards.beforeUpdate, texts.Text(table.update));
     if (run.Database().Execute(texts.Last()) != 0) {
         control::Add(run.counters.updated, 1);
@@ -259,9 +249,9 @@ void Upsert(CopyRun& run, const Table& table, Object& record, const std::string&
     look(guards.afterwards, texts.Last());
 }
 
-platform::Long Remove(CopyRun& run, const Table& table, Object& element, const std::string& tableName) {
-    StatementTexts texts(table, element, tableName, run.Literals(), AskDates::InTheirPlace);
-    return run.Database().Execute(texts.Text(table.remove));
+platform::Long Remove(const TableCall& call, const Table& table, Object& element) {
+    StatementTexts texts(table, element, call.tableName, call.run.Literals(), AskDates::InTheirPlace);
+    return call.run.Database().Execute(texts.Text(table.remove));
 }
 
 }  // namespace iqrx::engine

@@ -13,27 +13,11 @@ namespace iqrx::engine {
 
 using platform::ObjectRef;
 
-// What a routine of a table is called with.
-struct TableRun {
-    CopyRun& run;
-    const Table& table;
-    const std::string& tableName;
-    const std::string& runParameter;
-};
+// Calls the copy that the method asks for, if any.
+void ChooseCopy(const TableCall& call, Routine* full, Routine* incremental);
 
-// 1 calls the full copy, 2 the incremental copy, any other method neither.
-void ChooseCopy(platform::Integer syncMethod, const std::function<void()>& full,
-                const std::function<void()>& incremental);
-// The same for a table whose two copies are plain routines.
-void ChooseCopy(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                Integer syncMethod, CopyingRoutine* full, CopyingRoutine* incremental);
-
-// What a table does beside the pattern of a full copy; neither happens when the ERP answers no enumerator.
-struct FullSteps {
-    std::function<void()> afterMark = [] {};
-    std::function<void()> afterStamp = [] {};
-};
-void FullCopy(const TableRun& copy, UpsertRoutine* upsert, const FullSteps& steps = {});
+// By mark and sweep. Does nothing when the ERP returns no enumerator.
+void FullCopy(const TableCall& call, const Table& table, UpsertRoutine* upsert);
 
 // What a full copy holds of the ERP. After a failure the manager is closed and the others are let go when the
 // failure has been logged, not before.
@@ -44,7 +28,8 @@ struct HeldObjects {
 };
 // The frame of a full copy around a table's own way with its records: a manager that knows the run parameter
 // is created before and closed after it.
-void FullCopy(const TableRun& copy, const std::function<void(HeldObjects& held)>& copyRecords);
+void FullCopy(const TableCall& call, const Table& table,
+              const std::function<void(HeldObjects& held)>& copyRecords);
 
 struct AuditElement {
     Object& element;
@@ -58,9 +43,9 @@ struct IncrementalSteps {
     std::function<void(const AuditElement&)> changed;
     std::function<void()> beforeLoop = [] {};
 };
-void IncrementalCopy(const TableRun& copy, const IncrementalSteps& steps);
+void IncrementalCopy(const TableCall& call, const Table& table, const IncrementalSteps& steps);
 // Deletes by the table's own statement and counts it whether or not a row went; upserts what was changed.
-void IncrementalCopy(const TableRun& copy, UpsertRoutine* upsert);
+void IncrementalCopy(const TableCall& call, const Table& table, UpsertRoutine* upsert);
 
 // Looks at a statement's text; raises RuntimeError to stop the copy.
 using Guard = void (*)(CopyRun& run, const std::string& sql);
@@ -71,26 +56,26 @@ struct UpsertGuards {
 };
 
 // UPDATE by key and, when no row was affected, INSERT; counts what it did.
-void Upsert(CopyRun& run, const Table& table, Object& record, const std::string& tableName,
-            const UpsertGuards& guards = {});
+void Upsert(const TableCall& call, const Table& table, Object& record, const UpsertGuards& guards = {});
 // The statement that removes an element's row, which asks for the key alone; the number of rows affected.
-platform::Long Remove(CopyRun& run, const Table& table, Object& element, const std::string& tableName);
+platform::Long Remove(const TableCall& call, const Table& table, Object& element);
 
 // The pieces of the pattern, for the tables that depart from it.
-ObjectRef CreateManager(const TableRun& copy);  // created and registered
+ObjectRef CreateManager(const TableCall& call, const Table& table);  // created and registered
 // Registers a manager with the shared business component, if there is one; the manager to go on with.
 ObjectRef RegisterManager(CopyRun& run, const ObjectRef& manager);
-ObjectRef FetchByKeyRange(const TableRun& copy, Object& manager);  // Nothing where the ERP answers none
+// Nothing where the ERP returns none.
+ObjectRef FetchByKeyRange(const Table& table, Object& manager);
 // Every record of the enumerator that is held.
 void ForEachRecord(HeldObjects& held, const std::function<void(Object& record)>& act);
-void Mark(const TableRun& copy);
-void Sweep(const TableRun& copy);
+void Mark(const TableCall& call);
+void Sweep(const TableCall& call);
 // Every copied record counts as inserted.
 void CountAllAsInserted(CopyRun& run);
 // The next window begins at `startTime`; what was inserted and updated is logged.
-void StampAndLogFullCopy(const TableRun& copy, const std::string& startTime);
+void StampAndLogFullCopy(const TableCall& call, const std::string& startTime);
 // Runs a copy routine's body under its handler; the handler closes the manager that is held, if there is one.
-void WithFailureReport(const TableRun& copy, std::string_view failureLabel, HeldObjects& held,
-                       const std::function<void()>& body);
+void WithFailureReport(const TableCall& call, const Table& table, std::string_view failureLabel,
+                       HeldObjects& held, const std::function<void()>& body);
 
 }  // namespace iqrx::engine

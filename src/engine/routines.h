@@ -1,8 +1,5 @@
-// The four routines that every table has, as types: a header declares a table's routines by them, in a line
-// each.
+// The four routines that every table has, as types: a header declares a table's routines by them, in two lines.
 #pragma once
-
-#include <string>
 
 #include "control/copy_run.h"
 #include "platform/object.h"
@@ -10,15 +7,12 @@
 namespace iqrx::engine {
 
 using control::CopyRun;
+using control::Routine;  // the entry routine, which looks at the method; the full copy; the incremental copy
+using control::TableCall;
 using platform::Integer;
 using platform::Object;
 
-// 1 copies in full, 2 incrementally, any other method does nothing.
-using EntryRoutine = void(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                          Integer syncMethod);
-// A full or an incremental copy.
-using CopyingRoutine = void(CopyRun& run, const std::string& tableName, const std::string& runParameter);
 // Writes one record or audit element.
-using UpsertRoutine = void(CopyRun& run, Object& record, const std::string& tableName);
+using UpsertRoutine = void(const TableCall& call, Object& record);
 
 }  // namespace iqrx::engine

@@ -42,17 +42,14 @@ struct EventLines : control::DataCopyEvents {
 };
 
 // Table routines of the test: what the name says.
-void CountThree(control::CopyRun& run, const std::string& table, const std::string& parameter, Integer method) {
-    run.counters = {1, 2, 3};
-    run.Database().Execute("copy " + table + " " + parameter + " " + std::to_string(method));
+void CountThree(const control::TableCall& call) {
+    call.run.counters = {1, 2, 3};
+    call.run.Database().Execute("copy " + call.tableName + " " + call.runParameter + " " +
+                                std::to_string(call.syncMethod));
 }
-void CountNothing(control::CopyRun&, const std::string&, const std::string&, Integer) {}
-void DeleteOne(control::CopyRun& run, const std::string&, const std::string&, Integer) {
-    run.counters.deleted = 1;
-}
-void Fail(control::CopyRun&, const std::string&, const std::string&, Integer) {
-    throw RuntimeError(-7, "table", "it failed");
-}
+void CountNothing(const control::TableCall&) {}
+void DeleteOne(const control::TableCall& call) { call.run.counters.deleted = 1; }
+void Fail(const control::TableCall&) { throw RuntimeError(-7, "table", "it failed"); }
 constexpr control::TableRoutine kRoutines[] = {
     {"counted", CountThree}, {"nothing", CountNothing}, {"deleting", DeleteOne}, {"failing", Fail}};
 constexpr control::CalendarRoutines kCalendarRoutines{

@@ -30,9 +30,9 @@ protected:
     void Write(const std::string& file, const std::string& content) {
         std::ofstream(directory.path / file, std::ios::binary) << content;
     }
-    void Copy(control::CopyRoutine copy, const std::string& table, platform::Integer syncMethod) {
+    void Copy(control::Routine* copy, const std::string& table, platform::Integer syncMethod) {
         run.counters = {};
-        copy(run, table, directory.path.string(), syncMethod);
+        copy({run, table, directory.path.string(), syncMethod});
     }
     void ExpectCounts(platform::Long inserted, platform::Long updated, platform::Long deleted) {
         EXPECT_EQ(run.counters.inserted, inserted);

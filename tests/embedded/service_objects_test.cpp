@@ -54,12 +54,12 @@ protected:
     }
     void Upsert(const std::vector<Fields>& objects) {
         for (const Fields& object : objects)
-            tables::UpsertServiceObject(run, *erp.MakeRecord(object, "object"), "tscfg200");
+            tables::UpsertServiceObject({run, "tscfg200", "", 1}, *erp.MakeRecord(object, "object"));
     }
     void CopyFull(const std::vector<Fields>& objects) {
         erp.records = objects;
         ServeObjectPages(erp);
-        tables::CopyServiceObjects(run, "tscfg200", "run parameter", 1);
+        tables::CopyServiceObjects({run, "tscfg200", "run parameter", 1});
     }
     std::vector<std::string> Table() { return Rows("SELECT * FROM tscfg200", kColumns); }
 };

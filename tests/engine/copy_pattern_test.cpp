@@ -56,7 +56,9 @@ protected:
                      {"SLBL0376", "Updated %1"},
                      {"SLBL0377", "Deleted %1"}};
     }
-    void Copy(Integer syncMethod) { tables::CopyServiceTypes(run, "tsmdm030", "run parameter", syncMethod); }
+    void Copy(Integer syncMethod) {
+        tables::CopyServiceTypes({run, "tsmdm030", "run parameter", syncMethod});
+    }
     platform::RuntimeError ErrorOfCopy(Integer syncMethod) {
         try {
             Copy(syncMethod);

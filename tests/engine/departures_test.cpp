@@ -26,13 +26,13 @@ TEST_F(SolutionTimes, AreFetchedByARangeOfSinglePrecisionNumbers) {
         EXPECT_EQ(bounds[0].value, platform::Value(platform::Single{0}));
         EXPECT_EQ(bounds[1].value, platform::Value(platform::Single{100000}));
     };
-    tables::CopySolutionTimes(run, "tsclm024", "run parameter", 1);
+    tables::CopySolutionTimes({run, "tsclm024", "run parameter", 1});
 }
 
 TEST_F(SolutionTimes, AreDeletedByTheNumberAsTheUsersLocaleWritesIt) {
     locale.separator = ",";
     erp.trail = {{"U", solutionTime}, {"D", solutionTime}};
-    tables::CopySolutionTimes(run, "tsclm024", "run parameter", 2);
+    tables::CopySolutionTimes({run, "tsclm024", "run parameter", 2});
     EXPECT_THAT(database.executed,
                 ElementsAre("UPDATE tsclm024 SET dsca = N'Half',upd_flag = 0 WHERE sltt = 30.12",
                             "DELETE FROM tsclm024 WHERE sltt=30,12",

@@ -25,7 +25,7 @@ TEST(DispatchList, LeadsEachTableToTheRoutineThatAsksTheErpForIt) {
         if (table == "tcccp030") continue;  // comes from the calendar service, which has no tables
         TestProcess process;
         process.OpenDatabase();
-        routine.copy(process.run, table, "run parameter", control::kIncremental);
+        routine.copy({process.run, table, "run parameter", control::kIncremental});
         ASSERT_FALSE(process.erp.calls.empty()) << table;
         EXPECT_EQ(process.erp.calls.front(), "create manager " + table);
     }

@@ -16,7 +16,7 @@ std::string GoldenName(const GoldenCase& golden) {
 
 void Copy(TestProcess& process, const TableCase& table, Integer syncMethod) {
     if (table.serve) table.serve(process.erp);
-    table.copy(process.run, table.table, "run parameter", syncMethod);
+    table.copy({process.run, table.table, "run parameter", syncMethod});
 }
 
 }  // namespace

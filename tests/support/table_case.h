@@ -15,7 +15,7 @@ namespace iqrx::testing {
 
 struct TableCase {
     std::string table;
-    control::CopyRoutine copy;
+    control::Routine* copy;
     Fields known = {};                    // a record whose row is there
     Fields fresh = {};                    // a record whose row is not
     Fields gone = {};                     // the key of a deleted record; nothing else is asked of it

@@ -159,7 +159,7 @@ std::map<std::string, erp::TableLayout> Layouts() {
     for (const auto& table : hosting::Tables()) {
         if (table.table == "tcccp030") continue;
         try {
-            table.copy(process.run, std::string(table.table), "", control::kFull);
+            table.copy({process.run, std::string(table.table), "", control::kFull});
         } catch (const RuntimeError&) {
             // Expected: the manager is not made.
         }

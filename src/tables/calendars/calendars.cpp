@@ -90,18 +90,17 @@ bool CalendarsAreExpanded(CopyRun& run) {
 
 }  // namespace
 
-void CopyCalendars(CopyRun& run, const std::string&, const std::string& runParameter, Integer syncMethod) {
+void CopyCalendars(const control::TableCall& call) {
+    CopyRun& run = call.run;
     LogFailure(run, kActualCalendars, {}, [&] {
-        engine::ChooseCopy(
-            syncMethod,
-            [&] {
-                CopyCalendarsFull(run, runParameter);
-                if (CalendarsAreExpanded(run)) ExpandCalendars(run);
-            },
-            [&] {
-                CopyCalendarsIncremental(run, runParameter);
-                if (CalendarsAreExpanded(run)) ExpandListedCalendars(run);
-            });
+        if (call.syncMethod == control::kFull) {
+            CopyCalendarsFull(run, call.runParameter);
+            if (CalendarsAreExpanded(run)) ExpandCalendars(run);
+        }
+        if (call.syncMethod == control::kIncremental) {
+            CopyCalendarsIncremental(run, call.runParameter);
+            if (CalendarsAreExpanded(run)) ExpandListedCalendars(run);
+        }
     });
 }
 

@@ -15,8 +15,7 @@ namespace iqrx::tables {
 using control::CopyRun;
 
 // The table's entry routine: copies the calendars in use and, where the parameters ask for it, expands them.
-void CopyCalendars(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                   platform::Integer syncMethod);
+void CopyCalendars(const control::TableCall& call);
 void CopyCalendarsFull(CopyRun& run, const std::string& runParameter);         // by mark and sweep
 void CopyCalendarsIncremental(CopyRun& run, const std::string& runParameter);  // records the codes it copies
 

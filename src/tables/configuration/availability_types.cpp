@@ -27,23 +27,20 @@ constexpr Table kAvailabilityTypes = Checked({
 
 }  // namespace
 
-void CopyAvailabilityTypes(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                           Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopyAvailabilityTypesFull,
-               CopyAvailabilityTypesIncremental);
+void CopyAvailabilityTypes(const TableCall& call) {
+    ChooseCopy(call, CopyAvailabilityTypesFull, CopyAvailabilityTypesIncremental);
 }
 
-void CopyAvailabilityTypesFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    FullCopy({run, kAvailabilityTypes, tableName, runParameter}, UpsertAvailabilityType);
+void CopyAvailabilityTypesFull(const TableCall& call) {
+    FullCopy(call, kAvailabilityTypes, UpsertAvailabilityType);
 }
 
-void CopyAvailabilityTypesIncremental(CopyRun& run, const std::string& tableName,
-                                      const std::string& runParameter) {
-    IncrementalCopy({run, kAvailabilityTypes, tableName, runParameter}, UpsertAvailabilityType);
+void CopyAvailabilityTypesIncremental(const TableCall& call) {
+    IncrementalCopy(call, kAvailabilityTypes, UpsertAvailabilityType);
 }
 
-void UpsertAvailabilityType(CopyRun& run, Object& record, const std::string& tableName) {
-    Upsert(run, kAvailabilityTypes, record, tableName);
+void UpsertAvailabilityType(const TableCall& call, Object& record) {
+    Upsert(call, kAvailabilityTypes, record);
 }
 
 }  // namespace iqrx::tables

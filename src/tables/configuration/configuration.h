@@ -8,33 +8,29 @@
 namespace iqrx::tables {
 
 using control::CopyRun;
-using engine::CopyingRoutine;
-using engine::EntryRoutine;
+using control::Routine;
+using control::TableCall;
 using engine::UpsertRoutine;
 using platform::Integer;
 using platform::Object;
 
 // tcccp001
-EntryRoutine CopyAvailabilityTypes;
-CopyingRoutine CopyAvailabilityTypesFull, CopyAvailabilityTypesIncremental;
+Routine CopyAvailabilityTypes, CopyAvailabilityTypesFull, CopyAvailabilityTypesIncremental;
 UpsertRoutine UpsertAvailabilityType;
 
 // tscfg220
-EntryRoutine CopyInstallations;
-CopyingRoutine CopyInstallationsFull, CopyInstallationsIncremental;
+Routine CopyInstallations, CopyInstallationsFull, CopyInstallationsIncremental;
 UpsertRoutine UpsertInstallation;
 
 // tscfg200
-EntryRoutine CopyServiceObjects;
-CopyingRoutine CopyServiceObjectsFull, CopyServiceObjectsIncremental;
+Routine CopyServiceObjects, CopyServiceObjectsFull, CopyServiceObjectsIncremental;
 UpsertRoutine UpsertServiceObject;
 // What the server does with one object: it counts the object's rows and inserts or updates. Counts as an
 // insert.
 std::string BuildServiceObjectBlock(CopyRun& run, Object& record, const std::string& tableName);
 
 // tsmdm000
-EntryRoutine CopySkillCombinations;
-CopyingRoutine CopySkillCombinationsFull, CopySkillCombinationsIncremental;
+Routine CopySkillCombinations, CopySkillCombinationsFull, CopySkillCombinationsIncremental;
 UpsertRoutine UpsertSkillCombination;
 
 }  // namespace iqrx::tables

@@ -39,21 +39,16 @@ constexpr Table kInstallations = Checked({
 
 }  // namespace
 
-void CopyInstallations(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                       Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopyInstallationsFull, CopyInstallationsIncremental);
+void CopyInstallations(const TableCall& call) {
+    ChooseCopy(call, CopyInstallationsFull, CopyInstallationsIncremental);
 }
 
-void CopyInstallationsFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    FullCopy({run, kInstallations, tableName, runParameter}, UpsertInstallation);
+void CopyInstallationsFull(const TableCall& call) { FullCopy(call, kInstallations, UpsertInstallation); }
+
+void CopyInstallationsIncremental(const TableCall& call) {
+    IncrementalCopy(call, kInstallations, UpsertInstallation);
 }
 
-void CopyInstallationsIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    IncrementalCopy({run, kInstallations, tableName, runParameter}, UpsertInstallation);
-}
-
-void UpsertInstallation(CopyRun& run, Object& record, const std::string& tableName) {
-    Upsert(run, kInstallations, record, tableName);
-}
+void UpsertInstallation(const TableCall& call, Object& record) { Upsert(call, kInstallations, record); }
 
 }  // namespace iqrx::tables

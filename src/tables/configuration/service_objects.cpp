@@ -104,50 +104,47 @@ struct Listing {
 };
 
 // The objects of the page that is held as blocks, the page's rest executed. The last object stays held.
-void CopyPage(const TableRun& copy, HeldObjects& held) {
+void CopyPage(CopyRun& run, HeldObjects& held, const std::string& tableName) {
     const ObjectRef objects = platform::ToObject(held.enumerator->Get("getRecordSetObjects"));
     const Long size = platform::ToLong(objects->Get("sizeObjects"));
-    BlockBatch batch(copy.run);
+    BlockBatch batch(run);
     held.record.reset();
     for (Long i = 0; i < size; ++i) {
         held.record = platform::ToObject(Call(*objects, "getObjectsAt", i));
-        batch.Add(BuildServiceObjectBlock(copy.run, *held.record, copy.tableName));
+        batch.Add(BuildServiceObjectBlock(run, *held.record, tableName));
     }
     batch.Execute();
 }
 
 }  // namespace
 
-void CopyServiceObjects(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                        Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopyServiceObjectsFull, CopyServiceObjectsIncremental);
+void CopyServiceObjects(const TableCall& call) {
+    ChooseCopy(call, CopyServiceObjectsFull, CopyServiceObjectsIncremental);
 }
 
 // Neither marks nor sweeps: the objects come in pages and go to the server in batches of blocks.
-void CopyServiceObjectsFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    const TableRun copy{run, kServiceObjects, tableName, runParameter};
-    FullCopy(copy, [&](HeldObjects& held) {
-        run.process.controlTables.GetFilterFlag(tableName);  // objects have no status that it could select
+void CopyServiceObjectsFull(const TableCall& call) {
+    CopyRun& run = call.run;
+    FullCopy(call, kServiceObjects, [&](HeldObjects& held) {
+        run.process.controlTables.GetFilterFlag(call.tableName);  // objects have no status that it could select
         Listing listing;
         held.enumerator = listing.NextPage(*held.manager);
         const std::string startTime = run.Literals().CurrentTimeLiteral();
         if (!held.enumerator) return;
         while (held.enumerator) {
-            CopyPage(copy, held);
+            CopyPage(run, held, call.tableName);
             listing.ContinueAfter(*held.enumerator, held.record);
             held.enumerator = listing.IsComplete() ? ObjectRef() : listing.NextPage(*held.manager);
         }
-        StampAndLogFullCopy(copy, startTime);
+        StampAndLogFullCopy(call, startTime);
     });
 }
 
-void CopyServiceObjectsIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    IncrementalCopy({run, kServiceObjects, tableName, runParameter}, UpsertServiceObject);
+void CopyServiceObjectsIncremental(const TableCall& call) {
+    IncrementalCopy(call, kServiceObjects, UpsertServiceObject);
 }
 
-void UpsertServiceObject(CopyRun& run, Object& record, const std::string& tableName) {
-    Upsert(run, kServiceObjects, record, tableName);
-}
+void UpsertServiceObject(const TableCall& call, Object& record) { Upsert(call, kServiceObjects, record); }
 
 std::string BuildServiceObjectBlock(CopyRun& run, Object& record, const std::string& tableName) {
     StatementTexts texts(kServiceObjects, record, tableName, run.Literals());

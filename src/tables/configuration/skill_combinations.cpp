@@ -27,32 +27,28 @@ constexpr Table kSkillCombinations = Checked({
 
 }  // namespace
 
-void CopySkillCombinations(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                           Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopySkillCombinationsFull,
-               CopySkillCombinationsIncremental);
+void CopySkillCombinations(const TableCall& call) {
+    ChooseCopy(call, CopySkillCombinationsFull, CopySkillCombinationsIncremental);
 }
 
 // Neither marks nor sweeps, and an update stays one: the first record may become a row, each further one
 // overwrites all rows.
-void CopySkillCombinationsFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    const TableRun copy{run, kSkillCombinations, tableName, runParameter};
-    FullCopy(copy, [&](HeldObjects& held) {
-        held.enumerator = FetchByKeyRange(copy, *held.manager);
-        const std::string startTime = run.Literals().CurrentTimeLiteral();
+void CopySkillCombinationsFull(const TableCall& call) {
+    FullCopy(call, kSkillCombinations, [&](HeldObjects& held) {
+        held.enumerator = FetchByKeyRange(kSkillCombinations, *held.manager);
+        const std::string startTime = call.run.Literals().CurrentTimeLiteral();
         if (!held.enumerator) return;
-        ForEachRecord(held, [&](Object& record) { UpsertSkillCombination(run, record, tableName); });
-        StampAndLogFullCopy(copy, startTime);
+        ForEachRecord(held, [&](Object& record) { UpsertSkillCombination(call, record); });
+        StampAndLogFullCopy(call, startTime);
     });
 }
 
-void CopySkillCombinationsIncremental(CopyRun& run, const std::string& tableName,
-                                      const std::string& runParameter) {
-    IncrementalCopy({run, kSkillCombinations, tableName, runParameter}, UpsertSkillCombination);
+void CopySkillCombinationsIncremental(const TableCall& call) {
+    IncrementalCopy(call, kSkillCombinations, UpsertSkillCombination);
 }
 
-void UpsertSkillCombination(CopyRun& run, Object& record, const std::string& tableName) {
-    Upsert(run, kSkillCombinations, record, tableName);
+void UpsertSkillCombination(const TableCall& call, Object& record) {
+    Upsert(call, kSkillCombinations, record);
 }
 
 }  // namespace iqrx::tables

@@ -28,21 +28,9 @@ constexpr Table kAddresses = Checked({
 
 }  // namespace
 
-void CopyAddresses(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                   Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopyAddressesFull, CopyAddressesIncremental);
-}
-
-void CopyAddressesFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    FullCopy({run, kAddresses, tableName, runParameter}, UpsertAddress);
-}
-
-void CopyAddressesIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    IncrementalCopy({run, kAddresses, tableName, runParameter}, UpsertAddress);
-}
-
-void UpsertAddress(CopyRun& run, Object& record, const std::string& tableName) {
-    Upsert(run, kAddresses, record, tableName);
-}
+void CopyAddresses(const TableCall& call) { ChooseCopy(call, CopyAddressesFull, CopyAddressesIncremental); }
+void CopyAddressesFull(const TableCall& call) { FullCopy(call, kAddresses, UpsertAddress); }
+void CopyAddressesIncremental(const TableCall& call) { IncrementalCopy(call, kAddresses, UpsertAddress); }
+void UpsertAddress(const TableCall& call, Object& record) { Upsert(call, kAddresses, record); }
 
 }  // namespace iqrx::tables

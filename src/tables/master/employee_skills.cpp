@@ -25,21 +25,16 @@ constexpr Table kEmployeeSkills = Checked({
 
 }  // namespace
 
-void CopyEmployeeSkills(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                        Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopyEmployeeSkillsFull, CopyEmployeeSkillsIncremental);
+void CopyEmployeeSkills(const TableCall& call) {
+    ChooseCopy(call, CopyEmployeeSkillsFull, CopyEmployeeSkillsIncremental);
 }
 
-void CopyEmployeeSkillsFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    FullCopy({run, kEmployeeSkills, tableName, runParameter}, UpsertEmployeeSkill);
+void CopyEmployeeSkillsFull(const TableCall& call) { FullCopy(call, kEmployeeSkills, UpsertEmployeeSkill); }
+
+void CopyEmployeeSkillsIncremental(const TableCall& call) {
+    IncrementalCopy(call, kEmployeeSkills, UpsertEmployeeSkill);
 }
 
-void CopyEmployeeSkillsIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    IncrementalCopy({run, kEmployeeSkills, tableName, runParameter}, UpsertEmployeeSkill);
-}
-
-void UpsertEmployeeSkill(CopyRun& run, Object& record, const std::string& tableName) {
-    Upsert(run, kEmployeeSkills, record, tableName);
-}
+void UpsertEmployeeSkill(const TableCall& call, Object& record) { Upsert(call, kEmployeeSkills, record); }
 
 }  // namespace iqrx::tables

@@ -8,56 +8,45 @@
 
 namespace iqrx::tables {
 
-using control::CopyRun;
-using engine::CopyingRoutine;
-using engine::EntryRoutine;
+using control::Routine;
+using control::TableCall;
 using engine::UpsertRoutine;
-using platform::Integer;
 using platform::Object;
 
 // tsmdm030
-EntryRoutine CopyServiceTypes;
-CopyingRoutine CopyServiceTypesFull, CopyServiceTypesIncremental;
+Routine CopyServiceTypes, CopyServiceTypesFull, CopyServiceTypesIncremental;
 UpsertRoutine UpsertServiceType;
 
 // tsmdm100
-EntryRoutine CopyServiceCenters;
-CopyingRoutine CopyServiceCentersFull, CopyServiceCentersIncremental;
+Routine CopyServiceCenters, CopyServiceCentersFull, CopyServiceCentersIncremental;
 UpsertRoutine UpsertServiceCenter;
 
 // tsmdm105
-EntryRoutine CopyServiceAreas;
-CopyingRoutine CopyServiceAreasFull, CopyServiceAreasIncremental;
+Routine CopyServiceAreas, CopyServiceAreasFull, CopyServiceAreasIncremental;
 UpsertRoutine UpsertServiceArea;
 
 // tsmdm130
-EntryRoutine CopySkills;
-CopyingRoutine CopySkillsFull, CopySkillsIncremental;
+Routine CopySkills, CopySkillsFull, CopySkillsIncremental;
 UpsertRoutine UpsertSkill;
 
 // tsmdm135
-EntryRoutine CopyEmployeeSkills;
-CopyingRoutine CopyEmployeeSkillsFull, CopyEmployeeSkillsIncremental;
+Routine CopyEmployeeSkills, CopyEmployeeSkillsFull, CopyEmployeeSkillsIncremental;
 UpsertRoutine UpsertEmployeeSkill;
 
 // tsmdm140
-EntryRoutine CopyServiceEmployees;
-CopyingRoutine CopyServiceEmployeesFull, CopyServiceEmployeesIncremental;
+Routine CopyServiceEmployees, CopyServiceEmployeesFull, CopyServiceEmployeesIncremental;
 UpsertRoutine UpsertServiceEmployee;
 
 // tsclm020
-EntryRoutine CopyResponseTimes;
-CopyingRoutine CopyResponseTimesFull, CopyResponseTimesIncremental;
+Routine CopyResponseTimes, CopyResponseTimesFull, CopyResponseTimesIncremental;
 UpsertRoutine UpsertResponseTime;
 
 // tsclm024
-EntryRoutine CopySolutionTimes;
-CopyingRoutine CopySolutionTimesFull, CopySolutionTimesIncremental;
+Routine CopySolutionTimes, CopySolutionTimesFull, CopySolutionTimesIncremental;
 UpsertRoutine UpsertSolutionTime;
 
 // tccom130
-EntryRoutine CopyAddresses;
-CopyingRoutine CopyAddressesFull, CopyAddressesIncremental;
+Routine CopyAddresses, CopyAddressesFull, CopyAddressesIncremental;
 UpsertRoutine UpsertAddress;
 
 }  // namespace iqrx::tables

@@ -28,21 +28,16 @@ constexpr Table kResponseTimes = Checked({
 
 }  // namespace
 
-void CopyResponseTimes(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                       Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopyResponseTimesFull, CopyResponseTimesIncremental);
+void CopyResponseTimes(const TableCall& call) {
+    ChooseCopy(call, CopyResponseTimesFull, CopyResponseTimesIncremental);
 }
 
-void CopyResponseTimesFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    FullCopy({run, kResponseTimes, tableName, runParameter}, UpsertResponseTime);
+void CopyResponseTimesFull(const TableCall& call) { FullCopy(call, kResponseTimes, UpsertResponseTime); }
+
+void CopyResponseTimesIncremental(const TableCall& call) {
+    IncrementalCopy(call, kResponseTimes, UpsertResponseTime);
 }
 
-void CopyResponseTimesIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    IncrementalCopy({run, kResponseTimes, tableName, runParameter}, UpsertResponseTime);
-}
-
-void UpsertResponseTime(CopyRun& run, Object& record, const std::string& tableName) {
-    Upsert(run, kResponseTimes, record, tableName);
-}
+void UpsertResponseTime(const TableCall& call, Object& record) { Upsert(call, kResponseTimes, record); }
 
 }  // namespace iqrx::tables

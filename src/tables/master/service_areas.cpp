@@ -34,21 +34,16 @@ constexpr Table kServiceAreas = Checked({
 
 }  // namespace
 
-void CopyServiceAreas(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                      Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopyServiceAreasFull, CopyServiceAreasIncremental);
+void CopyServiceAreas(const TableCall& call) {
+    ChooseCopy(call, CopyServiceAreasFull, CopyServiceAreasIncremental);
 }
 
-void CopyServiceAreasFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    FullCopy({run, kServiceAreas, tableName, runParameter}, UpsertServiceArea);
+void CopyServiceAreasFull(const TableCall& call) { FullCopy(call, kServiceAreas, UpsertServiceArea); }
+
+void CopyServiceAreasIncremental(const TableCall& call) {
+    IncrementalCopy(call, kServiceAreas, UpsertServiceArea);
 }
 
-void CopyServiceAreasIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    IncrementalCopy({run, kServiceAreas, tableName, runParameter}, UpsertServiceArea);
-}
-
-void UpsertServiceArea(CopyRun& run, Object& record, const std::string& tableName) {
-    Upsert(run, kServiceAreas, record, tableName);
-}
+void UpsertServiceArea(const TableCall& call, Object& record) { Upsert(call, kServiceAreas, record); }
 
 }  // namespace iqrx::tables

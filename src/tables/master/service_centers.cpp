@@ -32,21 +32,16 @@ constexpr Table kServiceCenters = Checked({
 
 }  // namespace
 
-void CopyServiceCenters(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                        Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopyServiceCentersFull, CopyServiceCentersIncremental);
+void CopyServiceCenters(const TableCall& call) {
+    ChooseCopy(call, CopyServiceCentersFull, CopyServiceCentersIncremental);
 }
 
-void CopyServiceCentersFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    FullCopy({run, kServiceCenters, tableName, runParameter}, UpsertServiceCenter);
+void CopyServiceCentersFull(const TableCall& call) { FullCopy(call, kServiceCenters, UpsertServiceCenter); }
+
+void CopyServiceCentersIncremental(const TableCall& call) {
+    IncrementalCopy(call, kServiceCenters, UpsertServiceCenter);
 }
 
-void CopyServiceCentersIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    IncrementalCopy({run, kServiceCenters, tableName, runParameter}, UpsertServiceCenter);
-}
-
-void UpsertServiceCenter(CopyRun& run, Object& record, const std::string& tableName) {
-    Upsert(run, kServiceCenters, record, tableName);
-}
+void UpsertServiceCenter(const TableCall& call, Object& record) { Upsert(call, kServiceCenters, record); }
 
 }  // namespace iqrx::tables

@@ -33,23 +33,18 @@ constexpr Table kServiceEmployees = Checked({
 
 }  // namespace
 
-void CopyServiceEmployees(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                          Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopyServiceEmployeesFull,
-               CopyServiceEmployeesIncremental);
+void CopyServiceEmployees(const TableCall& call) {
+    ChooseCopy(call, CopyServiceEmployeesFull, CopyServiceEmployeesIncremental);
 }
 
-void CopyServiceEmployeesFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    FullCopy({run, kServiceEmployees, tableName, runParameter}, UpsertServiceEmployee);
+void CopyServiceEmployeesFull(const TableCall& call) {
+    FullCopy(call, kServiceEmployees, UpsertServiceEmployee);
 }
 
-void CopyServiceEmployeesIncremental(CopyRun& run, const std::string& tableName,
-                                     const std::string& runParameter) {
-    IncrementalCopy({run, kServiceEmployees, tableName, runParameter}, UpsertServiceEmployee);
+void CopyServiceEmployeesIncremental(const TableCall& call) {
+    IncrementalCopy(call, kServiceEmployees, UpsertServiceEmployee);
 }
 
-void UpsertServiceEmployee(CopyRun& run, Object& record, const std::string& tableName) {
-    Upsert(run, kServiceEmployees, record, tableName);
-}
+void UpsertServiceEmployee(const TableCall& call, Object& record) { Upsert(call, kServiceEmployees, record); }
 
 }  // namespace iqrx::tables

@@ -27,21 +27,16 @@ constexpr Table kServiceTypes = Checked({
 
 }  // namespace
 
-void CopyServiceTypes(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                      Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopyServiceTypesFull, CopyServiceTypesIncremental);
+void CopyServiceTypes(const TableCall& call) {
+    ChooseCopy(call, CopyServiceTypesFull, CopyServiceTypesIncremental);
 }
 
-void CopyServiceTypesFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    FullCopy({run, kServiceTypes, tableName, runParameter}, UpsertServiceType);
+void CopyServiceTypesFull(const TableCall& call) { FullCopy(call, kServiceTypes, UpsertServiceType); }
+
+void CopyServiceTypesIncremental(const TableCall& call) {
+    IncrementalCopy(call, kServiceTypes, UpsertServiceType);
 }
 
-void CopyServiceTypesIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    IncrementalCopy({run, kServiceTypes, tableName, runParameter}, UpsertServiceType);
-}
-
-void UpsertServiceType(CopyRun& run, Object& record, const std::string& tableName) {
-    Upsert(run, kServiceTypes, record, tableName);
-}
+void UpsertServiceType(const TableCall& call, Object& record) { Upsert(call, kServiceTypes, record); }
 
 }  // namespace iqrx::tables

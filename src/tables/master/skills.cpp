@@ -23,21 +23,9 @@ constexpr Table kSkills = Checked({
 
 }  // namespace
 
-void CopySkills(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopySkillsFull, CopySkillsIncremental);
-}
-
-void CopySkillsFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    FullCopy({run, kSkills, tableName, runParameter}, UpsertSkill);
-}
-
-void CopySkillsIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    IncrementalCopy({run, kSkills, tableName, runParameter}, UpsertSkill);
-}
-
-void UpsertSkill(CopyRun& run, Object& record, const std::string& tableName) {
-    Upsert(run, kSkills, record, tableName);
-}
+void CopySkills(const TableCall& call) { ChooseCopy(call, CopySkillsFull, CopySkillsIncremental); }
+void CopySkillsFull(const TableCall& call) { FullCopy(call, kSkills, UpsertSkill); }
+void CopySkillsIncremental(const TableCall& call) { IncrementalCopy(call, kSkills, UpsertSkill); }
+void UpsertSkill(const TableCall& call, Object& record) { Upsert(call, kSkills, record); }
 
 }  // namespace iqrx::tables

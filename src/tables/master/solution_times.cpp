@@ -24,21 +24,16 @@ constexpr Table kSolutionTimes = Checked({
 
 }  // namespace
 
-void CopySolutionTimes(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                       Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopySolutionTimesFull, CopySolutionTimesIncremental);
+void CopySolutionTimes(const TableCall& call) {
+    ChooseCopy(call, CopySolutionTimesFull, CopySolutionTimesIncremental);
 }
 
-void CopySolutionTimesFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    FullCopy({run, kSolutionTimes, tableName, runParameter}, UpsertSolutionTime);
+void CopySolutionTimesFull(const TableCall& call) { FullCopy(call, kSolutionTimes, UpsertSolutionTime); }
+
+void CopySolutionTimesIncremental(const TableCall& call) {
+    IncrementalCopy(call, kSolutionTimes, UpsertSolutionTime);
 }
 
-void CopySolutionTimesIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    IncrementalCopy({run, kSolutionTimes, tableName, runParameter}, UpsertSolutionTime);
-}
-
-void UpsertSolutionTime(CopyRun& run, Object& record, const std::string& tableName) {
-    Upsert(run, kSolutionTimes, record, tableName);
-}
+void UpsertSolutionTime(const TableCall& call, Object& record) { Upsert(call, kSolutionTimes, record); }
 
 }  // namespace iqrx::tables

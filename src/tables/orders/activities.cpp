@@ -76,51 +76,47 @@ void DeleteAndCount(CopyRun& run, const ActivityKey& key) {
     control::Add(run.counters.deleted, 1);
 }
 
-void ApplyChange(CopyRun& run, const std::string& tableName, Integer filterFlag, const AuditElement& change) {
+void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& change) {
+    CopyRun& run = call.run;
     const ActivityKey key = KeyOf(change.element);
-    const auto local = run.Database().OpenRecordset("SELECT * FROM " + tableName +
+    const auto local = run.Database().OpenRecordset("SELECT * FROM " + call.tableName +
                                                     Condition(run.Literals(), key.orno, key.acln));
     if (FilterIsActive(filterFlag) &&
         IsExcluded(filterFlag, platform::ToLong(change.element.Get("getActivityStatus")))) {
         if (!local->Bof()) DeleteAndCount(run, key);
         return;
     }
-    UpsertServiceOrderActivity(run, change.element, tableName);
+    UpsertServiceOrderActivity(call, change.element);
     WriteServiceOrderActivityAudit(run, key.orno, key.acln, change.isUpdated ? "U" : "I");
 }
 
 }  // namespace
 
-void CopyServiceOrderActivities(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                                Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopyServiceOrderActivitiesFull,
-               CopyServiceOrderActivitiesIncremental);
+void CopyServiceOrderActivities(const TableCall& call) {
+    ChooseCopy(call, CopyServiceOrderActivitiesFull, CopyServiceOrderActivitiesIncremental);
 }
 
-void CopyServiceOrderActivitiesFull(CopyRun& run, const std::string& tableName,
-                                    const std::string& runParameter) {
-    const TableRun copy{run, kActivities, tableName, runParameter};
+void CopyServiceOrderActivitiesFull(const TableCall& call) {
     FullCopyByStatus(
-        copy,
+        call, kActivities,
         [&] {
-            run.process.controlTables.MarkFullSyncStart(tableName);
-            Mark(copy);
+            call.run.process.controlTables.MarkFullSyncStart(call.tableName);
+            Mark(call);
         },
-        [&](Object& activity) { UpsertServiceOrderActivity(run, activity, tableName); });
+        [&](Object& activity) { UpsertServiceOrderActivity(call, activity); });
 }
 
-void CopyServiceOrderActivitiesIncremental(CopyRun& run, const std::string& tableName,
-                                           const std::string& runParameter) {
+void CopyServiceOrderActivitiesIncremental(const TableCall& call) {
     Integer filterFlag = 0;
     IncrementalCopy(
-        {run, kActivities, tableName, runParameter},
-        {.deleted = [&](const AuditElement& change) { DeleteAndCount(run, KeyOf(change.element)); },
-         .changed = [&](const AuditElement& change) { ApplyChange(run, tableName, filterFlag, change); },
-         .beforeLoop = [&] { filterFlag = run.process.controlTables.GetFilterFlag(tableName); }});
+        call, kActivities,
+        {.deleted = [&](const AuditElement& change) { DeleteAndCount(call.run, KeyOf(change.element)); },
+         .changed = [&](const AuditElement& change) { ApplyChange(call, filterFlag, change); },
+         .beforeLoop = [&] { filterFlag = call.run.process.controlTables.GetFilterFlag(call.tableName); }});
 }
 
-void UpsertServiceOrderActivity(CopyRun& run, Object& activity, const std::string& tableName) {
-    Upsert(run, kActivities, activity, tableName, kGuards);
+void UpsertServiceOrderActivity(const TableCall& call, Object& activity) {
+    Upsert(call, kActivities, activity, kGuards);
 }
 
 void DeleteServiceOrderActivity(CopyRun& run, const std::string& orno, Long acln) {

@@ -45,20 +45,28 @@ std::string Condition(const runtime::SqlLiterals& literals, const std::string& o
 
 }  // namespace
 
-void CopyAssignments(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                     Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopyAssignmentsFull, CopyAssignmentsIncremental);
+void CopyAssignments(const TableCall& call) {
+    ChooseCopy(call, CopyAssignmentsFull, CopyAssignmentsIncremental);
 }
 
-void CopyAssignmentsFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    const TableRun copy{run, kAssignments, tableName, runParameter};
-    FullCopy(copy, UpsertAssignment,
-             {.afterMark = [&] { run.process.controlTables.MarkFullSyncStart(tableName); },
-              .afterStamp = [&] { FinishFullSync(copy); }});
+void CopyAssignmentsFull(const TableCall& call) {
+    FullCopy(call, kAssignments, [&](HeldObjects& held) {
+        held.enumerator = FetchByKeyRange(kAssignments, *held.manager);
+        const std::string startTime = call.run.Literals().CurrentTimeLiteral();
+        if (!held.enumerator) return;
+        Mark(call);
+        call.run.process.controlTables.MarkFullSyncStart(call.tableName);
+        ForEachRecord(held, [&](Object& assignment) { UpsertAssignment(call, assignment); });
+        CountAllAsInserted(call.run);
+        Sweep(call);
+        StampAndLogFullCopy(call, startTime);
+        FinishFullSync(call);
+    });
 }
 
-void CopyAssignmentsIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    IncrementalCopy({run, kAssignments, tableName, runParameter},
+void CopyAssignmentsIncremental(const TableCall& call) {
+    CopyRun& run = call.run;
+    IncrementalCopy(call, kAssignments,
                     {.deleted =
                          [&](const AuditElement& change) {
                              DeleteAssignment(run, OrderNumber(change.element), Line(change.element));
@@ -66,15 +74,13 @@ void CopyAssignmentsIncremental(CopyRun& run, const std::string& tableName, cons
                          },
                      .changed =
                          [&](const AuditElement& change) {
-                             UpsertAssignment(run, change.element, tableName);
+                             UpsertAssignment(call, change.element);
                              WriteAssignmentAudit(run, OrderNumber(change.element), Line(change.element),
                                                   ActivityLine(change.element), change.isUpdated ? "U" : "I");
                          }});
 }
 
-void UpsertAssignment(CopyRun& run, Object& assignment, const std::string& tableName) {
-    Upsert(run, kAssignments, assignment, tableName);
-}
+void UpsertAssignment(const TableCall& call, Object& assignment) { Upsert(call, kAssignments, assignment); }
 
 // Reads the row before it goes: the change-log wants the activity line, which nothing else knows any more.
 void DeleteAssignment(CopyRun& run, const std::string& orno, Integer asln) {

@@ -17,27 +17,28 @@ engine::ObjectRef FetchByStatusRange(engine::Object& manager, const StatusRange&
 
 }  // namespace
 
-void FullCopyByStatus(const engine::TableRun& copy, const std::function<void()>& begin,
+void FullCopyByStatus(const engine::TableCall& call, const engine::Table& table,
+                      const std::function<void()>& begin,
                       const std::function<void(platform::Object& record)>& upsert) {
-    engine::FullCopy(copy, [&](engine::HeldObjects& held) {
-        const std::string startTime = copy.run.Literals().CurrentTimeLiteral();
+    engine::FullCopy(call, table, [&](engine::HeldObjects& held) {
+        const std::string startTime = call.run.Literals().CurrentTimeLiteral();
         begin();
-        const auto filterFlag = copy.run.process.controlTables.GetFilterFlag(copy.tableName);
+        const auto filterFlag = call.run.process.controlTables.GetFilterFlag(call.tableName);
         for (const StatusRange& statuses : StatusRanges(filterFlag)) {
             held.enumerator = FetchByStatusRange(*held.manager, statuses);
             if (!held.enumerator) return;
             engine::ForEachRecord(held, upsert);
         }
-        engine::CountAllAsInserted(copy.run);
-        engine::Sweep(copy);
-        engine::StampAndLogFullCopy(copy, startTime);
-        FinishFullSync(copy);
+        engine::CountAllAsInserted(call.run);
+        engine::Sweep(call);
+        engine::StampAndLogFullCopy(call, startTime);
+        FinishFullSync(call);
     });
 }
 
-void FinishFullSync(const engine::TableRun& copy) {
-    copy.run.process.controlTables.PurgeAuditTable(copy.tableName);
-    copy.run.process.controlTables.MarkFullSyncFinish(copy.tableName);
+void FinishFullSync(const engine::TableCall& call) {
+    call.run.process.controlTables.PurgeAuditTable(call.tableName);
+    call.run.process.controlTables.MarkFullSyncFinish(call.tableName);
 }
 
 std::string ChangeLogTime(const runtime::SqlLiterals& literals) {

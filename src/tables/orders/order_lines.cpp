@@ -26,23 +26,16 @@ constexpr Table kOrderLines = Checked({
 
 }  // namespace
 
-void CopyServiceOrderLines(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                           Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopyServiceOrderLinesFull,
-               CopyServiceOrderLinesIncremental);
+void CopyServiceOrderLines(const TableCall& call) {
+    ChooseCopy(call, CopyServiceOrderLinesFull, CopyServiceOrderLinesIncremental);
 }
 
-void CopyServiceOrderLinesFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    FullCopy({run, kOrderLines, tableName, runParameter}, UpsertServiceOrderLine);
+void CopyServiceOrderLinesFull(const TableCall& call) { FullCopy(call, kOrderLines, UpsertServiceOrderLine); }
+
+void CopyServiceOrderLinesIncremental(const TableCall& call) {
+    IncrementalCopy(call, kOrderLines, UpsertServiceOrderLine);
 }
 
-void CopyServiceOrderLinesIncremental(CopyRun& run, const std::string& tableName,
-                                      const std::string& runParameter) {
-    IncrementalCopy({run, kOrderLines, tableName, runParameter}, UpsertServiceOrderLine);
-}
-
-void UpsertServiceOrderLine(CopyRun& run, Object& line, const std::string& tableName) {
-    Upsert(run, kOrderLines, line, tableName);
-}
+void UpsertServiceOrderLine(const TableCall& call, Object& line) { Upsert(call, kOrderLines, line); }
 
 }  // namespace iqrx::tables

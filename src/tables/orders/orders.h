@@ -14,44 +14,39 @@
 namespace iqrx::tables {
 
 using control::CopyRun;
-using engine::CopyingRoutine;
-using engine::EntryRoutine;
+using control::Routine;
+using control::TableCall;
 using engine::UpsertRoutine;
 using platform::Integer;
 using platform::Long;
 using platform::Object;
 
 // tssoc200. The table's filter flag says which order statuses are copied.
-EntryRoutine CopyServiceOrders;
-CopyingRoutine CopyServiceOrdersFull, CopyServiceOrdersIncremental;
+Routine CopyServiceOrders, CopyServiceOrdersFull, CopyServiceOrdersIncremental;
 // An update leaves the sold-to partner's name alone unless `withSoldToName`; an insert writes it in any case.
-void UpsertServiceOrder(CopyRun& run, Object& order, const std::string& tableName, bool withSoldToName);
+void UpsertServiceOrder(const TableCall& call, Object& order, bool withSoldToName);
 void DeleteServiceOrder(CopyRun& run, const std::string& orno);  // logs it if a row went
 void WriteServiceOrderAudit(CopyRun& run, const std::string& orno, std::string_view action);
 
 // tssoc210. The same filter, on the activity's own status.
-EntryRoutine CopyServiceOrderActivities;
-CopyingRoutine CopyServiceOrderActivitiesFull, CopyServiceOrderActivitiesIncremental;
+Routine CopyServiceOrderActivities, CopyServiceOrderActivitiesFull, CopyServiceOrderActivitiesIncremental;
 UpsertRoutine UpsertServiceOrderActivity;
 void DeleteServiceOrderActivity(CopyRun& run, const std::string& orno, Long acln);  // logs it if a row went
 void WriteServiceOrderActivityAudit(CopyRun& run, const std::string& orno, Long acln, std::string_view action);
 
 // tssoc205. No change-log.
-EntryRoutine CopyServiceOrderLines;
-CopyingRoutine CopyServiceOrderLinesFull, CopyServiceOrderLinesIncremental;
+Routine CopyServiceOrderLines, CopyServiceOrderLinesFull, CopyServiceOrderLinesIncremental;
 UpsertRoutine UpsertServiceOrderLine;
 
 // tssoc206
-EntryRoutine CopyAssignments;
-CopyingRoutine CopyAssignmentsFull, CopyAssignmentsIncremental;
+Routine CopyAssignments, CopyAssignmentsFull, CopyAssignmentsIncremental;
 UpsertRoutine UpsertAssignment;
 void DeleteAssignment(CopyRun& run, const std::string& orno, Integer asln);  // logs it if a row went
 void WriteAssignmentAudit(CopyRun& run, const std::string& orno, Integer asln, Integer acln,
                           std::string_view action);
 
 // tsspc200. No change-log.
-EntryRoutine CopyPlannedActivities;
-CopyingRoutine CopyPlannedActivitiesFull, CopyPlannedActivitiesIncremental;
+Routine CopyPlannedActivities, CopyPlannedActivitiesFull, CopyPlannedActivitiesIncremental;
 UpsertRoutine UpsertPlannedActivity;
 
 }  // namespace iqrx::tables

@@ -52,23 +52,20 @@ constexpr UpsertGuards kGuards{.afterwards = RequireExecutedStatement};
 
 }  // namespace
 
-void CopyPlannedActivities(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                           Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopyPlannedActivitiesFull,
-               CopyPlannedActivitiesIncremental);
+void CopyPlannedActivities(const TableCall& call) {
+    ChooseCopy(call, CopyPlannedActivitiesFull, CopyPlannedActivitiesIncremental);
 }
 
-void CopyPlannedActivitiesFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    FullCopy({run, kPlannedActivities, tableName, runParameter}, UpsertPlannedActivity);
+void CopyPlannedActivitiesFull(const TableCall& call) {
+    FullCopy(call, kPlannedActivities, UpsertPlannedActivity);
 }
 
-void CopyPlannedActivitiesIncremental(CopyRun& run, const std::string& tableName,
-                                      const std::string& runParameter) {
-    IncrementalCopy({run, kPlannedActivities, tableName, runParameter}, UpsertPlannedActivity);
+void CopyPlannedActivitiesIncremental(const TableCall& call) {
+    IncrementalCopy(call, kPlannedActivities, UpsertPlannedActivity);
 }
 
-void UpsertPlannedActivity(CopyRun& run, Object& activity, const std::string& tableName) {
-    Upsert(run, kPlannedActivities, activity, tableName, kGuards);
+void UpsertPlannedActivity(const TableCall& call, Object& activity) {
+    Upsert(call, kPlannedActivities, activity, kGuards);
 }
 
 }  // namespace iqrx::tables

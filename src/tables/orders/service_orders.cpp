@@ -93,9 +93,10 @@ void DeleteAndCount(CopyRun& run, const std::string& orno) {
     control::Add(run.counters.deleted, 1);
 }
 
-void ApplyChange(CopyRun& run, const std::string& tableName, Integer filterFlag, const AuditElement& change) {
+void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& change) {
+    CopyRun& run = call.run;
     const std::string orno = OrderNumber(change.element);
-    const auto local = run.Database().OpenRecordset("SELECT * FROM " + tableName +
+    const auto local = run.Database().OpenRecordset("SELECT * FROM " + call.tableName +
                                                     " WHERE orno= " + run.Literals().QuoteSqlString(orno));
     const bool present = !local->Bof();
     if (FilterIsActive(filterFlag) &&
@@ -106,42 +107,40 @@ void ApplyChange(CopyRun& run, const std::string& tableName, Integer filterFlag,
     ObjectRef fresh;
     if (!present || SoldToChanged(*local, change.element)) fresh = FetchOrder(change.manager, orno);
     if (fresh)
-        UpsertServiceOrder(run, *fresh, tableName, true);
+        UpsertServiceOrder(call, *fresh, true);
     else
-        UpsertServiceOrder(run, change.element, tableName, false);
+        UpsertServiceOrder(call, change.element, false);
     local->Close();
     WriteServiceOrderAudit(run, orno, change.isUpdated ? "U" : "I");
 }
 
 }  // namespace
 
-void CopyServiceOrders(CopyRun& run, const std::string& tableName, const std::string& runParameter,
-                       Integer syncMethod) {
-    ChooseCopy(run, tableName, runParameter, syncMethod, CopyServiceOrdersFull, CopyServiceOrdersIncremental);
+void CopyServiceOrders(const TableCall& call) {
+    ChooseCopy(call, CopyServiceOrdersFull, CopyServiceOrdersIncremental);
 }
 
-void CopyServiceOrdersFull(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
-    const TableRun copy{run, kServiceOrders, tableName, runParameter};
+void CopyServiceOrdersFull(const TableCall& call) {
     FullCopyByStatus(
-        copy,
+        call, kServiceOrders,
         [&] {
-            Mark(copy);
-            run.process.controlTables.MarkFullSyncStart(tableName);
+            Mark(call);
+            call.run.process.controlTables.MarkFullSyncStart(call.tableName);
         },
-        [&](Object& order) { UpsertServiceOrder(run, order, tableName, true); });
+        [&](Object& order) { UpsertServiceOrder(call, order, true); });
 }
 
-void CopyServiceOrdersIncremental(CopyRun& run, const std::string& tableName, const std::string& runParameter) {
+void CopyServiceOrdersIncremental(const TableCall& call) {
     Integer filterFlag = 0;
     IncrementalCopy(
-        {run, kServiceOrders, tableName, runParameter},
-        {.deleted = [&](const AuditElement& change) { DeleteAndCount(run, OrderNumber(change.element)); },
-         .changed = [&](const AuditElement& change) { ApplyChange(run, tableName, filterFlag, change); },
-         .beforeLoop = [&] { filterFlag = run.process.controlTables.GetFilterFlag(tableName); }});
+        call, kServiceOrders,
+        {.deleted = [&](const AuditElement& change) { DeleteAndCount(call.run, OrderNumber(change.element)); },
+         .changed = [&](const AuditElement& change) { ApplyChange(call, filterFlag, change); },
+         .beforeLoop = [&] { filterFlag = call.run.process.controlTables.GetFilterFlag(call.tableName); }});
 }
 
-void UpsertServiceOrder(CopyRun& run, Object& order, const std::string& tableName, bool withSoldToName) {
-    Upsert(run, withSoldToName ? kServiceOrders : kLeavingSoldToName, order, tableName, kGuards);
+void UpsertServiceOrder(const TableCall& call, Object& order, bool withSoldToName) {
+    Upsert(call, withSoldToName ? kServiceOrders : kLeavingSoldToName, order, kGuards);
 }
 
 void DeleteServiceOrder(CopyRun& run, const std::string& orno) {

@@ -54,7 +54,7 @@ protected:
     }
     void Copy(platform::Integer syncMethod) {
         control::CopyRun run(process);
-        tables::CopyCalendars(run, "tcccp030", machine.directory.path.string(), syncMethod);
+        tables::CopyCalendars({run, "tcccp030", machine.directory.path.string(), syncMethod});
     }
     std::vector<std::string> Rows(const std::string& sql) {
         std::vector<std::string> lines;

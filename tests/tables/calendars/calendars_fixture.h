@@ -39,7 +39,7 @@ struct CalendarProcess : TestProcess {
     std::filesystem::path CodesFile() const { return directory.path / "tcccp0302_calcodes.txt"; }
     std::string CalendarLog() const { return Contents(directory.path / "tcccp030_20260304.log"); }
     void Copy(platform::Integer syncMethod) {
-        tables::CopyCalendars(run, "tcccp030", "run parameter", syncMethod);
+        tables::CopyCalendars({run, "tcccp030", "run parameter", syncMethod});
     }
 
     FakeCalendarService service{erp};

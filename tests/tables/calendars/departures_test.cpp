@@ -48,7 +48,7 @@ protected:
                                    {"getServiceEmployee", ""s},
                                    {"getDeliveryCode", ""s}});
     }
-    void CopyFull() { tables::CopyServiceObjects(run, "tscfg200", "run parameter", 1); }
+    void CopyFull() { tables::CopyServiceObjects({run, "tscfg200", "run parameter", 1}); }
     // How many objects each batch holds.
     std::vector<int> Batches() const {
         std::vector<int> sizes;
@@ -164,7 +164,7 @@ TEST_F(SkillCombinations, OfAnEmptyTableEndAsOneRowWithTheLastRecord) {
     erp.records = {Combination("A1"), Combination("A2"), Combination("A3")};
     database.WhenExecutedBeginning("UPDATE tsmdm000", 1);
     database.WhenExecutedBeginning("UPDATE tsmdm000 SET skla = N'A1'", 0);
-    tables::CopySkillCombinations(run, "tsmdm000", "run parameter", 1);
+    tables::CopySkillCombinations({run, "tsmdm000", "run parameter", 1});
     EXPECT_EQ(database.executed.size(), 5U);
     EXPECT_EQ(run.counters.inserted, 1);
     EXPECT_EQ(run.counters.updated, 2);
@@ -174,7 +174,7 @@ TEST_F(SkillCombinations, OfAnEmptyTableEndAsOneRowWithTheLastRecord) {
 
 TEST_F(SkillCombinations, CountAnInsertWhateverTheServerReports) {
     erp.records = {Combination("A1")};
-    tables::CopySkillCombinations(run, "tsmdm000", "run parameter", 1);
+    tables::CopySkillCombinations({run, "tsmdm000", "run parameter", 1});
     EXPECT_THAT(database.executed, Contains("INSERT INTO tsmdm000 (skla,sklb,sklc,untd,upd_flag) VALUES "
                                             "(N'A1',N'B',N'C',N'hr',0)"));
     EXPECT_EQ(run.counters.inserted, 1);
@@ -182,14 +182,14 @@ TEST_F(SkillCombinations, CountAnInsertWhateverTheServerReports) {
 
 TEST_F(SkillCombinations, AreDeletedByTheirFirstSkillAlone) {
     erp.trail = {{"D", Combination("A1")}};
-    tables::CopySkillCombinations(run, "tsmdm000", "run parameter", 2);
+    tables::CopySkillCombinations({run, "tsmdm000", "run parameter", 2});
     EXPECT_THAT(database.executed, Contains("DELETE FROM tsmdm000 WHERE skla= N'A1'"));
     EXPECT_EQ(run.counters.deleted, 1);
 }
 
 TEST_F(SkillCombinations, StayAsTheyAreWhenTheErpAnswersNoEnumerator) {
     erp.hasEnumerator = false;
-    tables::CopySkillCombinations(run, "tsmdm000", "run parameter", 1);
+    tables::CopySkillCombinations({run, "tsmdm000", "run parameter", 1});
     EXPECT_THAT(database.executed, IsEmpty());
     EXPECT_EQ(RunLog(), "");
 }
@@ -198,7 +198,7 @@ TEST_F(SkillCombinations, ReportAFailingIncrementalCopyInTheWordsOfAFullOne) {
     erp.trail = {{"U", Combination("A1")}};
     erp.failAt = 1;
     try {
-        tables::CopySkillCombinations(run, "tsmdm000", "run parameter", 2);
+        tables::CopySkillCombinations({run, "tsmdm000", "run parameter", 2});
         FAIL() << "no error";
     } catch (const platform::RuntimeError& error) {
         EXPECT_EQ(error.description, "Data Copy: The full copy of Skill Combinations failed.");

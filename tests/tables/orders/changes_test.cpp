@@ -98,7 +98,7 @@ Outcome CopyOrder(SqliteProcess& world, const Case& c) {
                                                       {"getOrderStatus", c.status},
                                                       {"getConfiguration", "TRAIL"s}})}};
 
-    tables::CopyServiceOrders(world.run, "tssoc200", "", 2);
+    tables::CopyServiceOrders({world.run, "tssoc200", "", 2});
 
     Outcome outcome{.inserted = world.run.counters.inserted,
                     .updated = world.run.counters.updated,
@@ -140,7 +140,7 @@ Outcome CopyActivity(SqliteProcess& world, const Case& c) {
     world.erp.trail = {
         {c.change, Activity(10, {{"getActivityStatus", c.status}, {"getDescription", "Trail"s}})}};
 
-    tables::CopyServiceOrderActivities(world.run, "tssoc210", "", 2);
+    tables::CopyServiceOrderActivities({world.run, "tssoc210", "", 2});
 
     Outcome outcome{.inserted = world.run.counters.inserted,
                     .updated = world.run.counters.updated,

@@ -76,7 +76,7 @@ TEST(Dates, OfOrdersAreUtc) {
                  {"getExecutionFinishTime", "aftm"},
                  {"getDispatchTime", "ract"}},
                 Order("O1"), [](SqliteProcess& world, platform::Object& order) {
-                    tables::UpsertServiceOrder(world.run, order, "tssoc200", true);
+                    tables::UpsertServiceOrder({world.run, "tssoc200", "", 1}, order, true);
                 });
 }
 
@@ -89,7 +89,7 @@ TEST(Dates, OfActivitiesAreUtc) {
                  {"getExecutionStartTime", "astm"},
                  {"getExecutionFinishTime", "aftm"}},
                 Activity(10), [](SqliteProcess& world, platform::Object& activity) {
-                    tables::UpsertServiceOrderActivity(world.run, activity, "tssoc210");
+                    tables::UpsertServiceOrderActivity({world.run, "tssoc210", "", 1}, activity);
                 });
 }
 
@@ -105,7 +105,7 @@ TEST(Dates, OfAssignmentsAreUtc) {
                  {"getJobCompletionTime", "jctm"},
                  {"getLatestContactTime", "ltct"}},
                 Assignment("O1", 1, 10, "E1"), [](SqliteProcess& world, platform::Object& assignment) {
-                    tables::UpsertAssignment(world.run, assignment, "tssoc206");
+                    tables::UpsertAssignment({world.run, "tssoc206", "", 1}, assignment);
                 });
 }
 
@@ -116,7 +116,7 @@ TEST(Dates, OfPlannedActivitiesAreUtc) {
                  {"getPlannedFinishTime", "pfct"},
                  {"getLatestFinishTime", "lfct"}},
                 PlannedActivity("CFG1", 1), [](SqliteProcess& world, platform::Object& activity) {
-                    tables::UpsertPlannedActivity(world.run, activity, "tsspc200");
+                    tables::UpsertPlannedActivity({world.run, "tsspc200", "", 1}, activity);
                 });
 }
 

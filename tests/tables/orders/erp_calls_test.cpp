@@ -75,7 +75,7 @@ protected:
         database.WhenOpened("SELECT * FROM tstables WHERE tablename = N'" + GetParam().table + "'",
                             Rows{{"FilterFlag"}, {{filterFlag}}});
         erp.calls.clear();
-        GetParam().copy(run, GetParam().table, "run parameter", 1);
+        GetParam().copy({run, GetParam().table, "run parameter", 1});
         std::vector<std::string> calls;
         std::ranges::copy_if(erp.calls, std::back_inserter(calls),
                              [](const std::string& call) { return call.starts_with("manager."); });
@@ -112,7 +112,7 @@ TEST_P(FullCopyByStatus, TakesTheStartMomentBeforeItMarks) {
         clock.now = At("2026-03-04 06:00:00");
         return 0;
     });
-    GetParam().copy(run, GetParam().table, "", 1);
+    GetParam().copy({run, GetParam().table, "", 1});
     EXPECT_THAT(database.executed,
                 ::testing::Contains("UPDATE tstables SET lutm  = CONVERT(DATETIME,'2026-03-04 05:06:07',120) "
                                     "WHERE tablename = N'" +
@@ -125,7 +125,7 @@ TEST(FullCopyOfAssignments, TouchesNothingWhenTheErpAnswersNoEnumerator) {
     TestProcess process;
     process.OpenDatabase();
     process.erp.hasEnumerator = false;
-    tables::CopyAssignments(process.run, "tssoc206", "", 1);
+    tables::CopyAssignments({process.run, "tssoc206", "", 1});
     EXPECT_TRUE(process.database.executed.empty());
     EXPECT_EQ(process.erp.calls.back(), "manager.CloseManager()");
 }
@@ -135,7 +135,7 @@ TEST(IncrementalCopyOfOrders, FetchesWithTheManagerThatReadsTheTrail) {
     process.OpenDatabase();
     process.erp.trail = {{"I", OrderInTrail("O1")}};
     process.erp.records = {Order("O1")};
-    tables::CopyServiceOrders(process.run, "tssoc200", "", 2);
+    tables::CopyServiceOrders({process.run, "tssoc200", "", 2});
     EXPECT_EQ(std::ranges::count(process.erp.calls, "create manager tssoc200"), 1);
     EXPECT_EQ(std::ranges::count(process.erp.calls, "manager.GetByKeyRange('O1', 'O1')"), 1);
 }
@@ -145,7 +145,7 @@ TEST(IncrementalCopyOfPlannedActivities, AsksADeletedElementForItsKeyAlone) {
     process.OpenDatabase();
     process.erp.trail = {
         {"D", {{"getConfiguration", "C1"s}, {"getActivity", "RA1"s}, {"getActivityNumber", Long{1}}}}};
-    tables::CopyPlannedActivities(process.run, "tsspc200", "", 2);
+    tables::CopyPlannedActivities({process.run, "tsspc200", "", 2});
     EXPECT_EQ(process.run.counters.deleted, 1);
 }
 
@@ -154,7 +154,7 @@ TEST_P(Method, OtherThanFullAndIncrementalDoesNothing) {
     TestProcess process;
     process.OpenDatabase();
     for (const Integer syncMethod : {Integer{0}, Integer{3}})
-        GetParam().copy(process.run, GetParam().table, "", syncMethod);
+        GetParam().copy({process.run, GetParam().table, "", syncMethod});
     EXPECT_TRUE(process.erp.calls.empty());
     EXPECT_TRUE(process.database.calls.empty());
 }

@@ -18,7 +18,7 @@ namespace {
 
 struct SampledTable {
     std::string name;
-    control::CopyRoutine copy;
+    control::Routine* copy;
     std::vector<std::string> keys;
     std::string status = {};  // the column that the filter flag looks at
     bool hasChangeLog = false;
@@ -45,7 +45,7 @@ public:
 
     void Copy(const SampledTable& table, Integer syncMethod, const std::string& time) {
         clock.now = At(sample::kSampleDay + (" " + time));
-        table.copy(run, table.name, extract.string(), syncMethod);
+        table.copy({run, table.name, extract.string(), syncMethod});
     }
 
     // The files' rows: key, status and, in a trail, the change.

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <functional>
 
 #include "platform/error.h"
 #include "records.h"
@@ -37,7 +38,7 @@ TEST(StatementGuards, LetEveryStatementPass) {
 
 struct FailingCopy {
     const char* table;
-    control::CopyRoutine copy;
+    control::Routine* copy;
     const char* titleLabel;
 };
 
@@ -57,7 +58,7 @@ TEST(AFailedCopy, SaysWhichTableInTheCatalogsWords) {
             process.OpenDatabase();
             process.database.FailStatement(1, {-2147217900, "Server", "Deadlock"});
             try {
-                copy(process.run, table, "", syncMethod);
+                copy({process.run, table, "", syncMethod});
                 ADD_FAILURE() << "no error";
             } catch (const platform::RuntimeError& error) {
                 EXPECT_EQ(error.number, -2147217900);
@@ -69,10 +70,10 @@ TEST(AFailedCopy, SaysWhichTableInTheCatalogsWords) {
 TEST(Upsert, CountsEveryInsertWhateverTheServerReports) {
     TestProcess process;
     process.OpenDatabase();  // every statement affects no row
-    const auto write = [&](auto upsert, const Fields& record) {
-        upsert(process.run, *process.erp.MakeRecord(record, "record"), "table");
+    const auto write = [&](const std::function<engine::UpsertRoutine>& upsert, const Fields& record) {
+        upsert({process.run, "table", "", control::kFull}, *process.erp.MakeRecord(record, "record"));
     };
-    write([](auto& run, auto& record, auto table) { tables::UpsertServiceOrder(run, record, table, true); },
+    write([](const control::TableCall& call, auto& record) { tables::UpsertServiceOrder(call, record, true); },
           Order("O1"));
     write(tables::UpsertServiceOrderActivity, Activity(1));
     write(tables::UpsertServiceOrderLine, OrderLine("O1", 1, "E1", 10));
@@ -87,7 +88,8 @@ TEST(Upsert, RaisesWhatItCannotConvert) {
     process.OpenDatabase();
     const auto numberOf = [&](const Fields& order) {
         try {
-            tables::UpsertServiceOrder(process.run, *process.erp.MakeRecord(order, "record"), "tssoc200", true);
+            tables::UpsertServiceOrder({process.run, "tssoc200", "", 1},
+                                       *process.erp.MakeRecord(order, "record"), true);
         } catch (const platform::RuntimeError& error) {
             return error.number;
         }

@@ -25,7 +25,7 @@ class OrderScenarios : public SqliteProcess, public ::testing::Test {
 protected:
     OrderScenarios() { GivenTable("tssoc200", 127); }
 
-    void CopyOrders(Integer syncMethod) { tables::CopyServiceOrders(run, "tssoc200", "", syncMethod); }
+    void CopyOrders(Integer syncMethod) { tables::CopyServiceOrders({run, "tssoc200", "", syncMethod}); }
     std::vector<std::string> LocalOrders() { return Rows("SELECT * FROM tssoc200 ORDER BY orno", {"orno"}); }
     std::vector<std::string> OrderLog() {
         return Rows("SELECT * FROM tssoc200_audit ORDER BY orno", {"orno", "action"});
@@ -183,7 +183,7 @@ TEST(ActivityScenarios, FullThenIncremental) {
     world.GivenTable("tssoc210", 127);
     world.Execute("INSERT INTO tssoc210_audit(orno,acln,action) VALUES(N'O1',99,N'U')");
     world.erp.records = {Activity(10), Activity(20)};
-    tables::CopyServiceOrderActivities(world.run, "tssoc210", "", kFull);
+    tables::CopyServiceOrderActivities({world.run, "tssoc210", "", kFull});
     EXPECT_THAT(
         world.Rows("SELECT * FROM tssoc210 ORDER BY acln", {"acln", "crac", "dsca", "acdu", "estm"}),
         ElementsAre("10|RA1|Repair|2.75|2026-07-01 11:00:00", "20|RA1|Repair|2.75|2026-07-01 11:00:00"));
@@ -193,7 +193,7 @@ TEST(ActivityScenarios, FullThenIncremental) {
                        {"U", Activity(20, {{"getReferenceActivity", "RA2"s}, {"getDescription", "Renew"s}})},
                        {"I", Activity(30)},
                        {"D", Activity(40)}};
-    tables::CopyServiceOrderActivities(world.run, "tssoc210", "", kIncremental);
+    tables::CopyServiceOrderActivities({world.run, "tssoc210", "", kIncremental});
     EXPECT_THAT(world.Rows("SELECT * FROM tssoc210 ORDER BY acln", {"acln", "crac", "dsca"}),
                 ElementsAre("20|RA1|Renew", "30|RA1|Repair"));
     EXPECT_THAT(world.Rows("SELECT * FROM tssoc210_audit ORDER BY acln", {"orno", "acln", "action"}),
@@ -205,7 +205,7 @@ TEST(AssignmentScenarios, TheChangeLogCarriesTheActivityLineOfTheLastChange) {
     SqliteProcess world;
     world.GivenTable("tssoc206", 0);
     world.erp.records = {Assignment("O1", 1, 10, "E1"), Assignment("O1", 2, 20, "E2")};
-    tables::CopyAssignments(world.run, "tssoc206", "", kFull);
+    tables::CopyAssignments({world.run, "tssoc206", "", kFull});
     EXPECT_THAT(world.Rows("SELECT * FROM tssoc206 ORDER BY asln", {"asln", "acln", "emno", "dltm", "rjtm"}),
                 ElementsAre("1|10|E1|2026-03-04 05:00:00|NULL", "2|20|E2|2026-03-04 05:00:00|NULL"));
 
@@ -214,7 +214,7 @@ TEST(AssignmentScenarios, TheChangeLogCarriesTheActivityLineOfTheLastChange) {
                        {"D", Assignment("O1", 2, 99, "")},
                        {"I", Assignment("O1", 3, 30, "E1")},
                        {"D", Assignment("O1", 4, 40, "E1")}};
-    tables::CopyAssignments(world.run, "tssoc206", "", kIncremental);
+    tables::CopyAssignments({world.run, "tssoc206", "", kIncremental});
     EXPECT_THAT(world.Rows("SELECT * FROM tssoc206 ORDER BY asln", {"asln", "acln", "emno"}),
                 ElementsAre("1|11|E3", "3|30|E1"));
     EXPECT_THAT(world.Rows("SELECT * FROM tssoc206_audit ORDER BY asln", {"asln", "acln", "action"}),
@@ -224,7 +224,7 @@ TEST(AssignmentScenarios, TheChangeLogCarriesTheActivityLineOfTheLastChange) {
     EXPECT_EQ(world.run.counters.inserted, 1);
     EXPECT_EQ(world.run.counters.deleted, 2);
 
-    tables::CopyAssignments(world.run, "tssoc206", "", kFull);
+    tables::CopyAssignments({world.run, "tssoc206", "", kFull});
     EXPECT_THAT(world.Rows("SELECT * FROM tssoc206_audit", {"asln"}), IsEmpty());
 }
 
@@ -232,13 +232,13 @@ TEST(OrderLineScenarios, FullThenIncremental) {
     SqliteProcess world;
     world.GivenTable("tssoc205", 0);
     world.erp.records = {OrderLine("O1", 1, "E1", 10), OrderLine("O1", 2, "E2", 20)};
-    tables::CopyServiceOrderLines(world.run, "tssoc205", "", kFull);
+    tables::CopyServiceOrderLines({world.run, "tssoc205", "", kFull});
     EXPECT_THAT(world.Rows("SELECT * FROM tsfullsyncs", {"tablename"}), IsEmpty());
 
     world.erp.trail = {{"U", OrderLine("O1", 1, "E3", 30)},
                        {"D", OrderLine("O1", 2, "", 0)},
                        {"D", OrderLine("O9", 9, "", 0)}};
-    tables::CopyServiceOrderLines(world.run, "tssoc205", "", kIncremental);
+    tables::CopyServiceOrderLines({world.run, "tssoc205", "", kIncremental});
     EXPECT_THAT(world.Rows("SELECT * FROM tssoc205", {"orno", "line", "emno", "acln"}),
                 ElementsAre("O1|1|E3|30"));
     EXPECT_EQ(world.run.counters.deleted, 2);
@@ -248,7 +248,7 @@ TEST(PlannedActivityScenarios, FullThenIncremental) {
     SqliteProcess world;
     world.GivenTable("tsspc200", 0);
     world.erp.records = {PlannedActivity("CFG1", 1), PlannedActivity("CFG1", 2)};
-    tables::CopyPlannedActivities(world.run, "tsspc200", "", kFull);
+    tables::CopyPlannedActivities({world.run, "tsspc200", "", kFull});
     EXPECT_THAT(
         world.Rows("SELECT * FROM tsspc200 WHERE aseq= 1",
                    {"ccfg", "crac", "aseq", "dsca", "oseq", "adur", "appo", "stat", "orno", "acln", "pfct"}),
@@ -259,7 +259,7 @@ TEST(PlannedActivityScenarios, FullThenIncremental) {
                        {"D", PlannedActivity("CFG1", 2)},
                        {"I", PlannedActivity("CFG1", 3)},
                        {"D", PlannedActivity("CFG9", 9)}};
-    tables::CopyPlannedActivities(world.run, "tsspc200", "", kIncremental);
+    tables::CopyPlannedActivities({world.run, "tsspc200", "", kIncremental});
     EXPECT_THAT(world.Rows("SELECT * FROM tsspc200 ORDER BY aseq", {"aseq", "dsca"}),
                 ElementsAre("1|Renew", "3|Check"));
     EXPECT_EQ(world.run.counters.updated, 1);

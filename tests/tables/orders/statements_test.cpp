@@ -48,7 +48,7 @@ protected:
 TEST_P(OrderStatements, OfAFullCopyOfOrders) {
     FilterFlag("tssoc200", 95);
     Fetches({{Order("O'1")}, {Order("O2", {{"getConfiguration", "NEW"s}, {"getOrderStatus", Integer{35}}})}});
-    tables::CopyServiceOrders(run, "tssoc200", "", 1);
+    tables::CopyServiceOrders({run, "tssoc200", "", 1});
     ExpectStatements("tssoc200.full");
 }
 
@@ -75,7 +75,7 @@ TEST_P(OrderStatements, OfAnIncrementalCopyOfOrders) {
                  {"", OrderInTrail("O7")},
                  {"D", OrderInTrail("O8")},
                  {"I", OrderInTrail("O9", {{"getConfiguration", "NEW"s}})}};
-    tables::CopyServiceOrders(run, "tssoc200", "", 2);
+    tables::CopyServiceOrders({run, "tssoc200", "", 2});
     ExpectStatements("tssoc200.incremental");
     EXPECT_EQ(run.counters.inserted, 2);
     EXPECT_EQ(run.counters.updated, 2);
@@ -85,7 +85,7 @@ TEST_P(OrderStatements, OfAnIncrementalCopyOfOrders) {
 TEST_P(OrderStatements, OfAFullCopyOfActivities) {
     FilterFlag("tssoc210", 79);
     Fetches({{Activity(10)}, {Activity(20, {{"getDescription", "New"s}, {"getActivityStatus", Integer{35}}})}});
-    tables::CopyServiceOrderActivities(run, "tssoc210", "", 1);
+    tables::CopyServiceOrderActivities({run, "tssoc210", "", 1});
     ExpectStatements("tssoc210.full");
 }
 
@@ -99,7 +99,7 @@ TEST_P(OrderStatements, OfAnIncrementalCopyOfActivities) {
                  {"U", Activity(40, {{"getActivityStatus", Integer{23}}})},
                  {"U", Activity(50, {{"getActivityStatus", Integer{25}}})},
                  {"D", Activity(-60)}};
-    tables::CopyServiceOrderActivities(run, "tssoc210", "", 2);
+    tables::CopyServiceOrderActivities({run, "tssoc210", "", 2});
     ExpectStatements("tssoc210.incremental");
     EXPECT_EQ(run.counters.inserted, 1);
     EXPECT_EQ(run.counters.updated, 1);
@@ -108,7 +108,7 @@ TEST_P(OrderStatements, OfAnIncrementalCopyOfActivities) {
 
 TEST_P(OrderStatements, OfAFullCopyOfOrderLines) {
     erp.records = {OrderLine("O'1", 1, "E1", 10), OrderLine("O2", 2, "NEW", 20)};
-    tables::CopyServiceOrderLines(run, "tssoc205", "", 1);
+    tables::CopyServiceOrderLines({run, "tssoc205", "", 1});
     ExpectStatements("tssoc205.full");
 }
 
@@ -117,14 +117,14 @@ TEST_P(OrderStatements, OfAnIncrementalCopyOfOrderLines) {
                  {"I", OrderLine("O2", 2, "NEW", 20)},
                  {"D", OrderLine("O3", 3, "", 0)}};
     database.WhenExecutedBeginning("DELETE FROM tssoc205", 0);
-    tables::CopyServiceOrderLines(run, "tssoc205", "", 2);
+    tables::CopyServiceOrderLines({run, "tssoc205", "", 2});
     ExpectStatements("tssoc205.incremental");
     EXPECT_EQ(run.counters.deleted, 1) << "a deleted line counts whether or not a row went";
 }
 
 TEST_P(OrderStatements, OfAFullCopyOfAssignments) {
     erp.records = {Assignment("O'1", 1, 10, "E1"), Assignment("O2", 2, 99, "")};
-    tables::CopyAssignments(run, "tssoc206", "", 1);
+    tables::CopyAssignments({run, "tssoc206", "", 1});
     ExpectStatements("tssoc206.full");
 }
 
@@ -135,7 +135,7 @@ TEST_P(OrderStatements, OfAnIncrementalCopyOfAssignments) {
                  {"U", Assignment("O1", 2, 20, "E1")},
                  {"I", Assignment("O1", 3, 99, "E1")},
                  {"D", Assignment("O1", 4, 10, "E1")}};
-    tables::CopyAssignments(run, "tssoc206", "", 2);
+    tables::CopyAssignments({run, "tssoc206", "", 2});
     ExpectStatements("tssoc206.incremental");
     EXPECT_EQ(run.counters.deleted, 2) << "a deleted assignment counts whether or not a row went";
 }
@@ -143,7 +143,7 @@ TEST_P(OrderStatements, OfAnIncrementalCopyOfAssignments) {
 TEST_P(OrderStatements, OfAFullCopyOfPlannedActivities) {
     erp.records = {PlannedActivity("CFG1", 1),
                    PlannedActivity("NEW", 2, {{"getServiceOrder", ""s}, {"getActivityLineNumber", Long{0}}})};
-    tables::CopyPlannedActivities(run, "tsspc200", "", 1);
+    tables::CopyPlannedActivities({run, "tsspc200", "", 1});
     ExpectStatements("tsspc200.full");
 }
 
@@ -153,7 +153,7 @@ TEST_P(OrderStatements, OfAnIncrementalCopyOfPlannedActivities) {
         {"I", PlannedActivity("NEW", 2, {{"getServiceOrder", ""s}, {"getActivityLineNumber", Long{0}}})},
         {"D", PlannedActivity("C'3", 3, {{"getActivity", "RA3"s}})}};
     database.WhenExecutedBeginning("DELETE FROM tsspc200", 0);
-    tables::CopyPlannedActivities(run, "tsspc200", "", 2);
+    tables::CopyPlannedActivities({run, "tsspc200", "", 2});
     ExpectStatements("tsspc200.incremental");
     EXPECT_EQ(run.counters.deleted, 1) << "a deleted activity counts whether or not a row went";
 }
