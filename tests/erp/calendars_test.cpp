@@ -116,6 +116,19 @@ TEST_F(Calendars, AreRefusedAfterTheLastPageOfTheirListing) {
               "No listing is open under call id 1");
 }
 
+TEST_F(Calendars, EndTheirOpenListingsWithTheManagersUse) {
+    std::string rows;
+    for (int i = 0; i < 751; ++i) rows += Interval("C1", "2025-06-20", "1");
+    Write("calendars.csv", kHeader + rows);
+    Value callId = Long{0}, complete = std::string("N");
+    const ObjectRef page = List("C1", "C1", callId, complete);
+    callId = page->Get("getCallId");
+    complete = page->Get("getSetComplete");
+    ASSERT_EQ(complete, Value(std::string("N"))) << "another page is to come";
+    Call(*manager, "Close");
+    EXPECT_EQ(ErrorOf([&] { List("C1", "C1", callId, complete); }), "No listing is open under call id 1");
+}
+
 TEST_F(Calendars, KeepTheFilesOrderHoweverTheyAreMixed) {
     Write("calendars.csv", kHeader + Interval("B", "2009-05-07", "1") + Interval("A", "2009-05-07", "2") +
                                Interval("B", "2009-05-06", "3") + Interval("B", "2009-05-05", "4") +
