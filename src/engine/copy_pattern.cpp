@@ -232,21 +232,15 @@ void IncrementalCopy(const TableCall& call, const Table& table, UpsertRoutine* u
                      .changed = [&](const AuditElement& change) { upsert(call, change.element); }});
 }
 
-void Upsert(const TableCall& call, const Table& table, Object& record, const UpsertGuards& guards) {
+void Upsert(const TableCall& call, const Table& table, Object& record) {
     CopyRun& run = call.run;
-    const auto look = [&run](Guard guard, const std::string& sql) {
-        if (guard) guard(run, sql);
-    };
     StatementTexts texts(table, record, call.tableName, run.Literals());
-    look(guards.beforeUpdate, texts.Text(table.update));
-    if (run.Database().Execute(texts.Last()) != 0) {
+    if (run.Database().Execute(texts.Text(table.update)) != 0) {
         control::Add(run.counters.updated, 1);
     } else {
-        look(guards.beforeInsert, texts.Text(table.insert));
-        const platform::Long affected = run.Database().Execute(texts.Last());
+        const platform::Long affected = run.Database().Execute(texts.Text(table.insert));
         if (affected == 1 || table.def.countsEveryInsert) control::Add(run.counters.inserted, 1);
     }
-    look(guards.afterwards, texts.Last());
 }
 
 platform::Long Remove(const TableCall& call, const Table& table, Object& element) {

@@ -47,16 +47,8 @@ void IncrementalCopy(const TableCall& call, const Table& table, const Incrementa
 // Deletes by the table's own statement and counts it whether or not a row went; upserts what was changed.
 void IncrementalCopy(const TableCall& call, const Table& table, UpsertRoutine* upsert);
 
-// Looks at a statement's text; raises RuntimeError to stop the copy.
-using Guard = void (*)(CopyRun& run, const std::string& sql);
-struct UpsertGuards {
-    Guard beforeUpdate = nullptr;
-    Guard beforeInsert = nullptr;
-    Guard afterwards = nullptr;  // is shown the statement that was executed last
-};
-
 // UPDATE by key and, when no row was affected, INSERT; counts what it did.
-void Upsert(const TableCall& call, const Table& table, Object& record, const UpsertGuards& guards = {});
+void Upsert(const TableCall& call, const Table& table, Object& record);
 // The statement that removes an element's row, which asks for the key alone; the number of rows affected.
 platform::Long Remove(const TableCall& call, const Table& table, Object& element);
 

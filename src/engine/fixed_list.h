@@ -6,9 +6,12 @@
 
 namespace iqrx::engine {
 
+// Not constexpr on purpose: a list that is too long does not compile, and the name says why.
+void TheListIsTooLong();
+
 // A list of at most N items that is data of the program: it can be written in braces and built by the
 // compiler.
-template <class T, std::size_t N>
+template <class T, std::size_t N, void (*TooLong)() = TheListIsTooLong>
 class FixedList {
 public:
     constexpr FixedList() = default;
@@ -16,7 +19,10 @@ public:
         for (const T& item : items) Append(item);
     }
 
-    constexpr void Append(const T& item) { items_.at(size_++) = item; }
+    constexpr void Append(const T& item) {
+        if (size_ == N) TooLong();
+        items_[size_++] = item;
+    }
 
     constexpr std::size_t size() const { return size_; }
     constexpr bool empty() const { return size_ == 0; }

@@ -19,9 +19,8 @@ public:
     StatementTexts(const Table& table, platform::Object& record, const std::string& tableName,
                    const runtime::SqlLiterals& literals, AskDates askDates = AskDates::First);
 
-    // The text, which Last() answers until another is asked for.
+    // Valid until another text is asked for.
     const std::string& Text(const Statement& statement);
-    const std::string& Last() const { return sql_; }
 
 private:
     void AppendColumn(std::size_t index);

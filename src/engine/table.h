@@ -33,12 +33,20 @@ constexpr KeyRange Numbers(platform::Single from, platform::Single to) {
 struct AuditKey {
     std::string_view field;
     KeyRange range;
+    bool keptByNoColumn = false;  // a key of the ERP's only
 };
+
+// Not constexpr on purpose: a table that reaches one of these does not compile, and the name says why.
+void TheTableHasTooManyColumns();
+void AnOutputFieldIsNoColumn();
+void AnAuditKeyIsNoColumn();
+void TheStatusFieldIsNoColumn();
+void UpdateOrInsertIsEmpty();
 
 struct TableDef {
     std::string_view name;
     std::string_view titleLabel;
-    FixedList<Column, 40> columns;
+    FixedList<Column, 40, TheTableHasTooManyColumns> columns;
     FixedList<KeyRange, 4> fullRanges = {};  // handed to the manager by a full copy
     FixedList<AuditKey, 4> auditKeys = {};   // the key, in key order, and what the audit trail is asked for
     FixedList<std::string_view, 32> outputFields = {};
@@ -68,8 +76,9 @@ struct Table {
     erp::TableLayout Layout() const { return {def.name, {fields.data(), fields.size()}}; }
 };
 
-// Cuts a table's statements and checks them: an unknown name in a hole, an unclosed brace and a column that
-// no statement uses do not compile.
+// Cuts a table's statements and checks them: an unknown name in a hole, an unclosed brace, a column that no
+// statement uses and an empty UPDATE or INSERT do not compile; nor does an output field, an audit key or a
+// status field that no column keeps, which a copy would silently take for missing.
 consteval Table Checked(const TableDef& def);
 
 }  // namespace iqrx::engine

@@ -54,6 +54,20 @@ constexpr FixedList<erp::FieldLayout, 48> LayoutFields(const TableDef& def) {
     return fields;
 }
 
+constexpr bool HasField(const TableDef& def, std::string_view field) {
+    for (const Column& column : def.columns)
+        if (column.field == field) return true;
+    return false;
+}
+
+constexpr void RequireKnownFields(const TableDef& def) {
+    for (const std::string_view field : def.outputFields)
+        if (!HasField(def, field)) AnOutputFieldIsNoColumn();
+    for (const AuditKey& key : def.auditKeys)
+        if (!key.keptByNoColumn && !HasField(def, key.field)) AnAuditKeyIsNoColumn();
+    if (!def.statusField.empty() && !HasField(def, def.statusField)) TheStatusFieldIsNoColumn();
+}
+
 constexpr bool HasDates(const TableDef& def) {
     for (const Column& column : def.columns)
         if (column.conversion.kind == erp::FieldKind::Date) return true;
@@ -68,7 +82,9 @@ consteval Table Checked(const TableDef& def) {
                 Cut(def, def.count),
                 LayoutFields(def),
                 HasDates(def)};
+    if (def.update.empty() || def.insert.empty()) UpdateOrInsertIsEmpty();
     RequireEveryColumn(table);
+    RequireKnownFields(def);
     return table;
 }
 

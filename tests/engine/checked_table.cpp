@@ -1,5 +1,5 @@
-// A table of two columns whose UPDATE the build gives as UPDATE_TEXT: compiled by tests that expect the
-// compiler to refuse it, and once to take it.
+// A table whose parts the build gives: compiled by tests that expect the compiler to refuse it and to say
+// why, and once to take it.
 #include "engine/table.h"
 
 namespace iqrx::engine {
@@ -7,11 +7,12 @@ namespace iqrx::engine {
 constexpr Table kTable = Checked({
     .name = "example",
     .titleLabel = "",
-    .columns = {{"a", "getA", kText}, {"b", "getB", kText}},
-    .auditKeys = {{"a", UpTo(3)}},
-    .outputFields = {"a"},
+    .columns = {COLUMNS},
+    .auditKeys = {{AUDIT_KEY, UpTo(3)}},
+    .outputFields = {OUTPUT_FIELD},
+    .statusField = STATUS_FIELD,
     .update = UPDATE_TEXT,
-    .insert = "INSERT INTO {table} (a) VALUES ({a})",
+    .insert = INSERT_TEXT,
     .remove = "DELETE FROM {table} WHERE a = {a}",
 });
 

@@ -15,7 +15,7 @@ constexpr Table kSkillCombinations = Checked({
                 {"sklc", "getSkillIII", kText},
                 {"untd", "getTimeDurationUnit", kText}},
     .fullRanges = {Between("0", "99")},
-    .auditKeys = {{"seqn", Between("0", "99")}},  // the ERP's key, which no column keeps
+    .auditKeys = {{.field = "seqn", .range = Between("0", "99"), .keptByNoColumn = true}},
     .outputFields = {"skla", "sklb", "sklc", "untd"},
     // Without a WHERE on purpose: every row takes the values of the record.
     .update = "UPDATE {table} SET skla = {skla},sklb = {sklb},sklc = {sklc},untd = {untd},upd_flag =0 ",

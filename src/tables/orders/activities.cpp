@@ -1,7 +1,6 @@
 #include "platform/conversions.h"
 #include "tables/orders/change_logged_copy.h"
 #include "tables/orders/orders.h"
-#include "tables/orders/statement_guards.h"
 #include "tables/orders/status_ranges.h"
 
 namespace iqrx::tables {
@@ -54,8 +53,6 @@ constexpr Table kActivities = Checked({
     .fullFailure = "SLBL0512",
     .countsEveryInsert = true,
 });
-
-constexpr UpsertGuards kGuards{.beforeUpdate = RequireStatement, .beforeInsert = RequireStatement};
 
 struct ActivityKey {
     std::string orno;
@@ -116,7 +113,7 @@ void CopyServiceOrderActivitiesIncremental(const TableCall& call) {
 }
 
 void UpsertServiceOrderActivity(const TableCall& call, Object& activity) {
-    Upsert(call, kActivities, activity, kGuards);
+    Upsert(call, kActivities, activity);
 }
 
 void DeleteServiceOrderActivity(CopyRun& run, const std::string& orno, Long acln) {

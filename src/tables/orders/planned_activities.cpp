@@ -1,6 +1,5 @@
 #include "engine/copy_pattern.h"
 #include "tables/orders/orders.h"
-#include "tables/orders/statement_guards.h"
 
 namespace iqrx::tables {
 
@@ -48,8 +47,6 @@ constexpr Table kPlannedActivities = Checked({
     .countsEveryInsert = true,
 });
 
-constexpr UpsertGuards kGuards{.afterwards = RequireExecutedStatement};
-
 }  // namespace
 
 void CopyPlannedActivities(const TableCall& call) {
@@ -65,7 +62,7 @@ void CopyPlannedActivitiesIncremental(const TableCall& call) {
 }
 
 void UpsertPlannedActivity(const TableCall& call, Object& activity) {
-    Upsert(call, kPlannedActivities, activity, kGuards);
+    Upsert(call, kPlannedActivities, activity);
 }
 
 }  // namespace iqrx::tables

@@ -1,7 +1,6 @@
 #include "platform/conversions.h"
 #include "tables/orders/change_logged_copy.h"
 #include "tables/orders/orders.h"
-#include "tables/orders/statement_guards.h"
 #include "tables/orders/status_ranges.h"
 
 namespace iqrx::tables {
@@ -68,8 +67,6 @@ consteval TableDef LeavingSoldToName() {
 
 constexpr Table kServiceOrders = Checked(kDefinition);
 constexpr Table kLeavingSoldToName = Checked(LeavingSoldToName());
-
-constexpr UpsertGuards kGuards{.beforeUpdate = RequireUpdate, .beforeInsert = RequireStatement};
 
 std::string OrderNumber(Object& order) { return platform::ToText(order.Get("getServiceOrder")); }
 
@@ -140,7 +137,7 @@ void CopyServiceOrdersIncremental(const TableCall& call) {
 }
 
 void UpsertServiceOrder(const TableCall& call, Object& order, bool withSoldToName) {
-    Upsert(call, withSoldToName ? kServiceOrders : kLeavingSoldToName, order, kGuards);
+    Upsert(call, withSoldToName ? kServiceOrders : kLeavingSoldToName, order);
 }
 
 void DeleteServiceOrder(CopyRun& run, const std::string& orno) {

@@ -1,40 +1,13 @@
 #include <gtest/gtest.h>
+
 #include <functional>
 
 #include "platform/error.h"
 #include "records.h"
 #include "tables/orders/orders.h"
-#include "tables/orders/statement_guards.h"
 
 namespace iqrx::testing {
 namespace {
-
-// Number and source of the error that a guard raises for a statement; "" for none.
-template <class Guard>
-std::string Raised(TestProcess& process, Guard guard, const std::string& sql) {
-    try {
-        guard(process.run, sql);
-        return "";
-    } catch (const platform::RuntimeError& error) {
-        return std::to_string(error.number) + " " + error.source;
-    }
-}
-
-TEST(StatementGuards, NameTheFailureInTheErrorsSource) {
-    TestProcess process;
-    process.xml.texts["SLBL0250"] = "No statement";
-    EXPECT_EQ(Raised(process, tables::RequireUpdate, ""), "100 Malformed UPDATE Statement");
-    EXPECT_EQ(Raised(process, tables::RequireStatement, ""), "100 No statement");
-    EXPECT_EQ(Raised(process, tables::RequireExecutedStatement, "  "),
-              "100 Error in SQL Statement INSERT/UPDATE formation");
-}
-
-TEST(StatementGuards, LetEveryStatementPass) {
-    TestProcess process;
-    EXPECT_EQ(Raised(process, tables::RequireUpdate, "UPDATE "), "");
-    EXPECT_EQ(Raised(process, tables::RequireStatement, " "), "");
-    EXPECT_EQ(Raised(process, tables::RequireExecutedStatement, " x "), "");
-}
 
 struct FailingCopy {
     const char* table;
