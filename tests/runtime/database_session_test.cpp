@@ -45,6 +45,14 @@ TEST_F(Session, LetsTheErrorOfOpenReachItsCaller) {
     EXPECT_THROW(session.OpenDatabase("the string", ""), platform::RuntimeError);
 }
 
+TEST_F(Session, KeepsNoDatabaseOfTheRunBeforeWhenTheNextConnectionFails) {
+    session.SetPlatform(2);
+    session.OpenDatabase("the string", "SCHED");
+    database.WhenConnected({-2147467259, "driver", "no such server"});
+    EXPECT_THROW(session.OpenDatabase("the string", "OTHER"), platform::RuntimeError);
+    EXPECT_EQ(session.CurrentDatabase(), "");
+}
+
 TEST_F(Session, IgnoresWhatFailsInStatisticsAndInClosing) {
     session.OpenDatabase("the string", "");
     database.WhenExecuted("UPDATE STATISTICS tsmdm030", platform::RuntimeError(1, "s", "d"));
