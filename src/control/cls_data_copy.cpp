@@ -116,7 +116,8 @@ void clsDataCopy::SettleAfterFailure() {
     }
 }
 
-// Tried once more after a failure, since a table that stays locked is not copied until somebody looks.
+// Tried once more after a failure, since a table that stays locked is not copied until somebody looks. A loss
+// that failed the first try would fail the second, too, unless it is settled between them.
 void clsDataCopy::FreeTable(const std::string& tableName) {
     for (const bool last : {false, true}) try {
             return process_.controlTables.UnlockTable(tableName);
@@ -127,17 +128,8 @@ void clsDataCopy::FreeTable(const std::string& tableName) {
                                                                 platform::CurrentError().description)
                                      << std::endl;
             else
-                ForgetLoss();
+                SettleAfterFailure();
         }
-}
-
-// A loss that was told stands in the way of the next statement until it is settled.
-void clsDataCopy::ForgetLoss() {
-    try {
-        process_.database.Commit();
-    } catch (const platform::RuntimeError&) {
-        // Told already.
-    }
 }
 
 void clsDataCopy::CopyLocked(const std::string& tableName, const CopyRequest& request) {

@@ -66,7 +66,6 @@ private:
     void CopyLocked(const std::string& tableName, const CopyRequest& request);
     void Dispatch(const std::string& tableName, const CopyRequest& request);
     void SettleAfterFailure();
-    void ForgetLoss();
     void FreeTable(const std::string& tableName);
     void RaiseOutcome(Result result, platform::Integer tableId);
     void RaiseError(platform::Integer tableId);
