@@ -66,9 +66,9 @@ void clsDataCopy::StartDataCopy(const CopyRequest& request) {
 
 void clsDataCopy::RunRequest(const CopyRequest& request) {
     process_.runLog.SetLogFileName({});
-    process_.database.SetPlatform(platform::ToInteger(request.databasePlatform));
+    const platform::Integer platform = platform::ToInteger(request.databasePlatform);
     NameRunLog(request);
-    process_.database.OpenDatabase(request.connectionString, request.localDatabase);
+    process_.database.OpenDatabase(request.connectionString, request.localDatabase, platform);
     const Result result = CopyTable(request);
     RaiseOutcome(result, request.tableId);
     const platform::Value filter = process_.controlTables.GetTVKFilter();
@@ -137,7 +137,7 @@ void clsDataCopy::CopyLocked(const std::string& tableName, const CopyRequest& re
     Dispatch(tableName, request);
     process_.database.Commit();
     const Counters& counters = run_.counters;
-    if (process_.database.Platform() == runtime::kSqlServer &&
+    if (process_.database.Speaks().keepsStatistics &&
         (counters.updated > 0 || counters.inserted > 0 || counters.deleted >= 1))
         process_.database.UpdateStatistics(tableName);
 }

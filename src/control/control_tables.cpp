@@ -8,7 +8,26 @@ namespace iqrx::control {
 
 namespace {
 
-std::string Quoted(const std::string& table) { return "N'" + table + "'"; }
+using platform::Literal;
+using runtime::Sql;
+using runtime::UnescapedName;
+
+constexpr Sql<1> kControlRow = "SELECT * FROM tstables WHERE tablename = {table name}";
+// No blank before WHERE: the servers read the number's end as the word's begin.
+constexpr Sql<2> kSetInUse = "UPDATE tstables SET in_use = {flag}WHERE tablename = {table name}";
+constexpr Sql<3> kInsertInUse =
+    "INSERT INTO tstables(tablename,lutm,in_use, reqd) VALUES({table name},{now},{flag},1)";
+constexpr Sql<2> kSetLastUpdate = "UPDATE tstables SET lutm  = {moment} WHERE tablename = {table name}";
+constexpr Sql<2> kInsertLastUpdate =
+    "INSERT INTO tstables(tablename,lutm, reqd, in_use) VALUES({table name},{moment}, 0, 0)";
+constexpr Sql<2> kStartFullSync =
+    "UPDATE tsfullsyncs SET starttime={time}, finishtime = NULL WHERE tablename = {table name}";
+constexpr Sql<2> kInsertFullSync =
+    "INSERT INTO tsfullsyncs (tablename ,starttime,finishtime ) VALUES({table name},{time},NULL)";
+constexpr Sql<2> kFinishFullSync = "UPDATE tsfullsyncs SET finishtime ={time} WHERE tablename = {table name}";
+constexpr Sql<0> kPurgeAudit = "DELETE FROM {table}_audit";
+constexpr Sql<0> kParameters = "SELECT * FROM tsparameters";
+constexpr Sql<0> kFilter = "SELECT tvkparam FROM tsparameters";
 
 auto PlaceOf(const char* field, const std::string& table) {
     return [field, &table] { return std::string(field) + " of " + table + " in tstables"; };
@@ -22,7 +41,7 @@ platform::ControlTables CoordinatingTables() {
 
 // Empty when the table has no row.
 platform::Value ControlTables::ControlField(const std::string& table, std::string_view field) {
-    auto rows = database_.OpenRecordset("SELECT * FROM tstables WHERE tablename = " + Quoted(table));
+    auto rows = database_.OpenRecordset(kControlRow(UnescapedName(table)));
     return rows->Eof() ? platform::Value() : rows->Field(field);
 }
 
@@ -41,19 +60,16 @@ bool ControlTables::IsTableInUse(const std::string& table) {
     return platform::NamingPlace([&] { return platform::ToLong(inUse) == 1; }, PlaceOf("in_use", table));
 }
 
-void ControlTables::LockTable(const std::string& table) { SetInUse(table, '1'); }
+void ControlTables::LockTable(const std::string& table) { SetInUse(table, true); }
 
-void ControlTables::UnlockTable(const std::string& table) { SetInUse(table, '0'); }
+void ControlTables::UnlockTable(const std::string& table) { SetInUse(table, false); }
 
-void ControlTables::SetInUse(const std::string& table, char inUse) {
-    const auto affected = database_.Execute(std::string("UPDATE tstables SET in_use = ") + inUse +
-                                            "WHERE tablename = " + Quoted(table));
-    if (affected != 0) return;
+void ControlTables::SetInUse(const std::string& table, bool inUse) {
+    const Literal flag = Literal::Whole(inUse ? 1 : 0);
+    if (database_.Execute(kSetInUse(flag, UnescapedName(table))) != 0) return;
     const std::string now = platform::IsoDateTime(clock_.Now());
-    const std::string literal =
-        database_.Platform() == runtime::kOracle ? database_.Literals().WrapDateLiteral(now) : "'" + now + "'";
-    database_.Execute("INSERT INTO tstables(tablename,lutm,in_use, reqd) VALUES(" +
-                      database_.Literals().QuoteSqlString(table) + "," + literal + "," + inUse + ",1)");
+    database_.Execute(kInsertInUse(database_.Literals().QuoteSqlString(table),
+                                   Literal::Text(now, database_.Speaks().lockTime), flag));
 }
 
 platform::Date ControlTables::GetTableLastUpdate(const std::string& table) {
@@ -63,13 +79,9 @@ platform::Date ControlTables::GetTableLastUpdate(const std::string& table) {
     return platform::NamingPlace([&] { return platform::ToDate(lastUpdate); }, PlaceOf("lutm", table));
 }
 
-void ControlTables::SetTableLastUpdate(const std::string& table, const std::string& dateLiteral) {
-    const std::string name = Quoted(table);
-    const auto affected =
-        database_.Execute("UPDATE tstables SET lutm  = " + dateLiteral + " WHERE tablename = " + name);
-    if (affected != 0) return;
-    database_.Execute("INSERT INTO tstables(tablename,lutm, reqd, in_use) VALUES(" + name + "," +
-                      dateLiteral + ", 0, 0)");
+void ControlTables::SetTableLastUpdate(const std::string& table, const Literal& date) {
+    const Literal name = UnescapedName(table);
+    if (database_.Execute(kSetLastUpdate(date, name)) == 0) database_.Execute(kInsertLastUpdate(name, date));
 }
 
 platform::Integer ControlTables::GetFilterFlag(const std::string& table) {
@@ -77,30 +89,23 @@ platform::Integer ControlTables::GetFilterFlag(const std::string& table) {
     return platform::NamingPlace([&] { return platform::ToInteger(flag); }, PlaceOf("FilterFlag", table));
 }
 
-std::string ControlTables::FullSyncLiteral() const {
+Literal ControlTables::FullSyncLiteral() const {
     return database_.Literals().WrapDateLiteral(runtime::GetSyncTimeText());
 }
 
 void ControlTables::MarkFullSyncStart(const std::string& table) {
-    const std::string literal = FullSyncLiteral();
-    const auto affected = database_.Execute("UPDATE tsfullsyncs SET starttime=" + literal +
-                                            ", finishtime = NULL WHERE tablename = " + Quoted(table));
-    if (affected != 0) return;
-    database_.Execute("INSERT INTO tsfullsyncs (tablename ,starttime,finishtime ) VALUES(" + Quoted(table) +
-                      "," + literal + ",NULL)");
+    const Literal name = UnescapedName(table), time = FullSyncLiteral();
+    if (database_.Execute(kStartFullSync(time, name)) == 0) database_.Execute(kInsertFullSync(name, time));
 }
 
 void ControlTables::MarkFullSyncFinish(const std::string& table) {
-    database_.Execute("UPDATE tsfullsyncs SET finishtime =" + FullSyncLiteral() +
-                      " WHERE tablename = " + Quoted(table));
+    database_.Execute(kFinishFullSync(FullSyncLiteral(), UnescapedName(table)));
 }
 
-void ControlTables::PurgeAuditTable(const std::string& table) {
-    database_.Execute("DELETE FROM " + table + "_audit");
-}
+void ControlTables::PurgeAuditTable(const std::string& table) { database_.Execute(kPurgeAudit.On(table)); }
 
 platform::Integer ControlTables::GetQrxCalendar() {
-    auto rows = database_.OpenRecordset("SELECT * FROM tsparameters");
+    auto rows = database_.OpenRecordset(kParameters());
     const platform::Value days = rows->Field("Qrxcal");
     return platform::NamingPlace([&] { return platform::ToInteger(days); },
                                  [] { return "Qrxcal in tsparameters"; });
@@ -108,7 +113,7 @@ platform::Integer ControlTables::GetQrxCalendar() {
 
 platform::Value ControlTables::GetTVKFilter() {
     constexpr std::int32_t kNoFilterRow = 1005;
-    auto rows = database_.OpenRecordset("SELECT tvkparam FROM tsparameters");
+    auto rows = database_.OpenRecordset(kFilter());
     if (rows->Bof() && rows->Eof())
         throw platform::RuntimeError(kNoFilterRow, "GetTVKFilter", "Could not get the Filter Flag");
     platform::Value filter = rows->Field("tvkparam");

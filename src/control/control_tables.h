@@ -27,7 +27,7 @@ public:
 
     // The moment the next audit window begins; 1970-01-01 00:00:00 for a table that was never copied.
     platform::Date GetTableLastUpdate(const std::string& table);
-    void SetTableLastUpdate(const std::string& table, const std::string& dateLiteral);
+    void SetTableLastUpdate(const std::string& table, const platform::Literal& date);
 
     // A bit mask over the order statuses that are copied.
     platform::Integer GetFilterFlag(const std::string& table);
@@ -41,8 +41,8 @@ public:
 
 private:
     platform::Value ControlField(const std::string& table, std::string_view field);
-    void SetInUse(const std::string& table, char inUse);
-    std::string FullSyncLiteral() const;
+    void SetInUse(const std::string& table, bool inUse);
+    platform::Literal FullSyncLiteral() const;
 
     platform::Clock& clock_;
     runtime::DatabaseSession& database_;

@@ -9,6 +9,10 @@ namespace iqrx::control {
 
 namespace {
 
+constexpr runtime::Sql<2> kCatalog =
+    "SELECT a.ERPTableID,a.tableid, a.tablename, c.text from tstables a, tstreenodes b, tsi18ntext c"
+    " where a.productid = {product} AND b.groupid = {group} AND a.tableid = b.tableid AND b.label = c.label";
+
 std::string TextOf(const platform::Value& value) {
     return value.Is<platform::Null>() ? std::string() : platform::ToText(value);
 }
@@ -20,18 +24,11 @@ void TableCatalog::LoadTableCatalog(platform::DatabaseProvider& provider, const 
                                     const std::string& treeGroup) {
     auto connection = provider.CreateConnection(connectionString);
     connection->Open(connectionString);
-    if (databasePlatform == runtime::kSqlServer) {
-        connection->Execute("SET DATEFORMAT YMD");
-        if (!database.empty()) connection->SetDefaultDatabase(database);
-    } else if (databasePlatform == runtime::kOracle && !database.empty()) {
-        connection->Execute("Alter session set current_schema= " + database);
-    }
+    runtime::DialectOf(databasePlatform).beginSession(*connection, database);
     auto rows = connection->CreateRecordset();
-    rows->Open(std::string("SELECT a.ERPTableID,a.tableid, a.tablename, c.text from tstables a, tstreenodes b, "
-                           "tsi18ntext c where a.productid = N'") +
-                   kProductIdentifier + "' AND b.groupid = N'" + std::string(runtime::Trim(treeGroup)) +
-                   "' AND a.tableid = b.tableid AND b.label = c.label",
-               platform::CursorType::ForwardOnly, platform::LockType::ReadOnly);
+    rows->Open(
+        kCatalog(runtime::UnescapedName(kProductIdentifier), runtime::UnescapedName(runtime::Trim(treeGroup))),
+        platform::CursorType::ForwardOnly, platform::LockType::ReadOnly);
     if (rows->Eof())
         throw platform::RuntimeError(kCatalogEmpty, "iQrx Data Copy - Start",
                                      "tstables or tstreenodes table is empty .. Cannot Proceed");

@@ -1,10 +1,12 @@
 #include "engine/conversions.h"
 
+#include <charconv>
+#include <optional>
+
 #include "platform/conversions.h"
 
 namespace iqrx::engine {
 
-using platform::Value;
 using runtime::SqlLiterals;
 
 namespace {
@@ -15,51 +17,68 @@ platform::Double Period(const Value& value) {
     return platform::RoundHalfToEven(platform::ToDouble(value), kPeriodDecimals);
 }
 
+// The text of the value, in the value itself or in one that is kept.
+std::string_view TextOf(const Value& value, KeptValues& kept) {
+    if (value.Is<std::string>()) return value.As<std::string>();
+    return kept.emplace_front(platform::ToText(value)).As<std::string>();
+}
+
+// A number in the form that is all digits; nothing for any other text.
+std::optional<platform::Long> WholeNumber(std::string_view text) {
+    platform::Long number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || stop != end || std::to_string(number) != text) return std::nullopt;
+    return number;
+}
+
 }  // namespace
 
-void AppendText(std::string& sql, const Value& value, const SqlLiterals& literals) {
-    if (value.Is<std::string>())
-        literals.AppendQuoted(sql, value.As<std::string>());
-    else
-        literals.AppendQuoted(sql, platform::ToText(value));
+Literal TextLiteral(const Value& value, const SqlLiterals& literals, KeptValues& kept) {
+    return literals.QuoteSqlString(TextOf(value, kept));
 }
 
-void AppendYesNo(std::string& sql, const Value& value, const SqlLiterals&) {
-    sql += platform::ToLong(value) == 1 ? '1' : '0';
+Literal YesNoLiteral(const Value& value, const SqlLiterals&, KeptValues&) {
+    return Literal::Whole(platform::ToLong(value) == 1 ? 1 : 0);
 }
 
-void AppendReal(std::string& sql, const Value& value, const SqlLiterals& literals) {
-    sql += literals.FormatDecimal(platform::ToDouble(value));
+Literal RealLiteral(const Value& value, const SqlLiterals& literals, KeptValues&) {
+    return literals.FormatDecimal(platform::ToDouble(value));
 }
 
-void AppendPeriod(std::string& sql, const Value& value, const SqlLiterals& literals) {
-    sql += literals.FormatDecimal(Period(value));
+Literal PeriodLiteral(const Value& value, const SqlLiterals& literals, KeptValues&) {
+    return literals.FormatDecimal(Period(value));
 }
 
-void AppendPeriodInOwnForm(std::string& sql, const Value& value, const SqlLiterals& literals) {
-    sql += literals.LocaleText(Period(value));
+// With a point or without any separator it is the number that FormatDecimal writes; a comma makes two values of it.
+Literal PeriodInLocaleLiteral(const Value& value, const SqlLiterals& literals, KeptValues& kept) {
+    const platform::Double period = Period(value);
+    std::string text = literals.LocaleText(period);
+    if (text == platform::NumberText(period)) return literals.FormatDecimal(period);
+    return Literal::Unknown(kept.emplace_front(std::move(text)).As<std::string>());
 }
 
-void AppendRaw(std::string& sql, const Value& value, const SqlLiterals&) { sql += platform::ToText(value); }
-
-void AppendByte(std::string& sql, const Value& value, const SqlLiterals&) {
-    sql += std::to_string(platform::ToByte(platform::ToLong(value)));
+Literal RawLiteral(const Value& value, const SqlLiterals&, KeptValues& kept) {
+    if (value.Is<platform::Long>()) return Literal::Whole(value.As<platform::Long>());
+    const std::string_view text = TextOf(value, kept);
+    const auto number = WholeNumber(text);
+    return number ? Literal::Whole(*number) : Literal::Unknown(text);
 }
 
-void AppendWhole16(std::string& sql, const Value& value, const SqlLiterals&) {
-    sql += std::to_string(platform::ToInteger(value));
+Literal ByteLiteral(const Value& value, const SqlLiterals&, KeptValues&) {
+    return Literal::Whole(platform::ToByte(platform::ToLong(value)));
 }
 
-void AppendSigned(std::string& sql, const Value& value, const SqlLiterals&) {
-    sql += platform::SignedText(platform::ToLong(value));
+Literal Whole16Literal(const Value& value, const SqlLiterals&, KeptValues&) {
+    return Literal::Whole(platform::ToInteger(value));
 }
 
-void AppendUtcDate(std::string& sql, const Value& value, const SqlLiterals& literals) {
-    sql += literals.UtcDateLiteral(value).value_or("NULL");
+Literal UtcDateLiteral(const Value& value, const SqlLiterals& literals, KeptValues&) {
+    return literals.UtcDateLiteral(value).value_or(Literal());
 }
 
-void AppendEmptyText(std::string& sql, const Value&, const SqlLiterals& literals) {
-    literals.AppendQuoted(sql, {});
+Literal EmptyTextLiteral(const Value&, const SqlLiterals& literals, KeptValues&) {
+    return literals.QuoteSqlString({});
 }
 
 }  // namespace iqrx::engine

@@ -3,16 +3,18 @@
 #include <vector>
 
 #include "control/cls_data_copy.h"
-#include "engine/statement_texts.h"
+#include "engine/record_statements.h"
 #include "platform/conversions.h"
 #include "platform/error.h"
 
 namespace iqrx::engine {
 
 using platform::Call;
-using platform::Value;
 
 namespace {
+
+constexpr runtime::Sql<0> kMark = "UPDATE {table} SET upd_flag = 1 ";
+constexpr runtime::Sql<0> kSweep = "DELETE FROM {table} WHERE upd_flag = 1";
 
 struct AuditObjects {
     ObjectRef criteria, period;
@@ -146,13 +148,9 @@ void ForEachRecord(HeldObjects& held, const std::function<void(Object& record)>&
     }
 }
 
-void Mark(const TableCall& call) {
-    call.run.Database().Execute("UPDATE " + call.tableName + " SET upd_flag = 1 ");
-}
+void Mark(const TableCall& call) { call.run.Database().Execute(kMark.On(call.tableName)); }
 
-void Sweep(const TableCall& call) {
-    call.run.Database().Execute("DELETE FROM " + call.tableName + " WHERE upd_flag = 1");
-}
+void Sweep(const TableCall& call) { call.run.Database().Execute(kSweep.On(call.tableName)); }
 
 void HeldObjects::LetGo() {
     enumerator.reset();
@@ -164,7 +162,7 @@ void CountAllAsInserted(CopyRun& run) {
     run.counters.updated = 0;
 }
 
-void StampAndLogFullCopy(const TableCall& call, const std::string& startTime) {
+void StampAndLogFullCopy(const TableCall& call, const Literal& startTime) {
     call.run.process.controlTables.SetTableLastUpdate(call.tableName, startTime);
     const control::Counters& counters = call.run.counters;
     call.run.process.runLog.LogTableCounts(call.tableName, counters.inserted, counters.updated, 0);
@@ -204,7 +202,7 @@ void FullCopy(const TableCall& call, const Table& table,
 void FullCopy(const TableCall& call, const Table& table, UpsertRoutine* upsert) {
     FullCopy(call, table, [&](HeldObjects& held) {
         held.enumerator = FetchByKeyRange(table, *held.manager);
-        const std::string startTime = call.run.Literals().CurrentTimeLiteral();
+        const Literal startTime = call.run.Literals().CurrentTimeLiteral();
         if (!held.enumerator) return;
         Mark(call);
         ForEachRecord(held, [&](Object& record) { upsert(call, record); });
@@ -233,19 +231,23 @@ void IncrementalCopy(const TableCall& call, const Table& table, UpsertRoutine* u
 }
 
 void Upsert(const TableCall& call, const Table& table, Object& record) {
+    Upsert(call, table, table.update, record);
+}
+
+void Upsert(const TableCall& call, const Table& table, const TableStatement& update, Object& record) {
     CopyRun& run = call.run;
-    StatementTexts texts(table, record, call.tableName, run.Literals());
-    if (run.Database().Execute(texts.Text(table.update)) != 0) {
+    RecordStatements statements(table, record, call.tableName, run.Literals());
+    if (run.Database().Execute(statements.Fill(update)) != 0) {
         control::Add(run.counters.updated, 1);
     } else {
-        const platform::Long affected = run.Database().Execute(texts.Text(table.insert));
+        const platform::Long affected = run.Database().Execute(statements.Fill(table.insert));
         if (affected == 1 || table.def.countsEveryInsert) control::Add(run.counters.inserted, 1);
     }
 }
 
 platform::Long Remove(const TableCall& call, const Table& table, Object& element) {
-    StatementTexts texts(table, element, call.tableName, call.run.Literals(), AskDates::InTheirPlace);
-    return call.run.Database().Execute(texts.Text(table.remove));
+    RecordStatements statements(table, element, call.tableName, call.run.Literals(), AskDates::InTheirPlace);
+    return call.run.Database().Execute(statements.Fill(table.remove));
 }
 
 }  // namespace iqrx::engine

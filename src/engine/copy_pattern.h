@@ -49,6 +49,7 @@ void IncrementalCopy(const TableCall& call, const Table& table, UpsertRoutine* u
 
 // UPDATE by key and, when no row was affected, INSERT; counts what it did.
 void Upsert(const TableCall& call, const Table& table, Object& record);
+void Upsert(const TableCall& call, const Table& table, const TableStatement& update, Object& record);
 // The statement that removes an element's row, which asks for the key alone; the number of rows affected.
 platform::Long Remove(const TableCall& call, const Table& table, Object& element);
 
@@ -65,7 +66,7 @@ void Sweep(const TableCall& call);
 // Every copied record counts as inserted.
 void CountAllAsInserted(CopyRun& run);
 // The next window begins at `startTime`; what was inserted and updated is logged.
-void StampAndLogFullCopy(const TableCall& call, const std::string& startTime);
+void StampAndLogFullCopy(const TableCall& call, const Literal& startTime);
 // Runs a copy routine's body under its handler; the handler closes the manager that is held, if there is one.
 void WithFailureReport(const TableCall& call, const Table& table, std::string_view failureLabel,
                        HeldObjects& held, const std::function<void()>& body);

@@ -4,10 +4,13 @@
 #include <string_view>
 
 #include "engine/conversions.h"
-#include "engine/fixed_list.h"
-#include "engine/sql_template.h"
+#include "platform/fixed_list.h"
+#include "platform/statement.h"
+#include "runtime/sql_template.h"
 
 namespace iqrx::engine {
+
+using platform::FixedList;
 
 struct Column {
     std::string_view name;
@@ -42,6 +45,20 @@ void AnOutputFieldIsNoColumn();
 void AnAuditKeyIsNoColumn();
 void TheStatusFieldIsNoColumn();
 void UpdateOrInsertIsEmpty();
+void StatementNamesAnUnknownColumn();
+void NoStatementUsesThisColumn();
+
+// "{column}" is a hole, "{table}" the table's name.
+class SqlText {
+public:
+    constexpr SqlText() = default;
+    template <std::size_t N>
+    consteval SqlText(const char (&text)[N]) : text_(text, N - 1) {}
+    constexpr std::string_view View() const { return text_; }
+
+private:
+    std::string_view text_;
+};
 
 struct TableDef {
     std::string_view name;
@@ -51,28 +68,31 @@ struct TableDef {
     FixedList<AuditKey, 4> auditKeys = {};   // the key, in key order, and what the audit trail is asked for
     FixedList<std::string_view, 32> outputFields = {};
     std::string_view statusField = {};  // the field that a full copy by status asks for
-    SqlTemplate update = {}, insert = {}, remove = {};
-    SqlTemplate count = {};  // of a table whose full copy lets the server choose between the two
+    SqlText update = {}, insert = {}, remove = {};
+    SqlText count = {};  // of a table whose full copy lets the server choose between the two
     std::string_view fullFailure = "SLBL0456";
     std::string_view incrementalFailure = "SLBL0512";
     bool countsEveryInsert = false;  // true: an INSERT counts whatever number of rows the server reports
 };
 
-// A statement cut into texts and columns.
-struct Piece {
-    std::string_view text;
-    int column = kText;  // an index into the columns, or one of these
-    static constexpr int kText = -1, kTableName = -2;
+// A statement cut into its shape and the columns that fill the shape's holes.
+struct TableStatement {
+    platform::FixedList<platform::Piece, 72> pieces;
+    platform::FixedList<std::uint8_t, 40> columns;
+
+    platform::Shape Shape(std::string_view opening = {}) const {
+        return {{pieces.data(), pieces.size()}, opening};
+    }
 };
-using Statement = FixedList<Piece, 96>;
 
 struct Table {
     TableDef def;
-    Statement update, insert, remove, count;
+    TableStatement update, insert, remove, count;
     FixedList<erp::FieldLayout, 48> fields;
+    FixedList<std::uint8_t, 40> places;  // of each column, in the layout
     bool hasDates = false;
 
-    // Views into this table, which lives for ever.
+    // Views into this table, which lives forever.
     erp::TableLayout Layout() const { return {def.name, {fields.data(), fields.size()}}; }
 };
 

@@ -5,27 +5,33 @@
 
 namespace iqrx::engine {
 
-constexpr int ColumnNamed(const TableDef& def, std::string_view name) {
+constexpr std::size_t ColumnNamed(const TableDef& def, std::string_view name) {
     for (std::size_t i = 0; i < def.columns.size(); ++i)
-        if (def.columns[i].name == name) return static_cast<int>(i);
+        if (def.columns[i].name == name) return i;
     StatementNamesAnUnknownColumn();
-    return Piece::kText;
+    return 0;
 }
 
-constexpr Statement Cut(const TableDef& def, const SqlTemplate& text) {
-    Statement statement;
-    text.Walk([&](std::string_view piece) { statement.Append({piece}); },
-              [&](std::string_view hole) {
-                  statement.Append({{}, hole == "table" ? Piece::kTableName : ColumnNamed(def, hole)});
-              });
+consteval TableStatement Cut(const TableDef& def, const SqlText& text) {
+    using enum platform::Piece::Then;
+    TableStatement statement;
+    runtime::CutSql(
+        text.View(),
+        [&](std::string_view piece) {
+            statement.pieces.Append({piece, Nothing});
+        },
+        [&](std::string_view hole) {
+            const bool isTable = hole == runtime::kTableHole;
+            statement.pieces.Append({{}, isTable ? Table : Value});
+            if (!isTable) statement.columns.Append(static_cast<std::uint8_t>(ColumnNamed(def, hole)));
+        });
     return statement;
 }
 
 constexpr void RequireEveryColumn(const Table& table) {
     std::array<bool, 40> used{};
-    for (const Statement* statement : {&table.update, &table.insert, &table.remove, &table.count})
-        for (const Piece& piece : *statement)
-            if (piece.column >= 0) used[static_cast<std::size_t>(piece.column)] = true;
+    for (const TableStatement* statement : {&table.update, &table.insert, &table.remove, &table.count})
+        for (const std::uint8_t column : statement->columns) used[column] = true;
     for (std::size_t i = 0; i < table.def.columns.size(); ++i)
         if (!used[i]) NoStatementUsesThisColumn();
 }
@@ -68,6 +74,18 @@ constexpr void RequireKnownFields(const TableDef& def) {
     if (!def.statusField.empty() && !HasField(def, def.statusField)) TheStatusFieldIsNoColumn();
 }
 
+constexpr FixedList<std::uint8_t, 40> Places(const TableDef& def,
+                                             const FixedList<erp::FieldLayout, 48>& fields) {
+    FixedList<std::uint8_t, 40> places;
+    for (const Column& column : def.columns)
+        for (std::size_t i = 0; i < fields.size(); ++i)
+            if (fields[i].field == column.field) {
+                places.Append(static_cast<std::uint8_t>(i));
+                break;
+            }
+    return places;
+}
+
 constexpr bool HasDates(const TableDef& def) {
     for (const Column& column : def.columns)
         if (column.conversion.kind == erp::FieldKind::Date) return true;
@@ -75,14 +93,16 @@ constexpr bool HasDates(const TableDef& def) {
 }
 
 consteval Table Checked(const TableDef& def) {
-    Table table{def,
-                Cut(def, def.update),
-                Cut(def, def.insert),
-                Cut(def, def.remove),
-                Cut(def, def.count),
-                LayoutFields(def),
-                HasDates(def)};
-    if (def.update.empty() || def.insert.empty()) UpdateOrInsertIsEmpty();
+    Table table;
+    table.def = def;
+    table.update = Cut(def, def.update);
+    table.insert = Cut(def, def.insert);
+    table.remove = Cut(def, def.remove);
+    table.count = Cut(def, def.count);
+    table.fields = LayoutFields(def);
+    table.places = Places(def, table.fields);
+    table.hasDates = HasDates(def);
+    if (table.update.pieces.empty() || table.insert.pieces.empty()) UpdateOrInsertIsEmpty();
     RequireEveryColumn(table);
     RequireKnownFields(def);
     return table;

@@ -22,11 +22,19 @@ struct FieldLayout {
     bool status = false;  // the field that GetByStatusRange selects by; at most one of a table
 };
 
-// The fields of a table's records, its key fields first and in key order. Views into data that lives for
-// ever.
+// The fields of a table's records, its key fields first and in key order. Views into data that lives
+// forever.
 struct TableLayout {
     std::string_view table;
     std::span<const FieldLayout> fields;
+};
+
+// A record that has its values at hand: a copy asks for them by place instead of by member name.
+class Record : public platform::Object {
+public:
+    // One value a field, in the layout's order, valid until the record's next call; none when the record was
+    // made with another layout.
+    virtual std::span<const platform::Value> Values(const TableLayout& layout) const = 0;
 };
 
 // A manager answers

@@ -1,5 +1,5 @@
-// The database as the copy sees it: a connection that executes texts and recordsets opened on texts.
-// The members mirror ADO's. One thread uses a connection and its recordsets.
+// The database as the copy sees it: a connection that executes statements and recordsets opened on
+// statements. The members mirror ADO's. One thread uses a connection and its recordsets.
 #pragma once
 
 #include <cstdint>
@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/error.h"
+#include "platform/statement.h"
 #include "platform/value.h"
 
 namespace iqrx::platform {
@@ -56,7 +57,7 @@ public:
     virtual ~Recordset() = default;  // closes
 
     // Every member raises RuntimeError on failure, after the connection's Errors were filled.
-    virtual void Open(std::string_view source, CursorType cursor, LockType lock) = 0;
+    virtual void Open(const Statement& source, CursorType cursor, LockType lock) = 0;
     virtual void Close() = 0;
 
     virtual bool Bof() const = 0;
@@ -89,8 +90,8 @@ public:
     virtual void Open(const std::string& connectionString) = 0;
     virtual void Close() = 0;
 
-    // Runs the text and returns the number of rows that it affected.
-    virtual std::int32_t Execute(std::string_view sql) = 0;
+    // Runs the statement and returns the number of rows that it affected.
+    virtual std::int32_t Execute(const Statement& statement) = 0;
 
     virtual std::string DefaultDatabase() = 0;
     virtual void SetDefaultDatabase(const std::string& name) = 0;

@@ -12,7 +12,7 @@ class RecordsetWrapper : public Recordset {
 public:
     explicit RecordsetWrapper(std::unique_ptr<Recordset> recordset) : recordset_(std::move(recordset)) {}
 
-    void Open(std::string_view source, CursorType cursor, LockType lock) override {
+    void Open(const Statement& source, CursorType cursor, LockType lock) override {
         recordset_->Open(source, cursor, lock);
     }
     void Close() override { recordset_->Close(); }
@@ -43,7 +43,7 @@ public:
     void SetCommandTimeout(int seconds) override { connection_->SetCommandTimeout(seconds); }
     void Open(const std::string& connectionString) override { connection_->Open(connectionString); }
     void Close() override { connection_->Close(); }
-    std::int32_t Execute(std::string_view sql) override { return connection_->Execute(sql); }
+    std::int32_t Execute(const Statement& statement) override { return connection_->Execute(statement); }
     std::string DefaultDatabase() override { return connection_->DefaultDatabase(); }
     void SetDefaultDatabase(const std::string& name) override { connection_->SetDefaultDatabase(name); }
     Errors& LastErrors() override { return connection_->LastErrors(); }

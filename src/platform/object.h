@@ -28,10 +28,6 @@ public:
     virtual void Set(std::string_view member, const Value& value);
 
     Value Get(std::string_view member) { return Invoke(member, {}); }
-
-    // A property whose value the object keeps at hand, valid until its next call; null where it must be asked
-    // for with Get. It spares the hot path of a copy the copying of every value.
-    virtual const Value* Peek(std::string_view) { return nullptr; }
 };
 
 // Marks an argument of Call whose value is read back after the call.

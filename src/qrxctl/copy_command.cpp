@@ -82,8 +82,7 @@ void SetLastUpdate(control::Process& process, const Options& options, const std:
     if (!moment)
         platform::RaiseRuntimeError(platform::kTypeMismatch,
                                     "--since \"" + since + "\" is not YYYY-MM-DD [HH:MM:SS]");
-    process.database.SetPlatform(PlatformNumber(options));
-    process.database.OpenDatabase(options.connection, options.database);
+    process.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
     if (!process.controlTables.IsTableInUse(table))  // the copy that holds it stamps it itself
         process.controlTables.SetTableLastUpdate(
             table, process.database.Literals().WrapDateLiteral(runtime::FormatIsoDateTime(*moment)));

@@ -13,6 +13,8 @@ namespace iqrx::qrxctl {
 namespace {
 
 using platform::CsvReader;
+using platform::Literal;
+using runtime::Sql;
 
 // The blocks of a script; a line with a single slash ends each.
 std::vector<std::string> Blocks(const std::string& script) {
@@ -41,7 +43,7 @@ std::string ReadScript(const std::filesystem::path& file) {
 void ApplySchema(hosting::Composition& parts, runtime::DatabaseSession& session, const Options& options,
                  const std::filesystem::path& folder) {
     const bool embedded = parts.ApplyEmbeddedSchema(options.connection, ReadScript(folder / "sqlite.sql"));
-    session.OpenDatabase(options.connection, options.database);
+    session.OpenDatabase(options.connection, options.database, PlatformNumber(options));
     if (embedded) return;
     if (PlatformNumber(options) == runtime::kOracle)
         for (const std::string& block : Blocks(ReadScript(folder / "oracle.sql"))) session.Execute(block);
@@ -49,57 +51,63 @@ void ApplySchema(hosting::Composition& parts, runtime::DatabaseSession& session,
         session.Execute(ReadScript(folder / "sqlserver.sql"));
 }
 
-// Cells of a row by column name, as literals.
+// Cells of the reader's row by column name, as literals.
 class Row {
 public:
     Row(const CsvReader& csv, const runtime::SqlLiterals& literals) : csv_(csv), literals_(literals) {}
-    std::string Text(std::string_view column) const { return literals_.QuoteSqlString(Cell(column)); }
-    std::string Number(std::string_view column) const { return Cell(column); }
+    Literal Text(std::string_view column) const { return literals_.QuoteSqlString(Cell(column)); }
+    Literal Number(std::string_view column) const { return Literal::Unknown(Cell(column)); }
 
 private:
-    std::string Cell(std::string_view name) const {
+    std::string_view Cell(std::string_view name) const {
         const auto column = csv_.FindColumn(name);
         if (!column) csv_.FailFile("column " + std::string(name) + " is missing");
-        return std::string(csv_.Cell(*column));
+        return csv_.Cell(*column);
     }
     const CsvReader& csv_;
     const runtime::SqlLiterals& literals_;
 };
 
-void InsertWhereMissing(runtime::DatabaseSession& session, const std::string& table,
-                        const std::string& condition, const std::string& columns, const std::string& values) {
-    const std::string where = condition.empty() ? "" : " WHERE " + condition;
-    if (!session.OpenRecordset("SELECT * FROM " + table + where)->Eof()) return;
-    session.Execute("INSERT INTO " + table + " (" + columns + ") VALUES (" + values + ")");
+constexpr Sql<1> kTable = "SELECT * FROM tstables WHERE tablename = {name}";
+constexpr Sql<7> kInsertTable =
+    "INSERT INTO tstables (tablename, ERPTableID, tableid, productid, FilterFlag, in_use, reqd) "
+    "VALUES ({name}, {ERP table id}, {id}, {product}, {filter}, {in use}, {required})";
+constexpr Sql<2> kNode = "SELECT * FROM tstreenodes WHERE tableid = {id} AND groupid = {group}";
+constexpr Sql<3> kInsertNode =
+    "INSERT INTO tstreenodes (tableid, groupid, label) VALUES ({id}, {group}, {label})";
+constexpr Sql<1> kText = "SELECT * FROM tsi18ntext WHERE label = {label}";
+constexpr Sql<2> kInsertText = "INSERT INTO tsi18ntext (label, text) VALUES ({label}, {text})";
+constexpr Sql<0> kParameters = "SELECT * FROM tsparameters";
+constexpr Sql<2> kInsertParameters = "INSERT INTO tsparameters (Qrxcal, tvkparam) VALUES ({days}, {expand})";
+
+void InsertWhereMissing(runtime::DatabaseSession& session, const platform::Statement& row,
+                        const platform::Statement& insert) {
+    if (session.OpenRecordset(row)->Eof()) session.Execute(insert);
 }
 
 void FillCatalog(runtime::DatabaseSession& session, const std::filesystem::path& folder) {
     CsvReader csv(folder / "catalog.csv", "qrxctl init");
+    const Row row(csv, session.Literals());
     while (csv.Next()) {
-        const Row row(csv, session.Literals());
-        const std::string id = row.Number("tableid"), name = row.Text("tablename"), label = row.Text("label");
-        InsertWhereMissing(session, "tstables", "tablename = " + name,
-                           "tablename, ERPTableID, tableid, productid, FilterFlag, in_use, reqd",
-                           name + ", " + row.Text("ERPTableID") + ", " + id + ", " + row.Text("productid") +
-                               ", " + row.Number("FilterFlag") + ", " + row.Number("in_use") + ", " +
-                               row.Number("reqd"));
-        InsertWhereMissing(session, "tstreenodes", "tableid = " + id + " AND groupid = " + row.Text("groupid"),
-                           "tableid, groupid, label", id + ", " + row.Text("groupid") + ", " + label);
-        InsertWhereMissing(session, "tsi18ntext", "label = " + label, "label, text",
-                           label + ", " + row.Text("text"));
+        const Literal name = row.Text("tablename"), id = row.Number("tableid"), group = row.Text("groupid"),
+                      label = row.Text("label");
+        InsertWhereMissing(session, kTable(name),
+                           kInsertTable(name, row.Text("ERPTableID"), id, row.Text("productid"),
+                                        row.Number("FilterFlag"), row.Number("in_use"), row.Number("reqd")));
+        InsertWhereMissing(session, kNode(id, group), kInsertNode(id, group, label));
+        InsertWhereMissing(session, kText(label), kInsertText(label, row.Text("text")));
     }
     CsvReader parameters(folder / "parameters.csv", "qrxctl init");
-    while (parameters.Next()) {
-        const Row row(parameters, session.Literals());
-        InsertWhereMissing(session, "tsparameters", "", "Qrxcal, tvkparam",
-                           row.Number("Qrxcal") + ", " + row.Number("tvkparam"));
-    }
+    const Row values(parameters, session.Literals());
+    while (parameters.Next())
+        InsertWhereMissing(session, kParameters(),
+                           kInsertParameters(values.Number("Qrxcal"), values.Number("tvkparam")));
 }
 
 // The catalog has the name in small letters; the server compares by the collation that the tables were made
 // with.
 bool TakesSmallLettersForCapitals(runtime::DatabaseSession& session) {
-    return !session.OpenRecordset("SELECT * FROM tstables WHERE tablename = N'TSMDM030'")->Eof();
+    return !session.OpenRecordset(kTable(Literal::Text("TSMDM030")))->Eof();
 }
 
 }  // namespace
@@ -108,7 +116,6 @@ void Init(hosting::Composition& parts, const Options& options, const std::filesy
           std::ostream& warnings) {
     platform::Machine machine = parts.Machine();
     runtime::DatabaseSession session(machine, parts.Databases());
-    session.SetPlatform(PlatformNumber(options));
     ApplySchema(parts, session, options, schemaFolder);
     FillCatalog(session, schemaFolder);
     if (PlatformNumber(options) != runtime::kOracle && TakesSmallLettersForCapitals(session))

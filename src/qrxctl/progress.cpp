@@ -13,9 +13,9 @@ public:
     CountingConnection(std::unique_ptr<platform::Connection> connection, Progress& progress)
         : ConnectionWrapper(std::move(connection)), progress_(progress) {}
 
-    std::int32_t Execute(std::string_view sql) override {
+    std::int32_t Execute(const platform::Statement& statement) override {
         progress_.Count();
-        return Wrapped().Execute(sql);
+        return Wrapped().Execute(statement);
     }
 
 private:

@@ -12,6 +12,10 @@ namespace iqrx::qrxctl {
 
 namespace {
 
+constexpr runtime::Sql<1> kControlRow = "SELECT * FROM tstables WHERE tablename = {table name}";
+constexpr runtime::Sql<1> kFullSync = "SELECT * FROM tsfullsyncs WHERE tablename = {table name}";
+constexpr runtime::Sql<0> kRows = "SELECT count(*) FROM {table}";
+
 struct TableStatus {
     std::string table;
     platform::Value lastUpdate = {};
@@ -21,8 +25,7 @@ struct TableStatus {
 };
 
 std::string FullCopyMark(runtime::DatabaseSession& session, const std::string& table) {
-    auto rows = session.OpenRecordset("SELECT * FROM tsfullsyncs WHERE tablename = " +
-                                      session.Literals().QuoteSqlString(table));
+    auto rows = session.OpenRecordset(kFullSync(session.Literals().QuoteSqlString(table)));
     if (rows->Eof()) return "none";
     // The finish mark of SQL Server is a date, that of Oracle is none: there the start mark is none either.
     const bool unfinished =
@@ -32,14 +35,13 @@ std::string FullCopyMark(runtime::DatabaseSession& session, const std::string& t
 
 TableStatus StatusOf(runtime::DatabaseSession& session, const std::string& table) {
     TableStatus status{.table = table};
-    auto control = session.OpenRecordset("SELECT * FROM tstables WHERE tablename = " +
-                                         session.Literals().QuoteSqlString(table));
+    auto control = session.OpenRecordset(kControlRow(session.Literals().QuoteSqlString(table)));
     if (!control->Eof()) {
         status.lastUpdate = control->Field("lutm");
         const platform::Value inUse = control->Field("in_use");
         status.inUse = !inUse.Is<platform::Null>() && platform::ToLong(inUse) == 1;
     }
-    status.rows = platform::ToLong(session.OpenRecordset("SELECT count(*) FROM " + table)->Field(0));
+    status.rows = platform::ToLong(session.OpenRecordset(kRows.On(table))->Field(0));
     status.fullCopyMark = FullCopyMark(session, table);
     return status;
 }
@@ -81,8 +83,7 @@ void ShowJson(const std::vector<TableStatus>& tables, std::ostream& out) {
 void Status(hosting::Composition& parts, const Options& options, bool json, std::ostream& out) {
     control::Process process(parts.Machine(), parts.Databases(), parts.Erps(), parts.Objects(), out);
     PrepareProcess(process, options);
-    process.database.SetPlatform(PlatformNumber(options));
-    process.database.OpenDatabase(options.connection, options.database);
+    process.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
     std::vector<TableStatus> tables;
     for (int id = 0; id < control::TableCatalog::kLastId; ++id)
         if (const std::string table = process.catalog.GetTableName(id); !table.empty())

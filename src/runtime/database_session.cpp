@@ -5,24 +5,23 @@
 
 namespace iqrx::runtime {
 
-DatabaseSession::DatabaseSession(platform::Machine& machine, platform::DatabaseProvider& provider)
-    : provider_(provider), literals_(machine, kSqlServer) {}
+namespace {
+constexpr Sql<0> kStatistics = "UPDATE STATISTICS {table}";
+}  // namespace
 
-void DatabaseSession::OpenDatabase(const std::string& connectionString, const std::string& localDatabase) {
+DatabaseSession::DatabaseSession(platform::Machine& machine, platform::DatabaseProvider& provider)
+    : provider_(provider), literals_(machine, DialectOf(kSqlServer)) {}
+
+void DatabaseSession::OpenDatabase(const std::string& connectionString, const std::string& localDatabase,
+                                   platform::Integer platform) {
     currentDatabase_.clear();
+    literals_.Speak(DialectOf(platform));
     connection_ = provider_.CreateConnection(connectionString);
     connection_->SetConnectionTimeout(0);
     connection_->SetCommandTimeout(0);
     connection_->Open(connectionString);
-    if (Platform() == kSqlServer) {
-        connection_->Execute("SET DATEFORMAT YMD");
-        if (!localDatabase.empty()) connection_->SetDefaultDatabase(localDatabase);
-        currentDatabase_ = connection_->DefaultDatabase();
-    } else if (Platform() == kOracle) {
-        if (!localDatabase.empty())
-            connection_->Execute("Alter session set current_schema= " + localDatabase);
-        currentDatabase_ = localDatabase;
-    }
+    Speaks().beginSession(*connection_, localDatabase);
+    currentDatabase_ = Speaks().currentDatabase(*connection_, localDatabase);
 }
 
 void DatabaseSession::CloseDatabase() {
@@ -41,17 +40,17 @@ platform::Connection& DatabaseSession::DbConnection() {
 
 platform::Errors* DatabaseSession::LastErrors() { return connection_ ? &connection_->LastErrors() : nullptr; }
 
-std::unique_ptr<platform::Recordset> DatabaseSession::OpenRecordset(std::string_view sql,
+std::unique_ptr<platform::Recordset> DatabaseSession::OpenRecordset(const platform::Statement& statement,
                                                                     platform::CursorType cursor,
                                                                     platform::LockType lock) {
     auto recordset = DbConnection().CreateRecordset();
-    recordset->Open(sql, cursor, lock);
+    recordset->Open(statement, cursor, lock);
     return recordset;
 }
 
 void DatabaseSession::UpdateStatistics(std::string_view table) {
     try {
-        Execute("UPDATE STATISTICS " + std::string(Trim(table)));
+        Execute(kStatistics.On(Trim(table)));
     } catch (const std::exception&) {
         // See the header.
     }

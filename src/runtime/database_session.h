@@ -14,16 +14,15 @@ class DatabaseSession {
 public:
     DatabaseSession(platform::Machine& machine, platform::DatabaseProvider& provider);
 
-    void SetPlatform(platform::Integer platform) { literals_.SetPlatform(platform); }
-    platform::Integer Platform() const { return literals_.Platform(); }
-    const SqlLiterals& Literals() const { return literals_; }
-
     // Opens the connection without time limits and readies the session; an empty database name leaves the
     // login's own. Raises RuntimeError.
-    void OpenDatabase(const std::string& connectionString, const std::string& localDatabase);
+    void OpenDatabase(const std::string& connectionString, const std::string& localDatabase,
+                      platform::Integer platform = kSqlServer);
     void CloseDatabase();  // raises nothing
-    bool IsOpen() const { return connection_ != nullptr; }
 
+    // Of the platform that the session was opened for last.
+    const SqlLiterals& Literals() const { return literals_; }
+    const Dialect& Speaks() const { return literals_.Speaks(); }
     const std::string& CurrentDatabase() const { return currentDatabase_; }
 
     // Raises "object not set" while no database is open.
@@ -31,9 +30,9 @@ public:
     platform::Errors* LastErrors();  // null while there is no connection
 
     // The number of rows affected.
-    platform::Long Execute(std::string_view sql) { return DbConnection().Execute(sql); }
+    platform::Long Execute(const platform::Statement& statement) { return DbConnection().Execute(statement); }
     std::unique_ptr<platform::Recordset> OpenRecordset(
-        std::string_view sql, platform::CursorType cursor = platform::CursorType::ForwardOnly,
+        const platform::Statement& statement, platform::CursorType cursor = platform::CursorType::ForwardOnly,
         platform::LockType lock = platform::LockType::ReadOnly);
 
     // Of the connection; see there.

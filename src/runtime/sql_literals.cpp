@@ -1,5 +1,8 @@
 #include "runtime/sql_literals.h"
 
+#include <charconv>
+#include <cmath>
+
 #include "platform/conversions.h"
 #include "platform/date.h"
 #include "platform/error.h"
@@ -10,6 +13,8 @@ namespace iqrx::runtime {
 
 namespace {
 
+constexpr std::size_t kIsoLength = 19;
+
 // With its separator; two digits at least.
 void AppendPadZero(std::string& text, char separator, int number) {
     text += separator;
@@ -19,53 +24,53 @@ void AppendPadZero(std::string& text, char separator, int number) {
 
 }  // namespace
 
-std::string SqlLiterals::QuoteSqlString(std::string_view text) const {
-    std::string literal;
-    AppendQuoted(literal, text);
-    return literal;
+Literal SqlLiterals::WrapDateLiteral(std::string_view text) const {
+    const platform::LiteralFrame& frame = dialect_->date;
+    if (text.empty())
+        return Literal::Empty(dialect_->emptyDate.empty() ? Literal() : Literal::Text(dialect_->emptyDate),
+                              frame);
+    const bool known = text.size() == kIsoLength && text.front() != '0' && platform::ParseIsoDate(text);
+    return known ? Literal::Text(text, frame) : Literal::Unknown(text, frame);
 }
 
-void SqlLiterals::AppendQuoted(std::string& sql, std::string_view text) const {
-    if (platform_ == kOracle && text.empty()) text = " ";
-    sql += "N'";
-    for (auto quote = text.find('\''); quote != std::string_view::npos; quote = text.find('\'')) {
-        sql.append(text.substr(0, quote)).append("''");
-        text.remove_prefix(quote + 1);
-    }
-    sql.append(text).push_back('\'');
+// A year of five digits is none that the servers know.
+Literal SqlLiterals::DateLiteral(platform::Date moment) const {
+    const std::string text = FormatIsoDateTime(moment);
+    const bool known = text.size() == kIsoLength;
+    return (known ? Literal::Text(text, dialect_->date) : Literal::Unknown(text, dialect_->date)).WithItsText();
 }
 
-std::string SqlLiterals::WrapDateLiteral(std::string_view text) const {
-    const bool oracle = platform_ == kOracle;
-    std::string literal(oracle ? "TO_DATE( '" : "CONVERT(DATETIME,'");
-    literal.append(text).append(oracle ? "','yyyy-mm-dd HH24:MI:SS')" : "',120)");
-    return literal;
-}
-
-std::optional<std::string> SqlLiterals::UtcDateLiteral(const platform::Value& local) const {
+std::optional<Literal> SqlLiterals::UtcDateLiteral(const platform::Value& local) const {
     constexpr platform::Date kEpoch{0};
     try {
         if (local.Is<platform::Null>()) return std::nullopt;
         const platform::Date moment = platform::ToDate(local);
         if (moment <= kEpoch) return std::nullopt;
-        return WrapDateLiteral(FormatIsoDateTime(LocalToUtc(moment, machine_.timeZone)));
+        return DateLiteral(LocalToUtc(moment, machine_.timeZone));
     } catch (const platform::RuntimeError&) {
         return std::nullopt;
     }
 }
 
-std::string SqlLiterals::CurrentTimeLiteral() const {
-    return WrapDateLiteral(FormatIsoDateTime(machine_.clock.Now()));
-}
+Literal SqlLiterals::CurrentTimeLiteral() const { return DateLiteral(machine_.clock.Now()); }
 
-std::string SqlLiterals::FormatDecimal(platform::Double number) const {
-    const std::string separator = machine_.locale.DecimalSeparator();
-    if (separator == ".") return platform::NumberText(number);
-    return Fill(platform::NumberText(number, separator), separator, ".");
+Literal SqlLiterals::FormatDecimal(platform::Double number) const {
+    constexpr double kFirstWithAnExponent = 1e15;
+    if (std::abs(number) < kFirstWithAnExponent && number == std::trunc(number))
+        return Literal::Whole(static_cast<std::int64_t>(number));
+    const std::string text = platform::NumberText(number);
+    double rounded = number;  // to the digits that are shown
+    std::from_chars(text.data(), text.data() + text.size(), rounded);
+    return Literal::Real(rounded, text).WithItsText();
 }
 
 std::string SqlLiterals::LocaleText(platform::Double number) const {
     return platform::NumberText(number, machine_.locale.DecimalSeparator());
+}
+
+Literal UnescapedName(std::string_view name) {
+    return name.find('\'') == std::string_view::npos ? Literal::Text(name)
+                                                     : Literal::Unknown(name, platform::kNational);
 }
 
 std::string FormatIsoDateTime(platform::Date moment) {

@@ -1,48 +1,53 @@
-// Values as SQL literals, the same way in every statement.
+// Values as SQL literals, the same way in every statement. Texts are borrowed: they must outlive the literals.
 #pragma once
 
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "platform/literal.h"
 #include "platform/machine.h"
+#include "runtime/dialect.h"
 
 namespace iqrx::runtime {
 
-enum DatabasePlatform : platform::Integer { kSqlServer = 1, kOracle = 2 };
+using platform::Literal;
 
 class SqlLiterals {
 public:
-    // Every platform but kOracle writes SQL Server's literals.
-    SqlLiterals(platform::Machine& machine, platform::Integer platform)
-        : machine_(machine), platform_(platform) {}
+    SqlLiterals(platform::Machine& machine, const Dialect& dialect) : machine_(machine), dialect_(&dialect) {}
 
-    platform::Integer Platform() const { return platform_; }
-    void SetPlatform(platform::Integer platform) { platform_ = platform; }
+    const Dialect& Speaks() const { return *dialect_; }
+    void Speak(const Dialect& dialect) { dialect_ = &dialect; }
 
-    // N'...' with apostrophes doubled; on Oracle an empty text is one blank, since Oracle keeps an empty text
-    // as NULL.
-    std::string QuoteSqlString(std::string_view text) const;
-    void AppendQuoted(std::string& sql, std::string_view text) const;  // the same, at the end of a statement
+    // N'...' with apostrophes doubled.
+    Literal QuoteSqlString(std::string_view text) const {
+        return Literal::Text(text.empty() ? dialect_->emptyText : text);
+    }
 
     // The text of a date and time, which may be empty, as a date of the database.
-    std::string WrapDateLiteral(std::string_view text) const;
+    Literal WrapDateLiteral(std::string_view text) const;
 
     // The UTC literal of a local date. Nothing for Null, for a moment of 1970-01-01 00:00:00 or before, and
     // for a value that is no date: callers write NULL.
-    std::optional<std::string> UtcDateLiteral(const platform::Value& local) const;
+    std::optional<Literal> UtcDateLiteral(const platform::Value& local) const;
 
-    std::string CurrentTimeLiteral() const;  // the present local time
+    Literal CurrentTimeLiteral() const;  // the present local time
 
-    // The number's text with "." as its separator, whatever the user's locale.
-    std::string FormatDecimal(platform::Double number) const;
+    // The number with "." as its separator, whatever the user's locale.
+    Literal FormatDecimal(platform::Double number) const;
     // The number's text as the user's locale writes it.
     std::string LocaleText(platform::Double number) const;
 
 private:
+    Literal DateLiteral(platform::Date moment) const;
+
     platform::Machine& machine_;
-    platform::Integer platform_;
+    const Dialect* dialect_;
 };
+
+// A name between N' and ' as it stands, apostrophes and all.
+Literal UnescapedName(std::string_view name);
 
 // year-month-day hours:minutes:seconds, two digits each but the year.
 std::string FormatIsoDateTime(platform::Date moment);

@@ -67,7 +67,7 @@ TEST_F(ControlTables, GiveTheEpochForATableThatWasNeverCopied) {
 }
 
 TEST_F(ControlTables, StampTheLastUpdateAndAddTheRowThatIsMissing) {
-    tables.SetTableLastUpdate("tsmdm030", "LITERAL");
+    tables.SetTableLastUpdate("tsmdm030", platform::Literal::Unknown("LITERAL"));
     EXPECT_THAT(
         database.executed,
         ElementsAre("UPDATE tstables SET lutm  = LITERAL WHERE tablename = N'tsmdm030'",

@@ -67,7 +67,7 @@ protected:
 TEST_F(EmbeddedServiceObjects, AreTheSameAfterBlocksAsAfterUpserts) {
     EXPECT_TRUE(rc::check([&] {
         const std::vector<Fields> before = AnyObjects(), copied = AnyObjects();
-        process.database.SetPlatform(*rc::gen::element(runtime::kSqlServer, runtime::kOracle));
+        Reopen(*rc::gen::element(runtime::kSqlServer, runtime::kOracle));
         GivenRows(before);
         Upsert(copied);
         const std::vector<std::string> wanted = Table();

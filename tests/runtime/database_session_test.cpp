@@ -16,7 +16,6 @@ protected:
 };
 
 TEST_F(Session, OpensSqlServerWithoutTimeLimitsAndSetsDateFormatThenDatabase) {
-    session.SetPlatform(1);
     session.OpenDatabase("the string", "scheduling");
     EXPECT_THAT(database.calls, ElementsAre("CreateConnection the string", "ConnectionTimeout 0",
                                             "CommandTimeout 0", "OpenConnection the string",
@@ -25,17 +24,15 @@ TEST_F(Session, OpensSqlServerWithoutTimeLimitsAndSetsDateFormatThenDatabase) {
 }
 
 TEST_F(Session, KeepsTheLoginsDatabaseWhenNoneIsNamed) {
-    session.SetPlatform(1);
     session.OpenDatabase("the string", "");
     EXPECT_EQ(session.CurrentDatabase(), "master");
 }
 
 TEST_F(Session, SetsOraclesSchemaByStatement) {
-    session.SetPlatform(2);
-    session.OpenDatabase("the string", "SCHED");
+    session.OpenDatabase("the string", "SCHED", runtime::kOracle);
     EXPECT_THAT(database.executed, ElementsAre("Alter session set current_schema= SCHED"));
     EXPECT_EQ(session.CurrentDatabase(), "SCHED");
-    session.OpenDatabase("the string", "");
+    session.OpenDatabase("the string", "", runtime::kOracle);
     EXPECT_EQ(database.executed.size(), 1U) << "no statement without a name";
     EXPECT_EQ(session.CurrentDatabase(), "") << "that of the session before is gone";
 }
@@ -46,10 +43,9 @@ TEST_F(Session, LetsTheErrorOfOpenReachItsCaller) {
 }
 
 TEST_F(Session, KeepsNoDatabaseOfTheRunBeforeWhenTheNextConnectionFails) {
-    session.SetPlatform(2);
-    session.OpenDatabase("the string", "SCHED");
+    session.OpenDatabase("the string", "SCHED", runtime::kOracle);
     database.WhenConnected({-2147467259, "driver", "no such server"});
-    EXPECT_THROW(session.OpenDatabase("the string", "OTHER"), platform::RuntimeError);
+    EXPECT_THROW(session.OpenDatabase("the string", "OTHER", runtime::kOracle), platform::RuntimeError);
     EXPECT_EQ(session.CurrentDatabase(), "");
 }
 

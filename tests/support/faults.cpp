@@ -25,8 +25,8 @@ public:
     FaultingRecordset(std::unique_ptr<Recordset> recordset, Faults& faults)
         : RecordsetWrapper(std::move(recordset)), faults_(faults) {}
 
-    void Open(std::string_view source, CursorType cursor, LockType lock) override {
-        faults_.Pass("Open " + std::string(source), [&] { Wrapped().Open(source, cursor, lock); });
+    void Open(const platform::Statement& source, CursorType cursor, LockType lock) override {
+        faults_.Pass("Open " + std::string(source.Text()), [&] { Wrapped().Open(source, cursor, lock); });
     }
     void Close() override {
         faults_.Pass("Close", [&] { Wrapped().Close(); });
@@ -71,9 +71,10 @@ public:
     void Open(const std::string& connectionString) override {
         faults_.Pass("Open connection", [&] { Wrapped().Open(connectionString); });
     }
-    std::int32_t Execute(std::string_view sql) override {
-        if (sql.starts_with("UPDATE STATISTICS")) return Wrapped().Execute(sql);
-        return faults_.Pass("Execute " + std::string(sql), [&] { return Wrapped().Execute(sql); });
+    std::int32_t Execute(const platform::Statement& statement) override {
+        const std::string_view sql = statement.Text();
+        if (sql.starts_with("UPDATE STATISTICS")) return Wrapped().Execute(statement);
+        return faults_.Pass("Execute " + std::string(sql), [&] { return Wrapped().Execute(statement); });
     }
     void SetDefaultDatabase(const std::string& name) override {
         faults_.Pass("SetDefaultDatabase", [&] { Wrapped().SetDefaultDatabase(name); });

@@ -73,14 +73,14 @@ public:
         if (rows_) RecordingRecordset::Close();
     }
 
-    void Open(std::string_view source, CursorType cursor, LockType lock) override {
+    void Open(const Statement& source, CursorType cursor, LockType lock) override {
         if (rows_) throw Misuse("Open of an open recordset");
-        source_ = source;
+        source_ = source.Text();
         database_.calls.push_back("Open " + source_ + " " + std::to_string(static_cast<int>(cursor)) + " " +
                                   std::to_string(static_cast<int>(lock)));
         lock_ = lock;
         Do("open", [&] {
-            rows_ = database_.Opened(source);
+            rows_ = database_.Opened(source_);
             database_.statements.push_back(TraceOfOpen(source_));
         });
         row_ = 0;
@@ -218,7 +218,8 @@ public:
         open_ = false;
     }
 
-    std::int32_t Execute(std::string_view sql) override {
+    std::int32_t Execute(const Statement& statement) override {
+        const std::string_view sql = statement.Text();
         if (!open_) throw Misuse("Execute on a connection that is not open");
         database_.calls.push_back("Execute " + std::string(sql));
         database_.executed.emplace_back(sql);

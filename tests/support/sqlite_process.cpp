@@ -19,10 +19,14 @@ SqliteProcess::SqliteProcess(platform::Integer databasePlatform, erp::ErpProvide
     : TestProcess(static_cast<EmbeddedDatabases&>(*this), erps) {
     const auto file = directory.path / "local.db";
     platform::ApplySqliteScript(file, Contents(IQRX_SOURCE_DIRECTORY "/schema/sqlite.sql"));
-    process.database.SetPlatform(databasePlatform);
-    process.database.OpenDatabase("Provider=SQLite;Data Source=" + file.string(), "");
+    Reopen(databasePlatform);
     process.runLog.SetLogFileName((directory.path / "run.log").string());
     process.runLog.KeepErrors(process.database.LastErrors());
+}
+
+void SqliteProcess::Reopen(platform::Integer databasePlatform) {
+    process.database.OpenDatabase("Provider=SQLite;Data Source=" + (directory.path / "local.db").string(), "",
+                                  databasePlatform);
 }
 
 std::vector<std::string> SqliteProcess::Rows(const std::string& sql, const std::vector<std::string>& fields) {

@@ -17,6 +17,7 @@ struct SqliteProcess : private EmbeddedDatabases, TestProcess {
     explicit SqliteProcess(platform::Integer databasePlatform = 1);
     explicit SqliteProcess(erp::ErpProvider& erps);  // borrowed, instead of `erp`
 
+    void Reopen(platform::Integer databasePlatform);  // the same database
     void Execute(const std::string& sql) { process.database.Execute(sql); }
     // The rows of a select, the named fields as texts with "|" between them, NULL for Null.
     std::vector<std::string> Rows(const std::string& sql, const std::vector<std::string>& fields);

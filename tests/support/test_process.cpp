@@ -137,8 +137,7 @@ TestProcess::TestProcess(platform::DatabaseProvider& databases, erp::ErpProvider
       run(process) {}
 
 void TestProcess::OpenDatabase(platform::Integer databasePlatform) {
-    process.database.SetPlatform(databasePlatform);
-    process.database.OpenDatabase("test", "");
+    process.database.OpenDatabase("test", "", databasePlatform);
     process.runLog.SetLogFileName((directory.path / "run.log").string());
     process.runLog.KeepErrors(process.database.LastErrors());
     database.calls.clear();

@@ -122,7 +122,7 @@ private:
         const auto criteria = ObjectOf<AuditCriteria>(arguments[2].value, "audit criteria");
         elements_.reset();
         elements_.emplace(std::make_unique<AuditTrail>(manager->AuditFile(), manager->Layout(), *criteria),
-                          std::make_shared<RecordShape>(manager->Layout().fields));
+                          manager->Layout().fields);
         return {};
     }
 

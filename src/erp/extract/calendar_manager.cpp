@@ -25,7 +25,6 @@ bool StartsBetween(const Rows& row, const std::string& first, const std::string&
 CalendarManager::CalendarManager(const std::filesystem::path& directory, std::size_t indexBytes)
     : path_(directory / "calendars.csv"),
       indexBytes_(indexBytes),
-      shape_(std::make_shared<RecordShape>(CalendarFields())),
       listings_({"getUTCActualCalendarForQRXWrapper", "sizeActualCalendar", "getActualCalendarAt"}) {}
 
 Value CalendarManager::Invoke(std::string_view member, std::span<Argument> arguments) {
@@ -59,7 +58,7 @@ Elements CalendarManager::Select(std::span<const Argument> arguments) {
          last = platform::ToText(arguments[5].value)](const Rows& row) {
             return calendars.Contains(row) && StartsBetween(row, first, last) && types.Contains(row);
         };
-    return {std::make_unique<Records>(RowsOf(from, to), keep), shape_};
+    return {std::make_unique<Records>(RowsOf(from, to), keep), CalendarFields()};
 }
 
 // The rows of one calendar are found by an index; several calendars need all of the file.

@@ -26,7 +26,6 @@ private:
     std::shared_ptr<SourceFile> file_;  // from the first listing on
     std::optional<CalendarIndex> index_;
     std::optional<platform::RuntimeError> failure_;  // of the index: the file would not read better a second time
-    std::shared_ptr<const RecordShape> shape_;
     Listings listings_;
 };
 

@@ -21,7 +21,7 @@ public:
     }
 
     ObjectRef CreateRecord(const TableLayout& layout) override {
-        return std::make_shared<Record>(std::make_shared<RecordShape>(layout.fields));
+        return std::make_shared<Record>(layout.fields);
     }
 
     ObjectRef CreateObject(std::string_view progId) override {

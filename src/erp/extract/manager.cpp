@@ -43,7 +43,6 @@ Manager::Manager(std::filesystem::path directory, const TableLayout& layout, Not
     : directory_(std::move(directory)),
       layout_(layout),
       notice_(std::move(notice)),
-      shape_(std::make_shared<RecordShape>(layout.fields)),
       listings_({"getRecordSetObjects", "sizeObjects", "getObjectsAt"}) {}
 
 Value Manager::Invoke(std::string_view member, std::span<Argument> arguments) {
@@ -124,7 +123,7 @@ Value Manager::SelectByKey(const std::string& key, KeyRanges ranges) {
 
 Value Manager::EnumeratorOver(Records records) const {
     return ObjectRef(
-        std::make_shared<Enumerator>(Elements(std::make_unique<Records>(std::move(records)), shape_)));
+        std::make_shared<Enumerator>(Elements(std::make_unique<Records>(std::move(records)), layout_.fields)));
 }
 
 // Key to continue from (three fields), page size, call id, set-complete flag.
@@ -141,7 +140,7 @@ Elements Manager::ElementsAfter(std::span<const Argument> key) {
     return {
         std::make_unique<Records>(Rows(RecordsFile(), layout_.fields),
                                   fromTheFirst ? [](const Rows&) { return true; } : After(std::move(texts))),
-        shape_};
+        layout_.fields};
 }
 
 }  // namespace iqrx::erp::extract

@@ -35,7 +35,6 @@ private:
     std::filesystem::path directory_;
     TableLayout layout_;
     Notice notice_;  // until the first listing
-    std::shared_ptr<const RecordShape> shape_;
     Listings listings_;
     std::shared_ptr<SourceFile> file_;    // from the first request on
     std::optional<KeyBlocks> keyBlocks_;  // from the first fetch of one record on

@@ -26,8 +26,8 @@ bool Records::Read(Record& record) {
     return true;
 }
 
-Elements::Elements(std::unique_ptr<RecordStream> stream, std::shared_ptr<const RecordShape> shape)
-    : stream_(std::move(stream)), shape_(std::move(shape)) {}
+Elements::Elements(std::unique_ptr<RecordStream> stream, std::span<const FieldLayout> fields)
+    : stream_(std::move(stream)), fields_(fields) {}
 
 bool Elements::HasMore() {
     if (ahead_ || ended_) return !ended_;
@@ -47,7 +47,7 @@ std::shared_ptr<Record> Elements::Next() {
 std::shared_ptr<Record> Elements::FreeRecord() {
     for (const auto& record : used_)
         if (record.use_count() == 1) return record;
-    auto record = std::make_shared<Record>(shape_);
+    auto record = std::make_shared<Record>(fields_);
     if (used_.size() < kRecordsKept) used_.push_back(record);
     return record;
 }

@@ -37,7 +37,7 @@ private:
 // it: a caller that keeps a record keeps its values.
 class Elements {
 public:
-    Elements(std::unique_ptr<RecordStream> stream, std::shared_ptr<const RecordShape> shape);
+    Elements(std::unique_ptr<RecordStream> stream, std::span<const FieldLayout> fields);
 
     bool HasMore();
     std::shared_ptr<Record> Next();  // raises RuntimeError after the last
@@ -46,7 +46,7 @@ private:
     std::shared_ptr<Record> FreeRecord();
 
     std::unique_ptr<RecordStream> stream_;
-    std::shared_ptr<const RecordShape> shape_;
+    std::span<const FieldLayout> fields_;
     std::vector<std::shared_ptr<Record>> used_;
     std::shared_ptr<Record> ahead_;
     bool ended_ = false;

@@ -63,7 +63,8 @@ public:
         }
     }
 
-    std::int32_t Execute(std::string_view sql) override {
+    std::int32_t Execute(const Statement& statement) override {
+        const std::string_view sql = statement.Text();
         std::int32_t affected = 0;
         if (IsBatch(sql))
             InTransaction([&] { affected = Run(sql); });

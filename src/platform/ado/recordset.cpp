@@ -27,9 +27,9 @@ auto AdoRecordset::Calling(F call) const {
     return TakingErrors(*connection_, errors_, call);
 }
 
-void AdoRecordset::Open(std::string_view source, CursorType cursor, LockType lock) {
+void AdoRecordset::Open(const Statement& source, CursorType cursor, LockType lock) {
     Calling([&] {
-        Call(*recordset_, "Open", std::string(source), connection_, static_cast<Long>(cursor),
+        Call(*recordset_, "Open", std::string(source.Text()), connection_, static_cast<Long>(cursor),
              static_cast<Long>(lock), kCommandText);
         fields_ = ToObject(recordset_->Get("Fields"));
     });

@@ -15,7 +15,7 @@ public:
     AdoRecordset(ObjectRef recordset, ObjectRef connection, Errors& errors);
     ~AdoRecordset() override;
 
-    void Open(std::string_view source, CursorType cursor, LockType lock) override;
+    void Open(const Statement& source, CursorType cursor, LockType lock) override;
     void Close() override;
     bool Bof() const override;
     bool Eof() const override;

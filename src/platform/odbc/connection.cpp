@@ -24,8 +24,8 @@ public:
     }
     void Close() override { session_.Close(); }
 
-    std::int32_t Execute(std::string_view sql) override {
-        return session_.Call([&] { return session_.Execute(sql); });
+    std::int32_t Execute(const Statement& statement) override {
+        return session_.Call([&] { return session_.Execute(statement.Text()); });
     }
 
     std::string DefaultDatabase() override {

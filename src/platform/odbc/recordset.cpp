@@ -40,10 +40,10 @@ public:
         }
     }
 
-    void Open(std::string_view source, CursorType, LockType lock) override {
+    void Open(const Statement& source, CursorType, LockType lock) override {
         session_.Call([&] {
             if (open_) session_.Raise(kObjectOpen, "The recordset is open already");
-            source_ = source;
+            source_ = source.Text();
             lock_ = lock;
             Execute();
             session_.recordsets.Add(*this);

@@ -48,9 +48,9 @@ void SqliteConnection::Close() {
     }
 }
 
-std::int32_t SqliteConnection::Execute(std::string_view sql) {
+std::int32_t SqliteConnection::Execute(const platform::Statement& statement) {
     Session& session = Opened();
-    const std::int64_t affected = session.Call([&] { return session.Run(*session.Find(sql)); });
+    const std::int64_t affected = session.Call([&] { return session.Run(session.Find(statement)); });
     constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
     return static_cast<std::int32_t>(affected < kMost ? affected : kMost);
 }

@@ -19,7 +19,7 @@ public:
     void SetCommandTimeout(int seconds) override;
     void Open(const std::string& connectionString) override;
     void Close() override;
-    std::int32_t Execute(std::string_view sql) override;
+    std::int32_t Execute(const platform::Statement& statement) override;
     std::string DefaultDatabase() override { return defaultDatabase_; }
     // There is one database in a file; sites' names for it are taken as they are.
     void SetDefaultDatabase(const std::string& name) override { defaultDatabase_ = name; }

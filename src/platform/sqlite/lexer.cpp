@@ -1,14 +1,11 @@
 #include "platform/sqlite/lexer.h"
 
-#include <cstring>
-
 #include "platform/sqlite/errors.h"
 
 namespace iqrx::platform::sqlite {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kSymbols = "(),=<>.*;+-!";
 
 std::size_t SymbolSize(std::string_view text, std::size_t place) {
@@ -32,61 +29,38 @@ std::vector<Token> Tokenize(std::string_view statement, Literals& literals) {
     std::vector<Token> tokens;
     Token previous;
     literals.Start(statement);
-    std::size_t place = 0;
-    for (;;) {
-        place = statement.find_first_not_of(kBlanks, place);
-        if (place == std::string_view::npos) break;
-        const std::size_t begin = place;
+    Cursor at(statement);
+    for (at.PassBlanks(); !at.AtEnd(); at.PassBlanks()) {
+        const std::size_t begin = at.Place();
         Token::Kind kind = Token::Kind::Literal;
-        if (CannotBeLiteral(previous, statement[place]) || !literals.Scan(statement, place)) {
-            if (IsWordCharacter(statement[place])) {
+        if (CannotBeLiteral(previous, at.Peek()) || !literals.Scan(at)) {
+            if (IsWordCharacter(at.Peek())) {
                 kind = Token::Kind::Word;
-                while (place < statement.size() && IsWordCharacter(statement[place])) ++place;
-            } else if (kSymbols.find(statement[place]) != std::string_view::npos) {
+                while (!at.AtEnd() && IsWordCharacter(at.Peek())) at.Pass();
+            } else if (kSymbols.find(at.Peek()) != std::string_view::npos) {
                 kind = Token::Kind::Symbol;
-                place += SymbolSize(statement, place);
+                at.Pass(SymbolSize(statement, begin));
             } else {
-                RaiseSyntaxError(statement, place, "Unexpected character");
+                RaiseSyntaxError(statement, begin, "Unexpected character");
             }
         }
-        previous = {kind, statement.substr(begin, place - begin), begin};
+        previous = {kind, at.From(begin), begin};
         tokens.push_back(previous);
     }
     tokens.push_back({Token::Kind::End, {}, statement.size()});
     return tokens;
 }
 
-Shape::Shape(std::string_view statement, const std::vector<Token>& tokens) : text_(statement) {
+std::string ShapeOf(std::string_view statement, const std::vector<Token>& tokens) {
+    constexpr char kMark = '\0';  // stands in no text outside of literals
+    std::string shape;
     std::size_t begin = 0;
     for (const Token& token : tokens) {
         if (token.kind != Token::Kind::Literal) continue;
-        AddSegment(begin, token.place);
+        shape.append(statement, begin, token.place - begin).push_back(kMark);
         begin = token.place + token.text.size();
     }
-    AddSegment(begin, statement.size());
-}
-
-void Shape::AddSegment(std::size_t begin, std::size_t end) {
-    segments_.push_back({begin, end - begin, end > begin && IsWordCharacter(text_[end - 1])});
-}
-
-bool Shape::Match(std::string_view statement, Literals& literals) const {
-    literals.Start(statement);
-    std::size_t place = 0;
-    for (std::size_t i = 0; i < segments_.size(); ++i) {
-        const Segment& segment = segments_[i];
-        if (statement.size() - place < segment.size ||
-            std::memcmp(statement.data() + place, text_.data() + segment.begin, segment.size) != 0)
-            return false;
-        place += segment.size;
-        if (i + 1 == segments_.size()) break;
-        if (place == statement.size()) return false;
-        // What continues a word is no literal.
-        if (segment.endsInWord && (IsWordCharacter(statement[place]) || statement[place] == '.'))
-            return false;
-        if (!literals.Scan(statement, place)) return false;
-    }
-    return place == statement.size();
+    return shape.append(statement, begin);
 }
 
 }  // namespace iqrx::platform::sqlite

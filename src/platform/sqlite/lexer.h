@@ -21,25 +21,7 @@ struct Token {
 // Raises at a character that no statement has outside its literals.
 std::vector<Token> Tokenize(std::string_view statement, Literals& literals);
 
-// What two statement texts have in common that differ in their literals alone.
-class Shape {
-public:
-    Shape() = default;
-    Shape(std::string_view statement, const std::vector<Token>& tokens);
-
-    // Whether the statement has this shape; then `literals` holds its literals. Reads the text once, and
-    // finds the same literals as Tokenize does, which alone decides what a text of an unknown shape means.
-    bool Match(std::string_view statement, Literals& literals) const;
-
-private:
-    struct Segment {
-        std::size_t begin, size;
-        bool endsInWord;
-    };
-    void AddSegment(std::size_t begin, std::size_t end);
-
-    std::string text_;
-    std::vector<Segment> segments_;  // before, between and after the literals
-};
+// What two statement texts have in common that differ in their literals only: the text with a mark in place of each.
+std::string ShapeOf(std::string_view statement, const std::vector<Token>& tokens);
 
 }  // namespace iqrx::platform::sqlite

@@ -1,20 +1,36 @@
 // The literals of a statement text, in their order, as values to bind.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/literal.h"
+
 namespace iqrx::platform::sqlite {
 
-enum class LiteralKind : std::uint8_t { Null, Whole, Real, Text };
+// A place in a statement text. What is taken is passed over, with the blanks in front of it.
+class Cursor {
+public:
+    explicit Cursor(std::string_view text) : text_(text) {}
 
-struct Literal {
-    LiteralKind kind = LiteralKind::Null;
-    std::int64_t whole = 0;
-    double real = 0;
-    std::string_view text;  // lies in the statement text or in the list: valid as long as both
+    std::string_view Text() const { return text_; }
+    std::size_t Place() const { return place_; }
+    bool AtEnd() const { return place_ == text_.size(); }
+    char Peek(std::size_t ahead = 0) const {
+        return place_ + ahead < text_.size() ? text_[place_ + ahead] : '\0';
+    }
+    std::string_view From(std::size_t begin) const { return text_.substr(begin, place_ - begin); }
+
+    void Pass(std::size_t count = 1) { place_ += count; }
+    std::size_t PassBlanks();  // the place that it comes to
+    void PassDigits();
+    bool Take(char wanted);
+    bool TakeWord(std::string_view upperCase);  // a whole word, not the beginning of a longer one
+
+private:
+    std::string_view text_;
+    std::size_t place_ = 0;
 };
 
 class Literals {
@@ -22,22 +38,21 @@ public:
     // Forgets the literals of the text before and keeps their memory.
     void Start(std::string_view statement);
 
+    // Their texts lie in the statement or in this list.
     const std::vector<Literal>& Items() const { return items_; }
 
-    // Reads the literal at `place` of the statement and moves `place` behind it; false when none begins
-    // there. Literals are texts ('...', N'...'), unsigned numbers, the word NULL, CONVERT(DATETIME,'...',120)
-    // and TO_DATE('...','FORMAT'). Dates become texts "YYYY-MM-DD HH:MM:SS"; an empty one is the server's
-    // zero date with CONVERT, and Null with TO_DATE. Raises when a text is not closed or a date is none.
-    bool Scan(std::string_view statement, std::size_t& place);
+    // Takes the literal that begins where the cursor stands; false when none does. Literals are texts ('...',
+    // N'...'), unsigned numbers, the word NULL, CONVERT(DATETIME,'...',120) and TO_DATE('...','FORMAT').
+    // Dates become texts "YYYY-MM-DD HH:MM:SS"; an empty one is the server's zero date with CONVERT, and Null
+    // with TO_DATE. Raises when a text is not closed or a date is not one.
+    bool Scan(Cursor& at);
 
 private:
-    bool ScanUsual(std::string_view statement, std::size_t& place);
-    bool ScanText(std::string_view statement, std::size_t quote, std::size_t& place);
-    bool ScanNumber(std::string_view statement, std::size_t& place);
-    bool ScanDate(std::string_view statement, std::size_t& place, bool convert);
-    bool ReadText(std::string_view statement, std::size_t quote, std::size_t& place, std::string_view& text);
-    std::string_view Canonical(std::string_view statement, std::size_t place, std::string_view text);
-    void Add(std::string_view text) { items_.push_back({LiteralKind::Text, 0, 0, text}); }
+    bool ScanNumber(Cursor& at);
+    bool ScanConvert(Cursor& at);
+    bool ScanToDate(Cursor& at);
+    bool TakeText(Cursor& at, std::string_view& text);
+    void AddDate(std::string_view statement, std::size_t quote, std::string_view text, const Literal& ofNone);
 
     std::vector<Literal> items_;
     std::string scratch_;  // never grows while a statement is read: a value is no longer than its literal

@@ -16,33 +16,34 @@ std::string Quoted(const std::string& name) { return "[" + name + "]"; }
 
 }  // namespace
 
-SqliteRecordset::Stream::Stream(Session& session, const Program& program)
+SqliteRecordset::Stream::Stream(Session& session, const Found& found)
     : database(session.File(), Database::IfMissing::Fail, session.Handle().Notice()) {
     database.Run("PRAGMA query_only=1; BEGIN");  // one view of the data until the recordset is closed
-    statement = Statement(database, program.translation.statements.front());
-    const Literals& literals = session.TextLiterals();
-    statement.BindAll(literals, 0, literals.Items().size(), true);
+    const std::string& sql = found.program->translation.statements.front();
+    statement = Prepared(database, sql);
+    count = Prepared(database, "SELECT count(*) FROM (" + sql + ")");
+    statement.BindAll(found.literals, true);
+    count.BindAll(found.literals, true);
 }
 
-void SqliteRecordset::Open(std::string_view source, CursorType, LockType lock) {
+void SqliteRecordset::Open(const platform::Statement& source, CursorType, LockType lock) {
     Close();
     Call([&](Session& session) {
-        source_ = source;
         lock_ = lock;
-        auto program = session.Find(source_);
-        if (!program->translation.isSelect)
+        const Found found = session.Find(source);
+        if (!found.program->translation.isSelect)
             RaiseRecordsetError(kNotUpdatable, "The statement returns no rows");
-        Statement& statement = program->statements.front();
-        statement.BindAll(session.TextLiterals(), 0, session.TextLiterals().Items().size());
+        Prepared& statement = found.program->statements.front();
+        statement.BindAll(found.literals);
         const ResetAtEnd reset(statement);
-        columns_ = program->columns;
+        columns_ = found.program->columns;
         if (ReadChunk(statement)) {
             statement.Reset();
             session.Commit();  // another connection sees what is committed
-            stream_ = std::make_unique<Stream>(session, *program);
+            stream_ = std::make_unique<Stream>(session, found);
             ReadChunk(stream_->statement);
         }
-        program_ = std::move(program);
+        program_ = found.program;
     });
 }
 
@@ -59,7 +60,7 @@ void SqliteRecordset::Close() {
     isAdding_ = isDeleted_ = false;
 }
 
-bool SqliteRecordset::ReadChunk(Statement& statement) {
+bool SqliteRecordset::ReadChunk(Prepared& statement) {
     chunk_.clear();
     rowCount_ = row_ = 0;
     isDeleted_ = false;
@@ -82,14 +83,10 @@ std::int32_t SqliteRecordset::RecordCount() {
     return Call([&](Session&) {
         CheckOpen();
         if (!stream_) return static_cast<std::int32_t>(rowCount_);
-        Literals literals;
-        Tokenize(source_, literals);
-        Statement count(stream_->database,
-                        "SELECT count(*) FROM (" + program_->translation.statements.front() + ")");
-        count.BindAll(literals, 0, literals.Items().size());
-        count.Step();
+        const ResetAtEnd reset(stream_->count);
+        stream_->count.Step();
         return static_cast<std::int32_t>(
-            std::min<std::int64_t>(count.Whole(0), std::numeric_limits<std::int32_t>::max()));
+            std::min<std::int64_t>(stream_->count.Whole(0), std::numeric_limits<std::int32_t>::max()));
     });
 }
 
@@ -136,7 +133,10 @@ Value SqliteRecordset::Field(std::string_view name) {
 
 Value SqliteRecordset::Field(int position) {
     if (Eof() || isDeleted_ || position < 0 || static_cast<std::size_t>(position) >= columns_.size())
-        Call([&](Session&) { CheckRow(), CheckPosition(position); });
+        Call([&](Session&) {
+            CheckRow();
+            CheckPosition(position);
+        });
     return chunk_[row_ * columns_.size() + static_cast<std::size_t>(position)];
 }
 
@@ -151,7 +151,8 @@ void SqliteRecordset::AddNew() {
 void SqliteRecordset::SetField(int position, const Value& value) {
     if (!isAdding_ || position < 0 || static_cast<std::size_t>(position) >= columns_.size())
         Call([&](Session&) {
-            CheckOpen(), CheckPosition(position);
+            CheckOpen();
+            CheckPosition(position);
             RaiseRecordsetError(kNotUpdatable, "Fields are set in a new row only");
         });
     const auto same = std::find_if(newRow_.begin(), newRow_.end(),
@@ -185,21 +186,21 @@ void SqliteRecordset::PrepareInsert(Session& session) {
     insertedPositions_.clear();
     std::string names, values;
     for (const NewField& field : newRow_) {
-        if (!names.empty()) names += ',', values += ',';
-        names += Quoted(columns_[static_cast<std::size_t>(field.position)].name);
-        values += '?';
+        const char* separator = names.empty() ? "" : ",";
+        names += separator + Quoted(columns_[static_cast<std::size_t>(field.position)].name);
+        values.append(separator).append("?");
         insertedPositions_.push_back(field.position);
     }
-    insert_ = Statement(session.Handle(),
-                        newRow_.empty() ? "INSERT INTO " + Table() + " DEFAULT VALUES"
-                                        : "INSERT INTO " + Table() + "(" + names + ") VALUES(" + values + ")");
+    insert_ = Prepared(session.Handle(),
+                       newRow_.empty() ? "INSERT INTO " + Table() + " DEFAULT VALUES"
+                                       : "INSERT INTO " + Table() + "(" + names + ") VALUES(" + values + ")");
 }
 
 void SqliteRecordset::Delete() {
     Call([&](Session& session) {
         CheckRow();
         std::vector<int> keys;
-        Statement statement(session.Handle(), DeleteText(session, keys));
+        Prepared statement(session.Handle(), DeleteText(session, keys));
         for (std::size_t i = 0; i < keys.size(); ++i)
             statement.Bind(static_cast<int>(i) + 1,
                            chunk_[row_ * columns_.size() + static_cast<std::size_t>(keys[i])]);
@@ -220,7 +221,7 @@ std::string SqliteRecordset::DeleteText(Session& session, std::vector<int>& keys
             if (EqualIgnoringCase(columns_[i].name, name)) return static_cast<int>(i);
         RaiseRecordsetError(kNotUpdatable, "The result lacks the key column \"" + name + "\"");
     };
-    Statement keyColumns(session.Handle(), "SELECT name FROM pragma_table_info(?) WHERE pk > 0");
+    Prepared keyColumns(session.Handle(), "SELECT name FROM pragma_table_info(?) WHERE pk > 0");
     keyColumns.Bind(1, Value(Table()));
     while (keyColumns.Step())
         keys.push_back(positionOf(std::get<std::string>(keyColumns.Field(0, ColumnType::Stored))));

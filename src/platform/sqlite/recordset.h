@@ -14,7 +14,7 @@ class SqliteRecordset : public Recordset {
 public:
     explicit SqliteRecordset(SqliteConnection& connection) : connection_(connection) {}
 
-    void Open(std::string_view source, CursorType cursor, LockType lock) override;
+    void Open(const platform::Statement& source, CursorType cursor, LockType lock) override;
     void Close() override;
     bool Bof() const override { return rowCount_ == 0 && chunkStart_ == 0; }
     bool Eof() const override { return row_ >= rowCount_; }
@@ -30,9 +30,9 @@ public:
 
 private:
     struct Stream {  // a large result
-        Stream(Session& session, const Program& program);
+        Stream(Session& session, const Found& found);
         Database database;
-        Statement statement;
+        Prepared statement, count;
     };
     struct NewField {
         int position;
@@ -48,12 +48,11 @@ private:
     void CheckRow() const;
     void CheckPosition(int position) const;
     const std::string& Table() const;
-    bool ReadChunk(Statement& statement);  // false: the last one
+    bool ReadChunk(Prepared& statement);  // false: the last one
     void PrepareInsert(Session& session);
     std::string DeleteText(Session& session, std::vector<int>& keys) const;
 
     SqliteConnection& connection_;
-    std::string source_;
     LockType lock_ = LockType::ReadOnly;
     std::shared_ptr<Program> program_;  // null: closed
     std::vector<Column> columns_;
@@ -66,7 +65,7 @@ private:
     bool isAdding_ = false;
     std::vector<NewField> newRow_;
     std::vector<int> insertedPositions_;  // what insert_ was prepared for
-    Statement insert_;
+    Prepared insert_;
 };
 
 }  // namespace iqrx::platform::sqlite

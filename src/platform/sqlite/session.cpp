@@ -40,37 +40,32 @@ Session::Session(const std::filesystem::path& file, Errors& errors, const Contro
       cache_(database_, controlTables),
       group_([this] { database_.Run("BEGIN IMMEDIATE"); }, [this] { CommitGroup(); }, GroupLimits()) {
     database_.Run(kSettings);
-    beginUnit_ = Statement(database_, "SAVEPOINT unit");
-    endUnit_ = Statement(database_, "RELEASE unit");
+    beginUnit_ = Prepared(database_, "SAVEPOINT unit");
+    endUnit_ = Prepared(database_, "RELEASE unit");
 }
 
 Session::~Session() = default;
 
-const std::shared_ptr<Program>& Session::Find(std::string_view text) { return cache_.Find(text, literals_); }
-
-std::int64_t Session::Run(Program& program) {
-    if (program.translation.isSelect || program.translation.steps.empty()) return 0;
+std::int64_t Session::Run(const Found& found) {
+    const Translation& translation = found.program->translation;
+    if (translation.isSelect || translation.steps.empty()) return 0;
     std::int64_t affected = 0;
-    InGroup(program.touchesControlTable,
-            [&] { affected = program.translation.steps.size() == 1 ? RunSteps(program) : RunBatch(program); });
+    InGroup(found.program->touchesControlTable,
+            [&] { affected = translation.steps.size() == 1 ? RunSteps(found, 0) : RunBatch(found); });
     return affected;
 }
 
 // A batch takes effect as a whole or not at all.
-std::int64_t Session::RunBatch(Program& program) {
-    database_.Run("SAVEPOINT batch");
-    try {
-        const std::int64_t affected = RunSteps(program);
-        database_.Run("RELEASE batch");
-        return affected;
-    } catch (...) {
-        if (database_.InTransaction()) database_.Run("ROLLBACK TO batch; RELEASE batch");
-        throw;
-    }
+std::int64_t Session::RunBatch(const Found& found) {
+    Transaction batch = Transaction::Nested(database_);
+    std::int64_t affected = 0;
+    for (std::size_t set = 0; set < found.sets; ++set) affected += RunSteps(found, set);
+    batch.Keep();
+    return affected;
 }
 
-std::int64_t Session::RunSteps(Program& program) {
-    const std::vector<Step>& steps = program.translation.steps;
+std::int64_t Session::RunSteps(const Found& found, std::size_t set) {
+    const std::vector<Step>& steps = found.program->translation.steps;
     std::int64_t affected = 0, kept = 0;
     for (std::size_t next = 0; next < steps.size();) {
         const Step& step = steps[next++];
@@ -78,13 +73,14 @@ std::int64_t Session::RunSteps(Program& program) {
             next = step.target;
             continue;
         }
+        const auto literals = found.Of(set, step.firstLiteral, step.literalCount);
         if (step.kind == Step::Kind::SkipUnless) {
-            const Literal& wanted = literals_.Items()[step.firstLiteral];
-            if (wanted.kind != LiteralKind::Whole || wanted.whole != kept) next = step.target;
+            const Literal& wanted = *literals.front();
+            if (wanted.Is() != Literal::Kind::Whole || wanted.WholeNumber() != kept) next = step.target;
             continue;
         }
-        Statement& statement = program.statements[step.statement];
-        statement.BindAll(literals_, step.firstLiteral, step.literalCount);
+        Prepared& statement = found.program->statements[step.statement];
+        statement.BindAll(literals);
         const ResetAtEnd reset(statement);
         const bool row = statement.Step();
         if (step.kind == Step::Kind::Count && row) kept = statement.Whole(0);

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "platform/database.h"
-#include "platform/sqlite/handles.h"
+#include "platform/sqlite/database.h"
 #include "platform/sqlite/statement_cache.h"
 #include "platform/write_group.h"
 
@@ -42,10 +42,8 @@ public:
     void RunExclusively(const Connection::Work& work);
 
     // Everything below belongs inside of Call.
-    // Valid until the next call; its literals are in TextLiterals.
-    const std::shared_ptr<Program>& Find(std::string_view text);
-    const Literals& TextLiterals() const { return literals_; }
-    std::int64_t Run(Program& program);  // the found program; rows affected
+    Found Find(const platform::Statement& statement) { return cache_.Find(statement); }
+    std::int64_t Run(const Found& found);  // rows affected
 
     template <class Write>
     void InGroup(bool commitAtOnce, Write write) {
@@ -74,8 +72,8 @@ private:
     void EndUnit();
     void AbandonUnit();
     void RollBack() noexcept;
-    std::int64_t RunSteps(Program& program);
-    std::int64_t RunBatch(Program& program);
+    std::int64_t RunSteps(const Found& found, std::size_t set);
+    std::int64_t RunBatch(const Found& found);
     void CommitGroup();
     void Fail();
     void MakeRoom();
@@ -84,8 +82,7 @@ private:
     Errors& errors_;
     Database database_;
     StatementCache cache_;
-    Literals literals_;
-    Statement beginUnit_, endUnit_;
+    Prepared beginUnit_, endUnit_;
     Frame frame_ = Frame::None;
     WriteGroup group_;
 };

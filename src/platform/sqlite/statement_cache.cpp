@@ -4,31 +4,79 @@
 
 namespace iqrx::platform::sqlite {
 
-namespace {
-// A copy alternates between a handful of shapes; reordering those with every statement would gain nothing.
-constexpr std::ptrdiff_t kSettled = 6;
-}  // namespace
-
 StatementCache::StatementCache(Database& database, const ControlTables& controlTables, std::size_t capacity)
     : database_(database), controlTables_(controlTables), capacity_(capacity) {}
 
-const std::shared_ptr<Program>& StatementCache::Find(std::string_view text, Literals& literals) {
-    for (auto program = programs_.begin(); program != programs_.end(); ++program) {
-        if (!(*program)->shape.Match(text, literals)) continue;
-        if (program - programs_.begin() < kSettled) return *program;
-        std::rotate(programs_.begin(), program, program + 1);
-        return programs_.front();
+Found StatementCache::Find(const platform::Statement& statement) {
+    found_.clear();
+    if (!statement.CanBeBound()) {
+        auto program = ProgramOf(statement.Text(), Tokenize(statement.Text(), literals_));
+        for (const Literal& literal : literals_.Items()) found_.push_back(&literal);
+        return {std::move(program), found_};
     }
-    auto program = Prepare(text, literals);
+    const Form& form = FormOf(statement);
+    const std::span<const Literal> values = statement.Values();
+    std::size_t sets = 0;
+    do {
+        for (std::size_t i = 0; i < form.holes.size(); ++i)
+            found_.push_back(form.holes[i] ? &values[sets * form.values + *form.holes[i]]
+                                           : &form.literals.Items()[i]);
+        ++sets;
+    } while (sets * form.values < values.size());
+    return {form.program, found_, sets};
+}
+
+const StatementCache::Form& StatementCache::FormOf(const platform::Statement& statement) {
+    const platform::Shape& shape = statement.Form();
+    for (const auto& form : forms_)
+        if (form->key == shape.Key() && form->opening == shape.opening.data() &&
+            form->table == statement.Table())
+            return *form;
+    auto form = Cut(statement);
+    if (forms_.size() == capacity_) forms_.pop_back();
+    return **forms_.insert(forms_.begin(), std::move(form));
+}
+
+// The sample is the shape with an empty text in each hole.
+std::unique_ptr<StatementCache::Form> StatementCache::Cut(const platform::Statement& statement) {
+    constexpr std::string_view kFilling = "''";
+    const platform::Shape& shape = statement.Form();
+    auto form = std::make_unique<Form>();
+    form->key = shape.Key();
+    form->opening = shape.opening.data();
+    form->table = statement.Table();
+    form->sample = shape.opening;
+    std::vector<std::size_t> places;
+    for (const Piece& piece : shape.pieces) {
+        form->sample += piece.text;
+        if (piece.then == Piece::Then::Table) form->sample += form->table;
+        if (piece.then != Piece::Then::Value) continue;
+        places.push_back(form->sample.size());
+        form->sample += kFilling;
+    }
+    const std::vector<Token> tokens = Tokenize(form->sample, form->literals);
+    for (const Token& token : tokens) {
+        if (token.kind != Token::Kind::Literal) continue;
+        const bool isHole = form->values < places.size() && token.place == places[form->values];
+        form->holes.push_back(isHole ? std::optional(form->values++) : std::nullopt);
+    }
+    form->program = ProgramOf(form->sample, tokens);
+    return form;
+}
+
+std::shared_ptr<Program> StatementCache::ProgramOf(std::string_view text, const std::vector<Token>& tokens) {
+    const std::string shape = ShapeOf(text, tokens);
+    for (const auto& program : programs_)
+        if (program->shape == shape) return program;
+    auto program = Prepare(text, tokens);
+    program->shape = shape;
     if (programs_.size() == capacity_) programs_.pop_back();
     return *programs_.insert(programs_.begin(), std::move(program));
 }
 
-std::shared_ptr<Program> StatementCache::Prepare(std::string_view text, Literals& literals) {
-    const std::vector<Token> tokens = Tokenize(text, literals);
+std::shared_ptr<Program> StatementCache::Prepare(std::string_view text, const std::vector<Token>& tokens) {
     auto program = std::make_shared<Program>();
     program->translation = Translate(text, tokens);
-    program->shape = Shape(text, tokens);
     for (const std::string& sql : program->translation.statements)
         program->statements.emplace_back(database_, sql);
     if (program->translation.isSelect) program->columns = program->statements.front().Columns();

@@ -1,43 +1,72 @@
-// Translated and prepared statements, found by the shape of the statement text.
+// Translated and prepared statements: found by the shape that a statement has or, where only the text says
+// what it means, by the shape of the text.
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
-#include "platform/sqlite/handles.h"
 #include "platform/sqlite/lexer.h"
+#include "platform/sqlite/prepared.h"
 #include "platform/sqlite/sqlite_database.h"
 #include "platform/sqlite/translator.h"
 
 namespace iqrx::platform::sqlite {
 
 struct Program {
-    Shape shape;
+    std::string shape;  // of the text
     Translation translation;
-    std::vector<Statement> statements;  // of the translation, in its order
-    std::vector<Column> columns;        // of a select
+    std::vector<Prepared> statements;  // of the translation, in its order
+    std::vector<Column> columns;       // of a select
     bool touchesControlTable = false;
+};
+
+// A program and what its places are bound to, one set after the other; valid until the next one is found.
+struct Found {
+    std::shared_ptr<Program> program;
+    std::span<const Literal* const> literals;
+    std::size_t sets = 1;
+
+    std::span<const Literal* const> Of(std::size_t set, std::size_t first, std::size_t count) const {
+        return literals.subspan(set * (literals.size() / sets) + first, count);
+    }
 };
 
 class StatementCache {
 public:
-    // Keeps the statements of `capacity` shapes. Both references must outlive the cache.
+    // Keeps the programs of `capacity` shapes. Both references must outlive the cache.
     StatementCache(Database& database, const ControlTables& controlTables, std::size_t capacity = 64);
 
-    // The program of a statement text, whose literals are left in `literals`. Raises when the text is not
-    // understood or does not fit the database; such a text is not kept.
-    const std::shared_ptr<Program>& Find(std::string_view text, Literals& literals);
-
-    std::size_t Size() const { return programs_.size(); }
+    // Raises when the statement is not understood or does not fit the database; such a one is not kept.
+    Found Find(const platform::Statement& statement);
 
 private:
-    std::shared_ptr<Program> Prepare(std::string_view text, Literals& literals);
+    // How the values of a shape fill the places of its program.
+    struct Form {
+        const void* key;
+        const void* opening;
+        std::string table;
+        std::shared_ptr<Program> program;
+        std::size_t values = 0;                         // of a set
+        std::vector<std::optional<std::size_t>> holes;  // of each place: the value that fills it
+        std::string sample;                             // a text of this shape
+        Literals literals;  // of the sample: those that are no holes are the shape's own
+    };
+
+    const Form& FormOf(const platform::Statement& statement);
+    std::unique_ptr<Form> Cut(const platform::Statement& statement);
+    std::shared_ptr<Program> ProgramOf(std::string_view text, const std::vector<Token>& tokens);
+    std::shared_ptr<Program> Prepare(std::string_view text, const std::vector<Token>& tokens);
 
     Database& database_;
     const ControlTables& controlTables_;
     const std::size_t capacity_;
-    std::vector<std::shared_ptr<Program>> programs_;  // roughly the recently used ones first
+    std::vector<std::shared_ptr<Program>> programs_;  // the newest first
+    std::vector<std::unique_ptr<Form>> forms_;        // likewise
+    Literals literals_;                               // of a text
+    std::vector<const Literal*> found_;
 };
 
 }  // namespace iqrx::platform::sqlite

@@ -43,8 +43,8 @@ public:
     TracingRecordset(std::unique_ptr<Recordset> recordset, std::shared_ptr<AppendingFile> trace)
         : RecordsetWrapper(std::move(recordset)), trace_(std::move(trace)) {}
 
-    void Open(std::string_view source, CursorType cursor, LockType lock) override {
-        source_ = source;
+    void Open(const Statement& source, CursorType cursor, LockType lock) override {
+        source_ = source.Text();
         Trace(*trace_, Start("open", source_), [&] { Wrapped().Open(source, cursor, lock); });
     }
 
@@ -93,10 +93,10 @@ public:
     TracingConnection(std::unique_ptr<Connection> connection, std::shared_ptr<AppendingFile> trace)
         : ConnectionWrapper(std::move(connection)), trace_(std::move(trace)) {}
 
-    std::int32_t Execute(std::string_view sql) override {
+    std::int32_t Execute(const Statement& statement) override {
         std::int32_t affected = 0;
-        const std::string line = Start("execute", sql);
-        TraceFailure(*trace_, line, [&] { affected = Wrapped().Execute(sql); });
+        const std::string line = Start("execute", statement.Text());
+        TraceFailure(*trace_, line, [&] { affected = Wrapped().Execute(statement); });
         trace_->Append(line + ",\"affected\":" + std::to_string(affected) + "}\n");
         return affected;
     }

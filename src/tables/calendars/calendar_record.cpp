@@ -5,6 +5,7 @@
 
 namespace iqrx::tables {
 
+using platform::Literal;
 using platform::Long;
 using platform::Object;
 using platform::Value;
@@ -19,15 +20,14 @@ std::int64_t FloorQuotient(std::int64_t number, std::int64_t divisor) {
 
 std::int64_t Minutes(Long time) { return FloorQuotient(time, 100) * 60 + time % 100; }
 
-// A value that is not a date fails here; NULL is for a moment that is Null or lies too far back.
-std::string UtcLiteral(const runtime::SqlLiterals& literals, const Value& moment) {
-    if (moment.Is<platform::Null>()) return "NULL";
-    return literals.UtcDateLiteral(platform::ToDate(moment)).value_or("NULL");
-}
+constexpr runtime::Sql<11> kInsert =
+    "INSERT INTO {table}(ccal,ract,stdt,sttm,endt,entm,cutm,ccap,ustm,uftm,ahrs,upd_flag) VALUES( "
+    "{ccal},{ract},{stdt},{sttm},{endt},{entm},{cutm},{ccap},{ustm},{uftm},{ahrs},0)";
 
-std::string DateLiteral(const runtime::SqlLiterals& literals, const std::string& date) {
-    if (literals.Platform() == runtime::kOracle) return "TO_DATE('" + date + "','yyyy/mm/dd')";
-    return literals.QuoteSqlString(date);
+// A value that is not a date fails here; NULL is for a moment that is Null or lies too far back.
+Literal UtcLiteral(const runtime::SqlLiterals& literals, const Value& moment) {
+    if (moment.Is<platform::Null>()) return {};
+    return literals.UtcDateLiteral(platform::ToDate(moment)).value_or(Literal());
 }
 
 // A value of the record; one that does not convert is told with its getter.
@@ -42,22 +42,20 @@ std::string Text(const Value& value) { return platform::ToText(value); }
 void InsertInterval(CopyRun& run, Object& record, const std::string& tableName) {
     const runtime::SqlLiterals& literals = run.Literals();
     const auto utc = [&](const Value& moment) { return UtcLiteral(literals, moment); };
-    const auto quoted = [&](const char* getter) { return literals.QuoteSqlString(Read(record, getter, Text)); };
-    const std::string ustm = Read(record, "getStartutcdate", utc);
-    const std::string uftm = Read(record, "getEndutcdate", utc);
-    const std::string stdt = DateLiteral(literals, Read(record, "getStartDate", Text));
-    const std::string endt = DateLiteral(literals, Read(record, "getEndDate", Text));
+    const Literal ustm = Read(record, "getStartutcdate", utc), uftm = Read(record, "getEndutcdate", utc);
+    const std::string stdt = Read(record, "getStartDate", Text), endt = Read(record, "getEndDate", Text);
     const Value startTime = record.Get("getStartTime"), endTime = record.Get("getEndTime");
     const std::string ahrs = platform::NamingPlace(
         [&] { return DurationText(platform::ToLong(startTime), platform::ToLong(endTime)); },
         [] { return "getStartTime or getEndTime"; });
-    run.Database().Execute("INSERT INTO " + tableName +
-                           "(ccal,ract,stdt,sttm,endt,entm,cutm,ccap,ustm,uftm,ahrs,upd_flag) VALUES( " +
-                           quoted("getCalendar") + "," + quoted("getAvailabilityType") + "," + stdt + "," +
-                           literals.QuoteSqlString(Text(startTime)) + "," + endt + "," +
-                           literals.QuoteSqlString(Text(endTime)) + "," + quoted("getCumulativeTime") + "," +
-                           quoted("getCumulativeCapacity") + "," + ustm + "," + uftm + "," +
-                           literals.QuoteSqlString(ahrs) + ",0)");
+    const std::string ccal = Read(record, "getCalendar", Text),
+                      ract = Read(record, "getAvailabilityType", Text), sttm = Text(startTime),
+                      entm = Text(endTime), cutm = Read(record, "getCumulativeTime", Text),
+                      ccap = Read(record, "getCumulativeCapacity", Text);
+    const auto quoted = [&](const std::string& text) { return literals.QuoteSqlString(text); };
+    const auto day = literals.Speaks().day;
+    run.Database().Execute(kInsert.On(tableName, quoted(ccal), quoted(ract), day(stdt), quoted(sttm), day(endt),
+                                      quoted(entm), quoted(cutm), quoted(ccap), ustm, uftm, quoted(ahrs)));
     control::Add(run.counters.inserted, 1);
 }
 

@@ -17,10 +17,16 @@ using platform::Long;
 using platform::Object;
 using platform::ObjectRef;
 using platform::Value;
+using runtime::Sql;
 
 namespace {
 
 constexpr const char* kTable = "tcccp030";
+
+constexpr Sql<0> kMark = "UPDATE tcccp030 SET upd_flag=1";
+constexpr Sql<0> kSweep = "DELETE FROM tcccp030 WHERE upd_flag = 1";
+constexpr Sql<1> kDelete = "DELETE FROM tcccp030 WHERE ccal = {ccal}";
+constexpr Sql<1> kEmployee = "SELECT * FROM tsmdm140 WHERE emno = {emno}";
 
 constexpr FailureText kCopyCalendar{"SLBL0049", "Copy Calender Of Employee"};
 constexpr FailureText kCopyEmployeeCalendar{"SLBL0050", "Copy Calendar of Employee"};
@@ -111,10 +117,10 @@ void CopyCalendarsFull(CopyRun& run, const std::string& runParameter) {
         service.Open(run, runParameter);
         const DateWindow window = ComputeDateWindow(run);
         const std::vector<std::string> calendars = CalendarsInUse(run);
-        if (!calendars.empty()) run.Database().Execute("UPDATE tcccp030 SET upd_flag=1");
+        if (!calendars.empty()) run.Database().Execute(kMark());
         const bool whole = CopyEach(run, service, window, calendars,
                                     [&](const std::string& calendar) { DeleteCalendar(run, calendar); });
-        if (whole && !calendars.empty()) run.Database().Execute("DELETE FROM tcccp030 WHERE upd_flag = 1");
+        if (whole && !calendars.empty()) run.Database().Execute(kSweep());
         LogCountsAndClose(run, service);
     });
 }
@@ -154,8 +160,7 @@ void CopyCalendar(CopyRun& run, const std::string& calendar, const std::string& 
 
 void CopyEmployeeCalendar(CopyRun& run, const std::string& employee, const std::string& runParameter) {
     LogFailure(run, kCopyEmployeeCalendar, {"employee", employee}, [&] {
-        auto rows = run.Database().OpenRecordset("SELECT * FROM tsmdm140 WHERE emno = " +
-                                                 run.Literals().QuoteSqlString(employee));
+        auto rows = run.Database().OpenRecordset(kEmployee(run.Literals().QuoteSqlString(employee)));
         if (rows->Eof())
             throw platform::RuntimeError(platform::kInvalidProcedureCall, "tsmdm140",
                                          "There is no such employee in tsmdm140");
@@ -168,25 +173,14 @@ void CopyEmployeeCalendar(CopyRun& run, const std::string& employee, const std::
 void DeleteCalendar(CopyRun& run, const std::string& calendar) {
     LogFailure(run, kDeleteCalendar, CalendarNamed(calendar), [&] {
         run.Database().DbConnection().SetCommandTimeout(0);
-        run.Database().Execute("DELETE FROM tcccp030 WHERE ccal = " + run.Literals().QuoteSqlString(calendar));
+        run.Database().Execute(kDelete(run.Literals().QuoteSqlString(calendar)));
     });
 }
 
 void getEmployeeCalenderList(CopyRun& run, const std::function<void(const std::string& calendar)>& add) {
-    constexpr const char* kSqlServerList =
-        "SELECT DISTINCT tsmdm140.ccal  FROM tsmdm140 WHERE (tsmdm140.ccal <>  N'' OR  tsmdm140.ccal is NOT NULL)"
-        " UNION "
-        " SELECT DISTINCT tsmdm100.ccal  FROM tsmdm100 WHERE (tsmdm100.ccal <>  N'' OR  tsmdm100.ccal is NOT NULL) "
-        " order by tsmdm140.ccal asc ";
-    constexpr const char* kOracleList =
-        "SELECT DISTINCT tsmdm140.ccal  FROM tsmdm140 WHERE (tsmdm140.ccal <>  N' ' OR  tsmdm140.ccal is NOT NULL)"
-        " UNION "
-        " SELECT DISTINCT tsmdm100.ccal  FROM tsmdm100 WHERE (tsmdm100.ccal <>  N' ' OR  tsmdm100.ccal is NOT NULL)"
-        " order by ccal asc ";
-    const bool sqlServer = run.Database().Platform() == runtime::kSqlServer;
     // A static cursor, for only that knows its number of rows.
     auto rows =
-        run.Database().OpenRecordset(sqlServer ? kSqlServerList : kOracleList, platform::CursorType::Static);
+        run.Database().OpenRecordset(run.Database().Speaks().calendarsInUse(), platform::CursorType::Static);
     if (rows->RecordCount() > 0)
         for (rows->MoveFirst(); !rows->Eof(); rows->MoveNext()) add(platform::ToText(rows->Field(0)));
     rows->Close();

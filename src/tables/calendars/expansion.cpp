@@ -13,10 +13,17 @@ using platform::Date;
 using platform::LockType;
 using platform::Recordset;
 using platform::Value;
+using runtime::Sql;
 
 namespace {
 
 constexpr FailureText kExpandCalendars{"STIT0023", "Expand Calendars"};
+
+constexpr Sql<0> kAllIntervals = "select * from tcccp030";
+constexpr Sql<1> kIntervals = "select * from tcccp030 WHERE  ccal={ccal}";
+constexpr Sql<0> kNoPieces = "select * from tcccp031 WHERE  1=0";
+constexpr Sql<0> kEmpty = "truncate table tcccp031 ";
+constexpr Sql<1> kDelete = "DELETE FROM tcccp031 WHERE ccal = {ccal}";
 
 struct Interval {
     Value calendar, availabilityType;  // texts
@@ -68,18 +75,16 @@ void ExpandRows(CopyRun& run, Recordset& source, Recordset& target, Subject& sub
     for (source.MoveFirst(); !source.Eof(); source.MoveNext()) ExpandRow(run, source, target, subject);
 }
 
-std::unique_ptr<Recordset> OpenSource(CopyRun& run, const std::string& sql) {
-    return run.Database().OpenRecordset(sql, CursorType::ForwardOnly, LockType::Optimistic);
+std::unique_ptr<Recordset> OpenSource(CopyRun& run, const platform::Statement& statement) {
+    return run.Database().OpenRecordset(statement, CursorType::ForwardOnly, LockType::Optimistic);
 }
 
 std::unique_ptr<Recordset> OpenTarget(CopyRun& run) {
-    return run.Database().OpenRecordset("select * from tcccp031 WHERE  1=0", CursorType::Keyset,
-                                        LockType::Optimistic);
+    return run.Database().OpenRecordset(kNoPieces(), CursorType::Keyset, LockType::Optimistic);
 }
 
 void ExpandCalendar(CopyRun& run, const std::string& calendar, Subject& subject) {
-    auto source =
-        OpenSource(run, "select * from tcccp030 WHERE  ccal=" + run.Literals().QuoteSqlString(calendar));
+    auto source = OpenSource(run, kIntervals(run.Literals().QuoteSqlString(calendar)));
     DeleteExpandedCalendar(run, calendar);
     auto target = OpenTarget(run);
     ExpandRows(run, *source, *target, subject);
@@ -102,8 +107,8 @@ std::unique_ptr<platform::TextStream> OpenCalcodesFile(CopyRun& run) {
 void ExpandCalendars(CopyRun& run) {
     Subject subject;
     LogFailure(run, kExpandCalendars, subject, [&] {
-        auto source = OpenSource(run, "select * from tcccp030");
-        run.Database().Execute("truncate table tcccp031 ");
+        auto source = OpenSource(run, kAllIntervals());
+        run.Database().Execute(kEmpty());
         auto target = OpenTarget(run);
         ExpandRows(run, *source, *target, subject);
         subject = {};
@@ -128,7 +133,7 @@ void ExpandListedCalendars(CopyRun& run) {
 void DeleteExpandedCalendar(CopyRun& run, const std::string& calendar) {
     LogFailure(run, kDeleteCalendar, CalendarNamed(calendar), [&] {
         run.Database().DbConnection().SetCommandTimeout(0);
-        run.Database().Execute("DELETE FROM tcccp031 WHERE ccal = " + run.Literals().QuoteSqlString(calendar));
+        run.Database().Execute(kDelete(run.Literals().QuoteSqlString(calendar)));
     });
 }
 

@@ -25,9 +25,6 @@ UpsertRoutine UpsertInstallation;
 // tscfg200
 Routine CopyServiceObjects, CopyServiceObjectsFull, CopyServiceObjectsIncremental;
 UpsertRoutine UpsertServiceObject;
-// What the server does with one object: it counts the object's rows and inserts or updates. Counts as an
-// insert.
-std::string BuildServiceObjectBlock(CopyRun& run, Object& record, const std::string& tableName);
 
 // tsmdm000
 Routine CopySkillCombinations, CopySkillCombinationsFull, CopySkillCombinationsIncremental;

@@ -1,5 +1,5 @@
 #include "engine/copy_pattern.h"
-#include "engine/statement_texts.h"
+#include "engine/record_statements.h"
 #include "platform/conversions.h"
 #include "tables/configuration/configuration.h"
 
@@ -40,42 +40,60 @@ constexpr Table kServiceObjects = Checked({
              "{oseqUnquoted}",
 });
 
-constexpr int kBlocksPerBatch = 15;
 constexpr Long kPageSize = 750;
 
-// What stands around the statements of a block.
-struct BlockFrame {
-    std::string_view open, test, otherwise, close;
-};
-constexpr BlockFrame kSqlServerFrame{"\r\n BEGIN \r\n", " IF(@iCount) = 0\r\n BEGIN \r\n",
-                                     " END \r\n ELSE \r\n BEGIN\r\n", " END \r\n END\r\n"};
-constexpr BlockFrame kOracleFrame{"\r\nBEGIN\r\n", "IF(iCount) = 0 THEN\r\n", "ELSE\r\n", "END IF;\r\nEND;"};
+// What the server does with one object: it counts the object's rows and inserts or updates.
+consteval TableStatement Block(const Table& table, const runtime::BlockFrame& frame) {
+    TableStatement block;
+    const auto append = [&](std::string_view text, const TableStatement& statement) {
+        block.pieces.Append({text});
+        for (const platform::Piece& piece : statement.pieces) block.pieces.Append(piece);
+        for (const std::uint8_t column : statement.columns) block.columns.Append(column);
+    };
+    append(frame.open, table.count);
+    append(frame.test, table.insert);
+    append(frame.otherwise, table.update);
+    append(frame.close, {});
+    return block;
+}
 
-// Collects blocks and executes them fifteen at a time, the declaration in front.
+constexpr TableStatement kSqlServerBlock = Block(kServiceObjects, runtime::kSqlServerBlock);
+constexpr TableStatement kOracleBlock = Block(kServiceObjects, runtime::kOracleBlock);
+
+// Collects the blocks of objects and executes them fifteen at a time, the declaration in front.
 class BlockBatch {
 public:
-    explicit BlockBatch(CopyRun& run) : run_(run) {}
+    BlockBatch(CopyRun& run, const std::string& tableName)
+        : run_(run),
+          tableName_(tableName),
+          block_(&run.Database().Speaks().block == &runtime::kSqlServerBlock ? kSqlServerBlock : kOracleBlock) {
+    }
 
-    void Add(const std::string& block) {
-        blocks_ += block;
-        if (++count_ == kBlocksPerBatch) Execute();
+    void BuildServiceObjectBlock(const ObjectRef& object) {
+        RecordStatements statements(kServiceObjects, *object, tableName_, run_.Literals());
+        statements.AppendValues(block_, values_);
+        kept_.splice_after(kept_.before_begin(), statements.TakeKept());
+        objects_.push_back(object);
+        control::Add(run_.counters.inserted, 1);
+        if (objects_.size() == kBlocksPerBatch) Execute();
     }
     void Execute() {
-        if (blocks_.empty()) return;
-        run_.Database().Execute(Declaration() + blocks_);
-        blocks_.clear();
-        count_ = 0;
+        if (objects_.empty()) return;
+        run_.Database().Execute({block_.Shape(run_.Database().Speaks().batchOpening), tableName_, values_});
+        values_.clear();
+        kept_.clear();
+        objects_.clear();
     }
 
 private:
-    std::string Declaration() const {
-        return run_.Database().Platform() == runtime::kOracle ? "DECLARE \r\n iCount NUMBER;\r\n"
-                                                              : "DECLARE @iCount int\r\n";
-    }
+    static constexpr std::size_t kBlocksPerBatch = 15;
 
     CopyRun& run_;
-    std::string blocks_;
-    int count_ = 0;
+    const std::string& tableName_;
+    const TableStatement& block_;
+    std::vector<Literal> values_;  // of the blocks, one after the other
+    KeptValues kept_;              // with the objects, what the values' texts lie in
+    std::vector<ObjectRef> objects_;
 };
 
 // Where a listing stands: the last object's key, and what the page says of it.
@@ -107,11 +125,11 @@ struct Listing {
 void CopyPage(CopyRun& run, HeldObjects& held, const std::string& tableName) {
     const ObjectRef objects = platform::ToObject(held.enumerator->Get("getRecordSetObjects"));
     const Long size = platform::ToLong(objects->Get("sizeObjects"));
-    BlockBatch batch(run);
+    BlockBatch batch(run, tableName);
     held.record.reset();
     for (Long i = 0; i < size; ++i) {
         held.record = platform::ToObject(Call(*objects, "getObjectsAt", i));
-        batch.Add(BuildServiceObjectBlock(run, *held.record, tableName));
+        batch.BuildServiceObjectBlock(held.record);
     }
     batch.Execute();
 }
@@ -129,7 +147,7 @@ void CopyServiceObjectsFull(const TableCall& call) {
         run.process.controlTables.GetFilterFlag(call.tableName);  // objects have no status that it could select
         Listing listing;
         held.enumerator = listing.NextPage(*held.manager);
-        const std::string startTime = run.Literals().CurrentTimeLiteral();
+        const Literal startTime = run.Literals().CurrentTimeLiteral();
         if (!held.enumerator) return;
         while (held.enumerator) {
             CopyPage(run, held, call.tableName);
@@ -145,17 +163,5 @@ void CopyServiceObjectsIncremental(const TableCall& call) {
 }
 
 void UpsertServiceObject(const TableCall& call, Object& record) { Upsert(call, kServiceObjects, record); }
-
-std::string BuildServiceObjectBlock(CopyRun& run, Object& record, const std::string& tableName) {
-    StatementTexts texts(kServiceObjects, record, tableName, run.Literals());
-    const BlockFrame& frame = run.Database().Platform() == runtime::kSqlServer ? kSqlServerFrame : kOracleFrame;
-    std::string block(frame.open);
-    block.append("\r\n").append(texts.Text(kServiceObjects.count));
-    block.append(frame.test).append("\r\n").append(texts.Text(kServiceObjects.insert)).append("\r\n");
-    block.append(frame.otherwise).append("\r\n").append(texts.Text(kServiceObjects.update)).append("\r\n");
-    block.append(frame.close).append("\r\n");
-    control::Add(run.counters.inserted, 1);
-    return block;
-}
 
 }  // namespace iqrx::tables

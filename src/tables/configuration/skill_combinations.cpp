@@ -36,7 +36,7 @@ void CopySkillCombinations(const TableCall& call) {
 void CopySkillCombinationsFull(const TableCall& call) {
     FullCopy(call, kSkillCombinations, [&](HeldObjects& held) {
         held.enumerator = FetchByKeyRange(kSkillCombinations, *held.manager);
-        const std::string startTime = call.run.Literals().CurrentTimeLiteral();
+        const Literal startTime = call.run.Literals().CurrentTimeLiteral();
         if (!held.enumerator) return;
         ForEachRecord(held, [&](Object& record) { UpsertSkillCombination(call, record); });
         StampAndLogFullCopy(call, startTime);

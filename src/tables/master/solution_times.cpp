@@ -12,14 +12,14 @@ constexpr Table kSolutionTimes = Checked({
     .titleLabel = "STIT0008",
     // The key is a number of minutes: a delete writes it as the user's locale does, an upsert with a point.
     .columns = {{"sltt", "getSolutionTimeInMinutes", kPeriod},
-                {"slttInOwnForm", "getSolutionTimeInMinutes", kPeriodInOwnForm, "sltt"},
+                {"slttInLocale", "getSolutionTimeInMinutes", kPeriodInLocale, "sltt"},
                 {"dsca", "getDescription", kText, "desc"}},
     .fullRanges = {Numbers(0, 100000)},
     .auditKeys = {{"sltt", Between("000.00", "999.99")}},
     .outputFields = {"sltt", "desc"},
     .update = "UPDATE {table} SET dsca = {dsca},upd_flag = 0 WHERE sltt = {sltt}",
     .insert = "INSERT INTO {table}(sltt,dsca,upd_flag) VALUES({sltt},{dsca},0)",
-    .remove = "DELETE FROM {table} WHERE sltt={slttInOwnForm}",
+    .remove = "DELETE FROM {table} WHERE sltt={slttInLocale}",
 });
 
 }  // namespace

@@ -64,9 +64,11 @@ ActivityKey KeyOf(Object& activity) {
             platform::ToLong(activity.Get("getActivityLineNumber"))};
 }
 
-std::string Condition(const runtime::SqlLiterals& literals, const std::string& orno, Long acln) {
-    return " WHERE orno= " + literals.QuoteSqlString(orno) + " AND   acln= " + std::to_string(acln);
-}
+constexpr runtime::Sql<2> kLocalActivity = "SELECT * FROM {table} WHERE orno= {orno} AND   acln= {acln}";
+constexpr runtime::Sql<2> kDelete = "DELETE FROM tssoc210  WHERE orno= {orno} AND   acln= {acln}";
+constexpr runtime::Sql<2> kDeleteAudit = "DELETE FROM tssoc210_audit WHERE orno= {orno} AND   acln= {acln}";
+constexpr runtime::Sql<4> kInsertAudit =
+    "INSERT INTO tssoc210_audit(orno,acln,time,action) VALUES(  {orno},{acln},{time},{action})";
 
 void DeleteAndCount(CopyRun& run, const ActivityKey& key) {
     DeleteServiceOrderActivity(run, key.orno, key.acln);
@@ -76,8 +78,8 @@ void DeleteAndCount(CopyRun& run, const ActivityKey& key) {
 void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& change) {
     CopyRun& run = call.run;
     const ActivityKey key = KeyOf(change.element);
-    const auto local = run.Database().OpenRecordset("SELECT * FROM " + call.tableName +
-                                                    Condition(run.Literals(), key.orno, key.acln));
+    const auto local = run.Database().OpenRecordset(
+        kLocalActivity.On(call.tableName, run.Literals().QuoteSqlString(key.orno), Literal::Whole(key.acln)));
     if (FilterIsActive(filterFlag) &&
         IsExcluded(filterFlag, platform::ToLong(change.element.Get("getActivityStatus")))) {
         if (!local->Bof()) DeleteAndCount(run, key);
@@ -117,19 +119,18 @@ void UpsertServiceOrderActivity(const TableCall& call, Object& activity) {
 }
 
 void DeleteServiceOrderActivity(CopyRun& run, const std::string& orno, Long acln) {
-    // The number's text begins with the blank that stands in a minus sign's place.
-    const Long deleted =
-        run.Database().Execute("DELETE FROM tssoc210  WHERE orno= " + run.Literals().QuoteSqlString(orno) +
-                               " AND   acln= " + platform::SignedText(acln));
+    // A blank stands in a minus sign's place.
+    static constexpr platform::LiteralFrame kBlank{" ", ""};
+    const Long deleted = run.Database().Execute(kDelete(
+        run.Literals().QuoteSqlString(orno), Literal::Whole(acln, acln < 0 ? platform::kBare : kBlank)));
     if (deleted > 0) WriteServiceOrderActivityAudit(run, orno, acln, "D");
 }
 
 void WriteServiceOrderActivityAudit(CopyRun& run, const std::string& orno, Long acln, std::string_view action) {
     const runtime::SqlLiterals& literals = run.Literals();
-    run.Database().Execute("DELETE FROM tssoc210_audit" + Condition(literals, orno, acln));
-    run.Database().Execute("INSERT INTO tssoc210_audit(orno,acln,time,action) VALUES(  " +
-                           literals.QuoteSqlString(orno) + "," + std::to_string(acln) + "," +
-                           ChangeLogTime(literals) + "," + literals.QuoteSqlString(action) + ")");
+    const Literal order = literals.QuoteSqlString(orno), line = Literal::Whole(acln);
+    run.Database().Execute(kDeleteAudit(order, line));
+    run.Database().Execute(kInsertAudit(order, line, ChangeLogTime(literals), literals.QuoteSqlString(action)));
 }
 
 }  // namespace iqrx::tables

@@ -39,9 +39,10 @@ std::string OrderNumber(Object& assignment) { return platform::ToText(assignment
 Integer Line(Object& assignment) { return platform::ToInteger(assignment.Get("getAssignmentLine")); }
 Integer ActivityLine(Object& assignment) { return platform::ToInteger(assignment.Get("getActivity")); }
 
-std::string Condition(const runtime::SqlLiterals& literals, const std::string& orno, Integer asln) {
-    return " WHERE orno= " + literals.QuoteSqlString(orno) + " AND   asln= " + std::to_string(asln);
-}
+constexpr runtime::Sql<2> kLocalAssignment = "SELECT * FROM tssoc206 WHERE orno= {orno} AND   asln= {asln}";
+constexpr runtime::Sql<2> kDeleteAudit = "DELETE FROM tssoc206_audit WHERE orno= {orno} AND   asln= {asln}";
+constexpr runtime::Sql<5> kInsertAudit =
+    "INSERT INTO tssoc206_audit(orno,acln,asln,time,action) VALUES( {orno},{acln},{asln},{time},{action})";
 
 }  // namespace
 
@@ -52,7 +53,7 @@ void CopyAssignments(const TableCall& call) {
 void CopyAssignmentsFull(const TableCall& call) {
     FullCopy(call, kAssignments, [&](HeldObjects& held) {
         held.enumerator = FetchByKeyRange(kAssignments, *held.manager);
-        const std::string startTime = call.run.Literals().CurrentTimeLiteral();
+        const Literal startTime = call.run.Literals().CurrentTimeLiteral();
         if (!held.enumerator) return;
         Mark(call);
         call.run.process.controlTables.MarkFullSyncStart(call.tableName);
@@ -84,9 +85,9 @@ void UpsertAssignment(const TableCall& call, Object& assignment) { Upsert(call, 
 
 // Reads the row before it goes: the change-log wants the activity line, which nothing else knows any more.
 void DeleteAssignment(CopyRun& run, const std::string& orno, Integer asln) {
-    const auto local =
-        run.Database().OpenRecordset("SELECT * FROM tssoc206" + Condition(run.Literals(), orno, asln),
-                                     platform::CursorType::Keyset, platform::LockType::Optimistic);
+    const auto local = run.Database().OpenRecordset(
+        kLocalAssignment(run.Literals().QuoteSqlString(orno), Literal::Whole(asln)),
+        platform::CursorType::Keyset, platform::LockType::Optimistic);
     if (local->RecordCount() > 0) {
         const Integer acln = platform::ToInteger(local->Field("acln"));
         local->Delete();
@@ -98,11 +99,10 @@ void DeleteAssignment(CopyRun& run, const std::string& orno, Integer asln) {
 void WriteAssignmentAudit(CopyRun& run, const std::string& orno, Integer asln, Integer acln,
                           std::string_view action) {
     const runtime::SqlLiterals& literals = run.Literals();
-    run.Database().Execute("DELETE FROM tssoc206_audit" + Condition(literals, orno, asln));
-    run.Database().Execute("INSERT INTO tssoc206_audit(orno,acln,asln,time,action) VALUES( " +
-                           literals.QuoteSqlString(orno) + "," + std::to_string(acln) + "," +
-                           std::to_string(asln) + "," + ChangeLogTime(literals) + "," +
-                           literals.QuoteSqlString(action) + ")");
+    const Literal order = literals.QuoteSqlString(orno), line = Literal::Whole(asln);
+    run.Database().Execute(kDeleteAudit(order, line));
+    run.Database().Execute(kInsertAudit(order, Literal::Whole(acln), line, ChangeLogTime(literals),
+                                        literals.QuoteSqlString(action)));
 }
 
 }  // namespace iqrx::tables

@@ -21,7 +21,7 @@ void FullCopyByStatus(const engine::TableCall& call, const engine::Table& table,
                       const std::function<void()>& begin,
                       const std::function<void(platform::Object& record)>& upsert) {
     engine::FullCopy(call, table, [&](engine::HeldObjects& held) {
-        const std::string startTime = call.run.Literals().CurrentTimeLiteral();
+        const engine::Literal startTime = call.run.Literals().CurrentTimeLiteral();
         begin();
         const auto filterFlag = call.run.process.controlTables.GetFilterFlag(call.tableName);
         for (const StatusRange& statuses : StatusRanges(filterFlag)) {
@@ -41,7 +41,7 @@ void FinishFullSync(const engine::TableCall& call) {
     call.run.process.controlTables.MarkFullSyncFinish(call.tableName);
 }
 
-std::string ChangeLogTime(const runtime::SqlLiterals& literals) {
+engine::Literal ChangeLogTime(const runtime::SqlLiterals& literals) {
     return literals.WrapDateLiteral(runtime::GetSyncTimeText());
 }
 

@@ -20,6 +20,6 @@ void FinishFullSync(const engine::TableCall& call);
 
 // The time that a change-log row carries: the database's conversion of an empty text. What counts is the
 // row's presence and its action.
-std::string ChangeLogTime(const runtime::SqlLiterals& literals);
+engine::Literal ChangeLogTime(const runtime::SqlLiterals& literals);
 
 }  // namespace iqrx::tables

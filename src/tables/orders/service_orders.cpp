@@ -57,16 +57,18 @@ constexpr TableDef kDefinition{
     .countsEveryInsert = true,
 };
 
-// The audit trail does not carry the sold-to partner's name.
-consteval TableDef LeavingSoldToName() {
-    TableDef def = kDefinition;
-    def.update =
-        "UPDATE {table} SET ccfg={ccfg},ofbp={ofbp}, lcad={lcad},cprj={cprj},ordt={ordt},osta={osta},cwoc={cwoc},csar={csar},emno={emno},blyn={blyn},ityn={ityn},crit={crit},ordu={ordu},tvdu={tvdu},pstm={pstm},pftm={pftm},estm={estm},lftm={lftm},otim={otim},appo={appo},rsrp={rsrp},tstm={tstm},astm={astm},aftm={aftm},csco={csco},csqu={csqu},stbp={stbp},emer={emer},minu={minu},ract={ract},upd_flag = 0  WHERE orno={orno}";
-    return def;
-}
-
 constexpr Table kServiceOrders = Checked(kDefinition);
-constexpr Table kLeavingSoldToName = Checked(LeavingSoldToName());
+
+// The audit trail does not carry the sold-to partner's name.
+constexpr TableStatement kUpdateLeavingSoldToName = Cut(
+    kDefinition,
+    "UPDATE {table} SET ccfg={ccfg},ofbp={ofbp}, lcad={lcad},cprj={cprj},ordt={ordt},osta={osta},cwoc={cwoc},csar={csar},emno={emno},blyn={blyn},ityn={ityn},crit={crit},ordu={ordu},tvdu={tvdu},pstm={pstm},pftm={pftm},estm={estm},lftm={lftm},otim={otim},appo={appo},rsrp={rsrp},tstm={tstm},astm={astm},aftm={aftm},csco={csco},csqu={csqu},stbp={stbp},emer={emer},minu={minu},ract={ract},upd_flag = 0  WHERE orno={orno}");
+
+constexpr runtime::Sql<1> kLocalOrder = "SELECT * FROM {table} WHERE orno= {orno}";
+constexpr runtime::Sql<1> kDelete = "DELETE FROM tssoc200  WHERE orno= {orno}";
+constexpr runtime::Sql<1> kDeleteAudit = "DELETE FROM tssoc200_audit WHERE orno= {orno}";
+constexpr runtime::Sql<3> kInsertAudit =
+    "INSERT INTO tssoc200_audit(orno,time,action) VALUES(  {orno},{time},{action})";
 
 std::string OrderNumber(Object& order) { return platform::ToText(order.Get("getServiceOrder")); }
 
@@ -93,8 +95,8 @@ void DeleteAndCount(CopyRun& run, const std::string& orno) {
 void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& change) {
     CopyRun& run = call.run;
     const std::string orno = OrderNumber(change.element);
-    const auto local = run.Database().OpenRecordset("SELECT * FROM " + call.tableName +
-                                                    " WHERE orno= " + run.Literals().QuoteSqlString(orno));
+    const auto local =
+        run.Database().OpenRecordset(kLocalOrder.On(call.tableName, run.Literals().QuoteSqlString(orno)));
     const bool present = !local->Bof();
     if (FilterIsActive(filterFlag) &&
         IsExcluded(filterFlag, platform::ToLong(change.element.Get("getOrderStatus")))) {
@@ -137,21 +139,19 @@ void CopyServiceOrdersIncremental(const TableCall& call) {
 }
 
 void UpsertServiceOrder(const TableCall& call, Object& order, bool withSoldToName) {
-    Upsert(call, withSoldToName ? kServiceOrders : kLeavingSoldToName, order);
+    Upsert(call, kServiceOrders, withSoldToName ? kServiceOrders.update : kUpdateLeavingSoldToName, order);
 }
 
 void DeleteServiceOrder(CopyRun& run, const std::string& orno) {
-    const Long deleted =
-        run.Database().Execute("DELETE FROM tssoc200  WHERE orno= " + run.Literals().QuoteSqlString(orno));
+    const Long deleted = run.Database().Execute(kDelete(run.Literals().QuoteSqlString(orno)));
     if (deleted > 0) WriteServiceOrderAudit(run, orno, "D");
 }
 
 void WriteServiceOrderAudit(CopyRun& run, const std::string& orno, std::string_view action) {
     const runtime::SqlLiterals& literals = run.Literals();
-    const std::string order = literals.QuoteSqlString(orno);
-    run.Database().Execute("DELETE FROM tssoc200_audit WHERE orno= " + order);
-    run.Database().Execute("INSERT INTO tssoc200_audit(orno,time,action) VALUES(  " + order + "," +
-                           ChangeLogTime(literals) + "," + literals.QuoteSqlString(action) + ")");
+    const Literal order = literals.QuoteSqlString(orno);
+    run.Database().Execute(kDeleteAudit(order));
+    run.Database().Execute(kInsertAudit(order, ChangeLogTime(literals), literals.QuoteSqlString(action)));
 }
 
 }  // namespace iqrx::tables

@@ -112,29 +112,5 @@ TEST_F(Properties, BatchesLeaveTheRowsThatSingleUpsertsLeave) {
     }));
 }
 
-TEST_F(Properties, AKnownShapeGivesTheLiteralsThatTheLexerFinds) {
-    const auto literal = rc::gen::oneOf(
-        rc::gen::map(AwkwardText(), Quoted),
-        rc::gen::map(rc::gen::arbitrary<std::uint32_t>(), [](std::uint32_t n) { return std::to_string(n); }),
-        rc::gen::elementOf(std::vector<std::string>{"NULL", "2.5", "1E+15", "CONVERT(DATETIME,'',120)",
-                                                    "TO_DATE('2009/5/7','yyyy/mm/dd')"}));
-    EXPECT_TRUE(rc::check([&] {
-        auto text = [&] {
-            return "UPDATE t SET a=" + *literal + ",b = " + *literal + " WHERE a IS NULL AND c= " + *literal;
-        };
-        const std::string known = text(), next = text();
-        Literals knownLiterals, matched, wanted;
-        const Shape shape(known, Tokenize(known, knownLiterals));
-        RC_ASSERT(shape.Match(next, matched));
-        Tokenize(next, wanted);
-        RC_ASSERT(matched.Items().size() == wanted.Items().size());
-        for (std::size_t i = 0; i < wanted.Items().size(); ++i) {
-            const Literal &left = matched.Items()[i], &right = wanted.Items()[i];
-            RC_ASSERT(left.kind == right.kind && left.whole == right.whole && left.real == right.real &&
-                      left.text == right.text);
-        }
-    }));
-}
-
 }  // namespace
 }  // namespace iqrx::platform::sqlite

@@ -1,10 +1,8 @@
-#include "engine/sql_template.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "engine/statement_texts.h"
+#include "engine/record_statements.h"
 #include "support/test_process.h"
 
 namespace iqrx::testing {
@@ -24,29 +22,30 @@ constexpr TableDef kColumns{
     .remove = {},
 };
 
-// The pieces of a statement, a column by its place and the table's name as "table", in angle brackets.
-std::string Pieces(const Statement& statement) {
+// The pieces of a statement, the table's name as "table" and a column by its place, in angle brackets.
+std::string Pieces(const TableStatement& statement) {
+    using enum platform::Piece::Then;
     std::string pieces;
-    for (const Piece& piece : statement) {
-        if (piece.column == Piece::kText)
-            pieces += "[" + std::string(piece.text) + "]";
-        else
-            pieces += piece.column == Piece::kTableName ? "<table>" : "<" + std::to_string(piece.column) + ">";
+    std::size_t hole = 0;
+    for (const platform::Piece& piece : statement.pieces) {
+        if (!piece.text.empty()) pieces += "[" + std::string(piece.text) + "]";
+        if (piece.then == Table) pieces += "<table>";
+        if (piece.then == Value) pieces += "<" + std::to_string(statement.columns[hole++]) + ">";
     }
     return pieces;
 }
 
-TEST(SqlTemplates, AreCutIntoTextsAndColumns) {
-    constexpr Statement kUpdate = Cut(kColumns, "UPDATE {table} SET b = {b}");
-    constexpr Statement kNoTextBetween = Cut(kColumns, "{a}{b}");
-    constexpr Statement kNoColumn = Cut(kColumns, "no column");
+TEST(SqlTexts, AreCutIntoTextsAndColumns) {
+    constexpr TableStatement kUpdate = Cut(kColumns, "UPDATE {table} SET b = {b}");
+    constexpr TableStatement kNoTextBetween = Cut(kColumns, "{a}{b}");
+    constexpr TableStatement kNoColumn = Cut(kColumns, "no column");
     EXPECT_EQ(Pieces(kUpdate), "[UPDATE ]<table>[ SET b = ]<1>");
     EXPECT_EQ(Pieces(kNoTextBetween), "<0><1>");
     EXPECT_EQ(Pieces(kNoColumn), "[no column]");
 }
 
-TEST(SqlTemplates, WriteABraceAsTwo) {
-    constexpr Statement kBraces = Cut(kColumns, "{{{a}}}");
+TEST(SqlTexts, WriteABraceAsTwo) {
+    constexpr TableStatement kBraces = Cut(kColumns, "{{{a}}}");
     EXPECT_EQ(Pieces(kBraces), "[{]<0>[}]");
 }
 
@@ -73,18 +72,18 @@ protected:
 };
 
 TEST_F(Statements, TakeTheirTableAndTheRecordsValues) {
-    StatementTexts texts(kExample, *record, tableName, process.database.Literals());
-    EXPECT_EQ(texts.Text(kExample.update),
+    RecordStatements statements(kExample, *record, tableName, process.database.Literals());
+    EXPECT_EQ(statements.Fill(kExample.update).Text(),
               "UPDATE local SET note=N'it''s {braces}',day=CONVERT(DATETIME,'2026-03-04 04:06:07',120) "
               "WHERE id=N'A'");
-    EXPECT_EQ(texts.Text(kExample.insert),
+    EXPECT_EQ(statements.Fill(kExample.insert).Text(),
               "INSERT {local} N'A',CONVERT(DATETIME,'2026-03-04 04:06:07',120),N'it''s {braces}'");
 }
 
 TEST_F(Statements, AskForDatesOnceAndForTheOtherValuesInEachText) {
-    StatementTexts texts(kExample, *record, tableName, process.database.Literals());
-    texts.Text(kExample.update);
-    texts.Text(kExample.insert);
+    RecordStatements statements(kExample, *record, tableName, process.database.Literals());
+    statements.Fill(kExample.update).Text();
+    statements.Fill(kExample.insert).Text();
     EXPECT_EQ(erp.calls, (std::vector<std::string>{"record.getDay()", "record.getNote()", "record.getId()",
                                                    "record.getId()", "record.getNote()"}));
 }

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <initializer_list>
 
-namespace iqrx::engine {
+namespace iqrx::platform {
 
 // Not constexpr on purpose: a list that is too long does not compile, and the name says why.
 void TheListIsTooLong();
@@ -36,4 +36,4 @@ private:
     std::size_t size_ = 0;
 };
 
-}  // namespace iqrx::engine
+}  // namespace iqrx::platform

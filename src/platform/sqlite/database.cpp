@@ -1,0 +1,113 @@
+#include "platform/sqlite/database.h"
+
+#include <sqlite3.h>
+
+#include <chrono>
+#include <thread>
+
+#include "platform/sqlite/errors.h"
+
+namespace iqrx::platform::sqlite {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::chrono::microseconds kPollInterval{500};
+
+[[noreturn]] void RaiseFileError(const fs::path& file, int code, const std::string& what) {
+    throw DatabaseFailure(code, what + ": " + file.string(), "08001");
+}
+
+// Reasons that the database would describe poorly or find out late.
+void CheckFile(const fs::path& file, bool mayCreate) {
+    std::error_code failure;
+    const fs::file_status status = fs::status(file, failure);
+    if (!fs::exists(status)) {
+        if (!mayCreate) RaiseFileError(file, SQLITE_CANTOPEN, "The database file does not exist");
+        return;
+    }
+    if (fs::is_directory(status))
+        RaiseFileError(file, SQLITE_CANTOPEN_ISDIR, "The database file is a directory");
+    constexpr auto anyWrite = fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
+    if ((status.permissions() & anyWrite) == fs::perms::none)
+        RaiseFileError(file, SQLITE_READONLY, "The database file is read-only");
+}
+
+// The library counts its memory under a lock, some seven times a statement, for statistics that nobody here
+// reads. It takes the setting before its first use alone; afterwards this does nothing.
+void LeaveMemoryUncounted() {
+    static const int result = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+    static_cast<void>(result);
+}
+
+}  // namespace
+
+Database::Database(const fs::path& file, IfMissing ifMissing, WaitNotice notice)
+    : lockWait_(std::make_unique<LockWait>(file, std::move(notice))) {
+    const bool mayCreate = ifMissing == IfMissing::Create;
+    CheckFile(file, mayCreate);
+    LeaveMemoryUncounted();
+    sqlite3* handle = nullptr;
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE |
+                      (mayCreate ? SQLITE_OPEN_CREATE : 0);
+    const int code = sqlite3_open_v2(file.c_str(), &handle, flags, nullptr);
+    handle_.reset(handle);
+    if (code != SQLITE_OK) RaiseFileError(file, code, "The database file cannot be opened");
+    sqlite3_busy_handler(handle, WaitForLock, lockWait_.get());
+    Check(file);
+}
+
+void Database::Check(const fs::path& file) {
+    if (sqlite3_db_readonly(Handle(), "main") == 1)
+        RaiseFileError(file, SQLITE_READONLY, "The database file is read-only");
+    const int code = sqlite3_exec(Handle(), "PRAGMA schema_version", nullptr, nullptr, nullptr);
+    if (code == SQLITE_NOTADB) RaiseFileError(file, code, "The file is not a database");
+    if (code != SQLITE_OK) RaiseSqliteError(Handle(), code);
+    // Readers and the writer don't wait for each other; a committed group survives a crash of the program.
+    Run("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA temp_store=MEMORY;");
+}
+
+void Database::Run(const std::string& sql) {
+    const int code = sqlite3_exec(Handle(), sql.c_str(), nullptr, nullptr, nullptr);
+    if (code != SQLITE_OK) RaiseSqliteError(Handle(), code);
+}
+
+void Database::SetLockWait(int seconds) { lockWait_->SetLimit(std::chrono::seconds(seconds)); }
+
+// SQLite's own handler soon looks every tenth of a second only, and misses the room that writers leave.
+int Database::WaitForLock(void* lockWait, int previousCalls) {
+    auto& wait = *static_cast<LockWait*>(lockWait);
+    const auto now = std::chrono::steady_clock::now();
+    if (previousCalls == 0) wait.Begin(now);
+    if (!wait.GoesOn(now)) return 0;
+    std::this_thread::sleep_for(kPollInterval);
+    return 1;
+}
+
+bool Database::InTransaction() const { return sqlite3_get_autocommit(Handle()) == 0; }
+
+std::int64_t Database::Changes() const { return sqlite3_changes64(Handle()); }
+
+void Database::Close::operator()(sqlite3* handle) const { sqlite3_close_v2(handle); }
+
+Transaction::Transaction(Database& database, const char* begin, const char* keep, const char* undo)
+    : database_(database), keep_(keep), undo_(undo) {
+    database_.Run(begin);
+}
+
+void Transaction::Keep() {
+    database_.Run(keep_);
+    isKept_ = true;
+}
+
+Transaction::~Transaction() {
+    if (isKept_ || !database_.InTransaction()) return;
+    try {
+        database_.Run(undo_);
+    } catch (const RuntimeError&) {
+        // The database ends the transaction when it is closed.
+    }
+}
+
+}  // namespace iqrx::platform::sqlite
