@@ -35,6 +35,21 @@ protected:
         }
         return {0, "", ""};
     }
+    void GivenACatalog() {
+        database.WhenOpened(
+            "SELECT a.ERPTableID,a.tableid, a.tablename, c.text from tstables a, tstreenodes b, tsi18ntext c where a.productid = N'1028' AND b.groupid = N'SYNC' AND a.tableid = b.tableid AND b.label = c.label",
+            Rows{{"ERPTableID", "tableid", "tablename", "text"}, {{"e"s, Long{2}, "tsmdm030"s, "T"s}}});
+    }
+    // A request with these arguments instead of good ones, that fails.
+    void Fail(const std::string& table, const std::string& method, const std::string& statusKey = "0",
+              const std::string& platformNumber = "1") {
+        database.calls.clear();
+        diagnostics.str({});
+        EXPECT_EQ(
+            hosting::SubMain(process, "string{}db{}" + table + "{}" + method + "{}" + directory.path.string() +
+                                          "{}bus{}" + statusKey + "{}{}" + platformNumber + "{}3{}SYNC{}"),
+            hosting::kFailed);
+    }
     std::string Valid(const std::string& count12Extra = "{}extra") {
         return "string{}db{}2{}1{} " + directory.path.string() + " {}bus{}0{}{}1{}3{} SYNC " + count12Extra;
     }
@@ -126,10 +141,33 @@ TEST_F(CommandLines, ThatFindNoCatalogSaySo) {
     EXPECT_FALSE(std::filesystem::exists(directory.path / "QRXevtLG.txt"));
 }
 
+TEST_F(CommandLines, TellOfATableOrMethodThatDoesNotConvertWhenTheEventLogHasItsLine) {
+    GivenACatalog();
+    const std::pair<const char*, const char*> wrong[] = {{"x", "1"}, {"2", "70000"}};
+    const char* const told[] = {"iQRXyQRXSync: Type mismatch: argument 2, the table id, is \"x\"\n",
+                                "iQRXyQRXSync: Overflow: argument 3, the method, is \"70000\"\n"};
+    for (int i = 0; i < 2; ++i) {
+        std::filesystem::remove(directory.path / "QRXevtLG.txt");
+        Fail(wrong[i].first, wrong[i].second);
+        EXPECT_EQ(diagnostics.str(), told[i]);
+        EXPECT_THAT(Contents(directory.path / "QRXevtLG.txt"), HasSubstr("The service has started"));
+        EXPECT_THAT(database.calls, ::testing::Contains(StartsWith("Open SELECT a.ERPTableID")));
+    }
+    Fail("x", "70000");
+    EXPECT_EQ(diagnostics.str(), told[1]) << "the method is looked at first";
+}
+
+TEST_F(CommandLines, TellOfAStatusKeyOrPlatformThatDoesNotConvertBeforeTheCatalogIsRead) {
+    Fail("x", "1", "99999999999", "70000");
+    EXPECT_EQ(diagnostics.str(), "iQRXyQRXSync: Overflow: argument 6, the status key, is \"99999999999\"\n");
+    Fail("x", "1", "0", "70000");
+    EXPECT_EQ(diagnostics.str(), "iQRXyQRXSync: Overflow: argument 8, the platform, is \"70000\"\n");
+    EXPECT_THAT(database.calls, ::testing::IsEmpty());
+    EXPECT_FALSE(std::filesystem::exists(directory.path / "QRXevtLG.txt"));
+}
+
 TEST_F(CommandLines, RunTheirRequestAndAnswerItsExitCode) {
-    database.WhenOpened(
-        "SELECT a.ERPTableID,a.tableid, a.tablename, c.text from tstables a, tstreenodes b, tsi18ntext c where a.productid = N'1028' AND b.groupid = N'SYNC' AND a.tableid = b.tableid AND b.label = c.label",
-        Rows{{"ERPTableID", "tableid", "tablename", "text"}, {{"e"s, Long{2}, "tsmdm030"s, "T"s}}});
+    GivenACatalog();
     database.WhenOpened("SELECT tvkparam FROM tsparameters", Rows{{"tvkparam"}, {{Long{0}}}});
     EXPECT_EQ(hosting::SubMain(process, Valid()), hosting::kCompleted);
     EXPECT_THAT(Contents(directory.path / "QRXevtLG.txt"), HasSubstr("The service has started"));
