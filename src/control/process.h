@@ -2,8 +2,9 @@
 // handed down, so that a test can own two of them at once.
 #pragma once
 
+#include <functional>
+#include <iosfwd>
 #include <string>
-#include <utility>
 
 #include "control/control_tables.h"
 #include "control/table_catalog.h"
@@ -27,21 +28,17 @@ struct Settings {
     bool allTables = false;
 };
 
-struct Process {
-    Process(platform::Machine machineToUse, platform::DatabaseProvider& databaseProvider,
-            erp::ErpProvider& erpProvider, platform::ObjectFactory& objectFactory,
-            std::ostream& diagnosticsStream)
-        : machine(std::move(machineToUse)),
-          databases(databaseProvider),
-          erps(erpProvider),
-          objects(objectFactory),
-          diagnostics(diagnosticsStream) {}
-
+// What the copy is made with. All is borrowed.
+struct Ports {
     platform::Machine machine;
-    platform::DatabaseProvider& databases;
+    std::reference_wrapper<platform::DatabaseProvider> databases;  // one that wraps another may take its place
     erp::ErpProvider& erps;
     platform::ObjectFactory& objects;
     std::ostream& diagnostics;  // standard error: what cannot be logged
+};
+
+struct Process : Ports {
+    explicit Process(const Ports& ports) : Ports(ports) {}
 
     Settings settings;
     runtime::MessageCatalog messages{machine.xml, machine.programFolder};

@@ -51,6 +51,12 @@ void LoadCatalog(control::Process& process, const std::string& connectionString,
     }
 }
 
+std::string RequestText(std::span<const std::string> words) {
+    std::string text;
+    for (std::size_t i = 1; i < words.size(); ++i) text += (i > 1 ? " " : "") + words[i];
+    return text;
+}
+
 ExitCode SubMain(control::Process& process, const std::string& commandLine) {
     const CommandLine arguments(commandLine);
     try {

@@ -1,11 +1,15 @@
 // A command-line start.
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "control/process.h"
 
 namespace iqrx::hosting {
+
+// The request of a start: the words after the program's name, joined by one blank each.
+std::string RequestText(std::span<const std::string> words);
 
 enum ExitCode : int { kCompleted = 0, kFailed = 1, kTableInUse = 2 };
 

@@ -129,11 +129,12 @@ hosting::ExitCode Worst(const std::vector<Result>& results) {
 
 }  // namespace
 
-hosting::ExitCode Copy(hosting::Composition& parts, const Options& options, const CopyOptions& copy,
-                       std::ostream& out, std::ostream& progressOut) {
-    Progress progress(progressOut, isatty(STDERR_FILENO) != 0);
-    CountingDatabase databases(parts.Databases(), progress);
-    control::Process process(parts.Machine(), databases, parts.Erps(), parts.Objects(), progressOut);
+hosting::ExitCode Copy(control::Ports ports, const Options& options, const CopyOptions& copy,
+                       std::ostream& out) {
+    Progress progress(ports.diagnostics, isatty(STDERR_FILENO) != 0);
+    CountingDatabase counting(ports.databases, progress);
+    ports.databases = counting;
+    control::Process process(ports);
     PrepareProcess(process, options);
     std::vector<Result> results;
     for (const Integer id : IdsOf(process.catalog, copy)) {

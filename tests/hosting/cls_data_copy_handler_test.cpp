@@ -41,7 +41,7 @@ struct Scheduler : platform::ObjectFactory {
 
 class Handler : public TestProcess, public ::testing::Test {
 protected:
-    Handler() : service(process.machine, database, erp, scheduler, diagnostics) {
+    Handler() : service({process.machine, database, erp, scheduler, diagnostics}) {
         database.defaultAffected = 1;
         database.WhenOpened(
             "SELECT a.ERPTableID,a.tableid, a.tablename, c.text from tstables a, tstreenodes b, tsi18ntext c where a.productid = N'1028' AND b.groupid = N'' AND a.tableid = b.tableid AND b.label = c.label",
@@ -184,7 +184,7 @@ TEST_F(Handler, LogsAMissingInstanceObjectAndRunsNothing) {
 }
 
 TEST_F(Handler, LogsAMissingInstanceRegistry) {
-    control::Process without(process.machine, database, erp, objects, diagnostics);
+    control::Process without({process.machine, database, erp, objects, diagnostics});
     hosting::clsDataCopyHandler(without).HandleDataCopy("s", "d", 2, 1, directory.path.string(), "b", 1);
     EXPECT_THAT(Contents(directory.path / "iQRXyDBSync.log"), HasSubstr("429"));
 }
