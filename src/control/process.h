@@ -15,17 +15,12 @@
 
 namespace iqrx::control {
 
-// What a request says beside its arguments; the command line fills it.
+// What the process is for its caller.
 struct Settings {
-    bool standalone = false;   // no instance object, no relays to it
-    bool tableStatus = false;  // the caller wants UpdateStatusByTable
-    platform::Long statusKey = 0;
+    bool standalone = false;  // no instance object, no relays to it
     platform::Integer currentInstanceNumber = 0;
     std::string treeGroup;
-    std::string calendarRunParameter98;  // a calendar code
-    std::string calendarRunParameter99;  // an employee number
-    std::string commandLineText;
-    bool allTables = false;
+    bool allTables = false;  // while a request for all tables is handled
 };
 
 // What the copy is made with. All is borrowed.

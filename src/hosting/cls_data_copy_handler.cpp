@@ -1,10 +1,10 @@
 #include "hosting/cls_data_copy_handler.h"
 
+#include <ostream>
+
 #include "hosting/command_line.h"
 #include "hosting/dispatch.h"
-#include "hosting/request_failure.h"
 #include "platform/conversions.h"
-#include "platform/error.h"
 
 namespace iqrx::hosting {
 
@@ -27,26 +27,25 @@ int TextId(Integer tableId) {
 
 }  // namespace
 
-clsDataCopyHandler::clsDataCopyHandler(control::Process& process, control::DataCopyEvents* listener)
-    : process_(process), listener_(listener) {}
-
-void clsDataCopyHandler::HandleDataCopy(const std::string& ConnString, const std::string& DBName,
-                                        Integer TableID, Integer SyncMethod, const std::string& LogDirectory,
-                                        const std::string& BusComponent, platform::Long DatabasePlatform) {
+void clsDataCopyHandler::HandleDataCopy(const control::CopyRequest& request) {
     outcome_ = Outcome::Error;
     try {
-        Handle({ConnString, DBName, TableID, SyncMethod, LogDirectory, BusComponent, DatabasePlatform});
+        Handle(request);
     } catch (...) {
-        TellOfFailure(process_, LogDirectory, platform::CurrentError());
+        TellOfFailure(process_, request.logFilePath, platform::CurrentError());
     }
 }
 
+control::Counters clsDataCopyHandler::LastCounts() const {
+    return outcome_ == Outcome::Complete ? dataCopyJob_->Run().counters : control::Counters{};
+}
+
 void clsDataCopyHandler::Handle(const control::CopyRequest& request) {
+    statusKey_ = request.statusKey;
     if (!process_.settings.standalone) FetchInstanceObject();
     dataCopyJob_ = std::make_unique<control::clsDataCopy>(process_, Tables(), Calendars(), *this);
     process_.settings.allTables = false;
     if (request.tableId == control::kAllTables) {
-        process_.settings.allTables = true;
         dataCopyJob_->CopyAllTables(request);
         outcome_ = Outcome::Complete;
         return;
@@ -86,15 +85,14 @@ std::string clsDataCopyHandler::TextAbout(std::string_view label, int textId) {
 }
 
 void clsDataCopyHandler::RelayStatus(int textId, Integer status) {
-    if (!process_.settings.tableStatus) return;
-    Value key = process_.settings.statusKey;
+    if (!statusKey_) return;
+    Value key = *statusKey_;
     const TableNames table = NamesOf(textId);
     Call(Instance(), "UpdateStatusByTable", table.text, table.erpId, status, ByRef{key});
-    process_.settings.statusKey = platform::ToLong(key);
+    statusKey_ = platform::ToLong(key);
 }
 
 void clsDataCopyHandler::DataCopyAlreadyInProgress(platform::Date iTime, Integer iTableID) {
-    if (listener_) listener_->DataCopyAlreadyInProgress(iTime, iTableID);
     const int textId = TextId(iTableID);
     if (!process_.settings.standalone)
         Call(Instance(), "writeToMessageBox", TextAbout("SLBL0007", textId), iTime);
@@ -103,7 +101,6 @@ void clsDataCopyHandler::DataCopyAlreadyInProgress(platform::Date iTime, Integer
 
 void clsDataCopyHandler::DataCopyComplete(platform::Date iTime, Integer iTableID, platform::Long icount,
                                           platform::Long ucount, platform::Long dcount) {
-    if (listener_) listener_->DataCopyComplete(iTime, iTableID, icount, ucount, dcount);
     const int textId = TextId(iTableID);
     if (!process_.settings.standalone) {
         std::string text = TextAbout("SLBL0010", textId);
@@ -117,13 +114,11 @@ void clsDataCopyHandler::DataCopyComplete(platform::Date iTime, Integer iTableID
 }
 
 void clsDataCopyHandler::DataCopydone() {
-    if (listener_) listener_->DataCopydone();
     if (!process_.settings.standalone) instanceObject_.reset();
 }
 
 void clsDataCopyHandler::DataCopyError(platform::Date iTime, Integer iTableID, Integer ieNumber,
                                        const std::string& ieMessage) {
-    if (listener_) listener_->DataCopyError(iTime, iTableID, ieNumber, ieMessage);
     const int textId = TextId(iTableID);
     if (!process_.settings.standalone) {
         std::string alert = process_.messages.GetI18nText("SLBL0133");
@@ -138,13 +133,18 @@ void clsDataCopyHandler::DataCopyError(platform::Date iTime, Integer iTableID, I
 }
 
 void clsDataCopyHandler::DataCopyStarted(platform::Date iTime, Integer iTableID) {
-    if (listener_) listener_->DataCopyStarted(iTime, iTableID);
     const int textId = TextId(iTableID);
     if (!process_.settings.standalone) {
         Call(Instance(), "writeToMessageBox", TextAbout("SLBL0009", textId), iTime);
         Call(Instance(), "UpdateSyncStatus", Integer{kSyncStarted}, iTime);
     }
     RelayStatus(textId, kTableStarted);
+}
+
+void TellOfFailure(control::Process& process, const std::string& logDirectory,
+                   const platform::RuntimeError& error) {
+    runtime::LogHandlerError(process.machine, process.messages, logDirectory, error);
+    process.diagnostics << runtime::DiagnosticLine(error.description) << std::endl;
 }
 
 }  // namespace iqrx::hosting

@@ -4,27 +4,15 @@
 
 #include "hosting/cls_data_copy_handler.h"
 #include "hosting/command_line.h"
-#include "hosting/request_failure.h"
-#include "platform/error.h"
 
 namespace iqrx::hosting {
 
 namespace {
 
-void StartEventLog(control::Process& process, const CommandLine& arguments) {
-    std::string directory = arguments.Trimmed(kLogDirectory);
-    if (directory.empty()) directory = process.machine.blankDirectory;
+void StartEventLog(control::Process& process, const std::string& logDirectory) {
+    const std::string& directory = logDirectory.empty() ? process.machine.blankDirectory : logDirectory;
     process.eventLog.Start(directory + process.machine.pathSeparator + "QRXevtLG.txt");
     process.eventLog.LogEvent(process.messages.GetI18nText("SLBL0504"));
-}
-
-control::Outcome Handle(control::Process& process, const CommandLine& arguments) {
-    clsDataCopyHandler handler(process);
-    handler.HandleDataCopy(arguments.Trimmed(kConnectionString), arguments.Trimmed(kDatabaseName),
-                           arguments.Integer(kTableId), arguments.Integer(kSyncMethod),
-                           arguments.Trimmed(kLogDirectory), arguments.Trimmed(kRunParameter),
-                           arguments.Long(kPlatform));
-    return handler.LastOutcome();
 }
 
 // A run may go on after an error and report that it is complete; who looks at the exit code only must not be
@@ -38,10 +26,10 @@ ExitCode ExitCodeOf(control::Process& process, control::Outcome outcome) {
 
 }  // namespace
 
-void LoadCatalog(control::Process& process, const std::string& connectionString, const std::string& database,
-                 platform::Integer databasePlatform) {
+void LoadCatalog(control::Process& process, const control::CopyRequest& request) {
     try {
-        process.catalog.LoadTableCatalog(process.databases, connectionString, database, databasePlatform,
+        process.catalog.LoadTableCatalog(process.databases, request.connectionString, request.localDatabase,
+                                         static_cast<platform::Integer>(request.databasePlatform),
                                          process.settings.treeGroup);
     } catch (...) {
         const platform::RuntimeError error = platform::CurrentError();
@@ -60,12 +48,13 @@ std::string RequestText(std::span<const std::string> words) {
 ExitCode SubMain(control::Process& process, const std::string& commandLine) {
     const CommandLine arguments(commandLine);
     try {
-        arguments.Validate(process.messages);
-        arguments.Apply(process.settings);
-        LoadCatalog(process, arguments.Trimmed(kConnectionString), arguments.Trimmed(kDatabaseName),
-                    arguments.Integer(kPlatform));
-        StartEventLog(process, arguments);
-        return ExitCodeOf(process, Handle(process, arguments));
+        control::CopyRequest request = arguments.Request(process.messages, process.settings);
+        LoadCatalog(process, request);
+        StartEventLog(process, request.logFilePath);
+        arguments.AddTableAndMethod(request);
+        clsDataCopyHandler handler(process);
+        handler.HandleDataCopy(request);
+        return ExitCodeOf(process, handler.LastOutcome());
     } catch (...) {
         TellOfFailure(process, arguments.LogDirectory(), platform::CurrentError());
         return kFailed;

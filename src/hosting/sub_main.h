@@ -4,7 +4,7 @@
 #include <span>
 #include <string>
 
-#include "control/process.h"
+#include "control/cls_data_copy.h"
 
 namespace iqrx::hosting {
 
@@ -17,8 +17,8 @@ enum ExitCode : int { kCompleted = 0, kFailed = 1, kTableInUse = 2 };
 // directory and, in one line, to the process's diagnostics.
 ExitCode SubMain(control::Process& process, const std::string& commandLine);
 
-// Loads the catalog of the settings' tree group; the description of an error is in the catalog's words.
-void LoadCatalog(control::Process& process, const std::string& connectionString, const std::string& database,
-                 platform::Integer databasePlatform);
+// Loads the catalog of the settings' tree group from the request's database; the description of an error is
+// in the catalog's words.
+void LoadCatalog(control::Process& process, const control::CopyRequest& request);
 
 }  // namespace iqrx::hosting

@@ -17,31 +17,15 @@ namespace iqrx::qrxctl {
 
 using control::Outcome;
 using platform::Integer;
-using platform::Long;
 
 namespace {
 
 struct Result {
     std::string table;
-    Long inserted = 0, updated = 0, deleted = 0;
+    control::Counters counts = {};
     double seconds = 0;
     Outcome outcome = Outcome::None;
     std::string cause = {};
-};
-
-// Keeps the counts of a run.
-struct CountsListener : control::DataCopyEvents {
-    explicit CountsListener(Result& resultToFill) : result(resultToFill) {}
-    void DataCopyStarted(platform::Date, Integer) override {}
-    void DataCopyError(platform::Date, Integer, Integer, const std::string&) override {}
-    void DataCopyComplete(platform::Date, Integer, Long icount, Long ucount, Long dcount) override {
-        result.inserted = icount;
-        result.updated = ucount;
-        result.deleted = dcount;
-    }
-    void DataCopyAlreadyInProgress(platform::Date, Integer) override {}
-    void DataCopydone() override {}
-    Result& result;
 };
 
 // A run that logged an error has failed, though it may have gone on to its end.
@@ -94,13 +78,14 @@ Result CopyOne(control::Process& process, const Options& options, const CopyOpti
     Result result{.table = process.catalog.GetTableName(id)};
     const auto begin = std::chrono::steady_clock::now();
     if (copy.since) SetLastUpdate(process, options, result.table, *copy.since);
-    CountsListener counts(result);
-    hosting::clsDataCopyHandler handler(process, &counts);
-    handler.HandleDataCopy(options.connection, options.database, id,
-                           copy.full ? control::kFull : control::kIncremental, options.logDirectory,
-                           options.erp, PlatformNumber(options));
+    control::CopyRequest request = RequestOf(options);
+    request.tableId = id;
+    request.syncMethod = copy.full ? control::kFull : control::kIncremental;
+    hosting::clsDataCopyHandler handler(process);
+    handler.HandleDataCopy(request);
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     result.outcome = handler.LastOutcome();
+    result.counts = handler.LastCounts();
     result.cause = process.runLog.FirstError();
     return result;
 }
@@ -110,9 +95,10 @@ void ShowTable(const std::vector<Result>& results, std::ostream& out) {
         << "updated" << std::setw(10) << "deleted" << std::setw(10) << "seconds"
         << "  outcome\n";
     for (const Result& result : results) {
-        out << std::left << std::setw(10) << result.table << std::right << std::setw(10) << result.inserted
-            << std::setw(10) << result.updated << std::setw(10) << result.deleted << std::setw(10)
-            << std::fixed << std::setprecision(2) << result.seconds << "  " << Word(result);
+        out << std::left << std::setw(10) << result.table << std::right << std::setw(10)
+            << result.counts.inserted << std::setw(10) << result.counts.updated << std::setw(10)
+            << result.counts.deleted << std::setw(10) << std::fixed << std::setprecision(2) << result.seconds
+            << "  " << Word(result);
         if (!result.cause.empty()) out << ": " << result.cause;
         out << '\n';
     }

@@ -29,7 +29,7 @@ protected:
     }
     RuntimeError ErrorOf(const std::string& commandLine) {
         try {
-            CommandLine(commandLine).Validate(process.messages);
+            CommandLine(commandLine).Request(process.messages, process.settings);
         } catch (const RuntimeError& error) {
             return error;
         }
@@ -100,29 +100,46 @@ TEST_F(CommandLines, NameAnArgumentThatIsMissingBehindTheSeventh) {
 }
 
 TEST_F(CommandLines, AreStandaloneWithTwelveArgumentsExactly) {
-    control::Settings settings;
-    CommandLine(Valid()).Apply(settings);
-    EXPECT_TRUE(settings.standalone);
-    CommandLine(Valid("")).Apply(settings);
-    EXPECT_FALSE(settings.standalone);
-    CommandLine(Valid("{}x{}y")).Apply(settings);
-    EXPECT_FALSE(settings.standalone);
+    const auto standalone = [&](const std::string& commandLine) {
+        CommandLine(commandLine).Request(process.messages, process.settings);
+        return process.settings.standalone;
+    };
+    EXPECT_TRUE(standalone(Valid()));
+    EXPECT_FALSE(standalone(Valid("")));
+    EXPECT_FALSE(standalone(Valid("{}x{}y")));
 }
 
-TEST_F(CommandLines, FillTheSettings) {
+TEST_F(CommandLines, FillTheSettingsAndTheRequest) {
     control::Settings settings;
-    CommandLine("s{}d{}99{}1{} log {}bus{}42{}E1{}1{}3{} SYNC ").Apply(settings);
-    EXPECT_TRUE(settings.tableStatus);
-    EXPECT_EQ(settings.statusKey, 42);
+    const CommandLine first(" s {} d {}99{}1{} log {} bus {}42{} E1 {}2{}3{} SYNC ");
+    control::CopyRequest request = first.Request(process.messages, settings);
+    first.AddTableAndMethod(request);
+    EXPECT_FALSE(settings.standalone);
     EXPECT_EQ(settings.currentInstanceNumber, 3);
     EXPECT_EQ(settings.treeGroup, "SYNC");
-    EXPECT_EQ(settings.calendarRunParameter99, "E1");
-    EXPECT_EQ(settings.calendarRunParameter98, "");
-    EXPECT_EQ(settings.commandLineText, " log ");
-    CommandLine("s{}d{}98{}1{}log{}bus{}42{}C1{}1{}none{}SYNC{}x").Apply(settings);
-    EXPECT_FALSE(settings.tableStatus) << "cleared in standalone mode";
-    EXPECT_EQ(settings.calendarRunParameter98, "C1");
+    EXPECT_EQ(request.connectionString, "s");
+    EXPECT_EQ(request.localDatabase, "d");
+    EXPECT_EQ(request.tableId, control::kCalendarOfEmployee);
+    EXPECT_EQ(request.syncMethod, control::kFull);
+    EXPECT_EQ(request.logFilePath, "log");
+    EXPECT_EQ(request.busComponent, "bus");
+    EXPECT_EQ(request.databasePlatform, 2);
+    EXPECT_EQ(request.calendarParameter, " E1 ");
+    EXPECT_EQ(request.statusKey, 42);
+    EXPECT_EQ(first.LogDirectory(), " log ");
+
+    const CommandLine second("s{}d{}98{}1{}log{}bus{}42{}C1{}1{}none{}SYNC{}x");
+    request = second.Request(process.messages, settings);
+    EXPECT_EQ(request.statusKey, std::nullopt) << "a standalone start has nobody to tell";
+    EXPECT_EQ(request.calendarParameter, "C1");
     EXPECT_EQ(settings.currentInstanceNumber, 3) << "kept when the argument is no number";
+}
+
+TEST_F(CommandLines, WantNoTableStatusWithTheKeyZeroAndNoCalendarForAnotherTable) {
+    const auto request =
+        CommandLine("s{}d{}18{}1{}log{}bus{}0{}C1{}1{}1{}SYNC").Request(process.messages, process.settings);
+    EXPECT_EQ(request.statusKey, std::nullopt);
+    EXPECT_EQ(request.calendarParameter, "");
 }
 
 TEST_F(CommandLines, ThatFailGoToTheRequestErrorLogAndToStandardErrorInOneLine) {
