@@ -29,17 +29,20 @@ public:
     void DataCopyStarted(platform::Date iTime, platform::Integer iTableID) override;
 
 private:
-    // What the scheduler hears of a table; an id that the catalog has no room for stands for itself.
+    // What the scheduler hears of a table: of an employee's calendar run that of the calendars; an id that
+    // the catalog has no room for stands for itself.
     struct TableNames {
         std::string text, erpId, name;
     };
 
-    TableNames NamesOf(int textId) const;
+    TableNames NamesOf(platform::Integer tableId) const;
     void FetchInstanceObject();
     void Handle(const control::CopyRequest& request);
     platform::Object& Instance();
-    std::string TextAbout(std::string_view label, int textId);
-    void RelayStatus(int textId, platform::Integer status);
+    std::string TextAbout(std::string_view label, const TableNames& table);
+    // Makes the calls, unless standalone, then tells the table's status where it is wanted.
+    template <class Calls>
+    void Relay(platform::Integer tableId, platform::Integer status, Calls calls);
 
     control::Process& process_;
     std::unique_ptr<control::clsDataCopy> dataCopyJob_;

@@ -15,16 +15,13 @@ void StartEventLog(control::Process& process, const std::string& logDirectory) {
     process.eventLog.LogEvent(process.messages.GetI18nText("SLBL0504"));
 }
 
-// A run may go on after an error and report that it is complete; who looks at the exit code only must not be
-// told that all is well.
-ExitCode ExitCodeOf(control::Process& process, control::Outcome outcome) {
-    const std::string& cause = process.runLog.FirstError();
-    if (!cause.empty()) process.diagnostics << runtime::DiagnosticLine(cause) << std::endl;
-    if (!cause.empty() || outcome == control::Outcome::Error) return kFailed;
-    return outcome == control::Outcome::AlreadyInProgress ? kTableInUse : kCompleted;
-}
-
 }  // namespace
+
+ExitCode ExitCodeOf(const std::string& cause, control::Outcome outcome) {
+    if (!cause.empty()) return kFailed;
+    if (outcome == control::Outcome::AlreadyInProgress) return kTableInUse;
+    return outcome == control::Outcome::Complete ? kCompleted : kFailed;
+}
 
 void LoadCatalog(control::Process& process, const control::CopyRequest& request) {
     try {
@@ -54,7 +51,9 @@ ExitCode SubMain(control::Process& process, const std::string& commandLine) {
         arguments.AddTableAndMethod(request);
         clsDataCopyHandler handler(process);
         handler.HandleDataCopy(request);
-        return ExitCodeOf(process, handler.LastOutcome());
+        const std::string& cause = process.runLog.FirstError();
+        if (!cause.empty()) process.diagnostics << runtime::DiagnosticLine(cause) << std::endl;
+        return ExitCodeOf(cause, handler.LastOutcome());
     } catch (...) {
         TellOfFailure(process, arguments.LogDirectory(), platform::CurrentError());
         return kFailed;

@@ -13,6 +13,10 @@ std::string RequestText(std::span<const std::string> words);
 
 enum ExitCode : int { kCompleted = 0, kFailed = 1, kTableInUse = 2 };
 
+// A run may go on after an error, its cause, and report that it is complete; who looks at the exit code only
+// must not be told that all is well.
+ExitCode ExitCodeOf(const std::string& cause, control::Outcome outcome);
+
 // Runs the request of a command line. Raises nothing: a failure goes to the request error log of the log
 // directory and, in one line, to the process's diagnostics.
 ExitCode SubMain(control::Process& process, const std::string& commandLine);

@@ -15,7 +15,6 @@
 
 namespace iqrx::qrxctl {
 
-using control::Outcome;
 using platform::Integer;
 
 namespace {
@@ -24,22 +23,11 @@ struct Result {
     std::string table;
     control::Counters counts = {};
     double seconds = 0;
-    Outcome outcome = Outcome::None;
+    hosting::ExitCode code = hosting::kFailed;
     std::string cause = {};
 };
 
-// A run that logged an error has failed, though it may have gone on to its end.
-const char* Word(const Result& result) {
-    if (!result.cause.empty()) return "failed";
-    switch (result.outcome) {
-        case Outcome::Complete:
-            return "completed";
-        case Outcome::AlreadyInProgress:
-            return "in use";
-        default:
-            return "failed";
-    }
-}
+constexpr const char* kWords[] = {"completed", "failed", "in use"};  // for the exit codes
 
 std::vector<Integer> IdsOf(const control::TableCatalog& catalog, const CopyOptions& copy) {
     std::vector<Integer> ids;
@@ -84,9 +72,9 @@ Result CopyOne(control::Process& process, const Options& options, const CopyOpti
     hosting::clsDataCopyHandler handler(process);
     handler.HandleDataCopy(request);
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-    result.outcome = handler.LastOutcome();
     result.counts = handler.LastCounts();
     result.cause = process.runLog.FirstError();
+    result.code = hosting::ExitCodeOf(result.cause, handler.LastOutcome());
     return result;
 }
 
@@ -98,7 +86,7 @@ void ShowTable(const std::vector<Result>& results, std::ostream& out) {
         out << std::left << std::setw(10) << result.table << std::right << std::setw(10)
             << result.counts.inserted << std::setw(10) << result.counts.updated << std::setw(10)
             << result.counts.deleted << std::setw(10) << std::fixed << std::setprecision(2) << result.seconds
-            << "  " << Word(result);
+            << "  " << kWords[result.code];
         if (!result.cause.empty()) out << ": " << result.cause;
         out << '\n';
     }
@@ -106,11 +94,11 @@ void ShowTable(const std::vector<Result>& results, std::ostream& out) {
 }
 
 hosting::ExitCode Worst(const std::vector<Result>& results) {
-    const auto any = [&](std::string_view word) {
-        return std::ranges::any_of(results, [&](const Result& result) { return Word(result) == word; });
+    const auto any = [&](hosting::ExitCode code) {
+        return std::ranges::find(results, code, &Result::code) != results.end();
     };
-    if (any("failed")) return hosting::kFailed;
-    return any("in use") ? hosting::kTableInUse : hosting::kCompleted;
+    if (any(hosting::kFailed)) return hosting::kFailed;
+    return any(hosting::kTableInUse) ? hosting::kTableInUse : hosting::kCompleted;
 }
 
 }  // namespace
@@ -126,7 +114,7 @@ hosting::ExitCode Copy(control::Ports ports, const Options& options, const CopyO
     for (const Integer id : IdsOf(process.catalog, copy)) {
         progress.Begin(process.catalog.GetTableName(id));
         results.push_back(CopyOne(process, options, copy, id));
-        progress.End(Word(results.back()));
+        progress.End(kWords[results.back().code]);
     }
     ShowTable(results, out);
     return Worst(results);
