@@ -139,11 +139,11 @@ private:
     FixedMachine machine_;
     EmbeddedDatabase databases_;
     ServiceErp erps_;
-    control::Process process_{{machine_, machine_, machine_, machine_, machine_, machine_, directory_},
-                              databases_,
-                              erps_,
-                              machine_,
-                              std::cerr};
+    control::Process process_{{{machine_, machine_, machine_, machine_, machine_, machine_, directory_},
+                               databases_,
+                               erps_,
+                               machine_,
+                               std::cerr}};
 
 public:
     const std::filesystem::path file = directory_ / "local.db";

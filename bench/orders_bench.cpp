@@ -9,7 +9,7 @@
 #include <iostream>
 #include <iterator>
 
-#include "hosting/composition.h"
+#include "composition/composition.h"
 #include "platform/sqlite/sqlite_database.h"
 #include "sample/sample.h"
 #include "tables/orders/orders.h"
@@ -60,9 +60,8 @@ private:
     }
 
     const std::filesystem::path directory_;
-    hosting::Composition composition_;
-    control::Process process_{composition_.Machine(), composition_.Databases(), composition_.Erps(),
-                              composition_.Objects(), std::cerr};
+    hosting::Composition composition_{{}};
+    control::Process process_{composition_.Ports(std::cerr)};
     control::CopyRun run_{process_};
 };
 

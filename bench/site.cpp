@@ -6,7 +6,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "hosting/composition.h"
+#include "composition/composition.h"
 #include "hosting/sub_main.h"
 #include "qrxctl/init_command.h"
 
@@ -37,7 +37,7 @@ Site::~Site() {
 
 void Site::RenewDatabase() {
     for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(Database().string() + suffix);
-    hosting::Composition parts;
+    hosting::Composition parts({});
     qrxctl::Init(parts, OptionsFor(Database()), IQRX_SCHEMA_DIRECTORY);
 }
 
@@ -53,8 +53,8 @@ void Site::WriteCsv(const std::string& file, const std::vector<std::string>& hea
 }
 
 Seconds Site::Copy(int tableId, bool full) {
-    hosting::Composition parts;
-    control::Process process(parts.Machine(), parts.Databases(), parts.Erps(), parts.Objects(), std::cerr);
+    hosting::Composition parts({});
+    control::Process process(parts.Ports(std::cerr));
     std::ostringstream request;
     request << "Provider=SQLite;Data Source=" << Database().string() << "{}{}" << tableId << "{}"
             << (full ? 1 : 2) << "{}" << directory_.string() << "{}extract=" << Extract().string()
@@ -66,11 +66,11 @@ Seconds Site::Copy(int tableId, bool full) {
 }
 
 void Site::SetLastUpdate(const std::string& table, const std::string& moment) {
-    hosting::Composition parts;
-    platform::Machine machine = parts.Machine();
-    runtime::DatabaseSession session(machine, parts.Databases());
+    hosting::Composition parts({});
+    control::Ports ports = parts.Ports(std::cerr);
+    runtime::DatabaseSession session(ports.machine, ports.databases);
     session.OpenDatabase(OptionsFor(Database()).connection, "");
-    control::ControlTables(machine.clock, session)
+    control::ControlTables(ports.machine.clock, session)
         .SetTableLastUpdate(table, session.Literals().WrapDateLiteral(moment));
     session.CloseDatabase();
 }

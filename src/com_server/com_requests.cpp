@@ -2,12 +2,18 @@
 
 #include "hosting/sub_main.h"
 #include "platform/ini_file.h"
-#include "platform/windows/com.h"
 #include "runtime/run_log.h"
 
 namespace iqrx::hosting::windows {
 
 using platform::RuntimeError;
+
+control::CopyRequest RequestOf(BSTR connectionString, BSTR localDatabase, short tableId, short syncMethod,
+                               BSTR logFilePath, BSTR busComponent, LONG databasePlatform) {
+    using platform::windows::FromBstr;
+    return {FromBstr(connectionString), FromBstr(localDatabase), tableId,         syncMethod,
+            FromBstr(logFilePath),      FromBstr(busComponent),  databasePlatform};
+}
 
 ComRequests::ComRequests(control::Process& process) : process_(process) {
     const std::filesystem::path file = process.machine.programFolder / "iQRXyQRXSync.ini";
@@ -31,17 +37,12 @@ void ComRequests::LoadCatalogOf(const control::CopyRequest& request) {
     if (catalogOrigin_ == origin) return;
     catalogOrigin_.reset();
     try {
-        LoadCatalog(process_, request.connectionString, request.localDatabase,
-                    static_cast<platform::Integer>(request.databasePlatform));
+        LoadCatalog(process_, request);
     } catch (const RuntimeError& error) {
         if (error.number != control::kCatalogEmpty || settingsLack_.empty()) throw;
         throw RuntimeError(error.number, error.source, error.description + "; " + settingsLack_);
     }
     catalogOrigin_ = origin;
-}
-
-std::string ComRequests::RequestLogFile(const control::CopyRequest& request) const {
-    return runtime::RequestErrorLog(process_.machine, request.logFilePath);
 }
 
 void ComRequests::LogRequest(const control::CopyRequest& request, const RuntimeError& error) {

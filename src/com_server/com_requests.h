@@ -3,11 +3,16 @@
 #pragma once
 
 #include <optional>
+#include <tuple>
 
 #include "control/cls_data_copy.h"
 #include "platform/error.h"
+#include "platform/windows/com.h"
 
 namespace iqrx::hosting::windows {
+
+control::CopyRequest RequestOf(BSTR connectionString, BSTR localDatabase, short tableId, short syncMethod,
+                               BSTR logFilePath, BSTR busComponent, LONG databasePlatform = 1);
 
 class ComRequests {
 public:
@@ -34,8 +39,6 @@ public:
     // platform. Raises RuntimeError.
     void LoadCatalogOf(const control::CopyRequest& request);
 
-    // The file to which LogRequest writes.
-    std::string RequestLogFile(const control::CopyRequest& request) const;
     // What keeps a request from becoming a run, which would have a log of its own.
     void LogRequest(const control::CopyRequest& request, const platform::RuntimeError& error);
     // What fails in a call without a request: to the run log if there has been a run, else to the request
@@ -43,11 +46,8 @@ public:
     void LogCall(const platform::RuntimeError& error);
 
 private:
-    struct Origin {
-        std::string connectionString, database;
-        platform::Long platform;
-        bool operator==(const Origin&) const = default;
-    };
+    using Origin =
+        std::tuple<std::string, std::string, platform::Long>;  // connection string, database, platform
 
     control::Process& process_;
     std::string settingsLack_;             // what is wrong with the settings file, if anything

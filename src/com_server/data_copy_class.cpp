@@ -24,12 +24,6 @@ namespace {
 // The members of the events' interface.
 enum Event : DISPID { kStarted = 1, kError, kComplete, kAlreadyInProgress, kDone };
 
-control::CopyRequest RequestOf(BSTR connectionString, BSTR localDatabase, short tableId, short syncMethod,
-                               BSTR logFilePath, BSTR busComponent) {
-    return {FromBstr(connectionString), FromBstr(localDatabase), tableId, syncMethod,
-            FromBstr(logFilePath),      FromBstr(busComponent)};
-}
-
 Integer PlatformOf(const VARIANT& databasePlatform) {
     return platform::ToInteger(FromVariant(databasePlatform, ObjectOf));
 }
@@ -168,8 +162,10 @@ void DataCopyClass::Serve(control::CopyRequest& request, const VARIANT& database
 // the request error log, since the run has none yet.
 void DataCopyClass::Refuse(const control::CopyRequest& request, const RuntimeError& error) {
     requests_.LogRequest(request, error);
-    DataCopyError(platform::TimeOfDay(requests_.Process().machine.clock.Now()), request.tableId, -1,
-                  "DataCopy Failed, see logfile '" + requests_.RequestLogFile(request) + "' for details");
+    const platform::Machine& machine = requests_.Process().machine;
+    const std::string log = runtime::RequestErrorLog(machine, request.logFilePath);
+    DataCopyError(platform::TimeOfDay(machine.clock.Now()), request.tableId, -1,
+                  "DataCopy Failed, see logfile '" + log + "' for details");
     DataCopydone();
 }
 

@@ -2,8 +2,6 @@
 
 namespace iqrx::hosting::windows {
 
-using platform::windows::FromBstr;
-
 HandlerClass::HandlerClass(ServerLifetime& lifetime, const TypeLibrary& library, ComRequests& requests)
     : ComClass(lifetime, library, __uuidof(::clsDataCopyHandler), IID_NULL),
       requests_(requests),
@@ -14,13 +12,11 @@ HRESULT HandlerClass::HandleDataCopy(BSTR ConnString, BSTR DBName, short TableID
     control::CopyRequest request;
     return Method(
         [&] {
-            request = {FromBstr(ConnString),   FromBstr(DBName),       TableID,         SyncMethod,
-                       FromBstr(LogDirectory), FromBstr(BusComponent), DatabasePlatform};
+            request = RequestOf(ConnString, DBName, TableID, SyncMethod, LogDirectory, BusComponent,
+                                DatabasePlatform);
             const ComRequests::Turn turn(requests_, this);
             requests_.LoadCatalogOf(request);
-            handler_.HandleDataCopy(request.connectionString, request.localDatabase, request.tableId,
-                                    request.syncMethod, request.logFilePath, request.busComponent,
-                                    request.databasePlatform);
+            handler_.HandleDataCopy(request);
         },
         [&](const platform::RuntimeError& error) { requests_.LogRequest(request, error); });
 }

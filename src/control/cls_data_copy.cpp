@@ -1,7 +1,6 @@
 #include "control/cls_data_copy.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "platform/conversions.h"
 #include "platform/date.h"
@@ -22,17 +21,6 @@ bool IsCalendarRun(platform::Integer tableId) {
 }
 
 }  // namespace
-
-void Add(platform::Long& counter, platform::Long amount) {
-    if (amount > 0 && counter > std::numeric_limits<platform::Long>::max() - amount)
-        platform::RaiseRuntimeError(platform::kOverflow);
-    counter += amount;
-}
-
-erp::Erp& CopyRun::Erp(const std::string& runParameter) {
-    if (!erp_) erp_ = process.erps.Open(runParameter, notice_);
-    return *erp_;
-}
 
 std::string FailedMessage(runtime::MessageCatalog& messages, const std::string& title, const std::string& text) {
     return runtime::Fill(runtime::Fill(messages.GetI18nText("SLBL0507"), "%1", title), "%2", text);
@@ -72,8 +60,7 @@ void clsDataCopy::RunRequest(const CopyRequest& request) {
     const Result result = CopyTable(request);
     RaiseOutcome(result, request.tableId);
     const platform::Value filter = process_.controlTables.GetTVKFilter();
-    if (platform::ToDouble(filter) == 1 && process_.settings.tableStatus)
-        calendars_.expandListedCalendars(run_);
+    if (platform::ToDouble(filter) == 1 && request.statusKey) calendars_.expandListedCalendars(run_);
     process_.database.Commit();
 }
 
@@ -143,11 +130,10 @@ void clsDataCopy::CopyLocked(const std::string& tableName, const CopyRequest& re
 }
 
 void clsDataCopy::Dispatch(const std::string& tableName, const CopyRequest& request) {
-    const Settings& settings = process_.settings;
     if (request.tableId == kCalendarOfEmployee)
-        return calendars_.copyEmployeeCalendar(run_, settings.calendarRunParameter99, request.busComponent);
+        return calendars_.copyEmployeeCalendar(run_, request.calendarParameter, request.busComponent);
     if (request.tableId == kCalendarOfOne)
-        return calendars_.copyCalendar(run_, settings.calendarRunParameter98, request.busComponent);
+        return calendars_.copyCalendar(run_, request.calendarParameter, request.busComponent);
     const std::string name = LowerCase(tableName);
     const auto routine = std::ranges::find(tables_, name, &TableRoutine::table);
     if (routine != tables_.end())

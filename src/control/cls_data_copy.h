@@ -1,6 +1,7 @@
 // The copy driver: one request for one table, reported through five events.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 
@@ -24,6 +25,7 @@ public:
 
 enum class Outcome { None, Complete, Error, AlreadyInProgress };
 
+// Said once: by the command line, through COM or by the operator's tool.
 struct CopyRequest {
     std::string connectionString;
     std::string localDatabase;
@@ -32,6 +34,8 @@ struct CopyRequest {
     std::string logFilePath;
     std::string busComponent;
     platform::Long databasePlatform = 1;
+    std::string calendarParameter = {};  // of a calendar run: the calendar's code, the employee's number
+    std::optional<platform::Long> statusKey = {};  // with which the caller wants UpdateStatusByTable
 };
 
 inline constexpr platform::Integer kCalendarOfOne = 98;

@@ -2,8 +2,9 @@
 // handed down, so that a test can own two of them at once.
 #pragma once
 
+#include <functional>
+#include <iosfwd>
 #include <string>
-#include <utility>
 
 #include "control/control_tables.h"
 #include "control/table_catalog.h"
@@ -14,34 +15,25 @@
 
 namespace iqrx::control {
 
-// What a request says beside its arguments; the command line fills it.
+// What the process is for its caller.
 struct Settings {
-    bool standalone = false;   // no instance object, no relays to it
-    bool tableStatus = false;  // the caller wants UpdateStatusByTable
-    platform::Long statusKey = 0;
+    bool standalone = false;  // no instance object, no relays to it
     platform::Integer currentInstanceNumber = 0;
     std::string treeGroup;
-    std::string calendarRunParameter98;  // a calendar code
-    std::string calendarRunParameter99;  // an employee number
-    std::string commandLineText;
-    bool allTables = false;
+    bool allTables = false;  // while a request for all tables is handled
 };
 
-struct Process {
-    Process(platform::Machine machineToUse, platform::DatabaseProvider& databaseProvider,
-            erp::ErpProvider& erpProvider, platform::ObjectFactory& objectFactory,
-            std::ostream& diagnosticsStream)
-        : machine(std::move(machineToUse)),
-          databases(databaseProvider),
-          erps(erpProvider),
-          objects(objectFactory),
-          diagnostics(diagnosticsStream) {}
-
+// What the copy is made with. All is borrowed.
+struct Ports {
     platform::Machine machine;
-    platform::DatabaseProvider& databases;
+    std::reference_wrapper<platform::DatabaseProvider> databases;  // one that wraps another may take its place
     erp::ErpProvider& erps;
     platform::ObjectFactory& objects;
     std::ostream& diagnostics;  // standard error: what cannot be logged
+};
+
+struct Process : Ports {
+    explicit Process(const Ports& ports) : Ports(ports) {}
 
     Settings settings;
     runtime::MessageCatalog messages{machine.xml, machine.programFolder};

@@ -1,10 +1,10 @@
 #include "hosting/cls_data_copy_handler.h"
 
+#include <ostream>
+
 #include "hosting/command_line.h"
 #include "hosting/dispatch.h"
-#include "hosting/request_failure.h"
 #include "platform/conversions.h"
-#include "platform/error.h"
 
 namespace iqrx::hosting {
 
@@ -20,33 +20,27 @@ namespace {
 enum SyncStatus : Integer { kSyncStarted = 1, kSyncComplete = 2, kSyncFailed = 3 };
 enum TableStatus : Integer { kTableStarted = 2, kTableComplete = 4, kTableInUse = 8, kTableFailed = 16 };
 
-// The run for one employee's calendar has no table of its own to speak of.
-int TextId(Integer tableId) {
-    return tableId == control::kCalendarOfEmployee ? control::kCalendarTable : tableId;
-}
-
 }  // namespace
 
-clsDataCopyHandler::clsDataCopyHandler(control::Process& process, control::DataCopyEvents* listener)
-    : process_(process), listener_(listener) {}
-
-void clsDataCopyHandler::HandleDataCopy(const std::string& ConnString, const std::string& DBName,
-                                        Integer TableID, Integer SyncMethod, const std::string& LogDirectory,
-                                        const std::string& BusComponent, platform::Long DatabasePlatform) {
+void clsDataCopyHandler::HandleDataCopy(const control::CopyRequest& request) {
     outcome_ = Outcome::Error;
     try {
-        Handle({ConnString, DBName, TableID, SyncMethod, LogDirectory, BusComponent, DatabasePlatform});
+        Handle(request);
     } catch (...) {
-        TellOfFailure(process_, LogDirectory, platform::CurrentError());
+        TellOfFailure(process_, request.logFilePath, platform::CurrentError());
     }
 }
 
+control::Counters clsDataCopyHandler::LastCounts() const {
+    return outcome_ == Outcome::Complete ? dataCopyJob_->Run().counters : control::Counters{};
+}
+
 void clsDataCopyHandler::Handle(const control::CopyRequest& request) {
+    statusKey_ = request.statusKey;
     if (!process_.settings.standalone) FetchInstanceObject();
     dataCopyJob_ = std::make_unique<control::clsDataCopy>(process_, Tables(), Calendars(), *this);
     process_.settings.allTables = false;
     if (request.tableId == control::kAllTables) {
-        process_.settings.allTables = true;
         dataCopyJob_->CopyAllTables(request);
         outcome_ = Outcome::Complete;
         return;
@@ -72,79 +66,74 @@ platform::Object& clsDataCopyHandler::Instance() {
     return *instanceObject_;
 }
 
-clsDataCopyHandler::TableNames clsDataCopyHandler::NamesOf(int textId) const {
-    if (const std::string id = std::to_string(textId); !control::TableCatalog::HasRoomFor(textId))
-        return {id, id, id};
+clsDataCopyHandler::TableNames clsDataCopyHandler::NamesOf(Integer tableId) const {
+    const int id = tableId == control::kCalendarOfEmployee ? control::kCalendarTable : tableId;
+    if (const std::string text = std::to_string(id); !control::TableCatalog::HasRoomFor(id))
+        return {text, text, text};
     const control::TableCatalog& catalog = process_.catalog;
-    return {catalog.GetTableText(textId), catalog.GetErpTableId(textId), catalog.GetTableName(textId)};
+    return {catalog.GetTableText(id), catalog.GetErpTableId(id), catalog.GetTableName(id)};
 }
 
-std::string clsDataCopyHandler::TextAbout(std::string_view label, int textId) {
-    const TableNames table = NamesOf(textId);
+std::string clsDataCopyHandler::TextAbout(std::string_view label, const TableNames& table) {
     return runtime::Fill(runtime::Fill(process_.messages.GetI18nText(label), "%1", table.text), "%2",
                          table.erpId);
 }
 
-void clsDataCopyHandler::RelayStatus(int textId, Integer status) {
-    if (!process_.settings.tableStatus) return;
-    Value key = process_.settings.statusKey;
-    const TableNames table = NamesOf(textId);
+template <class Calls>
+void clsDataCopyHandler::Relay(Integer tableId, Integer status, Calls calls) {
+    const TableNames table = NamesOf(tableId);
+    if (!process_.settings.standalone) calls(table);
+    if (!statusKey_) return;
+    Value key = *statusKey_;
     Call(Instance(), "UpdateStatusByTable", table.text, table.erpId, status, ByRef{key});
-    process_.settings.statusKey = platform::ToLong(key);
+    statusKey_ = platform::ToLong(key);
 }
 
 void clsDataCopyHandler::DataCopyAlreadyInProgress(platform::Date iTime, Integer iTableID) {
-    if (listener_) listener_->DataCopyAlreadyInProgress(iTime, iTableID);
-    const int textId = TextId(iTableID);
-    if (!process_.settings.standalone)
-        Call(Instance(), "writeToMessageBox", TextAbout("SLBL0007", textId), iTime);
-    RelayStatus(textId, kTableInUse);
+    Relay(iTableID, kTableInUse, [&](const TableNames& table) {
+        Call(Instance(), "writeToMessageBox", TextAbout("SLBL0007", table), iTime);
+    });
 }
 
 void clsDataCopyHandler::DataCopyComplete(platform::Date iTime, Integer iTableID, platform::Long icount,
                                           platform::Long ucount, platform::Long dcount) {
-    if (listener_) listener_->DataCopyComplete(iTime, iTableID, icount, ucount, dcount);
-    const int textId = TextId(iTableID);
-    if (!process_.settings.standalone) {
-        std::string text = TextAbout("SLBL0010", textId);
+    Relay(iTableID, kTableComplete, [&](const TableNames& table) {
+        std::string text = TextAbout("SLBL0010", table);
         text = runtime::Fill(text, "%3", std::to_string(icount));
         text = runtime::Fill(text, "%4", std::to_string(ucount));
         text = runtime::Fill(text, "%5", std::to_string(dcount));
         Call(Instance(), "writeToMessageBox", text, iTime);
         Call(Instance(), "UpdateSyncStatus", Integer{kSyncComplete}, iTime);
-    }
-    RelayStatus(textId, kTableComplete);
+    });
 }
 
 void clsDataCopyHandler::DataCopydone() {
-    if (listener_) listener_->DataCopydone();
     if (!process_.settings.standalone) instanceObject_.reset();
 }
 
 void clsDataCopyHandler::DataCopyError(platform::Date iTime, Integer iTableID, Integer ieNumber,
                                        const std::string& ieMessage) {
-    if (listener_) listener_->DataCopyError(iTime, iTableID, ieNumber, ieMessage);
-    const int textId = TextId(iTableID);
-    if (!process_.settings.standalone) {
-        std::string alert = process_.messages.GetI18nText("SLBL0133");
-        alert = runtime::Fill(alert, "%1", NamesOf(textId).name);
+    Relay(iTableID, kTableFailed, [&](const TableNames& table) {
+        std::string alert = runtime::Fill(process_.messages.GetI18nText("SLBL0133"), "%1", table.name);
         alert = runtime::Fill(alert, "%2", std::to_string(ieNumber));
         alert = runtime::Fill(alert, "%3", ieMessage);
-        Call(Instance(), "writeToMessageBox", TextAbout("SLBL0006", textId), iTime);
+        Call(Instance(), "writeToMessageBox", TextAbout("SLBL0006", table), iTime);
         Call(Instance(), "WriteToAlertBox", alert, iTime);
         Call(Instance(), "UpdateSyncStatus", Integer{kSyncFailed}, iTime);
-    }
-    RelayStatus(textId, kTableFailed);
+    });
 }
 
 void clsDataCopyHandler::DataCopyStarted(platform::Date iTime, Integer iTableID) {
-    if (listener_) listener_->DataCopyStarted(iTime, iTableID);
-    const int textId = TextId(iTableID);
-    if (!process_.settings.standalone) {
-        Call(Instance(), "writeToMessageBox", TextAbout("SLBL0009", textId), iTime);
+    Relay(iTableID, kTableStarted, [&](const TableNames& table) {
+        Call(Instance(), "writeToMessageBox", TextAbout("SLBL0009", table), iTime);
         Call(Instance(), "UpdateSyncStatus", Integer{kSyncStarted}, iTime);
-    }
-    RelayStatus(textId, kTableStarted);
+    });
+}
+
+void TellOfFailure(control::Process& process, const std::string& logDirectory,
+                   const platform::RuntimeError& error) {
+    runtime::LogHandlerError(process.machine, process.messages, logDirectory, error);
+    process.diagnostics << runtime::DiagnosticLine(error.description) << std::endl;
 }
 
 }  // namespace iqrx::hosting

@@ -5,21 +5,20 @@
 #include <string>
 
 #include "control/cls_data_copy.h"
+#include "platform/error.h"
 
 namespace iqrx::hosting {
 
 class clsDataCopyHandler : public control::DataCopyEvents {
 public:
-    // Borrows both; `listener` may be null and hears each event before it is relayed.
-    explicit clsDataCopyHandler(control::Process& process, control::DataCopyEvents* listener = nullptr);
+    explicit clsDataCopyHandler(control::Process& process) : process_(process) {}  // borrows it
 
     // Runs one request. Raises nothing: what fails before the run starts goes to the request error log.
-    void HandleDataCopy(const std::string& ConnString, const std::string& DBName, platform::Integer TableID,
-                        platform::Integer SyncMethod, const std::string& LogDirectory,
-                        const std::string& BusComponent, platform::Long DatabasePlatform);
+    void HandleDataCopy(const control::CopyRequest& request);
 
     // What the last request came to; Error also when it never became a run.
     control::Outcome LastOutcome() const { return outcome_; }
+    control::Counters LastCounts() const;  // of a request that completed
 
     void DataCopyAlreadyInProgress(platform::Date iTime, platform::Integer iTableID) override;
     void DataCopyComplete(platform::Date iTime, platform::Integer iTableID, platform::Long icount,
@@ -30,23 +29,31 @@ public:
     void DataCopyStarted(platform::Date iTime, platform::Integer iTableID) override;
 
 private:
-    // What the scheduler hears of a table; an id that the catalog has no room for stands for itself.
+    // What the scheduler hears of a table: of an employee's calendar run that of the calendars; an id that
+    // the catalog has no room for stands for itself.
     struct TableNames {
         std::string text, erpId, name;
     };
 
-    TableNames NamesOf(int textId) const;
+    TableNames NamesOf(platform::Integer tableId) const;
     void FetchInstanceObject();
     void Handle(const control::CopyRequest& request);
     platform::Object& Instance();
-    std::string TextAbout(std::string_view label, int textId);
-    void RelayStatus(int textId, platform::Integer status);
+    std::string TextAbout(std::string_view label, const TableNames& table);
+    // Makes the calls, unless standalone, then tells the table's status where it is wanted.
+    template <class Calls>
+    void Relay(platform::Integer tableId, platform::Integer status, Calls calls);
 
     control::Process& process_;
-    control::DataCopyEvents* listener_;
     std::unique_ptr<control::clsDataCopy> dataCopyJob_;
     platform::ObjectRef instanceObject_;
+    std::optional<platform::Long> statusKey_;  // the request's; the caller may change it
     control::Outcome outcome_ = control::Outcome::None;
 };
+
+// Writes a failure before a run has a log of its own to the request error log and, in one line, to the
+// diagnostics, which are all that hears of it where the log cannot be written.
+void TellOfFailure(control::Process& process, const std::string& logDirectory,
+                   const platform::RuntimeError& error);
 
 }  // namespace iqrx::hosting

@@ -15,21 +15,18 @@ constexpr std::size_t kStandaloneCount = 12;
 constexpr std::size_t kFewestArguments = 7;
 constexpr std::size_t kLongestShown = 100;
 
-std::string NameOf(ArgumentIndex index) {
-    switch (index) {
-        case kTableId:
-            return "table id";
-        case kSyncMethod:
-            return "method";
-        case kStatusKey:
-            return "status key";
-        case kPlatform:
-            return "platform";
-        case kInstance:
-            return "instance";
-        default:
-            return "text";
-    }
+// What an argument is called that is converted.
+constexpr const char* kNames[] = {"", "",           "table id", "method",   "",
+                                  "", "status key", "",         "platform", "instance"};
+
+template <class Result>
+Result Converted(const CommandLine& line, ArgumentIndex index, Result (*convert)(const platform::Value&)) {
+    const std::string& argument = line.At(index);
+    return platform::NamingPlace([&] { return convert(argument); },
+                                 [&] {
+                                     return "argument " + std::to_string(index) + ", the " + kNames[index] +
+                                            ", is \"" + platform::Printable(argument, kLongestShown) + "\"";
+                                 });
 }
 
 [[noreturn]] void RaiseInvalid(runtime::MessageCatalog& messages, std::string_view label,
@@ -44,7 +41,7 @@ std::string NameOf(ArgumentIndex index) {
 // with the conversion's own error, and any number passes.
 void RequireOneOrTwo(runtime::MessageCatalog& messages, std::string_view label, const CommandLine& line,
                      ArgumentIndex index) {
-    const platform::Double number = line.Number(index);
+    const platform::Double number = Converted(line, index, platform::ToDouble);
     if (!platform::IsNumeric(line.At(index)) && number != 1 && number != 2)
         RaiseInvalid(messages, label, line.At(index), "iQrx Data Copy - Start");
 }
@@ -69,26 +66,6 @@ const std::string& CommandLine::At(ArgumentIndex index) const {
     return arguments_[index];
 }
 
-platform::Double CommandLine::Number(ArgumentIndex index) const {
-    return Converted(index, platform::ToDouble);
-}
-
-platform::Integer CommandLine::Integer(ArgumentIndex index) const {
-    return Converted(index, platform::ToInteger);
-}
-
-platform::Long CommandLine::Long(ArgumentIndex index) const { return Converted(index, platform::ToLong); }
-
-template <class Result>
-Result CommandLine::Converted(ArgumentIndex index, Result (*convert)(const platform::Value&)) const {
-    const std::string& argument = At(index);
-    return platform::NamingPlace([&] { return convert(argument); },
-                                 [&] {
-                                     return "argument " + std::to_string(index) + ", the " + NameOf(index) +
-                                            ", is \"" + platform::Printable(argument, kLongestShown) + "\"";
-                                 });
-}
-
 std::string CommandLine::Trimmed(ArgumentIndex index) const { return std::string(runtime::Trim(At(index))); }
 
 std::string CommandLine::LogDirectory() const {
@@ -104,16 +81,29 @@ void CommandLine::Validate(runtime::MessageCatalog& messages) const {
     RequireOneOrTwo(messages, "SLBL0234", *this, kPlatform);
 }
 
-void CommandLine::Apply(control::Settings& settings) const {
+control::CopyRequest CommandLine::Request(runtime::MessageCatalog& messages, control::Settings& settings) const {
+    Validate(messages);
+    control::CopyRequest request;
     settings.standalone = Count() == kStandaloneCount;
-    settings.statusKey = Long(kStatusKey);
-    settings.tableStatus = settings.statusKey != 0 && !settings.standalone;
-    if (platform::IsNumeric(At(kInstance))) settings.currentInstanceNumber = Integer(kInstance);
+    const auto statusKey = Converted(*this, kStatusKey, platform::ToLong);
+    if (statusKey != 0 && !settings.standalone) request.statusKey = statusKey;
+    if (platform::IsNumeric(At(kInstance)))
+        settings.currentInstanceNumber = Converted(*this, kInstance, platform::ToInteger);
     settings.treeGroup = Trimmed(kTreeGroup);
-    const platform::Double table = platform::IsNumeric(At(kTableId)) ? Number(kTableId) : 0;
-    if (table == 99) settings.calendarRunParameter99 = At(kCalendarParameter);
-    if (table == 98) settings.calendarRunParameter98 = At(kCalendarParameter);
-    settings.commandLineText = At(kLogDirectory);
+    const auto table = platform::IsNumeric(At(kTableId)) ? Converted(*this, kTableId, platform::ToDouble) : 0;
+    if (table == control::kCalendarOfOne || table == control::kCalendarOfEmployee)
+        request.calendarParameter = At(kCalendarParameter);
+    request.connectionString = Trimmed(kConnectionString);
+    request.localDatabase = Trimmed(kDatabaseName);
+    request.logFilePath = Trimmed(kLogDirectory);
+    request.busComponent = Trimmed(kRunParameter);
+    request.databasePlatform = Converted(*this, kPlatform, platform::ToInteger);
+    return request;
+}
+
+void CommandLine::AddTableAndMethod(control::CopyRequest& request) const {
+    request.syncMethod = Converted(*this, kSyncMethod, platform::ToInteger);
+    request.tableId = Converted(*this, kTableId, platform::ToInteger);
 }
 
 }  // namespace iqrx::hosting

@@ -2,10 +2,9 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "control/process.h"
+#include "control/cls_data_copy.h"
 
 namespace iqrx::hosting {
 
@@ -29,23 +28,21 @@ public:
     explicit CommandLine(std::string text);
 
     std::size_t Count() const { return arguments_.size(); }
-    // As given, and without the blanks at its ends. Both raise "subscript out of range" for an argument that is missing.
+    // As given. Raises "subscript out of range" for an argument that is missing.
     const std::string& At(ArgumentIndex index) const;
-    std::string Trimmed(ArgumentIndex index) const;
-    // As a number. Raise the conversion's error, which names the argument and what it holds.
-    platform::Double Number(ArgumentIndex index) const;
-    platform::Integer Integer(ArgumentIndex index) const;
-    platform::Long Long(ArgumentIndex index) const;
-    // The log directory, empty when the command line has none: usable before the arguments are validated.
+    // As given, empty when the command line has none: usable before the arguments are validated.
     std::string LogDirectory() const;
 
-    // Raises the error of the first argument that fails its check.
-    void Validate(runtime::MessageCatalog& messages) const;
-    void Apply(control::Settings& settings) const;
+    // Validates the arguments, gives the settings what they say of the process and returns the request, its
+    // table and method still missing. Raises the error of the first argument that fails.
+    control::CopyRequest Request(runtime::MessageCatalog& messages, control::Settings& settings) const;
+    // A table or method that does not convert is an error of a service that has started: they come last,
+    // after the event log's first line.
+    void AddTableAndMethod(control::CopyRequest& request) const;
 
 private:
-    template <class Result>
-    Result Converted(ArgumentIndex index, Result (*convert)(const platform::Value&)) const;
+    void Validate(runtime::MessageCatalog& messages) const;
+    std::string Trimmed(ArgumentIndex index) const;
 
     std::string text_;
     std::vector<std::string> arguments_;

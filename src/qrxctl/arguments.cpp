@@ -32,7 +32,7 @@ std::string VariableOf(std::string option) {
 
 }  // namespace
 
-Arguments::Arguments(const std::string& description, const Variables& variables)
+Arguments::Arguments(const std::string& description, const hosting::Variables& variables)
     : CLI::App(description), variables_(variables) {
     formatter(std::make_shared<HelpText>(names_));
 }
@@ -48,12 +48,6 @@ void Arguments::NameVariables(CLI::App& app, const std::vector<std::string>& par
     for (CLI::App* command : app.get_subcommands({})) NameVariables(*command, {command->get_name()});
 }
 
-std::optional<std::string> Arguments::Variable(const std::string& name) const {
-    auto value = variables_(name);
-    if (value && value->empty()) value.reset();
-    return value;
-}
-
 // An option that has a value already keeps it.
 void Arguments::pre_callback() {
     ReadFile();
@@ -63,7 +57,7 @@ void Arguments::pre_callback() {
 }
 
 void Arguments::ReadFile() {
-    if (config.empty()) config = Variable(kConfigVariable).value_or("");
+    if (config.empty()) config = variables_(kConfigVariable).value_or("");
     if (config.empty()) return;
     const std::filesystem::path file(std::u8string(config.begin(), config.end()));
     std::error_code unknown;
@@ -75,7 +69,7 @@ void Arguments::ReadFile() {
 void Arguments::ReadVariables() {
     std::vector<CLI::ConfigItem> items;
     for (auto& [item, variable] : fromVariables_)
-        if (auto value = Variable(variable)) {
+        if (auto value = variables_(variable)) {
             item.inputs = {*value};
             items.push_back(item);
         }

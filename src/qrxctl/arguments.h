@@ -3,12 +3,11 @@
 
 #include <CLI/CLI.hpp>
 #include <map>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "qrxctl/tool.h"
+#include "composition/composition.h"
 
 namespace iqrx::qrxctl {
 
@@ -19,7 +18,7 @@ public:
     static constexpr const char* kConfigVariable = "QRXCTL_CONFIG";
 
     // Borrows the environment.
-    Arguments(const std::string& description, const Variables& variables);
+    Arguments(const std::string& description, const hosting::Variables& variables);
 
     // Gives every option its variable: QRXCTL_LOG_DIR to --log-dir. To be called after the last option was added.
     void NameVariables() { NameVariables(*this, {}); }
@@ -32,11 +31,10 @@ protected:
 
 private:
     void NameVariables(CLI::App& app, const std::vector<std::string>& parents);
-    std::optional<std::string> Variable(const std::string& name) const;
     void ReadFile();
     void ReadVariables();
 
-    const Variables& variables_;
+    const hosting::Variables& variables_;
     std::map<const CLI::Option*, std::string> names_;
     std::vector<std::pair<CLI::ConfigItem, std::string>> fromVariables_;
 };

@@ -15,47 +15,19 @@
 
 namespace iqrx::qrxctl {
 
-using control::Outcome;
 using platform::Integer;
-using platform::Long;
 
 namespace {
 
 struct Result {
     std::string table;
-    Long inserted = 0, updated = 0, deleted = 0;
+    control::Counters counts = {};
     double seconds = 0;
-    Outcome outcome = Outcome::None;
+    hosting::ExitCode code = hosting::kFailed;
     std::string cause = {};
 };
 
-// Keeps the counts of a run.
-struct CountsListener : control::DataCopyEvents {
-    explicit CountsListener(Result& resultToFill) : result(resultToFill) {}
-    void DataCopyStarted(platform::Date, Integer) override {}
-    void DataCopyError(platform::Date, Integer, Integer, const std::string&) override {}
-    void DataCopyComplete(platform::Date, Integer, Long icount, Long ucount, Long dcount) override {
-        result.inserted = icount;
-        result.updated = ucount;
-        result.deleted = dcount;
-    }
-    void DataCopyAlreadyInProgress(platform::Date, Integer) override {}
-    void DataCopydone() override {}
-    Result& result;
-};
-
-// A run that logged an error has failed, though it may have gone on to its end.
-const char* Word(const Result& result) {
-    if (!result.cause.empty()) return "failed";
-    switch (result.outcome) {
-        case Outcome::Complete:
-            return "completed";
-        case Outcome::AlreadyInProgress:
-            return "in use";
-        default:
-            return "failed";
-    }
-}
+constexpr const char* kWords[] = {"completed", "failed", "in use"};  // for the exit codes
 
 std::vector<Integer> IdsOf(const control::TableCatalog& catalog, const CopyOptions& copy) {
     std::vector<Integer> ids;
@@ -93,14 +65,15 @@ Result CopyOne(control::Process& process, const Options& options, const CopyOpti
     Result result{.table = process.catalog.GetTableName(id)};
     const auto begin = std::chrono::steady_clock::now();
     if (copy.since) SetLastUpdate(process, options, result.table, *copy.since);
-    CountsListener counts(result);
-    hosting::clsDataCopyHandler handler(process, &counts);
-    handler.HandleDataCopy(options.connection, options.database, id,
-                           copy.full ? control::kFull : control::kIncremental, options.logDirectory,
-                           options.erp, PlatformNumber(options));
+    control::CopyRequest request = RequestOf(options);
+    request.tableId = id;
+    request.syncMethod = copy.full ? control::kFull : control::kIncremental;
+    hosting::clsDataCopyHandler handler(process);
+    handler.HandleDataCopy(request);
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-    result.outcome = handler.LastOutcome();
+    result.counts = handler.LastCounts();
     result.cause = process.runLog.FirstError();
+    result.code = hosting::ExitCodeOf(result.cause, handler.LastOutcome());
     return result;
 }
 
@@ -109,9 +82,10 @@ void ShowTable(const std::vector<Result>& results, std::ostream& out) {
         << "updated" << std::setw(10) << "deleted" << std::setw(10) << "seconds"
         << "  outcome\n";
     for (const Result& result : results) {
-        out << std::left << std::setw(10) << result.table << std::right << std::setw(10) << result.inserted
-            << std::setw(10) << result.updated << std::setw(10) << result.deleted << std::setw(10)
-            << std::fixed << std::setprecision(2) << result.seconds << "  " << Word(result);
+        out << std::left << std::setw(10) << result.table << std::right << std::setw(10)
+            << result.counts.inserted << std::setw(10) << result.counts.updated << std::setw(10)
+            << result.counts.deleted << std::setw(10) << std::fixed << std::setprecision(2) << result.seconds
+            << "  " << kWords[result.code];
         if (!result.cause.empty()) out << ": " << result.cause;
         out << '\n';
     }
@@ -119,26 +93,27 @@ void ShowTable(const std::vector<Result>& results, std::ostream& out) {
 }
 
 hosting::ExitCode Worst(const std::vector<Result>& results) {
-    const auto any = [&](std::string_view word) {
-        return std::ranges::any_of(results, [&](const Result& result) { return Word(result) == word; });
+    const auto any = [&](hosting::ExitCode code) {
+        return std::ranges::find(results, code, &Result::code) != results.end();
     };
-    if (any("failed")) return hosting::kFailed;
-    return any("in use") ? hosting::kTableInUse : hosting::kCompleted;
+    if (any(hosting::kFailed)) return hosting::kFailed;
+    return any(hosting::kTableInUse) ? hosting::kTableInUse : hosting::kCompleted;
 }
 
 }  // namespace
 
-hosting::ExitCode Copy(hosting::Composition& parts, const Options& options, const CopyOptions& copy,
-                       std::ostream& out, std::ostream& progressOut) {
-    Progress progress(progressOut, isatty(STDERR_FILENO) != 0);
-    CountingDatabase databases(parts.Databases(), progress);
-    control::Process process(parts.Machine(), databases, parts.Erps(), parts.Objects(), progressOut);
+hosting::ExitCode Copy(control::Ports ports, const Options& options, const CopyOptions& copy,
+                       std::ostream& out) {
+    Progress progress(ports.diagnostics, isatty(STDERR_FILENO) != 0);
+    CountingDatabase counting(ports.databases, progress);
+    ports.databases = counting;
+    control::Process process(ports);
     PrepareProcess(process, options);
     std::vector<Result> results;
     for (const Integer id : IdsOf(process.catalog, copy)) {
         progress.Begin(process.catalog.GetTableName(id));
         results.push_back(CopyOne(process, options, copy, id));
-        progress.End(Word(results.back()));
+        progress.End(kWords[results.back().code]);
     }
     ShowTable(results, out);
     return Worst(results);

@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "hosting/composition.h"
 #include "hosting/sub_main.h"
 #include "qrxctl/options.h"
 
@@ -25,8 +24,8 @@ struct UnknownTable : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Shows progress on `progress` and a closing table on `out`; answers the worst of the requests' exit codes.
-hosting::ExitCode Copy(hosting::Composition& parts, const Options& options, const CopyOptions& copy,
-                       std::ostream& out, std::ostream& progress);
+// Shows progress on the diagnostics and a closing table on `out`; returns the worst of the requests' exit codes.
+hosting::ExitCode Copy(control::Ports ports, const Options& options, const CopyOptions& copy,
+                       std::ostream& out);
 
 }  // namespace iqrx::qrxctl

@@ -114,8 +114,8 @@ bool TakesSmallLettersForCapitals(runtime::DatabaseSession& session) {
 
 void Init(hosting::Composition& parts, const Options& options, const std::filesystem::path& schemaFolder,
           std::ostream& warnings) {
-    platform::Machine machine = parts.Machine();
-    runtime::DatabaseSession session(machine, parts.Databases());
+    control::Ports ports = parts.Ports(warnings);
+    runtime::DatabaseSession session(ports.machine, ports.databases);
     ApplySchema(parts, session, options, schemaFolder);
     FillCatalog(session, schemaFolder);
     if (PlatformNumber(options) != runtime::kOracle && TakesSmallLettersForCapitals(session))

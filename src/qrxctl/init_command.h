@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <iostream>
 
-#include "hosting/composition.h"
+#include "composition/composition.h"
 #include "qrxctl/options.h"
 
 namespace iqrx::qrxctl {

@@ -4,6 +4,14 @@
 
 namespace iqrx::qrxctl {
 
+control::CopyRequest RequestOf(const Options& options) {
+    return {.connectionString = options.connection,
+            .localDatabase = options.database,
+            .logFilePath = options.logDirectory,
+            .busComponent = options.erp,
+            .databasePlatform = PlatformNumber(options)};
+}
+
 platform::Integer PlatformNumber(const Options& options) {
     return options.platform == "oracle" ? runtime::kOracle : runtime::kSqlServer;
 }
@@ -11,7 +19,7 @@ platform::Integer PlatformNumber(const Options& options) {
 void PrepareProcess(control::Process& process, const Options& options) {
     process.settings.standalone = true;
     process.settings.treeGroup = options.group;
-    hosting::LoadCatalog(process, options.connection, options.database, PlatformNumber(options));
+    hosting::LoadCatalog(process, RequestOf(options));
 }
 
 }  // namespace iqrx::qrxctl

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "control/process.h"
+#include "control/cls_data_copy.h"
 
 namespace iqrx::qrxctl {
 
@@ -15,6 +15,9 @@ struct Options {
     std::string group = "SYNC";
     std::string logDirectory;
 };
+
+// All of a request but its table and method.
+control::CopyRequest RequestOf(const Options& options);
 
 platform::Integer PlatformNumber(const Options& options);
 

@@ -80,8 +80,8 @@ void ShowJson(const std::vector<TableStatus>& tables, std::ostream& out) {
 
 }  // namespace
 
-void Status(hosting::Composition& parts, const Options& options, bool json, std::ostream& out) {
-    control::Process process(parts.Machine(), parts.Databases(), parts.Erps(), parts.Objects(), out);
+void Status(const control::Ports& ports, const Options& options, bool json, std::ostream& out) {
+    control::Process process(ports);
     PrepareProcess(process, options);
     process.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
     std::vector<TableStatus> tables;

@@ -3,12 +3,11 @@
 
 #include <iosfwd>
 
-#include "hosting/composition.h"
 #include "qrxctl/options.h"
 
 namespace iqrx::qrxctl {
 
 // A table for a person or, with `json`, an array of objects. Raises RuntimeError.
-void Status(hosting::Composition& parts, const Options& options, bool json, std::ostream& out);
+void Status(const control::Ports& ports, const Options& options, bool json, std::ostream& out);
 
 }  // namespace iqrx::qrxctl

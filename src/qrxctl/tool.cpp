@@ -4,7 +4,6 @@
 #include <functional>
 #include <iostream>
 
-#include "hosting/composition.h"
 #include "hosting/version.h"
 #include "platform/date.h"
 #include "platform/error.h"
@@ -22,8 +21,8 @@ using hosting::Composition;
 
 constexpr int kUsageError = 64;
 
-// A command does its work when it was chosen and answers the exit code.
-using Command = std::function<int()>;
+// A command does its work when it was chosen and returns the exit code.
+using Command = std::function<int(const hosting::Surroundings&)>;
 
 void AddCommonOptions(Arguments& app, Options& options) {
     app.add_option("--config", app.config,
@@ -47,9 +46,9 @@ void RequireConnection(const Options& options) {
 void AddInit(CLI::App& app, const Options& options, Command& chosen) {
     app.add_subcommand("init", "Put schema and catalog of the local database in place")->callback([&] {
         RequireConnection(options);
-        chosen = [&] {
-            Composition parts;
-            Init(parts, options, parts.Machine().programFolder / "schema");
+        chosen = [&](const hosting::Surroundings& surroundings) {
+            Composition parts(surroundings);
+            Init(parts, options, parts.Ports(std::cerr).machine.programFolder / "schema");
             return 0;
         };
     });
@@ -74,9 +73,9 @@ void AddCopy(CLI::App& app, const Options& options, CopyOptions& copy, Command& 
         RequireConnection(options);
         if (!*tables && !*all) throw CLI::RequiredError("TABLE... or --all");
         if (!*full && !*incremental) throw CLI::RequiredError("--full or --incremental");
-        chosen = [&] {
-            Composition parts;
-            return static_cast<int>(Copy(parts, options, copy, std::cout, std::cerr));
+        chosen = [&](const hosting::Surroundings& surroundings) {
+            Composition parts(surroundings);
+            return Copy(parts.Ports(std::cerr), options, copy, std::cout);
         };
     });
 }
@@ -86,9 +85,9 @@ void AddStatus(CLI::App& app, const Options& options, bool& json, Command& chose
     command->add_flag("--json", json, "as JSON");
     command->callback([&] {
         RequireConnection(options);
-        chosen = [&] {
-            Composition parts;
-            Status(parts, options, json, std::cout);
+        chosen = [&](const hosting::Surroundings& surroundings) {
+            Composition parts(surroundings);
+            Status(parts.Ports(std::cerr), options, json, std::cout);
             return 0;
         };
     });
@@ -106,7 +105,7 @@ void AddSample(CLI::App& app, std::string& directory, sample::SampleSize& size, 
     command->callback([=, &directory, &size, &chosen] {
         if (!*where) throw CLI::RequiredError(where->get_name());
         if (!*orders) throw CLI::RequiredError(orders->get_name());
-        chosen = [&] {
+        chosen = [&](const hosting::Surroundings&) {
             sample::WriteSample(std::u8string(directory.begin(), directory.end()), size);
             return 0;
         };
@@ -129,7 +128,7 @@ std::string WhatIsWrong(const CLI::App& app, const CLI::ParseError& error) {
     return error.what();
 }
 
-int Run(std::vector<std::string> words, const Variables& variables) {
+int Run(std::vector<std::string> words, const hosting::Variables& variables) {
     Options options;
     CopyOptions copy;
     bool json = false;
@@ -159,12 +158,12 @@ int Run(std::vector<std::string> words, const Variables& variables) {
         if (error.get_exit_code() == 0) return app.exit(error);
         return Complain(WhatIsWrong(app, error), kUsageError);
     }
-    return chosen();
+    return chosen(hosting::SurroundingsOf(variables));
 }
 
 }  // namespace
 
-int RunTool(const std::vector<std::string>& words, const Variables& variables) {
+int RunTool(const std::vector<std::string>& words, const hosting::Variables& variables) {
     try {
         return Run(words, variables);
     } catch (const UnknownTable& error) {

@@ -113,7 +113,7 @@ std::string RequestErrorLog(const platform::Machine& machine, const std::string&
     return directory + machine.pathSeparator + "iQRXyDBSync.log";
 }
 
-bool LogHandlerError(platform::Machine& machine, MessageCatalog& messages, const std::string& logDirectory,
+void LogHandlerError(platform::Machine& machine, MessageCatalog& messages, const std::string& logDirectory,
                      const platform::RuntimeError& error) {
     Entry entry(machine);
     entry.Print(DateTimeLine(machine, messages));
@@ -121,9 +121,8 @@ bool LogHandlerError(platform::Machine& machine, MessageCatalog& messages, const
     entry.Print("Error is - " + std::to_string(error.number) + ": " + error.description);
     try {
         AppendTo(RequestErrorLog(machine, logDirectory), machine, entry.Text());
-        return true;
     } catch (const std::exception&) {
-        return false;
+        return;
     }
 }
 

@@ -58,8 +58,8 @@ std::string DiagnosticLine(const std::string& description);
 // Where failures go that no run log takes: in the directory, or in the machine's default one when it is blank.
 std::string RequestErrorLog(const platform::Machine& machine, const std::string& logDirectory);
 
-// Appends a failure to the request error log of a directory. Returns whether it could be written.
-bool LogHandlerError(platform::Machine& machine, MessageCatalog& messages, const std::string& logDirectory,
+// Appends a failure to the request error log of a directory; a file that cannot be written stops nobody.
+void LogHandlerError(platform::Machine& machine, MessageCatalog& messages, const std::string& logDirectory,
                      const platform::RuntimeError& error);
 
 }  // namespace iqrx::runtime

@@ -1,4 +1,4 @@
-#include "hosting/composition.h"
+#include "composition/composition.h"
 
 #include <gtest/gtest.h>
 
@@ -37,7 +37,7 @@ TEST(Composition, EndsWithoutWaitingForComsTearDown) {
     TearDownSpy spy;
     ULARGE_INTEGER cookie;
     platform::windows::Check(CoRegisterInitializeSpy(&spy, &cookie), "CoRegisterInitializeSpy");
-    { const hosting::Composition parts; }
+    { const hosting::Composition parts({}); }
     EXPECT_GE(spy.entries, 1U) << "its parts call COM";
     EXPECT_EQ(spy.leavings, 0);
     CoRevokeInitializeSpy(cookie);

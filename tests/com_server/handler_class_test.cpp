@@ -33,7 +33,7 @@ struct ActingScheduler : platform::ObjectFactory {
 class AHandlerObject : public ComSite, public ::testing::Test {
 protected:
     AHandlerObject()
-        : service(process.machine, database, erp, scheduler, diagnostics),
+        : service({process.machine, database, erp, scheduler, diagnostics}),
           requests(service),
           handler(ComRef<_clsDataCopyHandler>::Adopt(new HandlerClass(lifetime, library, requests))) {}
 

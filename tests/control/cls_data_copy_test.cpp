@@ -90,7 +90,8 @@ protected:
         database.executed.clear();
         database.calls.clear();
         control::clsDataCopy job(process, kRoutines, kCalendarRoutines, events);
-        job.StartDataCopy({"the string", "db", tableId, 1, directory.path.string(), "bus", databasePlatform});
+        job.StartDataCopy({"the string", "db", tableId, 1, directory.path.string(), "bus", databasePlatform,
+                           calendarParameter, statusKey});
         return job.LastOutcome();
     }
     // The calls that contain one of the texts.
@@ -109,6 +110,8 @@ protected:
     }
 
     EventLines events;
+    std::string calendarParameter;
+    std::optional<Long> statusKey;
 };
 
 TEST_F(Driver, LocksCopiesRefreshesStatisticsAndUnlocks) {
@@ -149,7 +152,7 @@ TEST_F(Driver, FailsARunWhoseWritesAreLostInTheEnd) {
 
 TEST_F(Driver, LogsWhatIsLostAfterTheOutcomeWasTold) {
     Filter(1);
-    process.settings.tableStatus = true;
+    statusKey = 0;
     database.WhenExecuted("expand", std::function<Long()>([this] {
                               database.FailCommit({-13, "db", "the expansion is lost"});
                               return 1;
@@ -275,7 +278,7 @@ TEST_F(Driver, EndsCleanlyWhicheverEventTheCallerFailsIn) {
 }
 
 TEST_F(Driver, RunsTheCalendarsOfOneEmployeeUnderTheCalendarTablesLock) {
-    process.settings.calendarRunParameter99 = "E1";
+    calendarParameter = "E1";
     Start(99);
     EXPECT_THAT(database.executed,
                 ElementsAre("SET DATEFORMAT YMD", "UPDATE tstables SET in_use = 1WHERE tablename = N'tcccp030'",
@@ -285,7 +288,7 @@ TEST_F(Driver, RunsTheCalendarsOfOneEmployeeUnderTheCalendarTablesLock) {
 }
 
 TEST_F(Driver, RunsOneCalendarWithItsOwnParameter) {
-    process.settings.calendarRunParameter98 = "C1";
+    calendarParameter = "C1";
     Start(98);
     EXPECT_THAT(database.executed, Contains("calendar C1 bus"));
     EXPECT_EQ(process.runLog.LogFileName(), LogNamed(""));
@@ -294,7 +297,7 @@ TEST_F(Driver, RunsOneCalendarWithItsOwnParameter) {
 TEST_F(Driver, ExpandsListedCalendarsWhenFilterAndTableStatusAreOn) {
     const auto expanded = [&](Long filter, bool tableStatus) {
         Filter(filter);
-        process.settings.tableStatus = tableStatus;
+        statusKey = tableStatus ? std::optional(Long{7}) : std::nullopt;
         Start(3);
         return database.executed.back() == "expand";
     };

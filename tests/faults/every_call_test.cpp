@@ -79,7 +79,7 @@ public:
         machine.clock.now = At("2025-06-21 00:00:00");
         scheduler.syncStatus.clear();
         machine.diagnostics.str({});
-        process.emplace(machine.process.machine, faulting, erps, scheduler, machine.diagnostics);
+        process.emplace(control::Ports{machine.process.machine, faulting, erps, scheduler, machine.diagnostics});
         return hosting::SubMain(*process, Connection() + "{}{}" + std::to_string(table) + "{}" +
                                               std::to_string(method) + "{}" + logs.string() +
                                               "{}" IQRX_SAMPLE_DIRECTORY "{}7{}E00001{}1{}1{}SYNC");

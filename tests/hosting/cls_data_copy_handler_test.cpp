@@ -41,7 +41,7 @@ struct Scheduler : platform::ObjectFactory {
 
 class Handler : public TestProcess, public ::testing::Test {
 protected:
-    Handler() : service(process.machine, database, erp, scheduler, diagnostics) {
+    Handler() : service({process.machine, database, erp, scheduler, diagnostics}) {
         database.defaultAffected = 1;
         database.WhenOpened(
             "SELECT a.ERPTableID,a.tableid, a.tablename, c.text from tstables a, tstreenodes b, tsi18ntext c where a.productid = N'1028' AND b.groupid = N'' AND a.tableid = b.tableid AND b.label = c.label",
@@ -58,16 +58,23 @@ protected:
         service.settings.currentInstanceNumber = 7;
     }
 
+    control::CopyRequest Request(platform::Integer tableId) const {
+        return {"the string", "db", tableId, control::kFull, directory.path.string(),
+                "bus",        1,    "",      statusKey};
+    }
     void Handle(platform::Integer tableId) {
         scheduler.calls.clear();
         hosting::clsDataCopyHandler handler(service);
-        handler.HandleDataCopy("the string", "db", tableId, 1, directory.path.string(), "bus", 1);
+        handler.HandleDataCopy(Request(tableId));
         outcome = handler.LastOutcome();
+        counts = handler.LastCounts();
     }
 
     Scheduler scheduler;
     control::Process service;
+    std::optional<Long> statusKey;
     control::Outcome outcome = control::Outcome::None;
+    control::Counters counts;
 };
 
 TEST_F(Handler, RelaysACompletedRequestInOrder) {
@@ -84,8 +91,7 @@ TEST_F(Handler, RelaysACompletedRequestInOrder) {
 }
 
 TEST_F(Handler, RelaysTheTablesStatusWhenItIsWanted) {
-    service.settings.tableStatus = true;
-    service.settings.statusKey = 42;
+    statusKey = 42;
     Handle(2);
     EXPECT_THAT(scheduler.calls,
                 ::testing::Contains("instance.UpdateStatusByTable('Service Types', 'erp030', 2, 42)"));
@@ -104,8 +110,7 @@ TEST_F(Handler, TakesOverTheInstanceNumberThatTheRegistryLeaves) {
 }
 
 TEST_F(Handler, PassesOnTheStatusKeyThatTheSchedulerLeaves) {
-    service.settings.tableStatus = true;
-    service.settings.statusKey = 42;
+    statusKey = 42;
     scheduler.keyLeft = Long{70'000};
     Handle(2);
     EXPECT_THAT(scheduler.calls,
@@ -115,7 +120,7 @@ TEST_F(Handler, PassesOnTheStatusKeyThatTheSchedulerLeaves) {
 
 TEST_F(Handler, RelaysATableInUseWithoutASyncStatus) {
     database.WhenOpened("SELECT * FROM tstables WHERE tablename = N'tsmdm030'", Rows{{"in_use"}, {{Long{1}}}});
-    service.settings.tableStatus = true;
+    statusKey = 0;
     Handle(2);
     EXPECT_EQ(outcome, control::Outcome::AlreadyInProgress);
     EXPECT_THAT(
@@ -126,7 +131,7 @@ TEST_F(Handler, RelaysATableInUseWithoutASyncStatus) {
 
 TEST_F(Handler, RelaysAFailingUpsertAsMessageAlertAndStatus) {
     erp.records = {Fields{}};
-    service.settings.tableStatus = true;
+    statusKey = 0;
     Handle(2);
     EXPECT_EQ(outcome, control::Outcome::Error);
     const std::string log = (directory.path / "tsmdm030_20260304.log").string();
@@ -144,7 +149,7 @@ TEST_F(Handler, SpeaksOfTheCalendarTableInAnEmployeesCalendarRun) {
 }
 
 TEST_F(Handler, SpeaksOfATableOutsideTheCatalogByItsId) {
-    service.settings.tableStatus = true;
+    statusKey = 0;
     Handle(300);
     EXPECT_EQ(outcome, control::Outcome::Error);
     const std::string log = (directory.path / "iQRXyDBSync.log").string();
@@ -184,8 +189,8 @@ TEST_F(Handler, LogsAMissingInstanceObjectAndRunsNothing) {
 }
 
 TEST_F(Handler, LogsAMissingInstanceRegistry) {
-    control::Process without(process.machine, database, erp, objects, diagnostics);
-    hosting::clsDataCopyHandler(without).HandleDataCopy("s", "d", 2, 1, directory.path.string(), "b", 1);
+    control::Process without({process.machine, database, erp, objects, diagnostics});
+    hosting::clsDataCopyHandler(without).HandleDataCopy(Request(2));
     EXPECT_THAT(Contents(directory.path / "iQRXyDBSync.log"), HasSubstr("429"));
 }
 
@@ -196,6 +201,23 @@ TEST_F(Handler, UnlocksTheTableWhenTheCallerDisappears) {
     EXPECT_EQ(database.executed.back(), "UPDATE tstables SET in_use = 0WHERE tablename = N'tsmdm030'");
     EXPECT_THAT(Contents(directory.path / "tsmdm030_20260304.log"),
                 HasSubstr("\"RPC\",\"The caller is gone\""));
+}
+
+TEST_F(Handler, KeepsTheCountsOfARequestThatCompletedOnly) {
+    const Fields sound{{"getServiceType", "A"s},
+                       {"getServiceTypeDescription", "Inspection"s},
+                       {"getServiceProcedure", "P"s},
+                       {"getAvailabilityType", "R"s},
+                       {"getGenDefaultAssignment", Long{1}}};
+    erp.records = {sound, sound};
+    Handle(2);
+    EXPECT_EQ(outcome, control::Outcome::Complete);
+    EXPECT_EQ(counts.inserted, 2) << "a full copy counts every record as inserted";
+
+    erp.records = {sound, Fields{}};
+    Handle(2);
+    EXPECT_EQ(outcome, control::Outcome::Error);
+    EXPECT_EQ(counts.inserted + counts.updated, 0);
 }
 
 TEST_F(Handler, FetchesNoInstanceInStandaloneMode) {

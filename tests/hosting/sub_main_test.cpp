@@ -29,11 +29,26 @@ protected:
     }
     RuntimeError ErrorOf(const std::string& commandLine) {
         try {
-            CommandLine(commandLine).Validate(process.messages);
+            CommandLine(commandLine).Request(process.messages, process.settings);
         } catch (const RuntimeError& error) {
             return error;
         }
         return {0, "", ""};
+    }
+    void GivenACatalog() {
+        database.WhenOpened(
+            "SELECT a.ERPTableID,a.tableid, a.tablename, c.text from tstables a, tstreenodes b, tsi18ntext c where a.productid = N'1028' AND b.groupid = N'SYNC' AND a.tableid = b.tableid AND b.label = c.label",
+            Rows{{"ERPTableID", "tableid", "tablename", "text"}, {{"e"s, Long{2}, "tsmdm030"s, "T"s}}});
+    }
+    // A request with these arguments instead of good ones, that fails.
+    void Fail(const std::string& table, const std::string& method, const std::string& statusKey = "0",
+              const std::string& platformNumber = "1") {
+        database.calls.clear();
+        diagnostics.str({});
+        EXPECT_EQ(
+            hosting::SubMain(process, "string{}db{}" + table + "{}" + method + "{}" + directory.path.string() +
+                                          "{}bus{}" + statusKey + "{}{}" + platformNumber + "{}3{}SYNC{}"),
+            hosting::kFailed);
     }
     std::string Valid(const std::string& count12Extra = "{}extra") {
         return "string{}db{}2{}1{} " + directory.path.string() + " {}bus{}0{}{}1{}3{} SYNC " + count12Extra;
@@ -85,29 +100,46 @@ TEST_F(CommandLines, NameAnArgumentThatIsMissingBehindTheSeventh) {
 }
 
 TEST_F(CommandLines, AreStandaloneWithTwelveArgumentsExactly) {
-    control::Settings settings;
-    CommandLine(Valid()).Apply(settings);
-    EXPECT_TRUE(settings.standalone);
-    CommandLine(Valid("")).Apply(settings);
-    EXPECT_FALSE(settings.standalone);
-    CommandLine(Valid("{}x{}y")).Apply(settings);
-    EXPECT_FALSE(settings.standalone);
+    const auto standalone = [&](const std::string& commandLine) {
+        CommandLine(commandLine).Request(process.messages, process.settings);
+        return process.settings.standalone;
+    };
+    EXPECT_TRUE(standalone(Valid()));
+    EXPECT_FALSE(standalone(Valid("")));
+    EXPECT_FALSE(standalone(Valid("{}x{}y")));
 }
 
-TEST_F(CommandLines, FillTheSettings) {
+TEST_F(CommandLines, FillTheSettingsAndTheRequest) {
     control::Settings settings;
-    CommandLine("s{}d{}99{}1{} log {}bus{}42{}E1{}1{}3{} SYNC ").Apply(settings);
-    EXPECT_TRUE(settings.tableStatus);
-    EXPECT_EQ(settings.statusKey, 42);
+    const CommandLine first(" s {} d {}99{}1{} log {} bus {}42{} E1 {}2{}3{} SYNC ");
+    control::CopyRequest request = first.Request(process.messages, settings);
+    first.AddTableAndMethod(request);
+    EXPECT_FALSE(settings.standalone);
     EXPECT_EQ(settings.currentInstanceNumber, 3);
     EXPECT_EQ(settings.treeGroup, "SYNC");
-    EXPECT_EQ(settings.calendarRunParameter99, "E1");
-    EXPECT_EQ(settings.calendarRunParameter98, "");
-    EXPECT_EQ(settings.commandLineText, " log ");
-    CommandLine("s{}d{}98{}1{}log{}bus{}42{}C1{}1{}none{}SYNC{}x").Apply(settings);
-    EXPECT_FALSE(settings.tableStatus) << "cleared in standalone mode";
-    EXPECT_EQ(settings.calendarRunParameter98, "C1");
+    EXPECT_EQ(request.connectionString, "s");
+    EXPECT_EQ(request.localDatabase, "d");
+    EXPECT_EQ(request.tableId, control::kCalendarOfEmployee);
+    EXPECT_EQ(request.syncMethod, control::kFull);
+    EXPECT_EQ(request.logFilePath, "log");
+    EXPECT_EQ(request.busComponent, "bus");
+    EXPECT_EQ(request.databasePlatform, 2);
+    EXPECT_EQ(request.calendarParameter, " E1 ");
+    EXPECT_EQ(request.statusKey, 42);
+    EXPECT_EQ(first.LogDirectory(), " log ");
+
+    const CommandLine second("s{}d{}98{}1{}log{}bus{}42{}C1{}1{}none{}SYNC{}x");
+    request = second.Request(process.messages, settings);
+    EXPECT_EQ(request.statusKey, std::nullopt) << "a standalone start has nobody to tell";
+    EXPECT_EQ(request.calendarParameter, "C1");
     EXPECT_EQ(settings.currentInstanceNumber, 3) << "kept when the argument is no number";
+}
+
+TEST_F(CommandLines, WantNoTableStatusWithTheKeyZeroAndNoCalendarForAnotherTable) {
+    const auto request =
+        CommandLine("s{}d{}18{}1{}log{}bus{}0{}C1{}1{}1{}SYNC").Request(process.messages, process.settings);
+    EXPECT_EQ(request.statusKey, std::nullopt);
+    EXPECT_EQ(request.calendarParameter, "");
 }
 
 TEST_F(CommandLines, ThatFailGoToTheRequestErrorLogAndToStandardErrorInOneLine) {
@@ -126,10 +158,33 @@ TEST_F(CommandLines, ThatFindNoCatalogSaySo) {
     EXPECT_FALSE(std::filesystem::exists(directory.path / "QRXevtLG.txt"));
 }
 
+TEST_F(CommandLines, TellOfATableOrMethodThatDoesNotConvertWhenTheEventLogHasItsLine) {
+    GivenACatalog();
+    const std::pair<const char*, const char*> wrong[] = {{"x", "1"}, {"2", "70000"}};
+    const char* const told[] = {"iQRXyQRXSync: Type mismatch: argument 2, the table id, is \"x\"\n",
+                                "iQRXyQRXSync: Overflow: argument 3, the method, is \"70000\"\n"};
+    for (int i = 0; i < 2; ++i) {
+        std::filesystem::remove(directory.path / "QRXevtLG.txt");
+        Fail(wrong[i].first, wrong[i].second);
+        EXPECT_EQ(diagnostics.str(), told[i]);
+        EXPECT_THAT(Contents(directory.path / "QRXevtLG.txt"), HasSubstr("The service has started"));
+        EXPECT_THAT(database.calls, ::testing::Contains(StartsWith("Open SELECT a.ERPTableID")));
+    }
+    Fail("x", "70000");
+    EXPECT_EQ(diagnostics.str(), told[1]) << "the method is looked at first";
+}
+
+TEST_F(CommandLines, TellOfAStatusKeyOrPlatformThatDoesNotConvertBeforeTheCatalogIsRead) {
+    Fail("x", "1", "99999999999", "70000");
+    EXPECT_EQ(diagnostics.str(), "iQRXyQRXSync: Overflow: argument 6, the status key, is \"99999999999\"\n");
+    Fail("x", "1", "0", "70000");
+    EXPECT_EQ(diagnostics.str(), "iQRXyQRXSync: Overflow: argument 8, the platform, is \"70000\"\n");
+    EXPECT_THAT(database.calls, ::testing::IsEmpty());
+    EXPECT_FALSE(std::filesystem::exists(directory.path / "QRXevtLG.txt"));
+}
+
 TEST_F(CommandLines, RunTheirRequestAndAnswerItsExitCode) {
-    database.WhenOpened(
-        "SELECT a.ERPTableID,a.tableid, a.tablename, c.text from tstables a, tstreenodes b, tsi18ntext c where a.productid = N'1028' AND b.groupid = N'SYNC' AND a.tableid = b.tableid AND b.label = c.label",
-        Rows{{"ERPTableID", "tableid", "tablename", "text"}, {{"e"s, Long{2}, "tsmdm030"s, "T"s}}});
+    GivenACatalog();
     database.WhenOpened("SELECT tvkparam FROM tsparameters", Rows{{"tvkparam"}, {{Long{0}}}});
     EXPECT_EQ(hosting::SubMain(process, Valid()), hosting::kCompleted);
     EXPECT_THAT(Contents(directory.path / "QRXevtLG.txt"), HasSubstr("The service has started"));

@@ -28,7 +28,7 @@ protected:
                              ";TDS_Version=7.4;Database=qrx;Uid=copy;Pwd=secret";
     }
     std::string Warnings() const {
-        hosting::Composition parts;
+        hosting::Composition parts({});
         std::ostringstream warnings;
         qrxctl::Init(parts, options, IQRX_SCHEMA_DIRECTORY, warnings);
         return warnings.str();

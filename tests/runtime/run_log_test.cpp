@@ -81,8 +81,7 @@ TEST_F(Logs, StopNobodyWhenTheyCannotBeWritten) {
     process.runLog.LogError("", {5, "s", "d"});
     process.eventLog.Start((directory.path / "missing" / "event.txt").string());
     process.eventLog.LogEvent("x");
-    EXPECT_FALSE(LogHandlerError(process.machine, process.messages, (directory.path / "missing").string(),
-                                 {5, "s", "d"}));
+    LogHandlerError(process.machine, process.messages, (directory.path / "missing").string(), {5, "s", "d"});
     EXPECT_FALSE(std::filesystem::exists(directory.path / "missing"));
 }
 

@@ -131,9 +131,18 @@ TestProcess::TestProcess() : TestProcess(database) {}
 TestProcess::TestProcess(platform::DatabaseProvider& databases) : TestProcess(databases, erp) {}
 
 TestProcess::TestProcess(platform::DatabaseProvider& databases, erp::ErpProvider& erps)
-    : process({clock, locale, timeZone, messageBox, xml, files, directory.path,
-               static_cast<char>(std::filesystem::path::preferred_separator)},
-              databases, erps, objects, diagnostics),
+    : process({{.clock = clock,
+                .locale = locale,
+                .timeZone = timeZone,
+                .messageBox = messageBox,
+                .xml = xml,
+                .files = files,
+                .programFolder = directory.path,
+                .pathSeparator = static_cast<char>(std::filesystem::path::preferred_separator)},
+               databases,
+               erps,
+               objects,
+               diagnostics}),
       run(process) {}
 
 void TestProcess::OpenDatabase(platform::Integer databasePlatform) {

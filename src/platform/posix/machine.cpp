@@ -53,17 +53,13 @@ PosixMachine::PosixMachine() : parts_(std::make_unique<Parts>()) {}
 PosixMachine::~PosixMachine() = default;
 
 Machine PosixMachine::Ports() {
-    return {parts_->clock,
-            parts_->locale,
-            parts_->timeZone,
-            parts_->messageBox,
-            parts_->xml,
-            parts_->files,
-            ProgramFile().parent_path(),
-            '/',
-            "\n",
-            ".",
-            "."};
+    return {.clock = parts_->clock,
+            .locale = parts_->locale,
+            .timeZone = parts_->timeZone,
+            .messageBox = parts_->messageBox,
+            .xml = parts_->xml,
+            .files = parts_->files,
+            .programFolder = ProgramFile().parent_path()};
 }
 
 std::filesystem::path ProgramFile() { return std::filesystem::read_symlink("/proc/self/exe"); }

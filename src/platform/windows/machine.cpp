@@ -82,17 +82,17 @@ WindowsMachine::WindowsMachine(Audience audience, std::chrono::milliseconds boxL
 WindowsMachine::~WindowsMachine() = default;
 
 Machine WindowsMachine::Ports() {
-    return {parts_->clock,
-            parts_->locale,
-            parts_->timeZone,
-            parts_->messageBox,
-            parts_->xml,
-            parts_->files,
-            ProgramFile().parent_path(),
-            '\\',
-            "\r\n",
-            "",
-            "C:"};
+    return {.clock = parts_->clock,
+            .locale = parts_->locale,
+            .timeZone = parts_->timeZone,
+            .messageBox = parts_->messageBox,
+            .xml = parts_->xml,
+            .files = parts_->files,
+            .programFolder = ProgramFile().parent_path(),
+            .pathSeparator = '\\',
+            .lineEnd = "\r\n",
+            .blankDirectory = "",
+            .defaultLogDirectory = "C:"};
 }
 
 Audience AudienceOfDesktop() {

@@ -3,10 +3,10 @@
 
 #include "com_server/registration.h"
 #include "com_server/server.h"
-#include "hosting/composition.h"
+#include "composition/composition.h"
 #include "hosting/sub_main.h"
 #include "hosting/version.h"
-#include "hosting/windows/start.h"
+#include "platform/connection_string.h"
 #include "platform/error.h"
 #include "platform/windows/com.h"
 #include "platform/windows/leave_process.h"
@@ -25,23 +25,34 @@ void UseConsoleOfParent() {
     if (!hasErrors) _wfreopen(L"CONOUT$", L"w", stderr);
 }
 
+// COM's switches begin with '/' or '-' and are not case-sensitive.
+bool IsSwitch(const std::string& word, std::string_view name) {
+    return (word.starts_with('/') || word.starts_with('-')) &&
+           platform::EqualIgnoringCase(std::string_view(word).substr(1), name);
+}
+
 // Everything of the program's own is closed when it returns.
-int Run(const Start& start) {
-    if (start.kind == StartKind::Version)
+int Run(const std::vector<std::string>& words) {
+    const std::string first = words.size() > 1 ? words[1] : "";
+    const bool isEmbedded = IsSwitch(first, "Embedding");
+    if (!isEmbedded) UseConsoleOfParent();
+    if (words.size() == 2 && first == "--version")
         return std::cout << VersionLine("iQRXyQRXSync") << std::endl, kCompleted;
-    if (start.kind == StartKind::Register) return RegisterServer(), kCompleted;
-    if (start.kind == StartKind::Unregister) return UnregisterServer(), kCompleted;
-    Composition parts;
-    control::Process process(parts.Machine(), parts.Databases(), parts.Erps(), parts.Objects(), std::cerr);
-    if (start.kind == StartKind::Embedding) return RunServer(process), kCompleted;
-    return SubMain(process, start.commandLine);
+    if (IsSwitch(first, "regserver")) return RegisterServer(), kCompleted;
+    if (IsSwitch(first, "unregserver")) return UnregisterServer(), kCompleted;
+    Surroundings surroundings = SurroundingsOf(Variable);
+    surroundings.isEmbedded = isEmbedded;
+    Composition parts(surroundings);
+    control::Process process(parts.Ports(std::cerr));
+    if (isEmbedded) return RunServer(process), kCompleted;
+    return SubMain(process, RequestText(words));
 }
 
 int ExitCodeOf(int argc, wchar_t** argv) {
     try {
-        const auto start = ReadStart(argc, argv);
-        if (start.kind != StartKind::Embedding) UseConsoleOfParent();
-        return Run(start);
+        std::vector<std::string> words;
+        for (int i = 0; i < argc; ++i) words.push_back(platform::windows::Utf8(argv[i]));
+        return Run(words);
     } catch (...) {
         std::cerr << runtime::DiagnosticLine(platform::CurrentError().description) << std::endl;
         return kFailed;

@@ -277,9 +277,6 @@ TEST_P(FailingCalendarRuns, EndWithTheirNormalOutcome) {
         Rows{{"ERPTableID", "tableid", "tablename", "text"},
              {{"tcccp030"s, Integer{18}, "tcccp030"s, "Actual Calendars"s}}});
     process.catalog.LoadTableCatalog(database, "test", "", 1, "SYNC");
-    process.settings.calendarRunParameter98 = "C3";
-    process.settings.calendarRunParameter99 = "E1";
-    process.settings.tableStatus = true;
     service.failing = "C3";
 
     RecordedEvents events;
@@ -292,6 +289,8 @@ TEST_P(FailingCalendarRuns, EndWithTheirNormalOutcome) {
     request.tableId = GetParam().tableId;
     request.syncMethod = GetParam().syncMethod;
     request.logFilePath = directory.path.string();
+    request.calendarParameter = request.tableId == control::kCalendarOfOne ? "C3" : "E1";
+    request.statusKey = 0;
     job.StartDataCopy(request);
 
     EXPECT_THAT(events.events,

@@ -74,7 +74,7 @@ protected:
     TestProcess machine;  // an hour east of Greenwich
     EmbeddedDatabase databases;
     ExtractErp erps;
-    control::Process process{machine.process.machine, databases, erps, machine.objects, machine.diagnostics};
+    control::Process process{{machine.process.machine, databases, erps, machine.objects, machine.diagnostics}};
 };
 
 TEST_F(CalendarRuns, CopyInFullThenWhatChanged) {

@@ -1,0 +1,51 @@
+// Where the ports meet the machine: the adapters of this system, chosen and owned here.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "control/process.h"
+
+namespace iqrx::hosting {
+
+// The environment: the value of a variable by its name, both UTF-8; none when it is empty.
+using Variables = std::function<std::optional<std::string>(const std::string& name)>;
+std::optional<std::string> Variable(const std::string& name);  // of this process
+
+// What a program learns from how it was started. Its main reads it, once.
+struct Surroundings {
+    std::optional<std::filesystem::path> trace = {};  // where statements are traced
+    std::optional<std::filesystem::path> instances =
+        {};                   // where the instance registry of a machine without one writes
+    bool isEmbedded = false;  // COM started the process: nobody sees a message box
+};
+Surroundings SurroundingsOf(const Variables& variables);
+
+class System;
+
+// One per process; everything that it hands out is borrowed from it.
+class Composition {
+public:
+    // Raises RuntimeError when what the surroundings name cannot be used.
+    explicit Composition(const Surroundings& surroundings);
+    ~Composition();
+    Composition(const Composition&) = delete;
+    Composition& operator=(const Composition&) = delete;
+
+    control::Ports Ports(std::ostream& diagnostics);
+
+    // Runs the script where the connection string names an embedded database, whose file is created when it
+    // is missing; returns false for every other connection string. Raises RuntimeError.
+    bool ApplyEmbeddedSchema(const std::string& connectionString, std::string_view script);
+
+private:
+    std::unique_ptr<System> system_;
+    std::unique_ptr<erp::ErpProvider> erps_;
+    std::unique_ptr<platform::DatabaseProvider> tracing_;  // when statements are traced
+};
+
+}  // namespace iqrx::hosting

@@ -1,0 +1,63 @@
+#include "composition/system.h"
+
+#include <cstdlib>
+
+#include "erp/com/com_erp.h"
+#include "platform/ado/connection.h"
+#include "platform/windows/apartment.h"
+#include "platform/windows/com_object.h"
+#include "platform/windows/machine.h"
+#include "platform/windows/text.h"
+
+namespace iqrx::hosting {
+
+namespace {
+
+using platform::windows::Audience;
+
+// Entered and never left: to leave is to wait for COM's tear-down, which may not end.
+struct EnteredApartment {
+    EnteredApartment() { platform::windows::EnterApartment(); }
+};
+
+class WindowsSystem final : public System {
+public:
+    explicit WindowsSystem(const Surroundings& surroundings)
+        : machine_(surroundings.isEmbedded ? Audience::Nobody : platform::windows::AudienceOfDesktop()) {}
+
+    platform::Machine Machine() override { return machine_.Ports(); }
+
+    platform::ObjectFactory& Objects() override { return objects_; }
+
+    std::unique_ptr<platform::Connection> CreateConnection(std::string_view text) override {
+        return databases_.CreateConnection(text);
+    }
+
+    std::unique_ptr<erp::Erp> Open(const std::string&, const erp::Notice&) override {
+        return erp::com::OpenComErp(objects_,
+                                    platform::windows::ProgramFile().parent_path() / "ErpClasses.ini");
+    }
+
+    // Every connection string goes to ADO.
+    bool ApplyEmbeddedSchema(const std::string&, std::string_view) override { return false; }
+
+private:
+    EnteredApartment apartment_;  // before everything that calls COM
+    platform::windows::WindowsMachine machine_;
+    platform::windows::ComObjectFactory objects_;
+    platform::ado::AdoProvider databases_{objects_};
+};
+
+}  // namespace
+
+std::optional<std::string> Variable(const std::string& name) {
+    const wchar_t* value = _wgetenv(platform::windows::Wide(name).c_str());
+    if (!value || !*value) return std::nullopt;
+    return platform::windows::Utf8(value);
+}
+
+std::unique_ptr<System> CreateSystem(const Surroundings& surroundings) {
+    return std::make_unique<WindowsSystem>(surroundings);
+}
+
+}  // namespace iqrx::hosting
