@@ -263,7 +263,7 @@ TEST(Catalog, NumbersEveryTableThatIsCopied) {
 }
 
 TEST(Texts, HoldEveryLabelThatTheProgramAsksFor) {
-    const std::string texts = Text(kRoot / "packaging/I18nText.xml");
+    const std::string texts = Text(IQRX_TEXTS);
     const std::regex label(R"((SLBL|STIT)\d{4})");
     std::set<std::string> labels;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(kRoot / "src")) {
