@@ -57,7 +57,7 @@ void WriteCalendar(TextFile& csv, std::string_view calendar, std::span<const Int
         const Date monday = FirstMonday(kFirstYear + quarter / 4, 1 + 3 * (quarter % 4));
         for (const Interval& interval : week) {
             minutes += WorkingMinutes(interval);
-            csv.Write(Line(IntervalRecord(calendar, interval, monday, minutes)));
+            csv.WriteLine(IntervalRecord(calendar, interval, monday, minutes).line);
         }
     }
 }
@@ -66,7 +66,7 @@ void WriteCalendar(TextFile& csv, std::string_view calendar, std::span<const Int
 
 void WriteCalendars(const std::filesystem::path& directory, const World& world) {
     TextFile csv(directory / "calendars.csv");
-    csv.Write(Header(IntervalRecord("", {}, {}, 0)));
+    csv.WriteLine(IntervalRecord("", {}, {}, 0).header);
     // The retired and the new employee and center have a calendar, too.
     for (long index = 0; index < world.employees + 2; ++index) {
         WriteCalendar(csv, EmployeeCode(index), kEmployeeWeek);

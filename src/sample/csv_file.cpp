@@ -7,12 +7,13 @@ namespace iqrx::sample {
 
 namespace {
 
-bool NeedsQuotes(std::string_view text) {
-    return text.find_first_of(",\"\r\n") != std::string_view::npos || text.starts_with(' ') ||
-           text.ends_with(' ');
-}
-
-void AppendQuoted(std::string& line, std::string_view text) {
+void AppendCell(std::string& line, std::string_view text) {
+    const bool plain = text.find_first_of(",\"\r\n") == std::string_view::npos && !text.starts_with(' ') &&
+                       !text.ends_with(' ');
+    if (plain) {
+        line += text;
+        return;
+    }
     line += '"';
     for (const char c : text) line.append(c == '"' ? 2 : 1, c);
     line += '"';
@@ -27,24 +28,14 @@ std::string Hundredths(long value) {
     return std::to_string(value / 100) + '.' + std::to_string(100 + value % 100).substr(1);
 }
 
-std::string Header(const Record& record) {
-    std::string line;
-    for (const Cell& cell : record) line.append(cell.column) += ',';
-    line.back() = '\n';
-    return line;
-}
-
-std::string Line(const Record& record) {
-    std::string line;
-    for (const Cell& cell : record) {
-        if (NeedsQuotes(cell.text))
-            AppendQuoted(line, cell.text);
-        else
-            line += cell.text;
-        line += ',';
+Record&& operator<<(Record&& record, const Cell& cell) {
+    if (!record.header.empty()) {
+        record.header += ',';
+        record.line += ',';
     }
-    line.back() = '\n';
-    return line;
+    record.header += cell.column;
+    AppendCell(record.line, cell.text);
+    return std::move(record);
 }
 
 TextFile::TextFile(const std::filesystem::path& path)
@@ -68,12 +59,12 @@ void TextFile::Check() const {
 
 TableFiles::TableFiles(const std::filesystem::path& directory, const std::string& table, const Record& first)
     : current(directory / (table + ".csv")), trail(directory / (table + ".audit.csv")) {
-    current.Write(Header(first));
-    trail.Write("changed_at,change," + Header(first));
+    current.WriteLine(first.header);
+    trail.WriteLine("changed_at,change," + first.header);
 }
 
 void TableFiles::Write(const Change& change, const Record& record) {
-    trail.Write(platform::IsoDateTime(change.at) + ',' + std::string(change.letter) + ',' + Line(record));
+    trail.WriteLine(platform::IsoDateTime(change.at) + ',' + std::string(change.letter) + ',' + record.line);
 }
 
 void TableFiles::Close() {

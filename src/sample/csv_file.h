@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "platform/value.h"
 
@@ -22,24 +21,21 @@ struct Cell {
     std::string text;
 };
 
-// Record() << Cell("skll", code) << Cell("afct", Hundredths(125))
-using Record = std::vector<Cell>;
-inline Record&& operator<<(Record&& record, Cell cell) {
-    record.push_back(std::move(cell));
-    return std::move(record);
-}
+// A record and its header as lines of a CSV file, without their ends:
+//     Record() << Cell("skll", code) << Cell("afct", Hundredths(125))
+struct Record {
+    std::string header, line;
+};
+Record&& operator<<(Record&& record, const Cell& cell);
 
 // A real number with two decimals, kept whole so that it prints alike everywhere.
 std::string Hundredths(long value);
-
-// Lines of a CSV file: the names of the record's columns, and what it has in them.
-std::string Header(const Record& record);
-std::string Line(const Record& record);
 
 // Created or replaced when it is opened. Every member raises platform::RuntimeError when it cannot be written.
 class TextFile {
 public:
     explicit TextFile(const std::filesystem::path& path);
+    void WriteLine(const std::string& line) { Write(line + '\n'); }
     void Write(std::string_view text);
     void Close();  // writes what is left; without it the file may be cut short
 
@@ -59,7 +55,7 @@ struct Change {
 // A table's current records and its audit trail. The columns are those of the first record.
 struct TableFiles {
     TableFiles(const std::filesystem::path& directory, const std::string& table, const Record& first);
-    void Write(const Record& record) { current.Write(Line(record)); }
+    void Write(const Record& record) { current.WriteLine(record.line); }
     void Write(const Change& change, const Record& record);
     void Close();
 

@@ -90,21 +90,26 @@ Record AssignmentRecord(const Order& order, const Activity& activity) {
                     << Cell("ltct", AddMinutes(times.plannedFinish, 2 * kHour));
 }
 
-Record PlannedRecord(const World& world, const PlannedActivity& planned) {
-    const ReferenceActivity& reference = *planned.reference;
-    const Date finish = AddMinutes(planned.start, static_cast<int>(reference.minutes));
-    return Record() << Cell("ccfg", InstallationCode(planned.installation)) << Cell("crac", reference.code)
-                    << Cell("aseq", planned.sequence) << Cell("desc", reference.description)
+// Of the activity that the order came from.
+Record PlannedRecord(const Order& order, long sequence) {
+    const Activity& activity = order.activities.front();
+    const ReferenceActivity& reference = *activity.reference;
+    const Date start = order.schedule.plannedStart;
+    const Date finish = AddMinutes(start, static_cast<int>(reference.minutes));
+    return Record() << Cell("ccfg", InstallationCode(order.installation)) << Cell("crac", reference.code)
+                    << Cell("aseq", sequence) << Cell("desc", reference.description)
                     << Cell("cagr", reference.group) << Cell("cstp", reference.serviceType)
-                    << Cell("cwoc", CenterCode(world.CenterOfInstallation(planned.installation)))
-                    << Cell("crob", planned.object.code) << Cell("oseq", planned.object.sequence)
-                    << Cell("esct", AddMinutes(planned.start, -kDay)) << Cell("psct", planned.start)
-                    << Cell("pfct", finish) << Cell("lfct", AddMinutes(finish, kDay))
+                    << Cell("cwoc", CenterCode(order.center)) << Cell("crob", activity.object.code)
+                    << Cell("oseq", activity.object.sequence) << Cell("esct", AddMinutes(start, -kDay))
+                    << Cell("psct", start) << Cell("pfct", finish) << Cell("lfct", AddMinutes(finish, kDay))
                     << Cell("adur", Hours(reference.minutes))
-                    << Cell("trtm", Hours(10 + planned.installation % 50)) << Cell("skla", reference.skill)
+                    << Cell("trtm", Hours(10 + order.installation % 50)) << Cell("skla", reference.skill)
                     << Cell("sklb", "") << Cell("sklc", "") << Cell("appo", Flag(false))
-                    << Cell("stat", planned.status) << Cell("orno", planned.order)
-                    << Cell("acln", planned.line);
+                    << Cell("stat", order.status >= kCompleted ? 3
+                                    : IsAssigned(order)        ? 2
+                                                               : 1)
+                    << Cell("orno", order.index == kNoOrder ? "" : OrderNumber(order.index))
+                    << Cell("acln", activity.line);
 }
 
 struct OrderFiles {
@@ -114,7 +119,7 @@ struct OrderFiles {
     TableFiles activities{directory, "tssoc210", ActivityRecord({}, {})};
     TableFiles lines{directory, "tssoc205", LineRecord({}, {})};
     TableFiles assignments{directory, "tssoc206", AssignmentRecord({}, {})};
-    TableFiles planned{directory, "tsspc200", PlannedRecord(world, {})};
+    TableFiles planned{directory, "tsspc200", PlannedRecord(MakeOrder(world, 0, world.day), 0)};
 
     void Close() {
         for (TableFiles* files : {&orders, &activities, &lines, &assignments, &planned}) files->Close();
@@ -133,7 +138,7 @@ void WriteMorning(OrderFiles& files, const World& world) {
     }
     for (long installation = 0; installation < world.installations; ++installation) {
         for (const PlannedActivity& planned : PlannedAt(world, installation)) {
-            files.planned.Write(PlannedRecord(world, planned));
+            files.planned.Write(PlannedRecord(planned.order, planned.sequence));
         }
     }
 }
@@ -149,8 +154,8 @@ void WriteChange(OrderFiles& files, const Change& change, const Order& order, bo
                                     AssignmentRecord(order, activity));
         }
     }
-    if (const auto planned = PlannedFor(files.world, order)) {
-        files.planned.Write(change, PlannedRecord(files.world, *planned));
+    if (const auto sequence = PlannedSequence(files.world, order)) {
+        files.planned.Write(change, PlannedRecord(order, *sequence));
     }
 }
 

@@ -1,7 +1,7 @@
 #include "sample/orders.h"
 
 #include <algorithm>
-#include <tuple>
+#include <utility>
 
 #include "platform/date.h"
 #include "sample/random.h"
@@ -142,19 +142,10 @@ void Advance(const World& world, Order& order, Date now) {
     SetStatus(order, status);
 }
 
-std::optional<PlannedActivity> PlannedFor(const World& world, const Order& order) {
-    const long youngest = YoungestRound(world), round = world.RoundOf(order.index);
-    const bool isNew = order.index >= world.orders;
-    if (!isNew && youngest - round > 2) return std::nullopt;
-    const Activity& first = order.activities.front();
-    return PlannedActivity{order.installation,
-                           first.reference,
-                           isNew ? 100 + round - youngest : 1 + youngest - round,
-                           first.object,
-                           order.schedule.plannedStart,
-                           order.status >= kCompleted ? 3L : (IsAssigned(order) ? 2L : 1L),
-                           OrderNumber(order.index),
-                           first.line};
+std::optional<long> PlannedSequence(const World& world, const Order& order) {
+    const long age = YoungestRound(world) - world.RoundOf(order.index);
+    if (order.index >= world.orders) return 100 - age;
+    return age > 2 ? std::nullopt : std::optional(1 + age);
 }
 
 std::vector<PlannedActivity> PlannedAt(const World& world, long installation) {
@@ -163,16 +154,21 @@ std::vector<PlannedActivity> PlannedAt(const World& world, long installation) {
     for (long round = std::max(0L, youngest - 2); round <= youngest; ++round) {
         const long index = world.OrderAt(round, installation);
         if (index >= world.orders) continue;
-        all.push_back(*PlannedFor(world, MakeOrder(world, index, world.day)));
+        const Order order = MakeOrder(world, index, world.day);
+        all.push_back({order, *PlannedSequence(world, order)});
     }
-    if (installation % 3 == 0) {  // next year's inspection has no order yet
+    if (installation % 3 == 0) {  // next year's inspection
+        Order order{.index = kNoOrder, .installation = installation, .status = kOpen};
+        order.center = world.CenterOfInstallation(installation);
         const Date date = NextWorkday(AddDays(world.day, static_cast<int>(300 + installation % 60)));
-        all.push_back({installation, &kReferenceActivities[2], 50, ObjectOf(installation, 0),
-                       AddMinutes(date, 9 * 60), 1, "", 0});
+        order.schedule.plannedStart = AddMinutes(date, 9 * 60);
+        order.activities.push_back({.reference = &kReferenceActivities[2], .object = ObjectOf(installation, 0)});
+        all.push_back({order, 50});
     }
-    std::sort(all.begin(), all.end(), [](const PlannedActivity& a, const PlannedActivity& b) {
-        return std::tie(a.reference->code, a.sequence) < std::tie(b.reference->code, b.sequence);
-    });
+    const auto key = [](const PlannedActivity& planned) {
+        return std::pair(planned.order.activities.front().reference->code, planned.sequence);
+    };
+    std::ranges::sort(all, {}, key);
     return all;
 }
 

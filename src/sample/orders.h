@@ -48,18 +48,14 @@ void Advance(const World& world, Order& order, platform::Date now);
 // Work is assigned to an engineer once it is planned.
 inline bool IsAssigned(const Order& order) { return order.status >= kPlanned; }
 
-// The planned activity that led to the order, for the youngest orders of each installation.
+// The sequence number of the planned activity that led to the order; only the youngest orders have one.
+std::optional<long> PlannedSequence(const World& world, const Order& order);
+
 struct PlannedActivity {
-    long installation = 0;
-    const ReferenceActivity* reference = kReferenceActivities.data();
-    long sequence = 0;
-    ServiceObject object{};
-    platform::Date start{};
-    long status = 0;
-    std::string order{};  // empty when there is no order yet
-    long line = 0;
+    Order order;  // which it led to; without a number (kNoOrder) it is still to come
+    long sequence;
 };
-std::optional<PlannedActivity> PlannedFor(const World& world, const Order& order);
+inline constexpr long kNoOrder = -1;
 // All planned activities of an installation in the morning, in the order of their keys.
 std::vector<PlannedActivity> PlannedAt(const World& world, long installation);
 
