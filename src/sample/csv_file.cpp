@@ -63,8 +63,9 @@ TableFiles::TableFiles(const std::filesystem::path& directory, const std::string
     trail.WriteLine("changed_at,change," + first.header);
 }
 
-void TableFiles::Write(const Change& change, const Record& record) {
-    trail.WriteLine(platform::IsoDateTime(change.at) + ',' + std::string(change.letter) + ',' + record.line);
+void TableFiles::Write(const std::optional<Change>& change, const Record& record) {
+    if (!change) return current.WriteLine(record.line);
+    trail.WriteLine(platform::IsoDateTime(change->at) + ',' + std::string(change->letter) + ',' + record.line);
 }
 
 void TableFiles::Close() {

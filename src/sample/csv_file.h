@@ -55,8 +55,7 @@ struct Change {
 // A table's current records and its audit trail. The columns are those of the first record.
 struct TableFiles {
     TableFiles(const std::filesystem::path& directory, const std::string& table, const Record& first);
-    void Write(const Record& record) { current.WriteLine(record.line); }
-    void Write(const Change& change, const Record& record);
+    void Write(const std::optional<Change>& change, const Record& record);  // without a change a current record
     void Close();
 
     TextFile current, trail;

@@ -143,9 +143,9 @@ void WriteTable(const std::filesystem::path& directory, const MasterTable& table
     };
     const long retired = table.groups * table.recordsOfAGroup, added = retired + table.recordsOfAGroup;
     TableFiles files(directory, table.name, record(0));
-    for (long index = 0; index <= retired; ++index) files.Write(record(index));
+    for (long index = 0; index <= retired; ++index) files.Write({}, record(index));
     const auto change = [&](int minutes, std::string_view letter, const Record& to) {
-        files.Write({platform::AddMinutes(world.day, 6 * 60 + minutes), letter}, to);
+        files.Write(Change{platform::AddMinutes(world.day, 6 * 60 + minutes), letter}, to);
     };
     if (world.changes > 0) {
         change(5, "I", record(added));

@@ -96,6 +96,7 @@ Record PlannedRecord(const Order& order, long sequence) {
     const ReferenceActivity& reference = *activity.reference;
     const Date start = order.schedule.plannedStart;
     const Date finish = AddMinutes(start, static_cast<int>(reference.minutes));
+    const long stage = order.status >= kCompleted ? 3 : (IsAssigned(order) ? 2 : 1);
     return Record() << Cell("ccfg", InstallationCode(order.installation)) << Cell("crac", reference.code)
                     << Cell("aseq", sequence) << Cell("desc", reference.description)
                     << Cell("cagr", reference.group) << Cell("cstp", reference.serviceType)
@@ -104,10 +105,7 @@ Record PlannedRecord(const Order& order, long sequence) {
                     << Cell("psct", start) << Cell("pfct", finish) << Cell("lfct", AddMinutes(finish, kDay))
                     << Cell("adur", Hours(reference.minutes))
                     << Cell("trtm", Hours(10 + order.installation % 50)) << Cell("skla", reference.skill)
-                    << Cell("sklb", "") << Cell("sklc", "") << Cell("appo", Flag(false))
-                    << Cell("stat", order.status >= kCompleted ? 3
-                                    : IsAssigned(order)        ? 2
-                                                               : 1)
+                    << Cell("sklb", "") << Cell("sklc", "") << Cell("appo", Flag(false)) << Cell("stat", stage)
                     << Cell("orno", order.index == kNoOrder ? "" : OrderNumber(order.index))
                     << Cell("acln", activity.line);
 }
@@ -126,36 +124,28 @@ struct OrderFiles {
     }
 };
 
-void WriteMorning(OrderFiles& files, const World& world) {
-    for (long index = 0; index < world.orders; ++index) {
-        const Order order = MakeOrder(world, index, world.day);
-        files.orders.Write(OrderRecord(order));
-        for (const Activity& activity : order.activities) {
-            files.activities.Write(ActivityRecord(order, activity));
-            files.lines.Write(LineRecord(order, activity));
-            if (IsAssigned(order)) files.assignments.Write(AssignmentRecord(order, activity));
-        }
-    }
-    for (long installation = 0; installation < world.installations; ++installation) {
-        for (const PlannedActivity& planned : PlannedAt(world, installation)) {
-            files.planned.Write(PlannedRecord(planned.order, planned.sequence));
-        }
-    }
-}
-
-// The same change to the order and to everything that belongs to it, but that an assignment may be new.
-void WriteChange(OrderFiles& files, const Change& change, const Order& order, bool newlyAssigned = false) {
+// An order and what belongs to it: as they stand, or the same change to all of them, but that assignments may be new.
+void WriteOrder(OrderFiles& files, const std::optional<Change>& change, const Order& order,
+                bool newlyAssigned = false) {
     files.orders.Write(change, OrderRecord(order));
     for (const Activity& activity : order.activities) {
         files.activities.Write(change, ActivityRecord(order, activity));
         files.lines.Write(change, LineRecord(order, activity));
         if (IsAssigned(order)) {
-            files.assignments.Write({change.at, newlyAssigned ? "I" : change.letter},
+            files.assignments.Write(newlyAssigned ? Change{change->at, "I"} : change,
                                     AssignmentRecord(order, activity));
         }
     }
-    if (const auto sequence = PlannedSequence(files.world, order)) {
-        files.planned.Write(change, PlannedRecord(order, *sequence));
+}
+
+void WriteMorning(OrderFiles& files, const World& world) {
+    for (long index = 0; index < world.orders; ++index) {
+        WriteOrder(files, {}, MakeOrder(world, index, world.day));
+    }
+    for (long installation = 0; installation < world.installations; ++installation) {
+        for (const PlannedActivity& planned : PlannedAt(world, installation)) {
+            files.planned.Write({}, PlannedRecord(planned.order, planned.sequence));
+        }
     }
 }
 
@@ -181,12 +171,12 @@ private:
         const long cancelable = (world_.orders + 8) / 10;
         if (kind == 'D' && cancelled_ < cancelable) {
             last_ = MakeOrder(world_, world_.orders - 1 - (10 * cancelled_++ + 1), now_);
-            WriteChange(files_, {now_, "D"}, last_);
+            WriteLast("D");
         } else if (kind == 'A') {
             Update();
         } else if (kind == 'I' || world_.orders == 0) {
             last_ = MakeOrder(world_, world_.orders + added_++, now_);
-            WriteChange(files_, {now_, "I"}, last_);
+            WriteLast("I");
         } else {
             Continue(world_.orders - cancelable);
         }
@@ -205,7 +195,15 @@ private:
     void Update() {
         const bool wasAssigned = IsAssigned(last_);
         Advance(world_, last_, now_);
-        WriteChange(files_, {now_, "U"}, last_, !wasAssigned);
+        WriteLast("U", !wasAssigned);
+    }
+
+    void WriteLast(std::string_view letter, bool newlyAssigned = false) {
+        const Change change{now_, letter};
+        WriteOrder(files_, change, last_, newlyAssigned);
+        if (const auto sequence = PlannedSequence(world_, last_)) {
+            files_.planned.Write(change, PlannedRecord(last_, *sequence));
+        }
     }
 
     OrderFiles& files_;
