@@ -23,15 +23,13 @@ struct Interval {
 };
 
 // A working week and the weekend's watch; the night shift ends on the day after.
-constexpr std::array<Interval, 2> kEmployeeWeek{{{"WRK", 0, 800, 4, 1700}, {"ONC", 5, 0, 5, 2400}}};
-constexpr std::array<Interval, 3> kCenterWeek{
-    {{"WRK", 0, 700, 4, 1800}, {"NGT", 4, 2200, 5, 600}, {"ONC", 5, 630, 5, 1815}}};
+constexpr Interval kEmployeeWeek[] = {{"WRK", 0, 800, 4, 1700}, {"ONC", 5, 0, 5, 2400}};
+constexpr Interval kCenterWeek[] = {
+    {"WRK", 0, 700, 4, 1800}, {"NGT", 4, 2200, 5, 600}, {"ONC", 5, 630, 5, 1815}};
 
 Date FirstMonday(int year, int month) {
     const Date first = platform::FromCivil({year, month, 1});
-    const Date knownMonday = platform::FromCivil({2024, 1, 1});
-    const int weekday = platform::DaysBetween(knownMonday, first) % 7;
-    return AddDays(first, (7 - weekday) % 7);
+    return AddDays(first, (7 - Weekday(first)) % 7);
 }
 
 int MinutesOf(int time) { return time / 100 * 60 + time % 100; }
@@ -42,19 +40,24 @@ int WorkingMinutes(const Interval& interval) {
     return daily > 0 ? daily * (interval.endDay - interval.startDay + 1) : daily + 24 * 60;
 }
 
-template <class Week>
-void WriteCalendar(CsvFile& csv, std::string_view calendar, const Week& week) {
+Record IntervalRecord(std::string_view calendar, const Interval& interval, Date monday, long minutesSoFar) {
+    const Date start = AddDays(monday, interval.startDay), end = AddDays(monday, interval.endDay);
+    return Record() << Cell("calendar", calendar) << Cell("availability_type", interval.type)
+                    << Cell("start_date", platform::IsoDate(start)) << Cell("start_time", interval.startTime)
+                    << Cell("end_date", platform::IsoDate(end)) << Cell("end_time", interval.endTime)
+                    << Cell("cumulative_time", Hundredths(minutesSoFar * 100 / 60))
+                    << Cell("cumulative_capacity", Hundredths(100))
+                    << Cell("start_utc", AddMinutes(start, MinutesOf(interval.startTime) - kUtcOffsetMinutes))
+                    << Cell("end_utc", AddMinutes(end, MinutesOf(interval.endTime) - kUtcOffsetMinutes));
+}
+
+void WriteCalendar(TextFile& csv, std::string_view calendar, std::span<const Interval> week) {
     long minutes = 0;
     for (int quarter = 0; quarter < 4 * (kLastYear - kFirstYear + 1); ++quarter) {
         const Date monday = FirstMonday(kFirstYear + quarter / 4, 1 + 3 * (quarter % 4));
         for (const Interval& interval : week) {
-            const Date start = AddDays(monday, interval.startDay), end = AddDays(monday, interval.endDay);
             minutes += WorkingMinutes(interval);
-            csv << calendar << interval.type << platform::IsoDate(start) << long{interval.startTime}
-                << platform::IsoDate(end) << long{interval.endTime} << Hundredths{minutes * 100 / 60}
-                << Hundredths{100} << AddMinutes(start, MinutesOf(interval.startTime) - kUtcOffsetMinutes)
-                << AddMinutes(end, MinutesOf(interval.endTime) - kUtcOffsetMinutes);
-            csv.EndRow();
+            csv.WriteLine(IntervalRecord(calendar, interval, monday, minutes).line);
         }
     }
 }
@@ -62,9 +65,8 @@ void WriteCalendar(CsvFile& csv, std::string_view calendar, const Week& week) {
 }  // namespace
 
 void WriteCalendars(const std::filesystem::path& directory, const World& world) {
-    CsvFile csv(directory / "calendars.csv",
-                "calendar,availability_type,start_date,start_time,end_date,end_time,"
-                "cumulative_time,cumulative_capacity,start_utc,end_utc");
+    TextFile csv(directory / "calendars.csv");
+    csv.WriteLine(IntervalRecord("", {}, {}, 0).header);
     // The retired and the new employee and center have a calendar, too.
     for (long index = 0; index < world.employees + 2; ++index) {
         WriteCalendar(csv, EmployeeCode(index), kEmployeeWeek);

@@ -1,4 +1,4 @@
-// A CSV file that is written row by row.
+// A table's files, written record by record.
 #pragma once
 
 #include <filesystem>
@@ -11,57 +11,54 @@
 
 namespace iqrx::sample {
 
-// A real number with two decimals, kept whole so that it prints alike everywhere.
-struct Hundredths {
-    long value = 0;
+// A column's name and what a record has in it.
+struct Cell {
+    Cell(std::string_view name, std::string_view value) : column(name), text(value) {}
+    Cell(std::string_view name, long number) : Cell(name, std::to_string(number)) {}
+    Cell(std::string_view name, std::optional<platform::Date> moment);  // empty for none
+
+    std::string_view column;  // a literal
+    std::string text;
 };
 
-class CsvFile {
+// A record and its header as lines of a CSV file, without their ends:
+//     Record() << Cell("skll", code) << Cell("afct", Hundredths(125))
+struct Record {
+    std::string header, line;
+};
+Record&& operator<<(Record&& record, const Cell& cell);
+
+// A real number with two decimals, kept whole so that it prints alike everywhere.
+std::string Hundredths(long value);
+
+// Created or replaced when it is opened. Every member raises platform::RuntimeError when it cannot be written.
+class TextFile {
 public:
-    // Creates or replaces the file; the header is the column names, separated by commas. Every member raises
-    // platform::RuntimeError when the file cannot be written.
-    CsvFile(const std::filesystem::path& path, std::string_view header);
-
-    // The next cell of the row.
-    CsvFile& operator<<(std::string_view text);
-    CsvFile& operator<<(long number);
-    CsvFile& operator<<(Hundredths number);
-    CsvFile& operator<<(std::optional<platform::Date> moment);  // empty cell for none
-
-    void EndRow();  // raises when the row has not as many cells as the header
-    void Close();   // writes what is left; without it the file may be cut short
+    explicit TextFile(const std::filesystem::path& path);
+    void WriteLine(const std::string& line) { Write(line + '\n'); }
+    void Write(std::string_view text);
+    void Close();  // writes what is left; without it the file may be cut short
 
 private:
-    void Separate();
-    void Flush();
+    void Check() const;
 
     std::filesystem::path path_;
     std::ofstream stream_;
-    std::string buffer_;
-    std::size_t columns_;
-    std::size_t cells_ = 0;
 };
 
-// The file of a table's current records and its audit trail.
+// What happened to a record: it was inserted (I), updated (U) or deleted (D).
+struct Change {
+    platform::Date at;
+    std::string_view letter;
+};
+
+// A table's current records and its audit trail. The columns are those of the first record.
 struct TableFiles {
-    TableFiles(const std::filesystem::path& directory, std::string_view table, std::string_view header);
-
-    template <class Record>
-    void Current(const Record& record) {
-        current << record;
-        current.EndRow();
-    }
-
-    template <class Record>
-    void Change(platform::Date at, std::string_view letter, const Record& record) {
-        trail << at << letter << record;
-        trail.EndRow();
-    }
-
+    TableFiles(const std::filesystem::path& directory, const std::string& table, const Record& first);
+    void Write(const std::optional<Change>& change, const Record& record);  // without a change a current record
     void Close();
 
-    CsvFile current;
-    CsvFile trail;
+    TextFile current, trail;
 };
 
 }  // namespace iqrx::sample

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "platform/date.h"
 #include "sample/csv_file.h"
 #include "sample/files.h"
@@ -10,161 +12,140 @@ namespace {
 using platform::AddMinutes;
 using platform::Date;
 
+constexpr int kHour = 60, kDay = 24 * kHour;
+
 long Flag(bool yes) { return yes ? 1 : 2; }
 
-Hundredths Hours(long minutes) { return {minutes * 100 / 60}; }
+std::string Hours(long minutes) { return Hundredths(minutes * 100 / 60); }
 
 std::optional<Date> Later(std::optional<Date> moment, int minutes) {
     return moment ? std::optional(AddMinutes(*moment, minutes)) : std::nullopt;
 }
 
-constexpr std::string_view kOrderColumns =
-    "orno,ccfg,ofbp,stna,lcad,cprj,ordt,osta,cwoc,csar,emno,blyn,ityn,crit,ordu,tvdu,pstm,pftm,estm,"
-    "lftm,otim,appo,rsrp,tstm,astm,aftm,csco,csqu,stbp,emer,minu,ract";
-
-struct OrderItself {
-    const Order& order;
-};
-
-CsvFile& operator<<(CsvFile& csv, const OrderItself& record) {
-    const Order& order = record.order;
+Record OrderRecord(const Order& order) {
     const Schedule& times = order.schedule;
+    const std::string partner = PartnerCode(order.installation);
+    const bool interrupted = order.status == kInterrupted;
     long minutes = 0;
     for (const Activity& activity : order.activities) minutes += activity.reference->minutes;
-    csv << OrderNumber(order.index) << InstallationCode(order.installation) << PartnerCode(order.installation)
-        << PartnerName(order.installation) << AddressCode(order.installation)
-        << (order.index % 6 == 0 ? Numbered("P", 4, order.index % 40) : "") << order.ordered << order.status
-        << CenterCode(order.center) << AreaCode(order.area) << EmployeeCode(order.engineer)
-        << Flag(order.index % 23 == 5) << Flag(order.status == 23) << (order.status == 23 ? "PARTS" : "")
-        << Hours(minutes) << Hours(10 + order.installation % 50) << times.plannedStart << times.plannedFinish
-        << AddMinutes(times.plannedStart, -60) << AddMinutes(times.plannedFinish, 24 * 60)
-        << Flag(minutes > 400) << Flag(order.appointment) << Flag(false) << times.travelStart << times.started
-        << times.finished << (order.installation % 2 == 0 ? Numbered("CT", 5, order.installation + 1) : "")
-        << "" << PartnerCode(order.installation) << Flag(order.emergency) << (order.emergency ? 15L : 0L)
-        << times.dispatched;
-    return csv;
+    return Record() << Cell("orno", OrderNumber(order.index))
+                    << Cell("ccfg", InstallationCode(order.installation)) << Cell("ofbp", partner)
+                    << Cell("stna", PartnerName(order.installation))
+                    << Cell("lcad", AddressCode(order.installation))
+                    << Cell("cprj", order.index % 6 == 0 ? Numbered("P", 4, order.index % 40) : "")
+                    << Cell("ordt", order.ordered) << Cell("osta", order.status)
+                    << Cell("cwoc", CenterCode(order.center)) << Cell("csar", AreaCode(order.area))
+                    << Cell("emno", EmployeeCode(order.engineer)) << Cell("blyn", Flag(order.index % 23 == 5))
+                    << Cell("ityn", Flag(interrupted)) << Cell("crit", interrupted ? "PARTS" : "")
+                    << Cell("ordu", Hours(minutes)) << Cell("tvdu", Hours(10 + order.installation % 50))
+                    << Cell("pstm", times.plannedStart) << Cell("pftm", times.plannedFinish)
+                    << Cell("estm", AddMinutes(times.plannedStart, -kHour))
+                    << Cell("lftm", AddMinutes(times.plannedFinish, kDay))
+                    << Cell("otim", Flag(minutes > 400)) << Cell("appo", Flag(order.appointment))
+                    << Cell("rsrp", Flag(false)) << Cell("tstm", times.travelStart)
+                    << Cell("astm", times.started) << Cell("aftm", times.finished)
+                    << Cell("csco", order.installation % 2 == 0 ? Numbered("CT", 5, order.installation + 1) : "")
+                    << Cell("csqu", "") << Cell("stbp", partner) << Cell("emer", Flag(order.emergency))
+                    << Cell("minu", order.emergency ? 15 : 0) << Cell("ract", times.dispatched);
 }
 
-// Records that need their order to be written.
-struct ActivityOf {
-    const Order& order;
-    const Activity& activity;
-};
-struct LineOf : ActivityOf {};
-struct AssignmentOf : ActivityOf {};
-
-constexpr std::string_view kActivityColumns =
-    "orno,acln,crac,desc,cstp,cagr,ccfg,crob,oseq,ccll,crtc,prpr,cupr,obpr,cprl,cstn,asta,skla,sklb,"
-    "sklc,acdu,appo,pstm,pftm,estm,lftm,astm,aftm";
-
-CsvFile& operator<<(CsvFile& csv, const ActivityOf& record) {
-    const Order& order = record.order;
-    const Activity& activity = record.activity;
+Record ActivityRecord(const Order& order, const Activity& activity) {
     const ReferenceActivity& reference = *activity.reference;
     const Schedule& times = activity.schedule;
-    std::string description(reference.description);
-    if (activity.note) description += "\nCustomer: \"ring the bell, twice\"";
-    csv << OrderNumber(order.index) << activity.line << reference.code << description << reference.serviceType
-        << reference.group << InstallationCode(order.installation) << activity.object.code
-        << activity.object.sequence << (order.emergency ? Numbered("CALL", 5, order.index % 100000) : "")
-        << (order.emergency ? "R04" : "R24") << activity.priority << (order.emergency ? 1L : 3L)
-        << 1 + activity.object.sequence << (reference.code == "REPAIR" ? "LEAK" : "")
-        << (times.finished && reference.code == "REPAIR" ? "SEAL" : "") << activity.status << reference.skill
-        << ""
-        << "" << Hours(reference.minutes) << Flag(order.appointment) << times.plannedStart
-        << times.plannedFinish << AddMinutes(times.plannedStart, -60)
-        << AddMinutes(times.plannedFinish, 24 * 60) << times.started << times.finished;
-    return csv;
+    const bool repair = reference.code == "REPAIR";
+    const std::string note = activity.note ? "\nCustomer: \"ring the bell, twice\"" : "";
+    return Record() << Cell("orno", OrderNumber(order.index)) << Cell("acln", activity.line)
+                    << Cell("crac", reference.code) << Cell("desc", std::string(reference.description) + note)
+                    << Cell("cstp", reference.serviceType) << Cell("cagr", reference.group)
+                    << Cell("ccfg", InstallationCode(order.installation))
+                    << Cell("crob", activity.object.code) << Cell("oseq", activity.object.sequence)
+                    << Cell("ccll", order.emergency ? Numbered("CALL", 5, order.index % 100000) : "")
+                    << Cell("crtc", order.emergency ? "R04" : "R24") << Cell("prpr", activity.priority)
+                    << Cell("cupr", order.emergency ? 1 : 3) << Cell("obpr", 1 + activity.object.sequence)
+                    << Cell("cprl", repair ? "LEAK" : "")
+                    << Cell("cstn", repair && times.finished ? "SEAL" : "") << Cell("asta", activity.status)
+                    << Cell("skla", reference.skill) << Cell("sklb", "") << Cell("sklc", "")
+                    << Cell("acdu", Hours(reference.minutes)) << Cell("appo", Flag(order.appointment))
+                    << Cell("pstm", times.plannedStart) << Cell("pftm", times.plannedFinish)
+                    << Cell("estm", AddMinutes(times.plannedStart, -kHour))
+                    << Cell("lftm", AddMinutes(times.plannedFinish, kDay)) << Cell("astm", times.started)
+                    << Cell("aftm", times.finished);
 }
 
-constexpr std::string_view kLineColumns = "orno,line,emno,acln";
-
-CsvFile& operator<<(CsvFile& csv, const LineOf& record) {
-    return csv << OrderNumber(record.order.index) << record.activity.line
-               << EmployeeCode(record.order.engineer) << record.activity.line;
+Record LineRecord(const Order& order, const Activity& activity) {
+    return Record() << Cell("orno", OrderNumber(order.index)) << Cell("line", activity.line)
+                    << Cell("emno", EmployeeCode(order.engineer)) << Cell("acln", activity.line);
 }
 
-constexpr std::string_view kAssignmentColumns =
-    "orno,asln,acln,emno,dltm,actm,rjtm,pstm,pftm,astm,aftm,jctm,ltct";
-
-CsvFile& operator<<(CsvFile& csv, const AssignmentOf& record) {
-    const Schedule& times = record.activity.schedule;
-    const bool rejected = record.order.index % 19 == 7 && !times.started;
-    return csv << OrderNumber(record.order.index) << record.activity.line / 10 << record.activity.line
-               << EmployeeCode(record.order.engineer) << times.dispatched
-               << (rejected ? std::nullopt : Later(times.dispatched, 10))
-               << (rejected ? Later(times.dispatched, 20) : std::nullopt) << times.plannedStart
-               << times.plannedFinish << times.started << times.finished << Later(times.finished, 5)
-               << AddMinutes(times.plannedFinish, 120);
+Record AssignmentRecord(const Order& order, const Activity& activity) {
+    const Schedule& times = activity.schedule;
+    const bool rejected = order.index % 19 == 7 && !times.started;
+    const std::optional<Date> answered = Later(times.dispatched, rejected ? 20 : 10);
+    return Record() << Cell("orno", OrderNumber(order.index)) << Cell("asln", activity.line / 10)
+                    << Cell("acln", activity.line) << Cell("emno", EmployeeCode(order.engineer))
+                    << Cell("dltm", times.dispatched) << Cell("actm", rejected ? std::nullopt : answered)
+                    << Cell("rjtm", rejected ? answered : std::nullopt) << Cell("pstm", times.plannedStart)
+                    << Cell("pftm", times.plannedFinish) << Cell("astm", times.started)
+                    << Cell("aftm", times.finished) << Cell("jctm", Later(times.finished, 5))
+                    << Cell("ltct", AddMinutes(times.plannedFinish, 2 * kHour));
 }
 
-constexpr std::string_view kPlannedColumns =
-    "ccfg,crac,aseq,desc,cagr,cstp,cwoc,crob,oseq,esct,psct,pfct,lfct,adur,trtm,skla,sklb,sklc,appo,"
-    "stat,orno,acln";
-
-struct PlannedIn {
-    const World& world;
-    const PlannedActivity& planned;
-};
-
-CsvFile& operator<<(CsvFile& csv, const PlannedIn& record) {
-    const PlannedActivity& planned = record.planned;
-    const ReferenceActivity& reference = *planned.reference;
-    const Date finish = AddMinutes(planned.start, static_cast<int>(reference.minutes));
-    return csv << InstallationCode(planned.installation) << reference.code << planned.sequence
-               << reference.description << reference.group << reference.serviceType
-               << CenterCode(record.world.CenterOfInstallation(planned.installation)) << planned.object.code
-               << planned.object.sequence << AddMinutes(planned.start, -24 * 60) << planned.start << finish
-               << AddMinutes(finish, 24 * 60) << Hours(reference.minutes)
-               << Hours(10 + planned.installation % 50) << reference.skill << ""
-               << "" << Flag(false) << planned.status << planned.order << planned.line;
+// Of the activity that the order came from.
+Record PlannedRecord(const Order& order, long sequence) {
+    const Activity& activity = order.activities.front();
+    const ReferenceActivity& reference = *activity.reference;
+    const Date start = order.schedule.plannedStart;
+    const Date finish = AddMinutes(start, static_cast<int>(reference.minutes));
+    const long stage = order.status >= kCompleted ? 3 : (IsAssigned(order) ? 2 : 1);
+    return Record() << Cell("ccfg", InstallationCode(order.installation)) << Cell("crac", reference.code)
+                    << Cell("aseq", sequence) << Cell("desc", reference.description)
+                    << Cell("cagr", reference.group) << Cell("cstp", reference.serviceType)
+                    << Cell("cwoc", CenterCode(order.center)) << Cell("crob", activity.object.code)
+                    << Cell("oseq", activity.object.sequence) << Cell("esct", AddMinutes(start, -kDay))
+                    << Cell("psct", start) << Cell("pfct", finish) << Cell("lfct", AddMinutes(finish, kDay))
+                    << Cell("adur", Hours(reference.minutes))
+                    << Cell("trtm", Hours(10 + order.installation % 50)) << Cell("skla", reference.skill)
+                    << Cell("sklb", "") << Cell("sklc", "") << Cell("appo", Flag(false)) << Cell("stat", stage)
+                    << Cell("orno", order.index == kNoOrder ? "" : OrderNumber(order.index))
+                    << Cell("acln", activity.line);
 }
 
 struct OrderFiles {
-    explicit OrderFiles(const std::filesystem::path& directory)
-        : orders(directory, "tssoc200", kOrderColumns),
-          activities(directory, "tssoc210", kActivityColumns),
-          lines(directory, "tssoc205", kLineColumns),
-          assignments(directory, "tssoc206", kAssignmentColumns),
-          planned(directory, "tsspc200", kPlannedColumns) {}
+    const std::filesystem::path& directory;
+    const World& world;
+    TableFiles orders{directory, "tssoc200", OrderRecord({})};
+    TableFiles activities{directory, "tssoc210", ActivityRecord({}, {})};
+    TableFiles lines{directory, "tssoc205", LineRecord({}, {})};
+    TableFiles assignments{directory, "tssoc206", AssignmentRecord({}, {})};
+    TableFiles planned{directory, "tsspc200", PlannedRecord(MakeOrder(world, 0, world.day), 0)};
 
     void Close() {
         for (TableFiles* files : {&orders, &activities, &lines, &assignments, &planned}) files->Close();
     }
-
-    TableFiles orders, activities, lines, assignments, planned;
 };
 
-void WriteCurrent(OrderFiles& files, const World& world) {
-    for (long index = 0; index < world.orders; ++index) {
-        const Order order = MakeOrder(world, index, world.day);
-        files.orders.Current(OrderItself{order});
-        for (const Activity& activity : order.activities) {
-            files.activities.Current(ActivityOf{order, activity});
-            files.lines.Current(LineOf{{order, activity}});
-            if (IsAssigned(order)) files.assignments.Current(AssignmentOf{{order, activity}});
-        }
-    }
-    for (long installation = 0; installation < world.installations; ++installation) {
-        for (const PlannedActivity& planned : PlannedAt(world, installation)) {
-            files.planned.Current(PlannedIn{world, planned});
+// An order and what belongs to it: as they stand, or the same change to all of them, but that assignments may be new.
+void WriteOrder(OrderFiles& files, const std::optional<Change>& change, const Order& order,
+                bool newlyAssigned = false) {
+    files.orders.Write(change, OrderRecord(order));
+    for (const Activity& activity : order.activities) {
+        files.activities.Write(change, ActivityRecord(order, activity));
+        files.lines.Write(change, LineRecord(order, activity));
+        if (IsAssigned(order)) {
+            files.assignments.Write(newlyAssigned ? Change{change->at, "I"} : change,
+                                    AssignmentRecord(order, activity));
         }
     }
 }
 
-// The same change to the order and to everything that belongs to it.
-void WriteChange(OrderFiles& files, const World& world, Date at, std::string_view letter, const Order& order,
-                 bool newlyAssigned) {
-    files.orders.Change(at, letter, OrderItself{order});
-    for (const Activity& activity : order.activities) {
-        files.activities.Change(at, letter, ActivityOf{order, activity});
-        files.lines.Change(at, letter, LineOf{{order, activity}});
-        if (IsAssigned(order)) {
-            files.assignments.Change(at, newlyAssigned ? "I" : letter, AssignmentOf{{order, activity}});
-        }
+void WriteMorning(OrderFiles& files, const World& world) {
+    for (long index = 0; index < world.orders; ++index) {
+        WriteOrder(files, {}, MakeOrder(world, index, world.day));
     }
-    if (const auto planned = PlannedFor(world, order)) {
-        files.planned.Change(at, letter, PlannedIn{world, *planned});
+    for (long installation = 0; installation < world.installations; ++installation) {
+        for (const PlannedActivity& planned : PlannedAt(world, installation)) {
+            files.planned.Write({}, PlannedRecord(planned.order, planned.sequence));
+        }
     }
 }
 
@@ -172,12 +153,12 @@ void WriteChange(OrderFiles& files, const World& world, Date at, std::string_vie
 // the others go on.
 class Day {
 public:
-    Day(OrderFiles& files, const World& world) : files_(files), world_(world) {}
+    explicit Day(OrderFiles& files) : files_(files), world_(files.world) {}
 
     void Write() {
         for (long number = 0; number < world_.changes; ++number) {
             const std::int64_t seconds = std::int64_t{number} * kWorkingSeconds / world_.changes;
-            now_ = {AddMinutes(world_.day, 7 * 60).secondsSince1970 + seconds};
+            now_ = {AddMinutes(world_.day, 7 * kHour).secondsSince1970 + seconds};
             constexpr std::string_view kPattern = "IUDUUIUAUU";  // A: the order before once more
             WriteOne(kPattern[static_cast<std::size_t>(number % 10)]);
         }
@@ -188,18 +169,17 @@ private:
 
     void WriteOne(char kind) {
         const long cancelable = (world_.orders + 8) / 10;
-        if (kind == 'D' && cancelled_ < cancelable) return Cancel();
-        if (kind == 'A') return Update();
-        if (kind == 'I' || world_.orders == 0) {
+        if (kind == 'D' && cancelled_ < cancelable) {
+            last_ = MakeOrder(world_, world_.orders - 1 - (10 * cancelled_++ + 1), now_);
+            WriteLast("D");
+        } else if (kind == 'A') {
+            Update();
+        } else if (kind == 'I' || world_.orders == 0) {
             last_ = MakeOrder(world_, world_.orders + added_++, now_);
-            return WriteChange(files_, world_, now_, "I", last_, false);
+            WriteLast("I");
+        } else {
+            Continue(world_.orders - cancelable);
         }
-        Continue(world_.orders - cancelable);
-    }
-
-    void Cancel() {
-        last_ = MakeOrder(world_, world_.orders - 1 - (10 * cancelled_++ + 1), now_);
-        WriteChange(files_, world_, now_, "D", last_, false);
     }
 
     // When every order had its turn, they go on from where the turn before left them.
@@ -215,7 +195,15 @@ private:
     void Update() {
         const bool wasAssigned = IsAssigned(last_);
         Advance(world_, last_, now_);
-        WriteChange(files_, world_, now_, "U", last_, !wasAssigned);
+        WriteLast("U", !wasAssigned);
+    }
+
+    void WriteLast(std::string_view letter, bool newlyAssigned = false) {
+        const Change change{now_, letter};
+        WriteOrder(files_, change, last_, newlyAssigned);
+        if (const auto sequence = PlannedSequence(world_, last_)) {
+            files_.planned.Write(change, PlannedRecord(last_, *sequence));
+        }
     }
 
     OrderFiles& files_;
@@ -228,9 +216,9 @@ private:
 }  // namespace
 
 void WriteOrders(const std::filesystem::path& directory, const World& world) {
-    OrderFiles files(directory);
-    WriteCurrent(files, world);
-    Day(files, world).Write();
+    OrderFiles files{directory, world};
+    WriteMorning(files, world);
+    Day(files).Write();
     files.Close();
 }
 

@@ -1,8 +1,7 @@
 #include "sample/orders.h"
 
 #include <algorithm>
-#include <array>
-#include <tuple>
+#include <utility>
 
 #include "platform/date.h"
 #include "sample/random.h"
@@ -15,14 +14,7 @@ using platform::AddDays;
 using platform::AddMinutes;
 using platform::Date;
 
-// The life of an order: from open over planned, released, under way, interrupted and completed to closed.
-constexpr long kOpen = 5, kPlanned = 10, kReleased = 15, kUnderWay = 20, kInterrupted = 23, kCompleted = 25,
-               kClosed = 35;
-
 constexpr int kMinutesBetweenActivities = 15;
-
-// Days after Monday.
-int Weekday(Date date) { return platform::DaysBetween(platform::FromCivil({2024, 1, 1}), date) % 7; }
 
 Date LastWorkday(Date date) {
     const int beyondFriday = Weekday(date) - 4;
@@ -34,22 +26,15 @@ Date NextWorkday(Date date) {
     return weekday > 4 ? AddDays(date, 7 - weekday) : date;
 }
 
-template <std::size_t N>
-long Pick(const std::array<long, N>& values, long index) {
-    return values[static_cast<std::size_t>(index) % N];
-}
-
 // The youngest orders are being planned, the oldest are done. Every tenth, from the second youngest on, is
 // planned: these are the ones that the day cancels.
 long MorningStatus(const World& world, long age, Random& draw) {
-    if (age < world.orders / 5) {
-        return Pick<5>({kOpen, kPlanned, kReleased, kPlanned, kUnderWay}, age);
-    }
-    if (age < world.orders / 2 || age % 10 == 1) {
-        if (age % 10 == 1) return kPlanned;
-        return Pick<4>({kPlanned, kReleased, kUnderWay, kInterrupted}, age);
-    }
-    return Pick<4>({kCompleted, kClosed, kClosed, kClosed}, draw.Below(4));
+    constexpr long kYoung[] = {kOpen, kPlanned, kReleased, kPlanned, kUnderWay};
+    constexpr long kMiddle[] = {kPlanned, kReleased, kUnderWay, kInterrupted};
+    if (age % 10 == 1) return kPlanned;
+    if (age < world.orders / 5) return kYoung[age % 5];
+    if (age < world.orders / 2) return kMiddle[age % 4];
+    return draw.Below(4) == 0 ? kCompleted : kClosed;
 }
 
 // Spread over at most a year before the day.
@@ -96,10 +81,8 @@ void SetStatus(Order& order, long status) {
 void AddActivities(Order& order, Random& draw) {
     const long count = 1 + draw.Below(3);
     for (long number = 1; number <= count; ++number) {
-        Activity activity;
-        activity.line = 10 * number;
-        activity.reference =
-            &kReferenceActivities[static_cast<std::size_t>(draw.Below(long{kReferenceActivities.size()}))];
+        Activity activity{.line = 10 * number};
+        activity.reference += draw.Below(kReferenceActivities.size());
         activity.object = ObjectOf(order.installation, draw.Below(kObjectsPerInstallation));
         activity.priority = 1 + draw.Below(5);
         activity.note = draw.Chance(8);
@@ -117,20 +100,11 @@ Date FirstPlan(const World& world, const Order& order, Random& draw) {
 }
 
 long NextStatus(const Order& order) {
-    switch (order.status) {
-        case kOpen:
-            return kPlanned;
-        case kPlanned:
-            return kReleased;
-        case kReleased:
-            return kUnderWay;
-        case kUnderWay:
-            return order.index % 4 == 0 ? kInterrupted : kCompleted;
-        case kInterrupted:
-            return kCompleted;
-        default:
-            return kClosed;
+    if (order.status == kUnderWay && order.index % 4 == 0) return kInterrupted;
+    for (const long next : {kPlanned, kReleased, kUnderWay, kCompleted}) {
+        if (next > order.status) return next;
     }
+    return kClosed;
 }
 
 long YoungestRound(const World& world) { return world.RoundOf(std::max(0L, world.orders - 1)); }
@@ -168,21 +142,10 @@ void Advance(const World& world, Order& order, Date now) {
     SetStatus(order, status);
 }
 
-bool IsAssigned(const Order& order) { return order.status >= kPlanned; }
-
-std::optional<PlannedActivity> PlannedFor(const World& world, const Order& order) {
-    const long youngest = YoungestRound(world), round = world.RoundOf(order.index);
-    const bool isNew = order.index >= world.orders;
-    if (!isNew && youngest - round > 2) return std::nullopt;
-    const Activity& first = order.activities.front();
-    return PlannedActivity{order.installation,
-                           first.reference,
-                           isNew ? 100 + round - youngest : 1 + youngest - round,
-                           first.object,
-                           order.schedule.plannedStart,
-                           order.status >= kCompleted ? 3L : (IsAssigned(order) ? 2L : 1L),
-                           OrderNumber(order.index),
-                           first.line};
+std::optional<long> PlannedSequence(const World& world, const Order& order) {
+    const long age = YoungestRound(world) - world.RoundOf(order.index);
+    if (order.index >= world.orders) return 100 - age;
+    return age > 2 ? std::nullopt : std::optional(1 + age);
 }
 
 std::vector<PlannedActivity> PlannedAt(const World& world, long installation) {
@@ -191,16 +154,21 @@ std::vector<PlannedActivity> PlannedAt(const World& world, long installation) {
     for (long round = std::max(0L, youngest - 2); round <= youngest; ++round) {
         const long index = world.OrderAt(round, installation);
         if (index >= world.orders) continue;
-        all.push_back(*PlannedFor(world, MakeOrder(world, index, world.day)));
+        const Order order = MakeOrder(world, index, world.day);
+        all.push_back({order, *PlannedSequence(world, order)});
     }
-    if (installation % 3 == 0) {  // next year's inspection has no order yet
+    if (installation % 3 == 0) {  // next year's inspection
+        Order order{.index = kNoOrder, .installation = installation, .status = kOpen};
+        order.center = world.CenterOfInstallation(installation);
         const Date date = NextWorkday(AddDays(world.day, static_cast<int>(300 + installation % 60)));
-        all.push_back({installation, &kReferenceActivities[2], 50, ObjectOf(installation, 0),
-                       AddMinutes(date, 9 * 60), 1, "", 0});
+        order.schedule.plannedStart = AddMinutes(date, 9 * 60);
+        order.activities.push_back({.reference = &kReferenceActivities[2], .object = ObjectOf(installation, 0)});
+        all.push_back({order, 50});
     }
-    std::sort(all.begin(), all.end(), [](const PlannedActivity& a, const PlannedActivity& b) {
-        return std::tie(a.reference->code, a.sequence) < std::tie(b.reference->code, b.sequence);
-    });
+    const auto key = [](const PlannedActivity& planned) {
+        return std::pair(planned.order.activities.front().reference->code, planned.sequence);
+    };
+    std::ranges::sort(all, {}, key);
     return all;
 }
 

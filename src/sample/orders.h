@@ -4,10 +4,13 @@
 #include <optional>
 #include <vector>
 
-#include "sample/csv_file.h"
 #include "sample/world.h"
 
 namespace iqrx::sample {
+
+// The life of an order and of its activities.
+inline constexpr long kOpen = 5, kPlanned = 10, kReleased = 15, kUnderWay = 20, kInterrupted = 23,
+                      kCompleted = 25, kClosed = 35;
 
 // When something is planned and when it happened; an empty date has not happened (yet).
 struct Schedule {
@@ -17,22 +20,22 @@ struct Schedule {
 
 struct Activity {
     long line = 0;
-    const ReferenceActivity* reference = nullptr;
+    const ReferenceActivity* reference = kReferenceActivities.data();
     ServiceObject object{};
     long status = 0;
     long priority = 0;
     bool note = false;  // the description goes on in a second line
-    Schedule schedule;
+    Schedule schedule{};
 };
 
 struct Order {
     long index = 0;
     long installation = 0, center = 0, area = 0, engineer = 0;
     long status = 0;
-    platform::Date ordered;
+    platform::Date ordered{};
     bool emergency = false, appointment = false;
-    Schedule schedule;
-    std::vector<Activity> activities;  // at least one; each has an order line
+    Schedule schedule{};
+    std::vector<Activity> activities{};  // at least one; each has an order line
 };
 
 // An order as it stands in the morning, or a new one of that moment when the index lies behind the last.
@@ -43,20 +46,16 @@ Order MakeOrder(const World& world, long index, platform::Date now);
 void Advance(const World& world, Order& order, platform::Date now);
 
 // Work is assigned to an engineer once it is planned.
-bool IsAssigned(const Order& order);
+inline bool IsAssigned(const Order& order) { return order.status >= kPlanned; }
 
-// The planned activity that led to the order, for the youngest orders of each installation.
+// The sequence number of the planned activity that led to the order; only the youngest orders have one.
+std::optional<long> PlannedSequence(const World& world, const Order& order);
+
 struct PlannedActivity {
-    long installation = 0;
-    const ReferenceActivity* reference = nullptr;
-    long sequence = 0;
-    ServiceObject object{};
-    platform::Date start;
-    long status = 0;
-    std::string order;  // empty when there is no order yet
-    long line = 0;
+    Order order;  // which it led to; without a number (kNoOrder) it is still to come
+    long sequence;
 };
-std::optional<PlannedActivity> PlannedFor(const World& world, const Order& order);
+inline constexpr long kNoOrder = -1;
 // All planned activities of an installation in the morning, in the order of their keys.
 std::vector<PlannedActivity> PlannedAt(const World& world, long installation);
 

@@ -45,42 +45,15 @@ World::World(const SampleSize& size)
     }
 }
 
-long World::EngineerFor(long center, long draw) const {
-    const long colleagues = (employees - center + centers - 1) / centers;
-    return center + centers * (draw % colleagues);
-}
-
-long World::AddressOfInstallation(long installation) const {
-    return installation < installations ? installation : installation + employees;
-}
-
-long World::AddressOfEmployee(long employee) const { return installations + employee; }
-
-long World::InstallationOf(long order) const {
-    return (order % installations + RoundOf(order) * 37) % installations;
-}
-
-long World::OrderAt(long round, long installation) const {
-    const long shift = round * 37 % installations;
-    return round * installations + (installation - shift + installations) % installations;
+int Weekday(platform::Date date) {
+    return platform::DaysBetween(platform::FromCivil({2024, 1, 1}), date) % 7;  // a Monday
 }
 
 std::string Numbered(std::string_view prefix, int digits, long number) {
-    const std::string text = std::to_string(number);
-    std::string code(prefix);
-    if (text.size() < static_cast<std::size_t>(digits)) code.append(digits - text.size(), '0');
-    return code + text;
+    std::string text = std::to_string(number);
+    text.insert(0, static_cast<std::size_t>(digits) - std::min<std::size_t>(digits, text.size()), '0');
+    return std::string(prefix) + text;
 }
-
-std::string CenterCode(long center) { return Numbered("SC", 2, center + 1); }
-std::string AreaCode(long area) { return Numbered("A", 2, area + 1); }
-std::string EmployeeCode(long employee) { return Numbered("E", 5, employee + 1); }
-std::string InstallationCode(long installation) { return Numbered("C", 7, installation + 1); }
-std::string AddressCode(long address) { return Numbered("A", 8, address + 1); }
-std::string OrderNumber(long order) { return Numbered("SO", 7, order + 1); }
-
-// Two installations to a customer.
-std::string PartnerCode(long installation) { return Numbered("BP", 7, installation / 2 + 1); }
 
 std::string PartnerName(long installation) {
     const long partner = installation / 2;

@@ -44,29 +44,44 @@ struct World {
     long CenterOfEmployee(long employee) const { return employee % centers; }
     long CenterOfInstallation(long installation) const { return installation % centers; }
     long AreaOf(long center, long index) const { return center + centers * (index / centers % 2); }
-    long EngineerFor(long center, long draw) const;
+    long EngineerFor(long center, long draw) const {
+        const long colleagues = (employees - center + centers - 1) / centers;
+        return center + centers * (draw % colleagues);
+    }
 
     // The sites come first, then the homes of the employees.
-    long AddressOfInstallation(long installation) const;
-    long AddressOfEmployee(long employee) const;
+    long AddressOfInstallation(long installation) const {
+        return installation < installations ? installation : installation + employees;
+    }
+    long AddressOfEmployee(long employee) const { return installations + employee; }
 
     // The order's installation; each run of as many orders as there are installations visits each of them once.
-    long InstallationOf(long order) const;
+    long InstallationOf(long order) const {
+        return (order % installations + RoundOf(order) * 37) % installations;
+    }
     long RoundOf(long order) const { return order / installations; }
-    long OrderAt(long round, long installation) const;
+    long OrderAt(long round, long installation) const {
+        const long shift = round * 37 % installations;
+        return round * installations + (installation - shift + installations) % installations;
+    }
 };
 
 inline constexpr long kObjectsPerInstallation = 3;
 inline constexpr long kSkillsPerEmployee = 2;
 
+int Weekday(platform::Date date);  // days after Monday
+
 std::string Numbered(std::string_view prefix, int digits, long number);
-std::string CenterCode(long center);
-std::string AreaCode(long area);
-std::string EmployeeCode(long employee);  // also the code of the employee's calendar
-std::string InstallationCode(long installation);
-std::string AddressCode(long address);
-std::string OrderNumber(long order);
-std::string PartnerCode(long installation);
+inline std::string CenterCode(long center) { return Numbered("SC", 2, center + 1); }
+inline std::string AreaCode(long area) { return Numbered("A", 2, area + 1); }
+inline std::string EmployeeCode(long employee) {
+    return Numbered("E", 5, employee + 1);
+}  // its calendar's, too
+inline std::string InstallationCode(long installation) { return Numbered("C", 7, installation + 1); }
+inline std::string AddressCode(long address) { return Numbered("A", 8, address + 1); }
+inline std::string OrderNumber(long order) { return Numbered("SO", 7, order + 1); }
+// Two installations to a customer.
+inline std::string PartnerCode(long installation) { return Numbered("BP", 7, installation / 2 + 1); }
 std::string PartnerName(long installation);
 ServiceObject ObjectOf(long installation, long position);
 

@@ -113,6 +113,10 @@ std::string Site::Cell(const std::string& sql) const { return Rows(sql).at(0); }
 
 void Site::Execute(const std::string& sql) const { Rows(sql); }
 
+std::vector<std::string> Site::CatalogTables() const {
+    return Rows("SELECT tablename FROM tstables ORDER BY tableid");
+}
+
 std::string Site::LastUpdate(const std::string& table) const {
     return Cell("SELECT lutm FROM tstables WHERE tablename = '" + table + "'");
 }

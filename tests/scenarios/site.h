@@ -55,6 +55,7 @@ protected:
     static std::vector<std::string> RowsOf(const fs::path& database, const std::string& sql);
     std::string Cell(const std::string& sql) const;
     void Execute(const std::string& sql) const;
+    std::vector<std::string> CatalogTables() const;  // in the order of their ids
     std::string LastUpdate(const std::string& table) const;
     bool InUse(const std::string& table) const;
 

@@ -1,7 +1,7 @@
 """Statements, instance calls and exit codes are those of the Linux build."""
 from wine_site import *
 
-TABLES = range(1, 20)
+TABLES = range(1, len((ROOT / "schema/catalog.csv").read_text().splitlines()))  # a heading and a line each
 EMPLOYEES = 7
 ONE_CALENDAR, CALENDAR_OF_EMPLOYEE = 98, 99
 

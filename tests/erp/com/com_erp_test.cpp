@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "platform/error.h"
-#include "platform/ini_file.h"
 #include "support/temporary_directory.h"
 
 namespace iqrx::erp::com {
@@ -56,16 +55,6 @@ TEST_F(ComErpTest, ATableThatTheFileDoesNotNameIsAClearError) {
                       std::string::npos)
                 << error.description;
         }
-    }
-}
-
-TEST(ErpClassesFile, NamesBothClassesOfEveryTableWithAManager) {
-    const platform::IniFile classes(IQRX_PACKAGING_DIRECTORY "/ErpClasses.ini");
-    for (const char* table : {"tsmdm000", "tsmdm030", "tsmdm100", "tsmdm105", "tsmdm130", "tsmdm135",
-                              "tsmdm140", "tscfg220", "tscfg200", "tssoc200", "tssoc205", "tssoc206",
-                              "tssoc210", "tsspc200", "tsclm020", "tsclm024", "tcccp001", "tccom130"}) {
-        EXPECT_FALSE(classes.Find(table, "Manager").value_or("").empty()) << table;
-        EXPECT_FALSE(classes.Find(table, "Record").value_or("").empty()) << table;
     }
 }
 
