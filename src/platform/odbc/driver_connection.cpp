@@ -3,7 +3,7 @@
 #include <sql.h>
 #include <sqlext.h>
 
-#include "platform/odbc/utf16.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::odbc {
 

@@ -6,11 +6,10 @@
 #include <algorithm>
 #include <optional>
 
-#include "platform/connection_string.h"
 #include "platform/odbc/errors.h"
 #include "platform/odbc/parameters.h"
 #include "platform/odbc/table.h"
-#include "platform/odbc/utf16.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::odbc {
 

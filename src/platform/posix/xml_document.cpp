@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <pugixml.hpp>
 
+#include "platform/text.h"
+
 namespace iqrx::platform::posix {
 
 namespace {
@@ -12,14 +14,6 @@ void AppendText(const pugi::xml_node& node, std::string& text) {
         text += child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata ? child.value() : "";
         AppendText(child, text);
     }
-}
-
-// Blanks around a text are layout of the file, not part of it.
-std::string Trimmed(const std::string& text) {
-    constexpr const char* kBlanks = " \t\r\n";
-    const auto first = text.find_first_not_of(kBlanks);
-    if (first == std::string::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
 class PugiDocument : public XmlDocument {
@@ -39,7 +33,7 @@ public:
         if (!node) return std::nullopt;
         std::string text;
         AppendText(node, text);
-        return Trimmed(text);
+        return std::string(Trim(text));  // blanks around it are the file's layout
     }
 
 private:
