@@ -1,8 +1,7 @@
-#include "platform/posix/xml_document.h"
-
 #include <algorithm>
 #include <pugixml.hpp>
 
+#include "platform/posix/machine_parts.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::posix {
@@ -40,10 +39,12 @@ private:
     pugi::xml_document document_;
 };
 
+class PugiDocumentFactory final : public XmlDocumentFactory {
+    std::unique_ptr<XmlDocument> CreateDocument() override { return std::make_unique<PugiDocument>(); }
+};
+
 }  // namespace
 
-std::unique_ptr<XmlDocument> PugiDocumentFactory::CreateDocument() {
-    return std::make_unique<PugiDocument>();
-}
+std::unique_ptr<XmlDocumentFactory> CreateXmlDocuments() { return std::make_unique<PugiDocumentFactory>(); }
 
 }  // namespace iqrx::platform::posix
