@@ -1,7 +1,6 @@
 #include <utility>
 
 #include "platform/odbc/odbc_database.h"
-#include "platform/odbc/recordset.h"
 #include "platform/odbc/session.h"
 #include "platform/text.h"
 

@@ -1,5 +1,3 @@
-#include "platform/odbc/recordset.h"
-
 #include <optional>
 #include <utility>
 

@@ -28,7 +28,7 @@ std::vector<std::string> ReadKey(Session& session, const std::string& table) {
         SQLLEN length = 0;
         result = SQLGetData(statement.Get(), kColumnName, SQL_C_WCHAR, column.data(),
                             static_cast<SQLLEN>(column.size() * sizeof(char16_t)), &length);
-        // A table of the same name in another schema answers as well; the key is the same there.
+        // A table of the same name in another schema is found as well; the key is the same there.
         const std::string text = ToUtf8(column.c_str());
         if (std::ranges::find(names, text) == names.end()) names.push_back(text);
     }

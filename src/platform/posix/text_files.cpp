@@ -90,7 +90,7 @@ public:
     bool AtEndOfStream() override { return begin_ == end_ && !Fill(); }
 
     std::string ReadLine() override {
-        if (AtEndOfStream()) throw RuntimeError(62, "iQRXyQRXSync", "Input past end of file");
+        if (AtEndOfStream()) throw RuntimeError(62, kProgram, "Input past end of file");
         std::string line;
         do {
             const std::string_view read(buffer_.data() + begin_, end_ - begin_);
