@@ -6,6 +6,7 @@
 // After windows.h, whose types it uses.
 #include <ocidl.h>
 #include <oleauto.h>
+#include <olectl.h>
 
 #include <string_view>
 #include <utility>
@@ -60,6 +61,11 @@ public:
 private:
     Interface* pointer_ = nullptr;
 };
+
+// What an object's class is told by, without a call.
+inline const void* MethodTable(const IUnknown* object) {
+    return *reinterpret_cast<const void* const*>(object);
+}
 
 class Bstr {
 public:
