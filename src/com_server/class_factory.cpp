@@ -4,20 +4,6 @@
 
 namespace iqrx::hosting::windows {
 
-HRESULT ClassFactory::QueryInterface(REFIID iid, void** object) {
-    const bool known = iid == IID_IUnknown || iid == IID_IClassFactory;
-    *object = known ? this : nullptr;
-    if (!known) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-}
-
-ULONG ClassFactory::Release() {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-}
-
 HRESULT ClassFactory::CreateInstance(IUnknown* outer, REFIID iid, void** object) {
     *object = nullptr;
     if (outer != nullptr) return CLASS_E_NOAGGREGATION;

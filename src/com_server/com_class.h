@@ -1,40 +1,24 @@
-// What every public class shares: reference count, a dual interface described by the type library, error
-// information, and the class information that scripting clients ask for before they connect to events.
+// What every public class shares: a dual interface described by the type library, error information, and the
+// class information that scripting clients ask for before they connect to events.
 #pragma once
-
-#include <atomic>
 
 #include "com_server/lifetime.h"
 #include "com_server/type_library.h"
 #include "platform/windows/com_error.h"
-// After com.h, whose types it uses.
-#include <ocidl.h>
+#include "platform/windows/counted.h"
 
 namespace iqrx::hosting::windows {
 
 template <class Interface>
-class ComClass : public Interface, public ISupportErrorInfo, public IProvideClassInfo2 {
+class ComClass : public platform::windows::Counted<Interface, ISupportErrorInfo, IProvideClassInfo2> {
+    using Base = platform::windows::Counted<Interface, ISupportErrorInfo, IProvideClassInfo2>;
+
 public:
     ComClass(ServerLifetime& lifetime, const TypeLibrary& library, REFCLSID classId, REFIID eventsId)
         : hold_(lifetime),
           interfaceInfo_(library.InfoOf(__uuidof(Interface))),
           classInfo_(library.InfoOf(classId)),
           eventsId_(eventsId) {}
-    ComClass(const ComClass&) = delete;
-    ComClass& operator=(const ComClass&) = delete;
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        *object = Find(iid);
-        if (*object == nullptr) return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) delete this;
-        return left;
-    }
 
     HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
         *count = 1;
@@ -70,15 +54,12 @@ public:
     }
 
 protected:
-    virtual ~ComClass() = default;
-
-    virtual void* Find(REFIID iid) {
-        if (iid == IID_IUnknown || iid == IID_IDispatch || iid == __uuidof(Interface))
-            return static_cast<Interface*>(this);
+    void* Find(REFIID iid) override {
+        if (iid == IID_IDispatch) return static_cast<Interface*>(this);
         if (iid == IID_ISupportErrorInfo) return static_cast<ISupportErrorInfo*>(this);
         if (iid == IID_IProvideClassInfo || iid == IID_IProvideClassInfo2)
             return static_cast<IProvideClassInfo2*>(this);
-        return nullptr;
+        return Base::Find(iid);
     }
 
     // A public method. The object stays while it runs, though its client may be gone by then.
@@ -93,7 +74,6 @@ private:
     platform::windows::ComRef<ITypeInfo> interfaceInfo_;
     platform::windows::ComRef<ITypeInfo> classInfo_;
     IID eventsId_;  // IID_NULL: no events
-    std::atomic<ULONG> references_{1};
 };
 
 }  // namespace iqrx::hosting::windows

@@ -40,7 +40,7 @@ HRESULT ConnectionPoint::GetConnectionPointContainer(IConnectionPointContainer**
 HRESULT ConnectionPoint::Advise(IUnknown* sink, DWORD* cookie) {
     *cookie = 0;
     if (sink == nullptr) return E_POINTER;
-    // A sink answers the events' interface; what is called through is its IDispatch.
+    // A sink has the events' interface; what is called through is its IDispatch.
     ComRef<IDispatch> events;
     if (FAILED(sink->QueryInterface(eventsId_, events.PutVoid())) &&
         FAILED(sink->QueryInterface(IID_IDispatch, events.PutVoid())))

@@ -6,9 +6,6 @@
 
 #include "com_server/enumerator.h"
 #include "platform/value.h"
-// After com.h, whose types it uses.
-#include <ocidl.h>
-#include <olectl.h>
 
 namespace iqrx::hosting::windows {
 

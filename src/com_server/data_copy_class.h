@@ -1,7 +1,6 @@
 // The public class clsDataCopy with its events.
 #pragma once
 
-#include "com_server/class_ids.h"
 #include "com_server/com_class.h"
 #include "com_server/com_requests.h"
 #include "com_server/connection_point.h"

@@ -1,40 +1,24 @@
 // A COM enumerator over a list as it was when the enumerator was made.
 #pragma once
 
-#include <atomic>
 #include <memory>
 #include <vector>
 
 #include "platform/windows/com_error.h"
+#include "platform/windows/counted.h"
 
 namespace iqrx::hosting::windows {
 
 // `Interface` is an IEnum... of `Item`. `Kept` owns what an item stands for; its HandOut() returns an item
 // with a reference of its own. `owner` is the object that the enumerator keeps alive.
 template <class Interface, class Item, class Kept>
-class Enumerator final : public Interface {
+class Enumerator final : public platform::windows::Counted<Interface> {
 public:
     using List = std::shared_ptr<const std::vector<Kept>>;
 
     // A new one with one reference, which the caller owns.
     static Interface* Create(List list, platform::windows::ComRef<IUnknown> owner, std::size_t next = 0) {
         return new Enumerator(std::move(list), std::move(owner), next);
-    }
-    Enumerator(const Enumerator&) = delete;
-    Enumerator& operator=(const Enumerator&) = delete;
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        const bool known = iid == IID_IUnknown || iid == __uuidof(Interface);
-        *object = known ? this : nullptr;
-        if (!known) return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) delete this;
-        return left;
     }
 
     HRESULT STDMETHODCALLTYPE Next(ULONG count, Item* items, ULONG* fetched) override {
@@ -62,12 +46,10 @@ public:
 private:
     Enumerator(List list, platform::windows::ComRef<IUnknown> owner, std::size_t next)
         : list_(std::move(list)), owner_(std::move(owner)), next_(next) {}
-    ~Enumerator() = default;
 
     List list_;
     platform::windows::ComRef<IUnknown> owner_;
     std::size_t next_;
-    std::atomic<ULONG> references_{1};
 };
 
 }  // namespace iqrx::hosting::windows

@@ -1,7 +1,6 @@
 // The public class clsDataCopyHandler.
 #pragma once
 
-#include "com_server/class_ids.h"
 #include "com_server/com_class.h"
 #include "com_server/com_requests.h"
 #include "hosting/cls_data_copy_handler.h"

@@ -1,9 +1,8 @@
 #include "com_server/registration.h"
 
+#include <array>
 #include <string>
-#include <vector>
 
-#include "com_server/class_ids.h"
 #include "com_server/type_library.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/machine.h"
@@ -69,17 +68,27 @@ private:
     REGSAM view_;
 };
 
+struct PublicClass {
+    const wchar_t* progId;
+    CLSID classId;
+};
+
+const std::array<PublicClass, 2> kPublicClasses{{
+    {L"iQRXyQRXSync.clsDataCopyHandler", __uuidof(::clsDataCopyHandler)},
+    {L"iQRXyQRXSync.clsDataCopy", __uuidof(::clsDataCopy)},
+}};
+
 struct PublicInterface {
     const wchar_t* name;
     IID id;
     const wchar_t* marshaller;
 };
 
-std::vector<PublicInterface> Interfaces() {
-    return {{L"_clsDataCopyHandler", __uuidof(_clsDataCopyHandler), kTypeLibraryMarshaller},
-            {L"_clsDataCopy", __uuidof(_clsDataCopy), kTypeLibraryMarshaller},
-            {L"__clsDataCopy", __uuidof(__clsDataCopy), kDispatchMarshaller}};
-}
+const std::array<PublicInterface, 3> kPublicInterfaces{{
+    {L"_clsDataCopyHandler", __uuidof(_clsDataCopyHandler), kTypeLibraryMarshaller},
+    {L"_clsDataCopy", __uuidof(_clsDataCopy), kTypeLibraryMarshaller},
+    {L"__clsDataCopy", __uuidof(__clsDataCopy), kDispatchMarshaller},
+}};
 
 std::wstring KeyOf(const PublicClass& publicClass) { return L"CLSID\\" + Text(publicClass.classId); }
 std::wstring KeyOf(const PublicInterface& publicInterface) {
@@ -101,7 +110,7 @@ public:
     void Write(const std::filesystem::path& file) const {
         for (const auto& publicClass : kPublicClasses) WriteClass(publicClass, file.native());
         for (const Classes* classes : {&classes_, &classesOf32Bit_}) {
-            for (const auto& publicInterface : Interfaces()) WriteInterface(*classes, publicInterface);
+            for (const auto& publicInterface : kPublicInterfaces) WriteInterface(*classes, publicInterface);
             WriteLibrary(*classes, file);
         }
     }
@@ -112,7 +121,7 @@ public:
             classes_.Remove(KeyOf(publicClass));
         }
         for (const Classes* classes : {&classes_, &classesOf32Bit_}) {
-            for (const auto& publicInterface : Interfaces()) classes->Remove(KeyOf(publicInterface));
+            for (const auto& publicInterface : kPublicInterfaces) classes->Remove(KeyOf(publicInterface));
             classes->Remove(KeyOfLibrary());
         }
     }

@@ -1,7 +1,9 @@
-// The type library that the program file carries.
+// The type library that the program file carries, and the C++ declarations of what it describes.
 #pragma once
 
 #include "platform/windows/com.h"
+// Made from the IDL; after com.h, whose types it uses.
+#include "iqrxyqrxsync.h"
 
 namespace iqrx::hosting::windows {
 

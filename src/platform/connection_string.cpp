@@ -11,11 +11,7 @@ namespace {
 
 constexpr std::string_view kBlanks = " \t";
 
-std::string_view Trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
+std::string_view Trimmed(std::string_view text) { return Trim(text, kBlanks); }
 
 std::size_t AfterBlanks(std::string_view text, std::size_t position) {
     return std::min(text.find_first_not_of(kBlanks, position), text.size());
@@ -60,13 +56,6 @@ constexpr std::string_view kKnownKeys =
     "multipleactiveresultsets;new password;password;persist security info;port;provider;pwd;server;servername;"
     "sslmode;tds_version;timeout;trusted_connection;trustservercertificate;uid;user;user id;username;wsid;";
 
-std::string Lower(std::string_view text) {
-    std::string lower(text);
-    for (char& c : lower)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
-    return lower;
-}
-
 bool IsKnown(std::string_view key) {
     return kKnownKeys.find(';' + Lower(key) + ';') != std::string_view::npos;
 }
@@ -79,11 +68,6 @@ std::string OfKey(std::string_view key) { return IsKnown(key) ? " of " + std::st
 }
 
 }  // namespace
-
-bool EqualIgnoringCase(std::string_view left, std::string_view right) {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
-    return std::ranges::equal(left, right, {}, lower, lower);
-}
 
 ConnectionString::ConnectionString(std::string_view text) {
     std::size_t position = 0;

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/text.h"
+
 namespace iqrx::platform {
 
 class ConnectionString {
@@ -34,7 +36,5 @@ private:
 // The text, a connection string or the arguments of a command line, with *** in the place of its passwords.
 // It need not be one that can be read: where the end of a password is in doubt, nothing after it is shown.
 std::string Masked(std::string_view text);
-
-bool EqualIgnoringCase(std::string_view left, std::string_view right);  // ASCII letters
 
 }  // namespace iqrx::platform

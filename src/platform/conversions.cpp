@@ -8,6 +8,7 @@
 
 #include "platform/date.h"
 #include "platform/error.h"
+#include "platform/text.h"
 
 namespace iqrx::platform {
 
@@ -20,14 +21,8 @@ struct Overloaded : Cases... {
 template <class... Cases>
 Overloaded(Cases...) -> Overloaded<Cases...>;
 
-std::string_view Trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
-}
-
 std::optional<Double> ParseNumber(std::string_view text) {
-    text = Trimmed(text);
+    text = Trim(text);
     if (text.starts_with('+')) text.remove_prefix(1);
     if (text.empty() || text.find_first_of("infaINFA") != std::string_view::npos) return std::nullopt;
     Double number = 0;
@@ -149,7 +144,7 @@ std::string ToText(const Value& value, std::string_view decimalSeparator) {
 Boolean ToBoolean(const Value& value) {
     if (value.Is<Boolean>()) return value.As<Boolean>();
     if (value.Is<std::string>()) {
-        const auto text = Trimmed(value.As<std::string>());
+        const auto text = Trim(value.As<std::string>());
         if (text == "True" || text == "true") return true;
         if (text == "False" || text == "false") return false;
     }
@@ -159,12 +154,6 @@ Boolean ToBoolean(const Value& value) {
 Byte ToByte(const Value& value) { return ToWhole<Byte>(value); }
 Integer ToInteger(const Value& value) { return ToWhole<Integer>(value); }
 Long ToLong(const Value& value) { return ToWhole<Long>(value); }
-
-Single ToSingle(const Value& value) {
-    const Double number = ToDouble(value);
-    if (std::abs(number) > std::numeric_limits<Single>::max()) RaiseRuntimeError(kOverflow);
-    return static_cast<Single>(number);
-}
 
 Double ToDouble(const Value& value) {
     return std::visit(Overloaded{
@@ -185,7 +174,7 @@ Double ToDouble(const Value& value) {
 Date ToDate(const Value& value) {
     if (value.Is<Date>()) return value.As<Date>();
     if (value.Is<std::string>()) {
-        if (const auto moment = ParseIsoDate(Trimmed(value.As<std::string>()))) return *moment;
+        if (const auto moment = ParseIsoDate(Trim(value.As<std::string>()))) return *moment;
         RaiseRuntimeError(kTypeMismatch);
     }
     return FromAutomationDate(ToDouble(value));

@@ -1,4 +1,4 @@
-// Conversions between automation values: Null raises "invalid use of Null", a text that is no number "type
+// Conversions between automation values: Null raises "invalid use of Null", a text that is not a number "type
 // mismatch", a number outside its type "overflow"; fractions round half to even. Empty reads as 0 or as the
 // empty text.
 #pragma once
@@ -19,7 +19,6 @@ Boolean ToBoolean(const Value& value);
 Byte ToByte(const Value& value);
 Integer ToInteger(const Value& value);
 Long ToLong(const Value& value);
-Single ToSingle(const Value& value);
 Double ToDouble(const Value& value);
 Date ToDate(const Value& value);
 ObjectRef ToObject(Value value);  // raises "object not set" for Nothing

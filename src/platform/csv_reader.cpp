@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "platform/printable.h"
-#include "platform/utf8.h"
+#include "platform/text.h"
 
 namespace iqrx::platform {
 
@@ -35,8 +35,8 @@ CsvReader::CsvReader(std::shared_ptr<SourceFile> file) : file_(std::move(file)),
 }
 
 void CsvReader::PassByteOrderMark() {
-    constexpr std::string_view kMark = "\xEF\xBB\xBF";
-    if (Has(kMark.size() - 1) && std::string_view(Row(), kMark.size()) == kMark) rowStart_ = kMark.size();
+    constexpr std::size_t kSize = kByteOrderMark.size();
+    if (Has(kSize - 1) && std::string_view(Row(), kSize) == kByteOrderMark) rowStart_ = kSize;
 }
 
 // Two bytes a character: a mark that UTF-8 does not have, or the zeros of ASCII's characters.

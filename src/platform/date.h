@@ -26,7 +26,7 @@ Date AddMinutes(Date moment, int minutes);
 // Day boundaries between the two, negative when `to` lies before `from`.
 int DaysBetween(Date from, Date to);
 
-// "YYYY-MM-DD", optionally followed by a blank and "HH:MM:SS"; nothing when the text is no such date.
+// "YYYY-MM-DD", optionally followed by a blank and "HH:MM:SS"; nothing for any other text.
 std::optional<Date> ParseIsoDate(std::string_view text);
 std::string IsoDate(Date moment);      // "YYYY-MM-DD"
 std::string IsoTime(Date moment);      // "HH:MM:SS"

@@ -1,46 +1,39 @@
 #include "platform/error.h"
 
+#include <algorithm>
+#include <array>
 #include <new>
 
 namespace iqrx::platform {
 
 namespace {
 
-const char* DescriptionOf(ErrorNumber number) {
-    switch (number) {
-        case kInvalidProcedureCall:
-            return "Invalid procedure call or argument";
-        case kOverflow:
-            return "Overflow";
-        case kSubscriptOutOfRange:
-            return "Subscript out of range";
-        case kTypeMismatch:
-            return "Type mismatch";
-        case kFileNotFound:
-            return "File not found";
-        case kDeviceIoError:
-            return "Device I/O error";
-        case kPathFileAccess:
-            return "Path/File access error";
-        case kPathNotFound:
-            return "Path not found";
-        case kObjectNotSet:
-            return "Object variable or With block variable not set";
-        case kInvalidUseOfNull:
-            return "Invalid use of Null";
-        case kCannotCreateObject:
-            return "ActiveX component can't create object";
-        case kNoSuchMember:
-            return "Object doesn't support this property or method";
-        case kWrongArgumentCount:
-            return "Wrong number of arguments or invalid property assignment";
-        case kDatabaseError:
-            return "Database error";
-    }
-    return "Application-defined or object-defined error";
-}
+struct Description {
+    ErrorNumber number;
+    const char* text;
+};
 
-constexpr const char* kProgram = "iQRXyQRXSync";
+constexpr std::array kDescriptions{
+    Description{kInvalidProcedureCall, "Invalid procedure call or argument"},
+    Description{kOverflow, "Overflow"},
+    Description{kSubscriptOutOfRange, "Subscript out of range"},
+    Description{kTypeMismatch, "Type mismatch"},
+    Description{kFileNotFound, "File not found"},
+    Description{kDeviceIoError, "Device I/O error"},
+    Description{kPathFileAccess, "Path/File access error"},
+    Description{kPathNotFound, "Path not found"},
+    Description{kObjectNotSet, "Object variable or With block variable not set"},
+    Description{kInvalidUseOfNull, "Invalid use of Null"},
+    Description{kCannotCreateObject, "ActiveX component can't create object"},
+    Description{kNoSuchMember, "Object doesn't support this property or method"},
+    Description{kWrongArgumentCount, "Wrong number of arguments or invalid property assignment"},
+    Description{kDatabaseError, "Database error"},
+};
+
+const char* DescriptionOf(ErrorNumber number) {
+    const auto found = std::ranges::find(kDescriptions, number, &Description::number);
+    return found == kDescriptions.end() ? "Application-defined or object-defined error" : found->text;
+}
 
 }  // namespace
 

@@ -8,6 +8,8 @@
 
 namespace iqrx::platform {
 
+inline constexpr const char* kProgram = "iQRXyQRXSync";  // the source of the run-time's own errors
+
 enum ErrorNumber : std::int32_t {
     kInvalidProcedureCall = 5,
     kOverflow = 6,
@@ -22,7 +24,7 @@ enum ErrorNumber : std::int32_t {
     kCannotCreateObject = 429,
     kNoSuchMember = 438,
     kWrongArgumentCount = 450,
-    kDatabaseError = -2147467259,  // what database providers answer when they have no closer number
+    kDatabaseError = -2147467259,  // what database providers say when they have no closer number
 };
 
 class RuntimeError : public std::exception {

@@ -2,37 +2,25 @@
 
 #include <fstream>
 
-#include "platform/connection_string.h"
+#include "platform/text.h"
 
 namespace iqrx::platform {
-
-namespace {
-
-std::string Trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t\r");
-    if (first == std::string_view::npos) return {};
-    return std::string(text.substr(first, text.find_last_not_of(" \t\r") - first + 1));
-}
-
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
-}  // namespace
 
 IniFile::IniFile(const std::filesystem::path& file) {
     std::ifstream stream(file);
     std::string line, section;
     for (bool first = true; std::getline(stream, line); first = false) {
         if (first && line.starts_with(kByteOrderMark)) line.erase(0, kByteOrderMark.size());
-        const std::string text = Trimmed(line);
+        const std::string_view text = Trim(line);
         if (text.empty() || text[0] == ';' || text[0] == '#') continue;
         if (text.front() == '[' && text.back() == ']') {
-            section = Trimmed(std::string_view(text).substr(1, text.size() - 2));
+            section = Trim(text.substr(1, text.size() - 2));
             continue;
         }
         const auto equals = text.find('=');
-        if (equals == std::string::npos) continue;
-        entries_.push_back({section, Trimmed(std::string_view(text).substr(0, equals)),
-                            Trimmed(std::string_view(text).substr(equals + 1))});
+        if (equals == std::string_view::npos) continue;
+        entries_.push_back(
+            {section, std::string(Trim(text.substr(0, equals))), std::string(Trim(text.substr(equals + 1)))});
     }
 }
 

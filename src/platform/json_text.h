@@ -8,7 +8,7 @@
 
 namespace iqrx::platform {
 
-// The text in double quotes, escaped; bytes that are no UTF-8 become U+FFFD.
+// The text in double quotes, escaped; bytes that are not UTF-8 become U+FFFD.
 std::string JsonText(std::string_view text);
 
 // Numbers are numbers, Null, Empty and objects are null; dates are texts in the form that `dateText` gives.

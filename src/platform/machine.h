@@ -31,9 +31,9 @@ public:
     virtual int BiasMinutes() = 0;  // UTC = local standard time + bias; -60 an hour east of Greenwich
 };
 
-class MessageBox {
+class MessageDisplay {
 public:
-    virtual ~MessageBox() = default;
+    virtual ~MessageDisplay() = default;
     virtual void Show(const std::string& text) = 0;
 };
 
@@ -82,7 +82,7 @@ struct Machine {
     Clock& clock;
     Locale& locale;
     TimeZone& timeZone;
-    MessageBox& messageBox;
+    MessageDisplay& messageBox;
     XmlDocumentFactory& xml;
     TextFiles& files;
     std::filesystem::path programFolder;

@@ -1,5 +1,7 @@
 #include "runtime/event_log.h"
 
+#include "platform/text.h"
+
 namespace iqrx::runtime {
 
 void EventLog::LogEvent(const std::string& text) {
@@ -7,7 +9,7 @@ void EventLog::LogEvent(const std::string& text) {
     const std::string line = machine_.locale.ShortDate(now) + ' ' + machine_.locale.LongTime(now) +
                              " Information Application iQRXyQRXSync: " + text + std::string(machine_.lineEnd);
     try {
-        machine_.files.OpenForAppending(std::u8string(path_.begin(), path_.end()))->Append(line);
+        machine_.files.OpenForAppending(platform::Path(path_))->Append(line);
     } catch (const std::exception&) {
         // See the header.
     }

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "platform/conversions.h"
-#include "runtime/trim.h"
+#include "platform/text.h"
 
 namespace iqrx::runtime {
 
@@ -36,7 +36,7 @@ private:
 };
 
 void AppendTo(const std::string& path, platform::Machine& machine, const std::string& entry) {
-    machine.files.OpenForAppending(std::u8string(path.begin(), path.end()))->Append(entry);
+    machine.files.OpenForAppending(platform::Path(path))->Append(entry);
 }
 
 }  // namespace
@@ -108,7 +108,7 @@ std::string DiagnosticLine(const std::string& description) {
 }
 
 std::string RequestErrorLog(const platform::Machine& machine, const std::string& logDirectory) {
-    std::string directory(Trim(logDirectory));
+    std::string directory(platform::Trim(logDirectory, " "));
     if (directory.empty()) directory = machine.defaultLogDirectory;
     return directory + machine.pathSeparator + "iQRXyDBSync.log";
 }

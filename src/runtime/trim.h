@@ -1,14 +1,9 @@
 #pragma once
 
-#include <string_view>
+#include "platform/text.h"
 
 namespace iqrx::runtime {
 
-// Without the blanks at both ends.
-constexpr std::string_view Trim(std::string_view text) {
-    const auto first = text.find_first_not_of(' ');
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
+constexpr std::string_view Trim(std::string_view text) { return platform::Trim(text, " "); }
 
 }  // namespace iqrx::runtime

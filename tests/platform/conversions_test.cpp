@@ -83,7 +83,6 @@ TEST(Conversions, RaiseInvalidUseOfNullInEveryKind) {
     EXPECT_EQ(NumberRaisedBy([&] { ToByte(null); }), kInvalidUseOfNull);
     EXPECT_EQ(NumberRaisedBy([&] { ToInteger(null); }), kInvalidUseOfNull);
     EXPECT_EQ(NumberRaisedBy([&] { ToLong(null); }), kInvalidUseOfNull);
-    EXPECT_EQ(NumberRaisedBy([&] { ToSingle(null); }), kInvalidUseOfNull);
     EXPECT_EQ(NumberRaisedBy([&] { ToDouble(null); }), kInvalidUseOfNull);
     EXPECT_EQ(NumberRaisedBy([&] { ToDate(null); }), kInvalidUseOfNull);
 }

@@ -7,7 +7,7 @@
 
 #include <stdexcept>
 
-#include "platform/odbc/utf16.h"
+#include "platform/text.h"
 
 namespace iqrx::testing {
 
@@ -30,14 +30,14 @@ std::uint32_t ReadLittle(const std::string& text, std::size_t place, int bytes) 
 
 std::string Wide(const std::string& text) {
     std::string bytes;
-    for (char16_t unit : platform::odbc::ToUtf16(text)) bytes += Little(unit, 2);
+    for (char16_t unit : platform::ToUtf16(text)) bytes += Little(unit, 2);
     return bytes;
 }
 std::string ReadWide(const std::string& bytes, std::size_t place, std::size_t units) {
     std::u16string text;
     for (std::size_t i = 0; i < units; ++i)
         text += static_cast<char16_t>(ReadLittle(bytes, place + 2 * i, 2));
-    return platform::odbc::ToUtf8(text);
+    return platform::ToUtf8(text);
 }
 // A text with its length in UTF-16 units before it.
 std::string Counted(const std::string& text, int lengthBytes) {

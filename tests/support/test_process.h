@@ -40,7 +40,7 @@ struct FakeTimeZone : platform::TimeZone {
     int BiasMinutes() override { return bias; }
 };
 
-struct FakeMessageBox : platform::MessageBox {
+struct FakeMessageBox : platform::MessageDisplay {
     std::vector<std::string> shown;
     std::function<void()> onShow = [] {};
     void Show(const std::string& text) override {

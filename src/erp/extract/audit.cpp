@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <optional>
 
-#include "erp/extract/audit_criteria.h"
 #include "erp/extract/key_range.h"
 #include "erp/extract/late_bound.h"
 #include "erp/extract/manager.h"
-#include "platform/date.h"
+#include "platform/conversions.h"
 
 namespace iqrx::erp::extract {
 
@@ -16,6 +15,59 @@ namespace {
 using platform::Argument;
 using platform::ObjectRef;
 using platform::Value;
+
+// What an audit reader is asked for. The classes keep the objects that they are given, not copies.
+struct AuditPeriod final : platform::Object {
+    Value Invoke(std::string_view member, std::span<Argument> arguments) override {
+        ExpectArguments(arguments, 1);
+        if (member == "setFrom")
+            from = platform::ToDate(arguments[0].value);
+        else if (member == "setTo")
+            to = platform::ToDate(arguments[0].value);
+        else
+            RaiseNoSuchMember("The period", member);
+        return {};
+    }
+
+    platform::Date from, to;
+};
+
+struct AuditParameter final : platform::Object {
+    Value Invoke(std::string_view member, std::span<Argument> arguments) override {
+        ExpectArguments(arguments, 1);
+        if (member == "setFieldName")
+            fieldName = platform::ToText(arguments[0].value);
+        else if (member == "setFrom")
+            from = arguments[0].value;
+        else if (member == "setTo")
+            to = arguments[0].value;
+        else
+            RaiseNoSuchMember("The parameter", member);
+        return {};
+    }
+
+    std::string fieldName;
+    Value from, to;
+};
+
+struct AuditCriteria final : platform::Object {
+    Value Invoke(std::string_view member, std::span<Argument> arguments) override {
+        ExpectArguments(arguments, 1);
+        if (member == "setPeriod")
+            period = ObjectOf<AuditPeriod>(arguments[0].value, "an audit period");
+        else if (member == "addParameter")
+            parameters.push_back(ObjectOf<AuditParameter>(arguments[0].value, "an audit parameter"));
+        else if (member == "addOutputField")
+            outputFields.push_back(platform::ToText(arguments[0].value));
+        else
+            RaiseNoSuchMember("The audit criteria", member);
+        return {};
+    }
+
+    std::shared_ptr<AuditPeriod> period;  // none: the whole trail
+    std::vector<std::shared_ptr<AuditParameter>> parameters;
+    std::vector<std::string> outputFields;
+};
 
 // The table's own fields, then the trail's two columns.
 std::vector<FieldLayout> FieldsOfTrail(const TableLayout& layout) {

@@ -10,10 +10,6 @@ void RaiseNoSuchMember(std::string_view type, std::string_view member) {
     Raise(platform::kNoSuchMember, std::string(type) + " has no member " + std::string(member));
 }
 
-void RaiseWrongObject(std::string_view wanted) {
-    Raise(platform::kTypeMismatch, "The argument is not " + std::string(wanted));
-}
-
 void ExpectArguments(std::span<const platform::Argument> arguments, std::size_t count) {
     if (arguments.size() != count)
         Raise(platform::kWrongArgumentCount, "Wrong number of arguments: " + std::to_string(arguments.size()) +

@@ -19,7 +19,6 @@ inline constexpr std::string_view kErrorSource = "ERP extract";
 
 [[noreturn]] void Raise(platform::ErrorNumber number, const std::string& description);
 [[noreturn]] void RaiseNoSuchMember(std::string_view type, std::string_view member);
-[[noreturn]] void RaiseWrongObject(std::string_view wanted);
 
 void ExpectArguments(std::span<const platform::Argument> arguments, std::size_t count);
 
@@ -29,7 +28,7 @@ std::shared_ptr<T> ObjectOf(const platform::Value& value, std::string_view wante
     std::shared_ptr<T> object;
     if (value.Is<platform::ObjectRef>())
         object = std::dynamic_pointer_cast<T>(value.As<platform::ObjectRef>());
-    if (!object) RaiseWrongObject(wanted);
+    if (!object) Raise(platform::kTypeMismatch, "The argument is not " + std::string(wanted));
     return object;
 }
 

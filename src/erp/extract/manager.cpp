@@ -37,6 +37,39 @@ const std::string* SoleFirstKey(const TableLayout& layout, std::span<const Argum
     return from && to && *from == *to ? from : nullptr;
 }
 
+// The records of a listing whose keys lie outside of its ranges. They are not copied, and a full copy removes
+// them from the local table, so that somebody should know.
+class KeysOutside {
+public:
+    KeysOutside(std::string file, std::size_t keyFields, Notice notice)
+        : file_(std::move(file)), keyFields_(keyFields), notice_(std::move(notice)) {}
+
+    void Add(const Rows& row) {
+        if (++count_ > 1) return;
+        for (std::size_t field = 0; field < keyFields_; ++field)
+            first_.append(field == 0 ? "" : ", ").append(row.Text(field));
+    }
+
+    // Tells how many there were and which was the first, unless there was none or nobody listens.
+    void Tell() const {
+        if (count_ == 0 || !notice_) return;
+        constexpr std::size_t kLongest = 100;
+        const std::string first = "\"" + platform::Printable(first_, kLongest) + "\"";
+        const std::string range = " outside the key range that the copy asks for, ";
+        notice_(file_ + ": " +
+                (count_ == 1 ? "1 record lies" + range + first + "; it is not copied"
+                             : std::to_string(count_) + " records lie" + range + "the first is " + first +
+                                   "; they are not copied"));
+    }
+
+private:
+    std::string file_;
+    std::size_t keyFields_;
+    Notice notice_;
+    std::uint64_t count_ = 0;
+    std::string first_;  // its key
+};
+
 }  // namespace
 
 Manager::Manager(std::filesystem::path directory, const TableLayout& layout, Notice notice)

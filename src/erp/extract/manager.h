@@ -6,7 +6,6 @@
 
 #include "erp/extract/key_blocks.h"
 #include "erp/extract/key_range.h"
-#include "erp/extract/keys_outside.h"
 #include "erp/extract/paging.h"
 
 namespace iqrx::erp::extract {

@@ -21,7 +21,7 @@ public:
     explicit Listings(const PageMembers& members) : members_(members) {}
 
     // The next page of the listing `callId`; 0 begins the one that `begin` opens. Leaves the call id and "Y"
-    // or "N" in the arguments. Besides its wrapper the page answers getSetComplete and getCallId. Raises
+    // or "N" in the arguments. Besides its wrapper the page has getSetComplete and getCallId. Raises
     // RuntimeError for a page size below 1 and for a call id that is not open.
     platform::ObjectRef NextPage(const std::function<Elements()>& begin, const platform::Argument& pageSize,
                                  platform::Argument& callId, platform::Argument& setComplete);

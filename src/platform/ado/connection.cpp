@@ -2,9 +2,9 @@
 
 #include "platform/ado/errors.h"
 #include "platform/ado/recordset.h"
-#include "platform/connection_string.h"
 #include "platform/conversions.h"
 #include "platform/exclusive_section.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::ado {
 

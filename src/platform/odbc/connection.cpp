@@ -1,9 +1,8 @@
 #include <utility>
 
-#include "platform/connection_string.h"
 #include "platform/odbc/odbc_database.h"
-#include "platform/odbc/recordset.h"
 #include "platform/odbc/session.h"
+#include "platform/text.h"
 
 namespace iqrx::platform {
 

@@ -8,7 +8,7 @@
 
 #include "platform/date.h"
 #include "platform/odbc/errors.h"
-#include "platform/odbc/utf16.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::odbc {
 

@@ -27,7 +27,7 @@ public:
     Cursor(Session& session, std::string_view text);
 
     const std::vector<Column>& Columns() const { return columns_; }
-    // The next row, nothing behind the last; errors of later results are raised then.
+    // The next row, nothing after the last; errors of later results are raised then.
     std::optional<Row> Fetch();
 
 private:

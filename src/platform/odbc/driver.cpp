@@ -5,7 +5,7 @@
 
 #include <optional>
 
-#include "platform/odbc/utf16.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::odbc {
 

@@ -3,7 +3,7 @@
 #include <sql.h>
 #include <sqlext.h>
 
-#include "platform/odbc/utf16.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::odbc {
 
@@ -76,7 +76,7 @@ Result DriverConnection::PrepareText(const Handle& statement, std::string_view s
 
 std::int32_t DriverConnection::Finish(const Handle& statement, Result result) {
     std::int32_t affected = 0;
-    // "No data" answers an execution that affected no row, or that counts none; later it is the end.
+    // "No data" is the result of an execution that affected no row, or that counts none; later it is the end.
     if (result == SQL_NO_DATA) result = SQLMoreResults(statement.Get());
     while (result != SQL_NO_DATA) {
         if (!Works(result)) {

@@ -43,7 +43,7 @@ protected:
     void Disconnect() noexcept;  // a transaction that is open is rolled back
     bool IsOpen() const { return open_; }
 
-    // Between transactions the connection commits by itself, so that reading leaves none behind.
+    // Between transactions the connection commits by itself, so that reading leaves none open.
     void BeginTransaction();
     // Raises when it is not committed; then it is rolled back, and `said` holds the driver's words.
     void CommitTransaction(Errors& said);

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <array>
 
-#include "platform/odbc/utf16.h"
 #include "platform/printable.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::odbc {
 

@@ -8,7 +8,7 @@
 
 #include "platform/conversions.h"
 #include "platform/date.h"
-#include "platform/odbc/utf16.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::odbc {
 

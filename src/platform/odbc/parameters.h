@@ -29,7 +29,7 @@ public:
     // The sets that one execution takes at most; 1 when the driver has no arrays.
     std::size_t MaxSets() const { return maxSets_; }
     // Executes for all sets, in as few executions as MaxSets allows, and returns the rows affected. A set
-    // that fails raises its error; whether the sets behind it were executed is the driver's affair.
+    // that fails raises its error; whether the sets after it were executed is the driver's affair.
     std::int32_t Execute(const std::vector<Row>& sets);
 
     // Executes for one set and returns the number in the first column of the first row.

@@ -1,14 +1,12 @@
-#include "platform/odbc/recordset.h"
-
 #include <optional>
 #include <utility>
 
-#include "platform/connection_string.h"
 #include "platform/odbc/cursor.h"
 #include "platform/odbc/errors.h"
 #include "platform/odbc/row_deleter.h"
 #include "platform/odbc/row_writer.h"
 #include "platform/odbc/table.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::odbc {
 

@@ -6,11 +6,10 @@
 #include <algorithm>
 #include <optional>
 
-#include "platform/connection_string.h"
 #include "platform/odbc/errors.h"
 #include "platform/odbc/parameters.h"
 #include "platform/odbc/table.h"
-#include "platform/odbc/utf16.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::odbc {
 
@@ -29,7 +28,7 @@ std::vector<std::string> ReadKey(Session& session, const std::string& table) {
         SQLLEN length = 0;
         result = SQLGetData(statement.Get(), kColumnName, SQL_C_WCHAR, column.data(),
                             static_cast<SQLLEN>(column.size() * sizeof(char16_t)), &length);
-        // A table of the same name in another schema answers as well; the key is the same there.
+        // A table of the same name in another schema is found as well; the key is the same there.
         const std::string text = ToUtf8(column.c_str());
         if (std::ranges::find(names, text) == names.end()) names.push_back(text);
     }

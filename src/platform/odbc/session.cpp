@@ -185,9 +185,9 @@ void Session::TryExclusively(const Connection::Work& work) {
 
 int Session::Milliseconds(const std::string& interval) {
     int milliseconds = 0;
-    const char* const behind = interval.data() + interval.size();
-    const auto [end, failure] = std::from_chars(interval.data(), behind, milliseconds);
-    if (failure != std::errc() || end != behind || milliseconds < 0)
+    const char* const last = interval.data() + interval.size();
+    const auto [end, failure] = std::from_chars(interval.data(), last, milliseconds);
+    if (failure != std::errc() || end != last || milliseconds < 0)
         Raise(kInvalidProcedureCall, "The value of Commit Interval is not a number of milliseconds");
     return milliseconds;
 }

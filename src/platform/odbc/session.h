@@ -89,4 +89,6 @@ private:
     Errors loss_;  // what the driver said when writes of the group were lost
 };
 
+std::unique_ptr<Recordset> CreateRecordset(Session& session);
+
 }  // namespace iqrx::platform::odbc

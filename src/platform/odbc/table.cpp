@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "platform/connection_string.h"
 #include "platform/printable.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::odbc {
 
@@ -19,8 +19,8 @@ public:
         rest_.remove_prefix(begin);
         std::size_t end = 0;
         while (end < rest_.size() && InName(rest_[end]))
-            end = rest_[end] == '"' || rest_[end] == '[' ? BehindQuoted(end) : end + 1;
-        if (end == 0 && !rest_.empty()) end = rest_[0] == '\'' ? BehindQuoted(0) : 1;
+            end = rest_[end] == '"' || rest_[end] == '[' ? AfterQuoted(end) : end + 1;
+        if (end == 0 && !rest_.empty()) end = rest_[0] == '\'' ? AfterQuoted(0) : 1;
         const auto word = rest_.substr(0, end);
         rest_.remove_prefix(end);
         return word;
@@ -40,7 +40,7 @@ private:
                c == '.' || c == '$' || c == '#' || c == '@' || c == '"' || c == '[' ||
                static_cast<unsigned char>(c) >= 0x80;
     }
-    std::size_t BehindQuoted(std::size_t open) const {
+    std::size_t AfterQuoted(std::size_t open) const {
         const auto close = rest_.find(rest_[open] == '[' ? ']' : rest_[open], open + 1);
         return close == std::string_view::npos ? rest_.size() : close + 1;
     }
@@ -90,9 +90,7 @@ Change ChangeOf(std::string_view sql) {
     Words words(sql);
     const auto verb = words.Next();
     const auto second = words.Next();
-    const auto is = [](std::string_view word, std::string_view wanted) {
-        return EqualIgnoringCase(word, wanted);
-    };
+    const auto is = EqualIgnoringCase;
     if (is(verb, "SELECT")) return {Change::Kind::Nothing, {}};
     if (is(verb, "UPDATE") && !is(second, "STATISTICS")) return {Change::Kind::Rows, std::string(second)};
     if ((is(verb, "INSERT") && is(second, "INTO")) || (is(verb, "DELETE") && is(second, "FROM")))
@@ -118,25 +116,17 @@ std::string PlaceOf(std::string_view sql) {
 }
 
 std::string CatalogName(std::string_view written, NameCase nameCase) {
-    const bool quoted = written.ends_with('"') || written.ends_with(']');
-    if (quoted) {
+    if (written.ends_with('"') || written.ends_with(']')) {
         const auto open = written.rfind(written.back() == ']' ? '[' : '"', written.size() - 2);
         return std::string(written.substr(open + 1, written.size() - open - 2));
     }
-    std::string name(written.substr(written.rfind('.') + 1));
-    for (char& c : name) {
-        if (nameCase == NameCase::Upper && c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
-        if (nameCase == NameCase::Lower && c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
-    }
-    return name;
+    const std::string_view name = written.substr(written.rfind('.') + 1);
+    return nameCase == NameCase::Upper   ? Upper(name)
+           : nameCase == NameCase::Lower ? Lower(name)
+                                         : std::string(name);
 }
 
-std::string LastPart(std::string_view written) {
-    std::string name = CatalogName(written, NameCase::AsWritten);
-    for (char& c : name)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
-    return name;
-}
+std::string LastPart(std::string_view written) { return Lower(CatalogName(written, NameCase::AsWritten)); }
 
 std::string QuotedName(const std::string& name, const DriverTraits& driver) {
     return driver.quote + name + driver.quote;

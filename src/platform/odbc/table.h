@@ -1,4 +1,4 @@
-// The table behind a recordset's text, by name.
+// The table that a recordset's text stands for, by name.
 #pragma once
 
 #include <string>

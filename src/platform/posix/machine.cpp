@@ -1,13 +1,14 @@
 #include "platform/posix/machine.h"
 
+#include <langinfo.h>
+#include <locale.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 
 #include "platform/date.h"
-#include "platform/posix/locale.h"
-#include "platform/posix/text_files.h"
-#include "platform/posix/time_zone.h"
-#include "platform/posix/xml_document.h"
+#include "platform/posix/machine_parts.h"
 
 namespace iqrx::platform::posix {
 
@@ -24,8 +25,60 @@ public:
     }
 };
 
+// The decimal separator follows LC_ALL, LC_NUMERIC or LANG; a locale that the machine does not have reads as
+// "C". Dates and times are ISO.
+class UserLocale : public Locale {
+public:
+    UserLocale() {
+        // A locale object of its own: setlocale would change how the whole process writes numbers.
+        const locale_t locale = newlocale(LC_NUMERIC_MASK | LC_CTYPE_MASK, "", static_cast<locale_t>(nullptr));
+        if (locale == static_cast<locale_t>(nullptr)) return;
+        const std::string separator = nl_langinfo_l(RADIXCHAR, locale);
+        if (!separator.empty()) decimalSeparator_ = separator;
+        freelocale(locale);
+    }
+    std::string DecimalSeparator() override { return decimalSeparator_; }
+    std::string ShortDate(Date moment) override { return IsoDate(moment); }
+    std::string LongTime(Date moment) override { return IsoTime(moment); }
+
+private:
+    std::string decimalSeparator_ = ".";
+};
+
+// Seconds east of Greenwich in standard time: the offset of the first week from now on that has no summer
+// time. Some zones keep their summer time as the standard one and call the winter a time set back; theirs is
+// the winter's offset, as everywhere else.
+long StandardOffset() {
+    constexpr std::time_t kWeek = 7 * kSecondsPerDay;
+    const std::time_t now = std::time(nullptr);
+    std::optional<long> standard, setBack;
+    for (int week = 0; week < 53; ++week) {
+        const std::time_t moment = now + week * kWeek;
+        std::tm local{};
+        localtime_r(&moment, &local);
+        if (local.tm_isdst > 0)
+            setBack = std::min(setBack.value_or(local.tm_gmtoff), local.tm_gmtoff);
+        else if (!standard)
+            standard = local.tm_gmtoff;
+    }
+    if (!standard) return setBack.value_or(0);
+    return std::min(*standard, setBack.value_or(*standard));
+}
+
+class StandardTimeZone : public TimeZone {
+public:
+    StandardTimeZone() {
+        tzset();
+        biasMinutes_ = static_cast<int>(-StandardOffset() / 60);
+    }
+    int BiasMinutes() override { return biasMinutes_; }
+
+private:
+    int biasMinutes_;
+};
+
 // Nobody sits before a service's screen: the text goes to standard error, in one line.
-class ErrorLine : public MessageBox {
+class ErrorLine : public MessageDisplay {
 public:
     void Show(const std::string& text) override {
         std::string line;
@@ -44,8 +97,8 @@ struct PosixMachine::Parts {
     UserLocale locale;
     StandardTimeZone timeZone;
     ErrorLine messageBox;
-    PugiDocumentFactory xml;
-    PlainTextFiles files;
+    const std::unique_ptr<XmlDocumentFactory> xml = CreateXmlDocuments();
+    const std::unique_ptr<TextFiles> files = CreateTextFiles();
 };
 
 PosixMachine::PosixMachine() : parts_(std::make_unique<Parts>()) {}
@@ -57,8 +110,8 @@ Machine PosixMachine::Ports() {
             .locale = parts_->locale,
             .timeZone = parts_->timeZone,
             .messageBox = parts_->messageBox,
-            .xml = parts_->xml,
-            .files = parts_->files,
+            .xml = *parts_->xml,
+            .files = *parts_->files,
             .programFolder = ProgramFile().parent_path()};
 }
 

@@ -1,4 +1,4 @@
-// The POSIX machine behind the ports. Locale and time zone are those of the environment when it is made;
+// The ports of a POSIX machine. Locale and time zone are those of the environment when it is made;
 // nothing process-wide is changed.
 #pragma once
 

@@ -1,15 +1,87 @@
-#include "platform/posix/text_files.h"
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <array>
+#include <cerrno>
+#include <span>
+#include <system_error>
+#include <utility>
 
 #include "platform/error.h"
-#include "platform/posix/regular_file.h"
+#include "platform/posix/machine_parts.h"
 
 namespace iqrx::platform::posix {
 
 namespace {
 
-using Purpose = RegularFile::Purpose;
+std::string LastError() {
+    if (errno == ELOOP) return "it is a link";
+    if (errno == ENXIO) return "it is not a regular file";
+    return std::system_category().message(errno);
+}
+
+// Without O_NONBLOCK the opening of a FIFO would wait for its other end.
+constexpr int kAlways = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+// A file to be replaced is emptied only when it is known to be one.
+enum Purpose : int {
+    kRead = kAlways | O_RDONLY,
+    kAppend = kAlways | O_WRONLY | O_CREAT | O_APPEND,
+    kReplace = kAlways | O_WRONLY | O_CREAT
+};
+
+// Links are not followed and nothing else is opened: a link that somebody puts in the place of a log must not
+// have its target written, and a FIFO must not make the copy wait for a reader.
+class RegularFile {
+public:
+    RegularFile(const std::filesystem::path& file, Purpose purpose)
+        : name_(file.string()), descriptor_(open(file.c_str(), purpose, kOwnerWritesGroupReads)) {
+        if (descriptor_ < 0) Raise(errno == ENOENT && purpose == kRead ? kFileNotFound : kPathFileAccess);
+        struct stat status {};
+        const bool regular = fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
+        if (regular && (purpose != kReplace || ftruncate(descriptor_, 0) == 0)) return;
+        const std::string cause = regular ? LastError() : "it is not a regular file";
+        close(descriptor_);
+        RaiseRuntimeError(kPathFileAccess, name_ + ": " + cause);
+    }
+    RegularFile(const RegularFile&) = delete;
+    RegularFile& operator=(const RegularFile&) = delete;
+    ~RegularFile() {
+        if (descriptor_ >= 0) close(descriptor_);
+    }
+
+    std::size_t Read(std::span<char> buffer) {  // 0 at the end
+        for (;;) {
+            const ssize_t got = read(descriptor_, buffer.data(), buffer.size());
+            if (got >= 0) return static_cast<std::size_t>(got);
+            if (errno != EINTR) Raise(kDeviceIoError);
+        }
+    }
+
+    void Write(std::string_view text) {
+        while (!text.empty()) {
+            const ssize_t written = write(descriptor_, text.data(), text.size());
+            if (written >= 0)
+                text.remove_prefix(static_cast<std::size_t>(written));
+            else if (errno != EINTR)
+                Raise(kDeviceIoError);
+        }
+    }
+
+    void Close() {
+        if (descriptor_ >= 0 && close(std::exchange(descriptor_, -1)) != 0) Raise(kDeviceIoError);
+    }
+
+private:
+    static constexpr mode_t kOwnerWritesGroupReads = 0640;
+
+    [[noreturn]] void Raise(ErrorNumber number) const {
+        RaiseRuntimeError(number, name_ + ": " + LastError());
+    }
+
+    std::string name_;
+    int descriptor_;
+};
 
 class PlainTextStream : public TextStream {
 public:
@@ -18,7 +90,7 @@ public:
     bool AtEndOfStream() override { return begin_ == end_ && !Fill(); }
 
     std::string ReadLine() override {
-        if (AtEndOfStream()) throw RuntimeError(62, "iQRXyQRXSync", "Input past end of file");
+        if (AtEndOfStream()) throw RuntimeError(62, kProgram, "Input past end of file");
         std::string line;
         do {
             const std::string_view read(buffer_.data() + begin_, end_ - begin_);
@@ -49,25 +121,27 @@ private:
 
 class PlainAppendingFile : public AppendingFile {
 public:
-    explicit PlainAppendingFile(const std::filesystem::path& file) : file_(file, Purpose::Append) {}
+    explicit PlainAppendingFile(const std::filesystem::path& file) : file_(file, kAppend) {}
     void Append(std::string_view text) override { file_.Write(text); }
 
 private:
     RegularFile file_;
 };
 
+class PlainTextFiles final : public TextFiles {
+    std::unique_ptr<TextStream> CreateTextFile(const std::filesystem::path& file) override {
+        return std::make_unique<PlainTextStream>(file, kReplace);
+    }
+    std::unique_ptr<TextStream> OpenTextFile(const std::filesystem::path& file) override {
+        return std::make_unique<PlainTextStream>(file, kRead);
+    }
+    std::unique_ptr<AppendingFile> OpenForAppending(const std::filesystem::path& file) override {
+        return std::make_unique<PlainAppendingFile>(file);
+    }
+};
+
 }  // namespace
 
-std::unique_ptr<TextStream> PlainTextFiles::CreateTextFile(const std::filesystem::path& file) {
-    return std::make_unique<PlainTextStream>(file, Purpose::Replace);
-}
-
-std::unique_ptr<TextStream> PlainTextFiles::OpenTextFile(const std::filesystem::path& file) {
-    return std::make_unique<PlainTextStream>(file, Purpose::Read);
-}
-
-std::unique_ptr<AppendingFile> PlainTextFiles::OpenForAppending(const std::filesystem::path& file) {
-    return std::make_unique<PlainAppendingFile>(file);
-}
+std::unique_ptr<TextFiles> CreateTextFiles() { return std::make_unique<PlainTextFiles>(); }
 
 }  // namespace iqrx::platform::posix

@@ -1,7 +1,8 @@
-#include "platform/posix/xml_document.h"
-
 #include <algorithm>
 #include <pugixml.hpp>
+
+#include "platform/posix/machine_parts.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::posix {
 
@@ -12,14 +13,6 @@ void AppendText(const pugi::xml_node& node, std::string& text) {
         text += child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata ? child.value() : "";
         AppendText(child, text);
     }
-}
-
-// Blanks around a text are layout of the file, not part of it.
-std::string Trimmed(const std::string& text) {
-    constexpr const char* kBlanks = " \t\r\n";
-    const auto first = text.find_first_not_of(kBlanks);
-    if (first == std::string::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
 class PugiDocument : public XmlDocument {
@@ -39,17 +32,19 @@ public:
         if (!node) return std::nullopt;
         std::string text;
         AppendText(node, text);
-        return Trimmed(text);
+        return std::string(Trim(text));  // blanks around it are the file's layout
     }
 
 private:
     pugi::xml_document document_;
 };
 
+class PugiDocumentFactory final : public XmlDocumentFactory {
+    std::unique_ptr<XmlDocument> CreateDocument() override { return std::make_unique<PugiDocument>(); }
+};
+
 }  // namespace
 
-std::unique_ptr<XmlDocument> PugiDocumentFactory::CreateDocument() {
-    return std::make_unique<PugiDocument>();
-}
+std::unique_ptr<XmlDocumentFactory> CreateXmlDocuments() { return std::make_unique<PugiDocumentFactory>(); }
 
 }  // namespace iqrx::platform::posix

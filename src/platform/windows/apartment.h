@@ -1,13 +1,13 @@
 // The thread's entry into COM.
 #pragma once
 
-#include "platform/windows/com.h"
+#include "platform/windows/com_error.h"
 
 namespace iqrx::platform::windows {
 
 // Enters a single-threaded apartment for the rest of the thread's life; its process ends by LeaveProcess.
-// Raises RuntimeError.
-void EnterApartment();
+// Raises RuntimeError. What the call returns for an apartment that was entered before counts as well.
+inline void EnterApartment() { Check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), "CoInitializeEx"); }
 
 // The same for as long as it lives.
 class Apartment {

@@ -1,12 +1,12 @@
 // Owners of what COM hands out: each releases in its destructor.
-// For the source files of the COM edge alone, since it draws in the Windows headers.
+// For the source files of the COM edge only, since it draws in the Windows headers.
 #pragma once
 
 #include <windows.h>
 // After windows.h, whose types it uses.
+#include <ocidl.h>
 #include <oleauto.h>
-// A port has the plain name.
-#undef MessageBox
+#include <olectl.h>
 
 #include <string_view>
 #include <utility>
@@ -61,6 +61,11 @@ public:
 private:
     Interface* pointer_ = nullptr;
 };
+
+// What an object's class is told by, without a call.
+inline const void* MethodTable(const IUnknown* object) {
+    return *reinterpret_cast<const void* const*>(object);
+}
 
 class Bstr {
 public:

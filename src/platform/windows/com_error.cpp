@@ -10,8 +10,6 @@ namespace iqrx::platform::windows {
 
 namespace {
 
-constexpr std::string_view kProgram = "iQRXyQRXSync";
-
 struct Pair {
     HRESULT result;
     std::int32_t number;

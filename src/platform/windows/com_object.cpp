@@ -11,7 +11,7 @@ namespace iqrx::platform::windows {
 namespace {
 
 // The arguments of one call, last first as IDispatch takes them. What a by-reference argument points at lives
-// here, so that the callee's answer can be read back.
+// here, so that what the callee leaves can be read back.
 class CallFrame {
 public:
     explicit CallFrame(std::span<Argument> arguments)
@@ -59,8 +59,6 @@ private:
     std::vector<VARIANT> passed_;  // borrows from storage_
 };
 
-const void* MethodTable(const IDispatch* dispatch) { return *reinterpret_cast<const void* const*>(dispatch); }
-
 }  // namespace
 
 ComObject::ComObject(ComRef<IDispatch> dispatch, std::shared_ptr<ObjectClass> objectClass)
@@ -77,7 +75,8 @@ Value ComObject::Invoke(std::string_view member, std::span<Argument> arguments) 
                           &parameters, &result, &exception, nullptr);
     if (FAILED(called)) throw ErrorOfCall(called, &exception, member);
     frame.ReadBack();
-    return FromVariant(result, [&](ComRef<IDispatch> dispatch) { return Answer(member, std::move(dispatch)); });
+    return FromVariant(result,
+                       [&](ComRef<IDispatch> dispatch) { return Returned(member, std::move(dispatch)); });
 }
 
 void ComObject::Set(std::string_view member, const Value& value) {
@@ -107,9 +106,9 @@ DISPID ComObject::IdOf(std::string_view member) {
     return ids.emplace(member, id).first->second;
 }
 
-ObjectRef ComObject::Answer(std::string_view member, ComRef<IDispatch> dispatch) {
+ObjectRef ComObject::Returned(std::string_view member, ComRef<IDispatch> dispatch) {
     if (ObjectRef own = DispatchAdapter::Inside(dispatch.Get())) return own;
-    auto& known = class_->answers[{std::string(member), MethodTable(dispatch.Get())}];
+    auto& known = class_->returned[{std::string(member), MethodTable(dispatch.Get())}];
     if (!known) known = std::make_shared<ObjectClass>();
     return std::make_shared<ComObject>(std::move(dispatch), known);
 }

@@ -1,4 +1,4 @@
-// COM objects behind the port of late-bound objects. Members are called by name through IDispatch; an object
+// COM objects for the port of late-bound objects. Members are called by name through IDispatch; an object
 // is used on the thread that obtained it.
 #pragma once
 
@@ -11,14 +11,14 @@
 
 namespace iqrx::platform::windows {
 
-// What is known of a class: the ids of its members, and the classes of the objects that its members answer,
-// told apart by the answering member and the object's method table. A member's id is asked for once a class.
+// What is known of a class: the ids of its members, and the classes of the objects that its members return,
+// told apart by the member and the object's method table. A member's id is asked for once a class.
 struct MemberIds {
     std::map<std::string, DISPID, std::less<>> ids;
 };
 struct ObjectClass {
     std::shared_ptr<MemberIds> members = std::make_shared<MemberIds>();
-    std::map<std::pair<std::string, const void*>, std::shared_ptr<ObjectClass>> answers;
+    std::map<std::pair<std::string, const void*>, std::shared_ptr<ObjectClass>> returned;
 };
 
 class ComObject : public Object {
@@ -33,7 +33,7 @@ public:
 
 private:
     DISPID IdOf(std::string_view member);
-    ObjectRef Answer(std::string_view member, ComRef<IDispatch> dispatch);
+    ObjectRef Returned(std::string_view member, ComRef<IDispatch> dispatch);
 
     ComRef<IDispatch> dispatch_;
     std::shared_ptr<ObjectClass> class_;

@@ -11,9 +11,7 @@ namespace iqrx::platform::windows {
 
 namespace {
 
-const void* MethodTable(const IDispatch* dispatch) { return *reinterpret_cast<const void* const*>(dispatch); }
-
-// The process's atoms are the table of names: an atom is a name's id for ever.
+// The process's atoms are the table of names: an atom is a name's id forever.
 std::string NameOf(DISPID id) {
     std::array<wchar_t, 256> name{};
     const UINT length = GetAtomNameW(static_cast<ATOM>(id), name.data(), name.size());
@@ -64,23 +62,9 @@ ComRef<IDispatch> DispatchAdapter::Around(ObjectRef object) {
 ObjectRef DispatchAdapter::Inside(IDispatch* dispatch) {
     // Told by its method table: asking for an interface would be a call into another process for most
     // objects.
-    const auto sample = Around(nullptr);
-    if (dispatch == nullptr || MethodTable(dispatch) != MethodTable(sample.Get())) return nullptr;
+    static const void* const ours = MethodTable(Around(nullptr).Get());
+    if (dispatch == nullptr || MethodTable(dispatch) != ours) return nullptr;
     return static_cast<DispatchAdapter*>(dispatch)->object_;
-}
-
-HRESULT DispatchAdapter::QueryInterface(REFIID iid, void** object) {
-    const bool known = iid == IID_IUnknown || iid == IID_IDispatch;
-    *object = known ? this : nullptr;
-    if (!known) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-}
-
-ULONG DispatchAdapter::Release() {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
 }
 
 HRESULT DispatchAdapter::GetTypeInfoCount(UINT* count) {
@@ -125,11 +109,11 @@ void DispatchAdapter::Call(const std::string& member, const DISPPARAMS& paramete
         arguments[i] = {FromVariant(passed, ObjectOf), (passed.vt & VT_BYREF) != 0};
     }
     const std::vector<Argument> received = arguments;
-    const Value answer = object_->Invoke(member, arguments);
+    const Value returned = object_->Invoke(member, arguments);
     for (UINT i = 0; i < parameters.cArgs; ++i)
         if (arguments[i].byReference && arguments[i].value != received[i].value)
             Store(arguments[i].value, parameters.rgvarg[parameters.cArgs - 1 - i]);
-    if (result != nullptr) ToVariant(answer, *result);
+    if (result != nullptr) ToVariant(returned, *result);
 }
 
 }  // namespace iqrx::platform::windows

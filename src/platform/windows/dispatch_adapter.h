@@ -1,23 +1,18 @@
 // Any object as an IDispatch, for COM objects that are handed one of ours.
 #pragma once
 
-#include <atomic>
 #include <string>
 
 #include "platform/object.h"
-#include "platform/windows/com.h"
+#include "platform/windows/counted.h"
 
 namespace iqrx::platform::windows {
 
-class DispatchAdapter final : public IDispatch {
+class DispatchAdapter final : public Counted<IDispatch> {
 public:
     static ComRef<IDispatch> Around(ObjectRef object);
     // The object inside, when the interface is one of ours in this process; else null.
     static ObjectRef Inside(IDispatch* dispatch);
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override;
 
     HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override;
     HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return DISP_E_BADINDEX; }
@@ -29,11 +24,9 @@ public:
 
 private:
     explicit DispatchAdapter(ObjectRef object) : object_(std::move(object)) {}
-    ~DispatchAdapter() = default;
     void Call(const std::string& member, const DISPPARAMS& parameters, VARIANT* result);
 
     ObjectRef object_;
-    std::atomic<ULONG> references_{1};
 };
 
 }  // namespace iqrx::platform::windows

@@ -4,9 +4,7 @@
 
 #include "platform/date.h"
 #include "platform/windows/com.h"
-#include "platform/windows/message_box.h"
-#include "platform/windows/text_files.h"
-#include "platform/windows/xml_document.h"
+#include "platform/windows/machine_parts.h"
 
 namespace iqrx::platform::windows {
 
@@ -68,16 +66,16 @@ public:
 }  // namespace
 
 struct WindowsMachine::Parts {
-    LocalClock clock;
-    UserLocale locale;
-    StandardTimeZone timeZone;
-    UserMessageBox messageBox;
-    MsxmlDocumentFactory xml;
-    ScriptingTextFiles files;
+    const std::unique_ptr<MessageDisplay> messageBox;
+    LocalClock clock = {};
+    UserLocale locale = {};
+    StandardTimeZone timeZone = {};
+    const std::unique_ptr<XmlDocumentFactory> xml = CreateXmlDocuments();
+    const std::unique_ptr<TextFiles> files = CreateTextFiles();
 };
 
 WindowsMachine::WindowsMachine(Audience audience, std::chrono::milliseconds boxLimit)
-    : parts_(new Parts{{}, {}, {}, UserMessageBox(audience, boxLimit), {}, {}}) {}
+    : parts_(new Parts{CreateMessageBox(audience, boxLimit)}) {}
 
 WindowsMachine::~WindowsMachine() = default;
 
@@ -85,9 +83,9 @@ Machine WindowsMachine::Ports() {
     return {.clock = parts_->clock,
             .locale = parts_->locale,
             .timeZone = parts_->timeZone,
-            .messageBox = parts_->messageBox,
-            .xml = parts_->xml,
-            .files = parts_->files,
+            .messageBox = *parts_->messageBox,
+            .xml = *parts_->xml,
+            .files = *parts_->files,
             .programFolder = ProgramFile().parent_path(),
             .pathSeparator = '\\',
             .lineEnd = "\r\n",

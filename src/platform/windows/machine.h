@@ -1,4 +1,4 @@
-// The Windows machine behind the ports: clock, locale, time zone and message box of Win32, XML documents and
+// The ports of a Windows machine: clock, locale, time zone and message box of Win32, XML documents and
 // text files of the system's own COM components. Its thread has entered an apartment.
 #pragma once
 
@@ -11,7 +11,7 @@ namespace iqrx::platform::windows {
 
 // Who can see a message box.
 enum class Audience {
-    Somebody,  // the box is shown; unanswered it closes by itself, so that no run waits for ever
+    Somebody,  // the box is shown; unanswered it closes by itself, so that no run waits forever
     Nobody,    // the text goes to the debugger's output: a server that COM started has no one to press the
                // button
 };

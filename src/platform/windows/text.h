@@ -6,7 +6,7 @@
 
 namespace iqrx::platform::windows {
 
-std::wstring Wide(std::string_view utf8);  // what is no UTF-8 becomes U+FFFD
+std::wstring Wide(std::string_view utf8);  // what is not UTF-8 becomes U+FFFD
 std::string Utf8(std::wstring_view wide);
 
 }  // namespace iqrx::platform::windows

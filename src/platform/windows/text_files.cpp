@@ -1,9 +1,8 @@
-#include "platform/windows/text_files.h"
-
 #include "platform/conversions.h"
 #include "platform/error.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/com_object.h"
+#include "platform/windows/machine_parts.h"
 
 namespace iqrx::platform::windows {
 
@@ -67,22 +66,24 @@ private:
 
 ObjectRef FileSystem() { return ComObjectFactory().CreateObject("Scripting.FileSystemObject"); }
 
+class ScriptingTextFiles final : public TextFiles {
+    std::unique_ptr<TextStream> CreateTextFile(const std::filesystem::path& file) override {
+        RequireNoLink(file);
+        const bool overwrite = true;
+        return std::make_unique<ScriptingTextStream>(
+            ToObject(Call(*FileSystem(), "CreateTextFile", Utf8(file.native()), overwrite)));
+    }
+    std::unique_ptr<TextStream> OpenTextFile(const std::filesystem::path& file) override {
+        return std::make_unique<ScriptingTextStream>(
+            ToObject(Call(*FileSystem(), "OpenTextFile", Utf8(file.native()), kForReading)));
+    }
+    std::unique_ptr<AppendingFile> OpenForAppending(const std::filesystem::path& file) override {
+        return std::make_unique<AppendedFile>(file);
+    }
+};
+
 }  // namespace
 
-std::unique_ptr<TextStream> ScriptingTextFiles::CreateTextFile(const std::filesystem::path& file) {
-    RequireNoLink(file);
-    const bool overwrite = true;
-    return std::make_unique<ScriptingTextStream>(
-        ToObject(Call(*FileSystem(), "CreateTextFile", Utf8(file.native()), overwrite)));
-}
-
-std::unique_ptr<TextStream> ScriptingTextFiles::OpenTextFile(const std::filesystem::path& file) {
-    return std::make_unique<ScriptingTextStream>(
-        ToObject(Call(*FileSystem(), "OpenTextFile", Utf8(file.native()), kForReading)));
-}
-
-std::unique_ptr<AppendingFile> ScriptingTextFiles::OpenForAppending(const std::filesystem::path& file) {
-    return std::make_unique<AppendedFile>(file);
-}
+std::unique_ptr<TextFiles> CreateTextFiles() { return std::make_unique<ScriptingTextFiles>(); }
 
 }  // namespace iqrx::platform::windows

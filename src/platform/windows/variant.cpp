@@ -1,5 +1,7 @@
 #include "platform/windows/variant.h"
 
+#include <type_traits>
+
 #include "platform/date.h"
 #include "platform/error.h"
 #include "platform/windows/com_error.h"
@@ -9,47 +11,35 @@ namespace iqrx::platform::windows {
 
 namespace {
 
-struct Fill {
-    VARIANT& variant;
+class Fill {
+public:
+    explicit Fill(VARIANT& variant) : variant_(variant) {}
 
-    void operator()(const Empty&) const { variant.vt = VT_EMPTY; }
-    void operator()(const Null&) const { variant.vt = VT_NULL; }
+    void operator()(const Empty&) const { variant_.vt = VT_EMPTY; }
+    void operator()(const Null&) const { variant_.vt = VT_NULL; }
     void operator()(Boolean flag) const {
-        variant.vt = VT_BOOL;
-        variant.boolVal = flag ? VARIANT_TRUE : VARIANT_FALSE;
+        Set(VT_BOOL, variant_.boolVal, flag ? VARIANT_TRUE : VARIANT_FALSE);
     }
-    void operator()(Byte number) const {
-        variant.vt = VT_UI1;
-        variant.bVal = number;
-    }
-    void operator()(Integer number) const {
-        variant.vt = VT_I2;
-        variant.iVal = number;
-    }
-    void operator()(Long number) const {
-        variant.vt = VT_I4;
-        variant.lVal = number;
-    }
-    void operator()(Single number) const {
-        variant.vt = VT_R4;
-        variant.fltVal = number;
-    }
-    void operator()(Double number) const {
-        variant.vt = VT_R8;
-        variant.dblVal = number;
-    }
-    void operator()(Date moment) const {
-        variant.vt = VT_DATE;
-        variant.date = ToAutomationDate(moment);
-    }
-    void operator()(const std::string& text) const {
-        variant.vt = VT_BSTR;
-        variant.bstrVal = Bstr(text).Detach();
-    }
+    void operator()(Byte number) const { Set(VT_UI1, variant_.bVal, number); }
+    void operator()(Integer number) const { Set(VT_I2, variant_.iVal, number); }
+    void operator()(Long number) const { Set(VT_I4, variant_.lVal, number); }
+    void operator()(Single number) const { Set(VT_R4, variant_.fltVal, number); }
+    void operator()(Double number) const { Set(VT_R8, variant_.dblVal, number); }
+    void operator()(Date moment) const { Set(VT_DATE, variant_.date, ToAutomationDate(moment)); }
+    void operator()(const std::string& text) const { Set(VT_BSTR, variant_.bstrVal, Bstr(text).Detach()); }
     void operator()(const ObjectRef& object) const {
-        variant.vt = VT_DISPATCH;
-        variant.pdispVal = object ? DispatchOf(object).Detach() : nullptr;
+        Set(VT_DISPATCH, variant_.pdispVal, object ? DispatchOf(object).Detach() : nullptr);
     }
+
+private:
+    // The type last: what raises before it leaves the variant empty.
+    template <class Member>
+    void Set(VARENUM type, Member& member, std::type_identity_t<Member> value) const {
+        member = value;
+        variant_.vt = static_cast<VARTYPE>(type);
+    }
+
+    VARIANT& variant_;
 };
 
 Value Fitting(long long number) {
@@ -74,7 +64,7 @@ Value AsObject(IUnknown* unknown, const MakeObject& makeObject) {
 
 void ToVariant(const Value& value, VARIANT& variant) {
     VariantClear(&variant);
-    std::visit(Fill{variant}, value);
+    std::visit(Fill(variant), value);
 }
 
 Value FromVariant(const VARIANT& variant, const MakeObject& makeObject) {

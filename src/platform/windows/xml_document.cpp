@@ -1,7 +1,6 @@
-#include "platform/windows/xml_document.h"
-
 #include "platform/conversions.h"
 #include "platform/windows/com_object.h"
+#include "platform/windows/machine_parts.h"
 
 namespace iqrx::platform::windows {
 
@@ -27,10 +26,12 @@ private:
     ObjectRef document_;
 };
 
+class MsxmlDocumentFactory final : public XmlDocumentFactory {
+    std::unique_ptr<XmlDocument> CreateDocument() override { return std::make_unique<MsxmlDocument>(); }
+};
+
 }  // namespace
 
-std::unique_ptr<XmlDocument> MsxmlDocumentFactory::CreateDocument() {
-    return std::make_unique<MsxmlDocument>();
-}
+std::unique_ptr<XmlDocumentFactory> CreateXmlDocuments() { return std::make_unique<MsxmlDocumentFactory>(); }
 
 }  // namespace iqrx::platform::windows

@@ -4,6 +4,7 @@
 
 #include "platform/conversions.h"
 #include "platform/error.h"
+#include "platform/text.h"
 #include "tables/calendars/failure_log.h"
 
 namespace iqrx::tables {
@@ -23,9 +24,8 @@ std::filesystem::path CalcodesFilePath(CopyRun& run) {
     constexpr std::string_view kDateAndEnding = "_YYYYMMDD.log";
     const std::string& log = run.process.runLog.LogFileName();
     if (log.size() < kDateAndEnding.size()) platform::RaiseRuntimeError(platform::kInvalidProcedureCall);
-    const std::string path = log.substr(0, log.size() - kDateAndEnding.size()) +
-                             std::to_string(run.process.settings.currentInstanceNumber) + "_calcodes.txt";
-    return std::u8string(path.begin(), path.end());
+    return platform::Path(log.substr(0, log.size() - kDateAndEnding.size()) +
+                          std::to_string(run.process.settings.currentInstanceNumber) + "_calcodes.txt");
 }
 
 void CreateCalcodesFile(CopyRun& run) {

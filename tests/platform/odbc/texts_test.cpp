@@ -1,26 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "platform/odbc/table.h"
-#include "platform/odbc/utf16.h"
 
 namespace iqrx::platform::odbc {
 namespace {
-
-TEST(Utf16, KeepsEveryCharacterBothWays) {
-    const std::string text = "a\u00e9\u07ff\u0800\u6771\uffff\U00010000\U0001F600\U0010FFFF";
-
-    EXPECT_EQ(ToUtf16(text), u"a\u00e9\u07ff\u0800\u6771\uffff\U00010000\U0001F600\U0010FFFF");
-    EXPECT_EQ(ToUtf8(ToUtf16(text)), text);
-}
-
-TEST(Utf16, ReplacesWhatIsNoText) {
-    EXPECT_EQ(ToUtf16("a\x80z"), u"a\uFFFDz");
-    EXPECT_EQ(ToUtf16("a\xC3"), u"a\uFFFD");
-    EXPECT_EQ(ToUtf16("\xC0\x80"), u"\uFFFD\uFFFD") << "a longer form of a shorter character";
-    EXPECT_EQ(ToUtf16("\xED\xA0\x80"), u"\uFFFD\uFFFD\uFFFD") << "half of a pair";
-    EXPECT_EQ(ToUtf8(std::u16string{u'a', char16_t(0xD83D), u'z'}), "a\uFFFDz");
-    EXPECT_EQ(ToUtf8(std::u16string{char16_t(0xDE00)}), "\uFFFD");
-}
 
 TEST(TableOfASelect, IsTheOneThatItReads) {
     EXPECT_EQ(TableOf("select * from tcccp031 WHERE  1=0"), "tcccp031");

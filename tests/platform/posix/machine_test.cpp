@@ -10,8 +10,6 @@
 #include "platform/date.h"
 #include "platform/error.h"
 #include "platform/posix/environment_variable.h"
-#include "platform/posix/locale.h"
-#include "platform/posix/time_zone.h"
 #include "support/temporary_directory.h"
 
 namespace iqrx::platform::posix {
@@ -32,7 +30,7 @@ protected:
 
 int BiasOf(const char* zone) {
     const ScopedVariable tz("TZ", zone);
-    return StandardTimeZone().BiasMinutes();
+    return PosixMachine().Ports().timeZone.BiasMinutes();
 }
 
 TEST_F(PosixPorts, GiveTheLocalTime) {
@@ -72,7 +70,7 @@ TEST_F(PosixPorts, BiasOfANamedZoneIsItsStandardTimes) {
 // The C library never frees what it reads LOCPATH into, which a leak check at this process's end would report.
 void ExpectCommaInAnotherProcess() {
     const auto check = [] {
-        const bool comma = UserLocale().DecimalSeparator() == ",";
+        const bool comma = PosixMachine().Ports().locale.DecimalSeparator() == ",";
         const bool processUntouched = std::string(std::localeconv()->decimal_point) == ".";
         _exit(comma && processUntouched ? 0 : 1);
     };
@@ -96,7 +94,7 @@ TEST_F(PosixPorts, DecimalSeparatorFollowsTheEnvironmentsLocale) {
 
 TEST_F(PosixPorts, DecimalSeparatorIsThePointInALocaleThatTheMachineLacks) {
     const ScopedVariable all("LC_ALL", "zz_ZZ.nowhere");
-    EXPECT_EQ(UserLocale().DecimalSeparator(), ".");
+    EXPECT_EQ(PosixMachine().Ports().locale.DecimalSeparator(), ".");
 }
 
 TEST_F(PosixPorts, WriteDatesAndTimesInIsoForm) {

@@ -1,4 +1,4 @@
-#include "platform/posix/text_files.h"
+#include "platform/posix/machine.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -23,7 +23,8 @@ protected:
 
     const testing::TemporaryDirectory owned;
     const std::filesystem::path directory = owned.path;
-    PlainTextFiles files;
+    PosixMachine machine;
+    TextFiles& files = machine.Ports().files;
 };
 
 TEST_F(TextFilesOfPosix, AppendToWhatIsThere) {
