@@ -8,38 +8,37 @@ namespace iqrx::engine {
 RecordStatements::RecordStatements(const Table& table, platform::Object& record, const std::string& tableName,
                                    const runtime::SqlLiterals& literals, AskDates askDates)
     : table_(table), record_(record), tableName_(tableName), literals_(literals) {
-    if (const auto* known = dynamic_cast<const erp::Record*>(&record))
-        atHand_ = known->Values(table.Layout());
+    if (const auto* known = dynamic_cast<const erp::Record*>(&record)) atHand_ = known->Values(table.Layout());
+    byColumn_.resize(table.def.columns.size());
     if (askDates == AskDates::InTheirPlace || !table.hasDates) return;
-    std::vector<std::optional<Literal>> dates(table.def.columns.size());
-    for (std::size_t i = 0; i < dates.size(); ++i)
-        if (table.def.columns[i].conversion.kind == erp::FieldKind::Date) dates[i] = ValueOf(i);
-    dates_ = std::move(dates);
+    for (std::size_t i = 0; i < byColumn_.size(); ++i)
+        if (table.def.columns[i].conversion.kind == erp::FieldKind::Date) {
+            ValueOf(i);
+            known_ |= std::uint64_t{1} << i;
+        }
 }
 
 platform::Statement RecordStatements::Fill(const TableStatement& statement) {
     values_.clear();
     values_.reserve(statement.columns.size());
-    kept_.clear();
     AppendValues(statement, values_);
     return {statement.Shape(), tableName_, values_};
 }
 
-void RecordStatements::AppendValues(const TableStatement& statement, std::vector<Literal>& values) {
-    for (const std::size_t column : statement.columns) values.push_back(ValueOf(column));
+const Literal& RecordStatements::ValueOf(std::size_t column) {
+    const std::uint64_t bit = std::uint64_t{1} << column;
+    if ((known_ & bit) != 0) return byColumn_[column];
+    byColumn_[column] = platform::NamingPlace([&] { return Converted(column); },
+                                              [&] { return PlaceOf(table_.def.columns[column]); });
+    if (!atHand_.empty()) known_ |= bit;
+    return byColumn_[column];
 }
 
-Literal RecordStatements::ValueOf(std::size_t index) {
-    if (!dates_.empty() && dates_[index]) return *dates_[index];
+Literal RecordStatements::Converted(std::size_t index) {
     const Column& column = table_.def.columns[index];
-    return platform::NamingPlace([&] { return Converted(column, table_.places[index]); },
-                                 [&] { return PlaceOf(column); });
-}
-
-Literal RecordStatements::Converted(const Column& column, std::size_t place) {
     const Conversion& conversion = column.conversion;
     if (!conversion.asksErp) return conversion.make(Value(), literals_, kept_);
-    if (!atHand_.empty()) return conversion.make(atHand_[place], literals_, kept_);
+    if (!atHand_.empty()) return conversion.make(atHand_[table_.places[index]], literals_, kept_);
     return conversion.make(kept_.emplace_front(record_.Get(column.getter)), literals_, kept_);
 }
 

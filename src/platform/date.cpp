@@ -20,14 +20,15 @@ std::string Padded(int number, std::size_t width) {
     return digits.size() < width ? std::string(width - digits.size(), '0') + digits : digits;
 }
 
-std::optional<int> Digits(std::string_view text) {
-    int number = 0;
-    for (char c : text) {
-        if (c < '0' || c > '9') return std::nullopt;
-        number = number * 10 + (c - '0');
-    }
-    return number;
+// Whether the text has a digit for each 0 of the form and the form's other characters where they are.
+bool HasForm(std::string_view text, std::string_view form) {
+    if (text.size() != form.size()) return false;
+    for (std::size_t i = 0; i < form.size(); ++i)
+        if (form[i] == '0' ? text[i] < '0' || text[i] > '9' : text[i] != form[i]) return false;
+    return true;
 }
+
+int TwoDigits(std::string_view text, std::size_t place) { return (text[place] - '0') * 10 + text[place + 1] - '0'; }
 
 }  // namespace
 
@@ -61,23 +62,18 @@ Date AddMinutes(Date moment, int minutes) { return {moment.secondsSince1970 + mi
 int DaysBetween(Date from, Date to) { return static_cast<int>(FloorDays(to) - FloorDays(from)); }
 
 std::optional<Date> ParseIsoDate(std::string_view text) {
-    if ((text.size() != 10 && text.size() != 19) || text[4] != '-' || text[7] != '-') return std::nullopt;
-    const auto year = Digits(text.substr(0, 4)), month = Digits(text.substr(5, 2)),
-               day = Digits(text.substr(8, 2));
-    if (!year || !month || !day) return std::nullopt;
-    const std::chrono::year_month_day date{std::chrono::year(*year),
-                                           std::chrono::month(static_cast<unsigned>(*month)),
-                                           std::chrono::day(static_cast<unsigned>(*day))};
+    const bool hasTime = HasForm(text, "0000-00-00 00:00:00");
+    if (!hasTime && !HasForm(text, "0000-00-00")) return std::nullopt;
+    CivilTime time{TwoDigits(text, 0) * 100 + TwoDigits(text, 2), TwoDigits(text, 5), TwoDigits(text, 8)};
+    const std::chrono::year_month_day date{std::chrono::year(time.year),
+                                           std::chrono::month(static_cast<unsigned>(time.month)),
+                                           std::chrono::day(static_cast<unsigned>(time.day))};
     if (!date.ok()) return std::nullopt;
-    CivilTime time{*year, *month, *day};
-    if (text.size() == 19) {
-        if (text[10] != ' ' || text[13] != ':' || text[16] != ':') return std::nullopt;
-        const auto hour = Digits(text.substr(11, 2)), minute = Digits(text.substr(14, 2)),
-                   second = Digits(text.substr(17, 2));
-        if (!hour || !minute || !second || *hour > 23 || *minute > 59 || *second > 59) return std::nullopt;
-        time.hour = *hour;
-        time.minute = *minute;
-        time.second = *second;
+    if (hasTime) {
+        time.hour = TwoDigits(text, 11);
+        time.minute = TwoDigits(text, 14);
+        time.second = TwoDigits(text, 17);
+        if (time.hour > 23 || time.minute > 59 || time.second > 59) return std::nullopt;
     }
     return FromCivil(time);
 }

@@ -25,12 +25,24 @@ public:
         Unknown,  // only the server knows what the text means
     };
 
-    Literal() = default;  // Null, written as NULL
-    static Literal Whole(std::int64_t number, const LiteralFrame& frame = kBare);
-    static Literal Real(double number, std::string_view shown = {});
+    Literal() : whole_(0), text_() {}  // Null, written as NULL
+    static Literal Whole(std::int64_t number, const LiteralFrame& frame = kBare) {
+        Literal literal(Kind::Whole, frame);
+        literal.whole_ = number;
+        return literal;
+    }
+    static Literal Real(double number, std::string_view shown = {}) {
+        Literal literal(Kind::Real, kBare, shown);
+        literal.real_ = number;
+        return literal;
+    }
     // The apostrophes of the text are doubled for the server.
-    static Literal Text(std::string_view text, const LiteralFrame& frame = kNational);
-    static Literal Unknown(std::string_view shown, const LiteralFrame& frame = kBare);
+    static Literal Text(std::string_view text, const LiteralFrame& frame = kNational) {
+        return Literal(Kind::Text, frame, text);
+    }
+    static Literal Unknown(std::string_view shown, const LiteralFrame& frame = kBare) {
+        return Literal(Kind::Unknown, frame, shown);
+    }
     // The frame around nothing, which the server reads as this value.
     static Literal Empty(const Literal& value, const LiteralFrame& frame);
 
@@ -48,16 +60,21 @@ public:
     void AppendTo(std::string& sql) const;
 
 private:
+    Literal(Kind kind, const LiteralFrame& frame, std::string_view text = {})
+        : kind_(kind), frame_(&frame), whole_(0), text_(text) {}
+
     Kind kind_ = Kind::Null;
-    bool isEmpty_ = false;  // nothing is shown in the frame
-    std::uint8_t ownSize_ = 0;
-    std::array<char, kOwnSize> own_{};
+    bool isEmpty_ = false;      // nothing is shown in the frame
+    std::uint8_t ownSize_ = 0;  // above 0: the text is own_
+    const LiteralFrame* frame_ = nullptr;
     union {
-        std::int64_t whole_ = 0;
+        std::int64_t whole_;
         double real_;
     };
-    std::string_view text_;
-    const LiteralFrame* frame_ = nullptr;
+    union {
+        std::string_view text_;
+        std::array<char, kOwnSize> own_;
+    };
 };
 
 }  // namespace iqrx::platform

@@ -5,35 +5,6 @@
 
 namespace iqrx::platform {
 
-Literal Literal::Whole(std::int64_t number, const LiteralFrame& frame) {
-    Literal literal;
-    literal.kind_ = Kind::Whole;
-    literal.whole_ = number;
-    literal.frame_ = &frame;
-    return literal;
-}
-
-Literal Literal::Real(double number, std::string_view shown) {
-    Literal literal = Unknown(shown);
-    literal.kind_ = Kind::Real;
-    literal.real_ = number;
-    return literal;
-}
-
-Literal Literal::Text(std::string_view text, const LiteralFrame& frame) {
-    Literal literal = Unknown(text, frame);
-    literal.kind_ = Kind::Text;
-    return literal;
-}
-
-Literal Literal::Unknown(std::string_view shown, const LiteralFrame& frame) {
-    Literal literal;
-    literal.kind_ = Kind::Unknown;
-    literal.text_ = shown;
-    literal.frame_ = &frame;
-    return literal;
-}
-
 Literal Literal::Empty(const Literal& value, const LiteralFrame& frame) {
     Literal literal = value;
     literal.isEmpty_ = true;
@@ -43,7 +14,8 @@ Literal Literal::Empty(const Literal& value, const LiteralFrame& frame) {
 
 Literal Literal::WithItsText() const {
     Literal literal = *this;
-    literal.ownSize_ = static_cast<std::uint8_t>(text_.copy(literal.own_.data(), kOwnSize));
+    literal.own_ = {};
+    literal.ownSize_ = static_cast<std::uint8_t>(TextValue().copy(literal.own_.data(), kOwnSize));
     return literal;
 }
 

@@ -1,5 +1,6 @@
 #include "runtime/sql_literals.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 
@@ -15,11 +16,35 @@ namespace {
 
 constexpr std::size_t kIsoLength = 19;
 
-// With its separator; two digits at least.
-void AppendPadZero(std::string& text, char separator, int number) {
-    text += separator;
-    if (number < 10) text += '0';
-    text += std::to_string(number);
+// The separator and two digits.
+char* PadZero(char* to, char separator, int number) {
+    *to++ = separator;
+    *to++ = static_cast<char>('0' + number / 10);
+    *to++ = static_cast<char>('0' + number % 10);
+    return to;
+}
+
+// Room for any year, and what is written there.
+struct IsoText {
+    explicit IsoText(platform::Date moment) {
+        const platform::CivilTime time = platform::ToCivil(moment);
+        char* end = std::to_chars(room.data(), room.data() + room.size(), time.year).ptr;
+        end = PadZero(PadZero(end, '-', time.month), '-', time.day);
+        end = PadZero(PadZero(PadZero(end, ' ', time.hour), ':', time.minute), ':', time.second);
+        text = {room.data(), static_cast<std::size_t>(end - room.data())};
+    }
+    std::array<char, 32> room;
+    std::string_view text;
+};
+
+// A number that is written with so few digits that all of them are shown, and none with an exponent.
+std::optional<Literal> ShortDecimal(double number) {
+    constexpr std::ptrdiff_t kMostCharacters = 15;
+    std::array<char, kMostCharacters> room;
+    const auto [end, error] =
+        std::to_chars(room.data(), room.data() + room.size(), number, std::chars_format::fixed);
+    if (error != std::errc()) return std::nullopt;
+    return Literal::Real(number, {room.data(), static_cast<std::size_t>(end - room.data())}).WithItsText();
 }
 
 }  // namespace
@@ -35,9 +60,9 @@ Literal SqlLiterals::WrapDateLiteral(std::string_view text) const {
 
 // A year of five digits is none that the servers know.
 Literal SqlLiterals::DateLiteral(platform::Date moment) const {
-    const std::string text = FormatIsoDateTime(moment);
-    const bool known = text.size() == kIsoLength;
-    return (known ? Literal::Text(text, dialect_->date) : Literal::Unknown(text, dialect_->date)).WithItsText();
+    const IsoText iso(moment);
+    const bool known = iso.text.size() == kIsoLength;
+    return (known ? Literal::Text(iso.text, dialect_->date) : Literal::Unknown(iso.text, dialect_->date)).WithItsText();
 }
 
 std::optional<Literal> SqlLiterals::UtcDateLiteral(const platform::Value& local) const {
@@ -58,6 +83,7 @@ Literal SqlLiterals::FormatDecimal(platform::Double number) const {
     constexpr double kFirstWithAnExponent = 1e15;
     if (std::abs(number) < kFirstWithAnExponent && number == std::trunc(number))
         return Literal::Whole(static_cast<std::int64_t>(number));
+    if (const auto literal = ShortDecimal(number)) return *literal;
     const std::string text = platform::NumberText(number);
     double rounded = number;  // to the digits that are shown
     std::from_chars(text.data(), text.data() + text.size(), rounded);
@@ -74,14 +100,7 @@ Literal UnescapedName(std::string_view name) {
 }
 
 std::string FormatIsoDateTime(platform::Date moment) {
-    const platform::CivilTime time = platform::ToCivil(moment);
-    std::string text = std::to_string(time.year);
-    AppendPadZero(text, '-', time.month);
-    AppendPadZero(text, '-', time.day);
-    AppendPadZero(text, ' ', time.hour);
-    AppendPadZero(text, ':', time.minute);
-    AppendPadZero(text, ':', time.second);
-    return text;
+    return std::string(IsoText(moment).text);
 }
 
 std::string MaxKeyString(int count) { return std::string(static_cast<std::size_t>(count), '\x7f'); }

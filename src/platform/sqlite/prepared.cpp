@@ -80,7 +80,10 @@ void Prepared::Bind(int place, const Value& value) {
 
 void Prepared::BindAll(std::span<const Literal* const> literals, bool copy) {
     int place = 0;
-    for (const Literal* literal : literals) Bind(++place, *literal, copy);
+    for (const Literal* literal : literals) {
+        ++place;
+        if (literal) Bind(place, *literal, copy);
+    }
 }
 
 bool Prepared::Step() {

@@ -33,7 +33,7 @@ public:
     // until it is reset.
     void Bind(int place, const Literal& literal, bool copy = false);
     void Bind(int place, const Value& value);
-    void BindAll(std::span<const Literal* const> literals, bool copy = false);
+    void BindAll(std::span<const Literal* const> literals, bool copy = false);  // null: stays bound
 
     bool Step();  // true: a row is there; false: done. Raises, and then the statement is reset.
     void Reset();

@@ -8,32 +8,42 @@ StatementCache::StatementCache(Database& database, const ControlTables& controlT
     : database_(database), controlTables_(controlTables), capacity_(capacity) {}
 
 Found StatementCache::Find(const platform::Statement& statement) {
-    found_.clear();
-    if (!statement.CanBeBound()) {
-        auto program = ProgramOf(statement.Text(), Tokenize(statement.Text(), literals_));
-        for (const Literal& literal : literals_.Items()) found_.push_back(&literal);
-        return {std::move(program), found_};
-    }
+    if (!statement.CanBeBound()) return FindText(statement.Text());
     const Form& form = FormOf(statement);
+    Program& program = *form.program;
     const std::span<const Literal> values = statement.Values();
-    std::size_t sets = 0;
-    do {
-        for (std::size_t i = 0; i < form.holes.size(); ++i)
-            found_.push_back(form.holes[i] ? &values[sets * form.values + *form.holes[i]]
-                                           : &form.literals.Items()[i]);
-        ++sets;
-    } while (sets * form.values < values.size());
+    const std::size_t places = form.holes.size(), sets = form.values > 0 ? values.size() / form.values : 1;
+    // The steps of a batch share statements, and a large result is read through another one: they bind all that they need.
+    const bool isBound =
+        program.boundBy == &form && program.translation.steps.size() == 1 && !program.translation.isSelect;
+    found_.resize(sets * places);
+    for (std::size_t set = 0; set < sets; ++set)
+        for (std::size_t i = 0; i < places; ++i)
+            found_[set * places + i] = form.holes[i] ? &values[set * form.values + *form.holes[i]]
+                                       : isBound     ? nullptr
+                                                     : &form.literals.Items()[i];
+    program.boundBy = &form;
     return {form.program, found_, sets};
+}
+
+Found StatementCache::FindText(std::string_view text) {
+    const auto& program = ProgramOf(text, Tokenize(text, literals_));
+    program->boundBy = nullptr;
+    found_.clear();
+    for (const Literal& literal : literals_.Items()) found_.push_back(&literal);
+    return {program, found_};
 }
 
 const StatementCache::Form& StatementCache::FormOf(const platform::Statement& statement) {
     const platform::Shape& shape = statement.Form();
     for (const auto& form : forms_)
-        if (form->key == shape.Key() && form->opening == shape.opening.data() &&
-            form->table == statement.Table())
+        if (form->key == shape.Key() && form->opening == shape.opening.data() && form->table == statement.Table())
             return *form;
     auto form = Cut(statement);
-    if (forms_.size() == capacity_) forms_.pop_back();
+    if (forms_.size() == capacity_) {
+        forms_.back()->program->boundBy = nullptr;
+        forms_.pop_back();
+    }
     return **forms_.insert(forms_.begin(), std::move(form));
 }
 
@@ -64,7 +74,7 @@ std::unique_ptr<StatementCache::Form> StatementCache::Cut(const platform::Statem
     return form;
 }
 
-std::shared_ptr<Program> StatementCache::ProgramOf(std::string_view text, const std::vector<Token>& tokens) {
+const std::shared_ptr<Program>& StatementCache::ProgramOf(std::string_view text, const std::vector<Token>& tokens) {
     const std::string shape = ShapeOf(text, tokens);
     for (const auto& program : programs_)
         if (program->shape == shape) return program;

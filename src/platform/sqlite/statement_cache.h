@@ -21,11 +21,13 @@ struct Program {
     std::vector<Prepared> statements;  // of the translation, in its order
     std::vector<Column> columns;       // of a select
     bool touchesControlTable = false;
+    const void* boundBy = nullptr;  // the form whose own literals are bound
 };
 
-// A program and what its places are bound to, one set after the other; valid until the next one is found.
+// A program and what its places are bound to, one set after the other: null where that is bound already. Valid until the
+// next one is found.
 struct Found {
-    std::shared_ptr<Program> program;
+    const std::shared_ptr<Program>& program;
     std::span<const Literal* const> literals;
     std::size_t sets = 1;
 
@@ -55,9 +57,10 @@ private:
         Literals literals;  // of the sample: those that are no holes are the shape's own
     };
 
+    Found FindText(std::string_view text);
     const Form& FormOf(const platform::Statement& statement);
     std::unique_ptr<Form> Cut(const platform::Statement& statement);
-    std::shared_ptr<Program> ProgramOf(std::string_view text, const std::vector<Token>& tokens);
+    const std::shared_ptr<Program>& ProgramOf(std::string_view text, const std::vector<Token>& tokens);
     std::shared_ptr<Program> Prepare(std::string_view text, const std::vector<Token>& tokens);
 
     Database& database_;
