@@ -8,6 +8,7 @@
 #include <functional>
 #include <stdexcept>
 
+#include "sample/sample.h"
 #include "site.h"
 
 namespace iqrx::bench {
@@ -135,8 +136,9 @@ struct Figures {
         cpuRatio.push_back(copied.cpu / looped.cpu);
         state.SetIterationTime(copied.wall);
     }
-    void Report(benchmark::State& state, double rows) const {
+    void Report(benchmark::State& state, double rows, double wanted) const {
         state.counters["us_a_row"] = Median(copy) / rows * 1e6;
+        state.counters["wanted"] = wanted;
         state.counters["plain_us"] = Median(plain) / rows * 1e6;
         state.counters["ratio"] = Median(ratio);
         state.counters["cpu_ratio"] = Median(cpuRatio);
@@ -156,8 +158,9 @@ Seconds PlainLoop(const Site& site, const Subject& subject) {
     return seconds;
 }
 
-// Every row is new: an UPDATE that finds nothing and an INSERT each.
-void FullCopy(benchmark::State& state, const Subject& subject) {
+// Every row is new: an UPDATE that finds nothing and an INSERT each. `wanted` is the ratio of processor time
+// that a copy should come to.
+void FullCopy(benchmark::State& state, const Subject& subject, double wanted, bool traced) {
     const std::vector<Row> rows = Rows(subject, state.range(0));
     Site site;
     site.WriteCsv(subject.table + ".csv", subject.fields, rows);
@@ -166,27 +169,37 @@ void FullCopy(benchmark::State& state, const Subject& subject) {
         site.RenewDatabase();
         const Seconds plain = PlainLoop(site, subject);
         site.RenewDatabase();
-        figures.Add(state, site.Copy(subject.id, true), plain);
+        figures.Add(state, site.Copy(subject.id, true, traced), plain);
     }
-    figures.Report(state, static_cast<double>(rows.size()));
+    figures.Report(state, static_cast<double>(rows.size()), wanted);
 }
 
-BENCHMARK_CAPTURE(FullCopy, service_types, kServiceTypes)
-    ->Arg(200000)
-    ->UseManualTime()
-    ->Iterations(5)
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(FullCopy, addresses, kAddresses)
-    ->Arg(100000)
-    ->UseManualTime()
-    ->Iterations(5)
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(FullCopy, service_objects, kServiceObjects)
-    ->Arg(100000)
-    ->UseManualTime()
-    ->Iterations(5)
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(FullCopy, orders, kOrders)->Arg(100000)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
+// A day's changes over twice as many orders; each is read, written and logged for the applications.
+void IncrementalCopy(benchmark::State& state) {
+    const long changes = static_cast<long>(state.range(0));
+    Site site;
+    sample::WriteSample(site.Extract(), {.orders = 2 * changes, .changes = changes});
+    site.Copy(kOrders.id, true);
+    std::vector<double> seconds;
+    for (auto _ : state) {
+        site.SetLastUpdate(kOrders.table, "1970-01-01 00:00:01");
+        const Seconds copied = site.Copy(kOrders.id, false);
+        seconds.push_back(copied.cpu);
+        state.SetIterationTime(copied.wall);
+    }
+    state.counters["us_a_row"] = Median(seconds) / static_cast<double>(changes) * 1e6;
+    state.counters["wanted_us"] = 9;
+}
+
+void Steady(benchmark::internal::Benchmark* benchmark) {
+    benchmark->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
+}
+BENCHMARK_CAPTURE(FullCopy, service_types, kServiceTypes, 1.15, false)->Arg(200000)->Apply(Steady);
+BENCHMARK_CAPTURE(FullCopy, addresses, kAddresses, 1.2, false)->Arg(200000)->Apply(Steady);
+BENCHMARK_CAPTURE(FullCopy, service_objects, kServiceObjects, 1.3, false)->Arg(300000)->Apply(Steady);
+BENCHMARK_CAPTURE(FullCopy, orders, kOrders, 1.4, false)->Arg(200000)->Apply(Steady);
+BENCHMARK_CAPTURE(FullCopy, service_types_traced, kServiceTypes, 2.0, true)->Arg(200000)->Apply(Steady);
+BENCHMARK(IncrementalCopy)->Arg(50000)->Apply(Steady);
 
 }  // namespace
 }  // namespace iqrx::bench

@@ -52,8 +52,11 @@ void Site::WriteCsv(const std::string& file, const std::vector<std::string>& hea
     for (const Row& row : rows) write(row);
 }
 
-Seconds Site::Copy(int tableId, bool full) {
-    hosting::Composition parts({});
+Seconds Site::Copy(int tableId, bool full, bool traced) {
+    hosting::Surroundings surroundings;
+    if (traced) surroundings.trace = directory_ / "trace.jsonl";
+    if (traced) fs::remove(*surroundings.trace);
+    hosting::Composition parts(surroundings);
     control::Process process(parts.Ports(std::cerr));
     std::ostringstream request;
     request << "Provider=SQLite;Data Source=" << Database().string() << "{}{}" << tableId << "{}"

@@ -24,8 +24,9 @@ public:
     void WriteCsv(const std::string& file, const std::vector<std::string>& header,
                   const std::vector<Row>& rows);
 
-    // One request of the service in this process. Raises std::runtime_error when it does not complete.
-    Seconds Copy(int tableId, bool full);
+    // One request of the service in this process, its statements traced or not. Raises std::runtime_error
+    // when it does not complete.
+    Seconds Copy(int tableId, bool full, bool traced = false);
     void SetLastUpdate(const std::string& table, const std::string& moment);
 
 private:

@@ -11,7 +11,7 @@ cmake --build --preset release --target \
 
 quiet=(--benchmark_color=false)
 echo "== Full copies against the plain prepared loop (ratio: time, cpu_ratio: processor time)"
-build/release/copy_bench "${quiet[@]}"
+build/release/copy_bench --benchmark_format=json | python3 bench/copy_table.py
 echo
 echo "== Whole processes"
 python3 bench/whole_process.py build/release

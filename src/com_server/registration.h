@@ -3,7 +3,7 @@
 
 namespace iqrx::hosting::windows {
 
-// For every user of the machine, or for this user alone when the process may not write there. Registering
+// For every user of the machine, or for this user only when the process may not write there. Registering
 // again renews the entries. Raises RuntimeError.
 void RegisterServer();
 

@@ -89,7 +89,7 @@ clsDataCopy::Result clsDataCopy::CopyTable(const CopyRequest& request) {
         return kFailed;
     }
     FreeTable(tableName);
-    // Not before: a box may stand on the screen for as long as nobody answers it.
+    // Not before: a box may stand on the screen for as long as nobody closes it.
     if (isUnknownTable_) process_.machine.messageBox.Show(process_.messages.GetI18nText("SLBL0302"));
     return kDone;
 }

@@ -1,4 +1,4 @@
-// How a getter's answer becomes an SQL literal: one conversion per kind. A Null answer raises "invalid use of
+// How a getter's value becomes an SQL literal: one conversion per kind. Null raises "invalid use of
 // Null" in every kind but a date, which is written as NULL.
 #pragma once
 
@@ -19,7 +19,7 @@ struct Conversion {
     // The literal may borrow the text of the value or of one that it keeps.
     using Make = Literal (*)(const Value& value, const runtime::SqlLiterals& literals, KeptValues& kept);
     Make make = nullptr;
-    erp::FieldKind kind = erp::FieldKind::Text;  // what the ERP answers
+    erp::FieldKind kind = erp::FieldKind::Text;  // what the ERP returns
     bool asksErp = true;                         // false: the literal is the same whatever the record holds
 };
 
@@ -34,7 +34,7 @@ Literal Whole16Literal(const Value& value, const runtime::SqlLiterals& literals,
 Literal UtcDateLiteral(const Value& value, const runtime::SqlLiterals& literals, KeptValues& kept);
 Literal EmptyTextLiteral(const Value& value, const runtime::SqlLiterals& literals, KeptValues& kept);
 
-// Quoted text, and the same of a whole number that the ERP answers as such.
+// Quoted text, and the same of a whole number that the ERP returns as such.
 inline constexpr Conversion kText{TextLiteral, erp::FieldKind::Text};
 inline constexpr Conversion kQuotedWhole{TextLiteral, erp::FieldKind::Whole};
 // 1 is written as 1, any other value as 0: the ERP's "no" is 2.

@@ -141,11 +141,10 @@ ObjectRef FetchByKeyRange(const Table& table, Object& manager) {
     return enumerator.Is<ObjectRef>() ? enumerator.As<ObjectRef>() : ObjectRef();
 }
 
-void ForEachRecord(HeldObjects& held, const std::function<void(Object& record)>& act) {
-    while (IsTrue(held.enumerator->Get("hasMoreElements"))) {
-        held.record = platform::ToObject(held.enumerator->Get("nextElement"));
-        act(*held.record);
-    }
+Object* HeldObjects::NextRecord() {
+    if (!IsTrue(enumerator->Get("hasMoreElements"))) return nullptr;
+    record = platform::ToObject(enumerator->Get("nextElement"));
+    return record.get();
 }
 
 void Mark(const TableCall& call) { call.run.Database().Execute(kMark.On(call.tableName)); }

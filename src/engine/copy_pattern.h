@@ -24,7 +24,8 @@ void FullCopy(const TableCall& call, const Table& table, UpsertRoutine* upsert);
 struct HeldObjects {
     ObjectRef manager, enumerator, record;
 
-    void LetGo();  // of all but the manager
+    Object* NextRecord();  // of the enumerator, held from now on; null after the last
+    void LetGo();          // of all but the manager
 };
 // The frame of a full copy around a table's own way with its records: a manager that knows the run parameter
 // is created before and closed after it.
@@ -50,7 +51,7 @@ void IncrementalCopy(const TableCall& call, const Table& table, UpsertRoutine* u
 // UPDATE by key and, when no row was affected, INSERT; counts what it did.
 void Upsert(const TableCall& call, const Table& table, Object& record);
 void Upsert(const TableCall& call, const Table& table, const TableStatement& update, Object& record);
-// The statement that removes an element's row, which asks for the key alone; the number of rows affected.
+// The statement that removes an element's row, which asks for the key only; the number of rows affected.
 platform::Long Remove(const TableCall& call, const Table& table, Object& element);
 
 // The pieces of the pattern, for the tables that depart from it.
@@ -60,7 +61,10 @@ ObjectRef RegisterManager(CopyRun& run, const ObjectRef& manager);
 // Nothing where the ERP returns none.
 ObjectRef FetchByKeyRange(const Table& table, Object& manager);
 // Every record of the enumerator that is held.
-void ForEachRecord(HeldObjects& held, const std::function<void(Object& record)>& act);
+template <class Act>
+void ForEachRecord(HeldObjects& held, Act act) {
+    while (Object* record = held.NextRecord()) act(*record);
+}
 void Mark(const TableCall& call);
 void Sweep(const TableCall& call);
 // Every copied record counts as inserted.

@@ -1,4 +1,4 @@
-// The check behind Checked(); include engine/table.h instead.
+// The check that Checked() makes; include engine/table.h instead.
 #pragma once
 
 #include <array>

@@ -11,7 +11,7 @@
 
 namespace iqrx::erp {
 
-// What a getter answers: text, a whole number, a real number or a date; every kind but text may be Null.
+// What a getter returns: text, a whole number, a real number or a date; every kind but text may be Null.
 enum class FieldKind { Text, Whole, Real, Date };
 
 struct FieldLayout {
@@ -37,13 +37,13 @@ public:
     virtual std::span<const platform::Value> Values(const TableLayout& layout) const = 0;
 };
 
-// A manager answers
+// A manager has the members
 //   SetRunParameter(text), CloseManager(),
 //   GetByKeyRange(from, to, ...)  a (from, to) pair per key field; an enumerator or Nothing,
 //   GetByStatusRange(keyFrom, keyTo, statusFrom, statusTo)  likewise, for the tables that have a status,
 //   ListObjects(configuration, object, objectNumber, pageSize, callId, setComplete)  service objects only: a
 //   page.
-// An enumerator answers hasMoreElements() and nextElement(); a record answers the getters of its layout.
+// An enumerator has hasMoreElements() and nextElement(); a record has the getters of its layout.
 class Erp {
 public:
     virtual ~Erp() = default;

@@ -37,8 +37,8 @@ Result Converted(const CommandLine& line, ArgumentIndex index, Result (*convert)
             messages.GetI18nText("SLBL0026") + "\r\n");
 }
 
-// Weak on purpose: the comparison converts the argument first, so that a text that is no number fails there
-// with the conversion's own error, and any number passes.
+// Weak on purpose: the comparison converts the argument first, so that a text that is not a number fails
+// there with the conversion's own error, and any number passes.
 void RequireOneOrTwo(runtime::MessageCatalog& messages, std::string_view label, const CommandLine& line,
                      ArgumentIndex index) {
     const platform::Double number = Converted(line, index, platform::ToDouble);

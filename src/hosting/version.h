@@ -6,7 +6,7 @@
 
 namespace iqrx::hosting {
 
-// What a program answers to --version: its name and the version.
+// What a program says to --version: its name and the version.
 std::string VersionLine(std::string_view program);
 
 }  // namespace iqrx::hosting

@@ -30,7 +30,7 @@ using Errors = std::vector<ErrorEntry>;
 // when it is reported done. Names in lower case, without a schema.
 using ControlTables = std::set<std::string, std::less<>>;
 
-// What connections and recordsets answer to calls that their state does not allow: the numbers that ADO has
+// How connections and recordsets refuse calls that their state does not allow: the numbers that ADO has
 // for them.
 enum RecordsetError : std::int32_t {
     kNoCurrentRecord = -2146825267,

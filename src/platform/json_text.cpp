@@ -1,5 +1,6 @@
 #include "platform/json_text.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -10,6 +11,9 @@
 namespace iqrx::platform {
 
 namespace {
+
+// What stands in JSON as it is, of ASCII.
+bool IsPlain(char c) { return c >= 0x20 && c != '"' && c != '\\' && static_cast<unsigned char>(c) < 0x80; }
 
 void AppendAscii(std::string& json, char c) {
     constexpr std::string_view kEscaped = "\"\\\n\r\t", kLetters = "\"\\nrt", kHex = "0123456789abcdef";
@@ -50,6 +54,10 @@ std::string JsonText(std::string_view text) {
     std::string json = "\"";
     json.reserve(text.size() + 2);
     while (!text.empty()) {
+        const auto plain = static_cast<std::size_t>(std::ranges::find_if_not(text, IsPlain) - text.begin());
+        json.append(text.substr(0, plain));
+        text.remove_prefix(plain);
+        if (text.empty()) break;
         const char32_t character = TakeCharacter(text);
         if (character < 0x80)
             AppendAscii(json, static_cast<char>(character));

@@ -1,4 +1,4 @@
-// A value in a statement: the text that a server gets and, where it is known, the value behind it.
+// A value in a statement: the text that a server gets and, where it is known, the value that this is.
 #pragma once
 
 #include <array>

@@ -20,7 +20,7 @@ struct WriteGroupLimits {
     std::chrono::milliseconds time{100};  // how long a group stays open
     std::int64_t writes = 100'000;        // how many writes it holds
     // A thread that ends the group in time when no further call comes. Without it the time is looked at
-    // with each write only: for drivers that one thread alone may call.
+    // with each write only: for drivers that only one thread may call.
     bool timer = true;
 
     // Room for other writers: a pause after each group, as a share of the time that it was open, and, once

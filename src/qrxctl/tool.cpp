@@ -120,7 +120,7 @@ int Complain(const std::string& what, int code) {
     return code;
 }
 
-// A word that is no command is looked for last by the library, which then misses a command first.
+// A word that is not a command is looked for last by the library, which then misses a command first.
 std::string WhatIsWrong(const CLI::App& app, const CLI::ParseError& error) {
     const std::vector<std::string> unknown = app.remaining();
     if (app.get_subcommands().empty() && !unknown.empty())

@@ -27,7 +27,7 @@ private:
 
 // Replaces every occurrence of a placeholder such as "%1".
 std::string Fill(std::string text, std::string_view placeholder, std::string_view value);
-// Replaces the first occurrence alone.
+// Replaces the first occurrence only.
 std::string FillFirst(std::string text, std::string_view placeholder, std::string_view value);
 
 }  // namespace iqrx::runtime

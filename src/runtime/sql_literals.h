@@ -29,7 +29,7 @@ public:
     Literal WrapDateLiteral(std::string_view text) const;
 
     // The UTC literal of a local date. Nothing for Null, for a moment of 1970-01-01 00:00:00 or before, and
-    // for a value that is no date: callers write NULL.
+    // for a value that is not a date: callers write NULL.
     std::optional<Literal> UtcDateLiteral(const platform::Value& local) const;
 
     Literal CurrentTimeLiteral() const;  // the present local time

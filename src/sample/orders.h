@@ -38,7 +38,7 @@ struct Order {
     std::vector<Activity> activities{};  // at least one; each has an order line
 };
 
-// An order as it stands in the morning, or a new one of that moment when the index lies behind the last.
+// An order as it stands in the morning, or a new one of that moment when the index lies after the last.
 Order MakeOrder(const World& world, long index, platform::Date now);
 
 // One step of the order's life at that moment: on to the next status, with another engineer while it is being

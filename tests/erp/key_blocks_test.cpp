@@ -42,6 +42,15 @@ protected:
     }
 };
 
+TEST_F(OneRecord, IsFoundWhileAnotherEnumerationIsHeld) {
+    WriteTypes({1, 1, 2});
+    const ObjectRef manager = erp->CreateManager(kTypeTexts);
+    const ObjectRef held = platform::ToObject(Call(*manager, "GetByKeyRange", Key(1), Key(1)));
+    held->Get("nextElement");
+    EXPECT_EQ(Fetch(*manager, Key(2)), Texts{"line one\nof 2"});
+    EXPECT_EQ(Collect(Value(held), "getServiceTypeDescription"), Texts{"line one\nof 1"});
+}
+
 TEST_F(OneRecord, IsFoundInAFileInKeyOrder) {
     WriteTypes(InKeyOrder());
     ExpectEveryKeyFound();

@@ -87,6 +87,7 @@ Value Manager::Invoke(std::string_view member, std::span<Argument> arguments) {
         ExpectArguments(arguments, 0);
         listings_.Close();
         keyBlocks_.reset();
+        keyRows_.reset();
         file_.reset();
         return {};
     }
@@ -151,7 +152,11 @@ Value Manager::Select(KeyRanges keys, std::optional<KeyRange> status) {
 Value Manager::SelectByKey(const std::string& key, KeyRanges ranges) {
     if (!keyBlocks_) keyBlocks_.emplace(Rows(RecordsFile(), layout_.fields));
     const auto keep = [ranges = std::move(ranges)](const Rows& row) { return Contain(ranges, row); };
-    return EnumeratorOver({{RecordsFile(), layout_.fields, keyBlocks_->Holding(key)}, keep});
+    // An enumeration that is still held goes on in rows of its own.
+    if (!keyRows_ || keyRows_.use_count() > 1)
+        keyRows_ = std::make_shared<Rows>(RecordsFile(), layout_.fields);
+    keyRows_->Restart(keyBlocks_->Holding(key));
+    return EnumeratorOver({keyRows_, keep});
 }
 
 Value Manager::EnumeratorOver(Records records) const {

@@ -37,6 +37,7 @@ private:
     Listings listings_;
     std::shared_ptr<SourceFile> file_;    // from the first request on
     std::optional<KeyBlocks> keyBlocks_;  // from the first fetch of one record on
+    std::shared_ptr<Rows> keyRows_;       // likewise: the file's header is read once
 };
 
 }  // namespace iqrx::erp::extract

@@ -9,7 +9,7 @@
 
 namespace iqrx::erp::extract {
 
-// What a field answers that a row does not carry: the empty text, 0 or a Null date.
+// What a field holds that a row does not carry: the empty text, 0 or a Null date.
 platform::Value MissingValue(FieldKind kind);
 
 class Record final : public erp::Record {

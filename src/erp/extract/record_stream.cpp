@@ -13,16 +13,16 @@ constexpr std::size_t kRecordsKept = 3;
 
 }  // namespace
 
-Records::Records(Rows rows, Keep keep, std::function<void()> atEnd)
+Records::Records(std::shared_ptr<Rows> rows, Keep keep, std::function<void()> atEnd)
     : rows_(std::move(rows)), keep_(std::move(keep)), atEnd_(std::move(atEnd)) {}
 
 bool Records::Read(Record& record) {
     do {
-        if (rows_.Next()) continue;
+        if (rows_->Next()) continue;
         if (const auto atEnd = std::exchange(atEnd_, nullptr)) atEnd();
         return false;
-    } while (!keep_(rows_));
-    rows_.Decode(record);
+    } while (!keep_(*rows_));
+    rows_->Decode(record);
     return true;
 }
 

@@ -23,12 +23,14 @@ public:
     using Keep = std::function<bool(const Rows& row)>;
 
     // `atEnd` is called once, when there are no more rows.
-    Records(Rows rows, Keep keep, std::function<void()> atEnd = {});
+    Records(Rows rows, Keep keep, std::function<void()> atEnd = {})
+        : Records(std::make_shared<Rows>(std::move(rows)), std::move(keep), std::move(atEnd)) {}
+    Records(std::shared_ptr<Rows> rows, Keep keep, std::function<void()> atEnd = {});
     bool Read(Record& record) override;
-    const Rows& Row() const { return rows_; }
+    const Rows& Row() const { return *rows_; }
 
 private:
-    Rows rows_;
+    std::shared_ptr<Rows> rows_;
     Keep keep_;
     std::function<void()> atEnd_;
 };

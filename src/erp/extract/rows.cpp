@@ -78,7 +78,13 @@ Rows::Rows(std::shared_ptr<SourceFile> file, std::span<const FieldLayout> fields
 
 Rows::Rows(std::shared_ptr<SourceFile> file, std::span<const FieldLayout> fields, std::vector<Run> runs)
     : Rows(std::move(file), fields) {
+    Restart(std::move(runs));
+}
+
+void Rows::Restart(std::vector<Run> runs) {
     runs_ = std::move(runs);
+    nextRun_ = 0;
+    runEnd_ = 0;
 }
 
 Rows::Rows(std::shared_ptr<SourceFile> file, std::span<const FieldLayout> fields,

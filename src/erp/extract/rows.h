@@ -30,6 +30,7 @@ public:
     Rows(std::shared_ptr<SourceFile> file, std::span<const FieldLayout> fields);
     // Only these runs, in their order.
     Rows(std::shared_ptr<SourceFile> file, std::span<const FieldLayout> fields, std::vector<Run> runs);
+    void Restart(std::vector<Run> runs);  // other runs from now on
     // A header that has the needed columns will do; the fields without one are not read.
     Rows(std::shared_ptr<SourceFile> file, std::span<const FieldLayout> fields,
          const std::vector<std::string_view>& needed);

@@ -35,7 +35,7 @@ void CheckFile(const fs::path& file, bool mayCreate) {
 }
 
 // The library counts its memory under a lock, some seven times a statement, for statistics that nobody here
-// reads. It takes the setting before its first use alone; afterwards this does nothing.
+// reads. It takes the setting before its first use only; afterwards this does nothing.
 void LeaveMemoryUncounted() {
     static const int result = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
     static_cast<void>(result);

@@ -16,7 +16,7 @@ class Database {
 public:
     // Opens the file for reading and writing; it must exist unless it may be created. Waits for other
     // processes' locks, looking often, without a limit unless one is set. One thread at a time may use the
-    // handle. Raises, naming the file, when it can't be opened, written or is no database.
+    // handle. Raises, naming the file, when it can't be opened, written or is not a database.
     enum class IfMissing { Fail, Create };
     Database(const std::filesystem::path& file, IfMissing ifMissing, WaitNotice notice = {});
 

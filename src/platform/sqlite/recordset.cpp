@@ -62,6 +62,7 @@ void SqliteRecordset::Close() {
 
 bool SqliteRecordset::ReadChunk(Prepared& statement) {
     chunk_.clear();
+    chunk_.reserve(Columns().size());
     rowCount_ = row_ = 0;
     isDeleted_ = false;
     while (rowCount_ < kRowsPerChunk) {
@@ -70,9 +71,10 @@ bool SqliteRecordset::ReadChunk(Prepared& statement) {
             return false;
         }
         // A changed schema shows at the first step only.
-        if (statement.ColumnCount() != columns_.size()) columns_ = statement.Columns();
-        for (std::size_t i = 0; i < columns_.size(); ++i)
-            chunk_.push_back(statement.Field(static_cast<int>(i), columns_[i].type));
+        if (statement.ColumnCount() != Columns().size())
+            columns_ = std::make_shared<const std::vector<Column>>(statement.Columns());
+        for (std::size_t i = 0; i < Columns().size(); ++i)
+            chunk_.push_back(statement.Field(static_cast<int>(i), Columns()[i].type));
         ++rowCount_;
     }
     isLastChunk_ = false;
@@ -123,8 +125,8 @@ void SqliteRecordset::MoveNext() {
 }
 
 Value SqliteRecordset::Field(std::string_view name) {
-    for (std::size_t i = 0; i < columns_.size(); ++i)
-        if (EqualIgnoringCase(columns_[i].name, name)) return Field(static_cast<int>(i));
+    for (std::size_t i = 0; i < Columns().size(); ++i)
+        if (EqualIgnoringCase(Columns()[i].name, name)) return Field(static_cast<int>(i));
     return Call([&](Session&) -> Value {
         CheckOpen();
         RaiseRecordsetError(kItemNotFound, "The result has no column \"" + std::string(name) + "\"");
@@ -132,12 +134,12 @@ Value SqliteRecordset::Field(std::string_view name) {
 }
 
 Value SqliteRecordset::Field(int position) {
-    if (Eof() || isDeleted_ || position < 0 || static_cast<std::size_t>(position) >= columns_.size())
+    if (Eof() || isDeleted_ || position < 0 || static_cast<std::size_t>(position) >= Columns().size())
         Call([&](Session&) {
             CheckRow();
             CheckPosition(position);
         });
-    return chunk_[row_ * columns_.size() + static_cast<std::size_t>(position)];
+    return chunk_[row_ * Columns().size() + static_cast<std::size_t>(position)];
 }
 
 void SqliteRecordset::AddNew() {
@@ -149,7 +151,7 @@ void SqliteRecordset::AddNew() {
 }
 
 void SqliteRecordset::SetField(int position, const Value& value) {
-    if (!isAdding_ || position < 0 || static_cast<std::size_t>(position) >= columns_.size())
+    if (!isAdding_ || position < 0 || static_cast<std::size_t>(position) >= Columns().size())
         Call([&](Session&) {
             CheckOpen();
             CheckPosition(position);
@@ -187,7 +189,7 @@ void SqliteRecordset::PrepareInsert(Session& session) {
     std::string names, values;
     for (const NewField& field : newRow_) {
         const char* separator = names.empty() ? "" : ",";
-        names += separator + Quoted(columns_[static_cast<std::size_t>(field.position)].name);
+        names += separator + Quoted(Columns()[static_cast<std::size_t>(field.position)].name);
         values.append(separator).append("?");
         insertedPositions_.push_back(field.position);
     }
@@ -203,7 +205,7 @@ void SqliteRecordset::Delete() {
         Prepared statement(session.Handle(), DeleteText(session, keys));
         for (std::size_t i = 0; i < keys.size(); ++i)
             statement.Bind(static_cast<int>(i) + 1,
-                           chunk_[row_ * columns_.size() + static_cast<std::size_t>(keys[i])]);
+                           chunk_[row_ * Columns().size() + static_cast<std::size_t>(keys[i])]);
         session.InGroup(program_->touchesControlTable, [&] {
             const ResetAtEnd reset(statement);
             statement.Step();
@@ -217,8 +219,8 @@ void SqliteRecordset::Delete() {
 // The row is known by the table's key or, where it has none, by all of its columns.
 std::string SqliteRecordset::DeleteText(Session& session, std::vector<int>& keys) const {
     const auto positionOf = [&](const std::string& name) {
-        for (std::size_t i = 0; i < columns_.size(); ++i)
-            if (EqualIgnoringCase(columns_[i].name, name)) return static_cast<int>(i);
+        for (std::size_t i = 0; i < Columns().size(); ++i)
+            if (EqualIgnoringCase(Columns()[i].name, name)) return static_cast<int>(i);
         RaiseRecordsetError(kNotUpdatable, "The result lacks the key column \"" + name + "\"");
     };
     Prepared keyColumns(session.Handle(), "SELECT name FROM pragma_table_info(?) WHERE pk > 0");
@@ -226,11 +228,11 @@ std::string SqliteRecordset::DeleteText(Session& session, std::vector<int>& keys
     while (keyColumns.Step())
         keys.push_back(positionOf(std::get<std::string>(keyColumns.Field(0, ColumnType::Stored))));
     if (keys.empty())
-        for (std::size_t i = 0; i < columns_.size(); ++i) keys.push_back(static_cast<int>(i));
+        for (std::size_t i = 0; i < Columns().size(); ++i) keys.push_back(static_cast<int>(i));
     std::string text = "DELETE FROM " + Table() + " WHERE ";
     for (std::size_t i = 0; i < keys.size(); ++i) {
         if (i > 0) text += " AND ";
-        text += Quoted(columns_[static_cast<std::size_t>(keys[i])].name) + " IS ?";
+        text += Quoted(Columns()[static_cast<std::size_t>(keys[i])].name) + " IS ?";
     }
     return text;
 }
@@ -254,7 +256,7 @@ void SqliteRecordset::CheckRow() const {
 }
 
 void SqliteRecordset::CheckPosition(int position) const {
-    if (position < 0 || static_cast<std::size_t>(position) >= columns_.size())
+    if (position < 0 || static_cast<std::size_t>(position) >= Columns().size())
         RaiseRecordsetError(kItemNotFound, "The result has no column " + std::to_string(position));
 }
 

@@ -44,6 +44,7 @@ private:
         Session& session = connection_.Opened();
         return session.Call([&] { return work(session); });
     }
+    const std::vector<Column>& Columns() const { return *columns_; }
     void CheckOpen() const;
     void CheckRow() const;
     void CheckPosition(int position) const;
@@ -55,7 +56,7 @@ private:
     SqliteConnection& connection_;
     LockType lock_ = LockType::ReadOnly;
     std::shared_ptr<Program> program_;  // null: closed
-    std::vector<Column> columns_;
+    std::shared_ptr<const std::vector<Column>> columns_ = std::make_shared<const std::vector<Column>>();
     std::unique_ptr<Stream> stream_;
 
     std::vector<Value> chunk_;  // row by row

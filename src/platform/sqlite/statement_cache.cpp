@@ -37,7 +37,8 @@ Found StatementCache::FindText(std::string_view text) {
 const StatementCache::Form& StatementCache::FormOf(const platform::Statement& statement) {
     const platform::Shape& shape = statement.Form();
     for (const auto& form : forms_)
-        if (form->key == shape.Key() && form->opening == shape.opening.data() && form->table == statement.Table())
+        if (form->key == shape.Key() && form->opening == shape.opening.data() &&
+            form->table == statement.Table())
             return *form;
     auto form = Cut(statement);
     if (forms_.size() == capacity_) {
@@ -74,7 +75,8 @@ std::unique_ptr<StatementCache::Form> StatementCache::Cut(const platform::Statem
     return form;
 }
 
-const std::shared_ptr<Program>& StatementCache::ProgramOf(std::string_view text, const std::vector<Token>& tokens) {
+const std::shared_ptr<Program>& StatementCache::ProgramOf(std::string_view text,
+                                                          const std::vector<Token>& tokens) {
     const std::string shape = ShapeOf(text, tokens);
     for (const auto& program : programs_)
         if (program->shape == shape) return program;
@@ -89,7 +91,8 @@ std::shared_ptr<Program> StatementCache::Prepare(std::string_view text, const st
     program->translation = Translate(text, tokens);
     for (const std::string& sql : program->translation.statements)
         program->statements.emplace_back(database_, sql);
-    if (program->translation.isSelect) program->columns = program->statements.front().Columns();
+    if (program->translation.isSelect)
+        program->columns = std::make_shared<const std::vector<Column>>(program->statements.front().Columns());
     program->touchesControlTable =
         std::any_of(program->translation.tables.begin(), program->translation.tables.end(),
                     [&](const std::string& table) { return controlTables_.contains(table); });

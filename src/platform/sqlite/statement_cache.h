@@ -18,14 +18,14 @@ namespace iqrx::platform::sqlite {
 struct Program {
     std::string shape;  // of the text
     Translation translation;
-    std::vector<Prepared> statements;  // of the translation, in its order
-    std::vector<Column> columns;       // of a select
+    std::vector<Prepared> statements;                    // of the translation, in its order
+    std::shared_ptr<const std::vector<Column>> columns;  // of a select
     bool touchesControlTable = false;
     const void* boundBy = nullptr;  // the form whose own literals are bound
 };
 
-// A program and what its places are bound to, one set after the other: null where that is bound already. Valid until the
-// next one is found.
+// A program and what its places are bound to, one set after the other: null where that is bound already.
+// Valid until the next one is found.
 struct Found {
     const std::shared_ptr<Program>& program;
     std::span<const Literal* const> literals;
@@ -54,7 +54,7 @@ private:
         std::size_t values = 0;                         // of a set
         std::vector<std::optional<std::size_t>> holes;  // of each place: the value that fills it
         std::string sample;                             // a text of this shape
-        Literals literals;  // of the sample: those that are no holes are the shape's own
+        Literals literals;  // of the sample: those outside its holes are the shape's own
     };
 
     Found FindText(std::string_view text);

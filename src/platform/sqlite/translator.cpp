@@ -16,14 +16,18 @@ public:
         if (Accept("ALTER")) {
             AlterSession();
         } else if (Accept("SET")) {
-            Expect("DATEFORMAT"), Expect("YMD");
+            Expect("DATEFORMAT", "YMD");
         } else if (Accept("DECLARE")) {
             Batch();
         } else if (IsWord("SELECT")) {
             result_.isSelect = true;
             AddStep(Step::Kind::Run, [&] { Select(); });
         } else if (Accept("TRUNCATE")) {
-            AddStep(Step::Kind::RunSilent, [&] { Expect("TABLE"), Write("DELETE FROM"), Table(); });
+            AddStep(Step::Kind::RunSilent, [&] {
+                Expect("TABLE");
+                Write("DELETE FROM");
+                Table();
+            });
         } else {
             Change();
         }
@@ -45,18 +49,30 @@ private:
         return token().kind == Token::Kind::Symbol && token().text == symbol;
     }
     // Accept: passes over what stands there; Take: writes it to the translation as well.
-    bool Accept(std::string_view upperCase) { return IsWord(upperCase) ? (++at_, true) : false; }
-    bool AcceptSymbol(std::string_view symbol) { return IsSymbol(symbol) ? (++at_, true) : false; }
-    bool Take(std::string_view upperCase) { return Accept(upperCase) ? (Write(upperCase), true) : false; }
-    bool TakeSymbol(std::string_view symbol) { return AcceptSymbol(symbol) ? (Write(symbol), true) : false; }
-    void Expect(std::string_view upperCase) {
-        if (!Accept(upperCase)) Unknown();
+    bool Pass(bool found) {
+        if (found) ++at_;
+        return found;
+    }
+    bool Accept(std::string_view upperCase) { return Pass(IsWord(upperCase)); }
+    bool AcceptSymbol(std::string_view symbol) { return Pass(IsSymbol(symbol)); }
+    bool Take(std::string_view upperCase) {
+        if (IsWord(upperCase)) Write(upperCase);
+        return Accept(upperCase);
+    }
+    bool TakeSymbol(std::string_view symbol) {
+        if (IsSymbol(symbol)) Write(symbol);
+        return AcceptSymbol(symbol);
+    }
+    template <class... Words>
+    void Expect(Words... upperCase) {
+        if (!(Accept(upperCase) && ...)) Unknown();
     }
     void ExpectSymbol(std::string_view symbol) {
         if (!AcceptSymbol(symbol)) Unknown();
     }
-    void Need(std::string_view upperCase) {
-        if (!Take(upperCase)) Unknown();
+    template <class... Words>
+    void Need(Words... upperCase) {
+        if (!(Take(upperCase) && ...)) Unknown();
     }
     void NeedSymbol(std::string_view symbol) {
         if (!TakeSymbol(symbol)) Unknown();
@@ -68,8 +84,9 @@ private:
 
     template <class Item>
     void List(Item item) {
-        do item();
-        while (TakeSymbol(","));
+        do {
+            item();
+        } while (TakeSymbol(","));
     }
 
     template <class Body>
@@ -83,8 +100,6 @@ private:
         if (same == result_.statements.end()) result_.statements.push_back(sql_);
         result_.steps.push_back(step);
     }
-
-    // ---- names and values ----
 
     std::string_view Name() {
         if (token().kind != Token::Kind::Word || token().text.front() == '@') Unknown();
@@ -117,12 +132,11 @@ private:
         TakeLiteral();
     }
 
-    // ---- conditions ----
-
     void Condition() {
         do {
-            do Comparison();
-            while (Take("AND"));
+            do {
+                Comparison();
+            } while (Take("AND"));
         } while (Take("OR"));
     }
 
@@ -154,19 +168,24 @@ private:
         if (Take("WHERE")) Condition();
     }
 
-    // ---- statements ----
-
     void Change() {
         if (IsWord("UPDATE") && tokens_[at_ + 1].kind == Token::Kind::Word &&
             WordIs(tokens_[at_ + 1].text, "STATISTICS")) {
             at_ += 2;
-            AddStep(Step::Kind::RunSilent, [&] { Write("ANALYZE"), Table(); });
+            AddStep(Step::Kind::RunSilent, [&] {
+                Write("ANALYZE");
+                Table();
+            });
         } else if (IsWord("UPDATE")) {
             AddStep(Step::Kind::Run, [&] { Update(); });
         } else if (IsWord("INSERT")) {
             AddStep(Step::Kind::Run, [&] { Insert(); });
         } else if (IsWord("DELETE")) {
-            AddStep(Step::Kind::Run, [&] { Need("DELETE"), Need("FROM"), Table(), Where(); });
+            AddStep(Step::Kind::Run, [&] {
+                Need("DELETE", "FROM");
+                Table();
+                Where();
+            });
         } else {
             Unknown();
         }
@@ -185,8 +204,7 @@ private:
     }
 
     void Insert() {
-        Need("INSERT");
-        Need("INTO");
+        Need("INSERT", "INTO");
         Table();
         if (TakeSymbol("(")) {
             List([&] { Write(Name()); });
@@ -200,13 +218,14 @@ private:
 
     void Select() {
         do {
+            Take("ALL");
             Need("SELECT");
             Take("DISTINCT");
             List([&] { SelectItem(); });
             Need("FROM");
             List([&] { SelectTable(); });
             Where();
-        } while (Take("UNION") && (Take("ALL"), true));
+        } while (Take("UNION"));
         if (!Take("ORDER")) return;
         Need("BY");
         List([&] {
@@ -231,12 +250,11 @@ private:
 
     // Any name does: it may hold what a name in a statement can't.
     void AlterSession() {
-        Expect("SESSION"), Expect("SET"), Expect("CURRENT_SCHEMA"), ExpectSymbol("=");
+        Expect("SESSION", "SET", "CURRENT_SCHEMA");
+        ExpectSymbol("=");
         if (token().kind == Token::Kind::End) Unknown("The name of the schema is missing");
         at_ = tokens_.size() - 1;
     }
-
-    // ---- batches ----
 
     // DECLARE @v int / DECLARE v NUMBER; then any number of blocks.
     void Batch() {
@@ -284,7 +302,11 @@ private:
         ExpectSymbol("=");
         AddStep(Step::Kind::Count, [&] {
             Write("SELECT");
-            Need("COUNT"), NeedSymbol("("), NeedSymbol("*"), NeedSymbol(")"), Need("FROM");
+            Need("COUNT");
+            NeedSymbol("(");
+            NeedSymbol("*");
+            NeedSymbol(")");
+            Need("FROM");
             Table();
             Where();
         });
@@ -292,7 +314,10 @@ private:
 
     // IF(@v) = 0 BEGIN ... END ELSE BEGIN ... END, and IF(v) = 0 THEN ... ELSE ... END IF
     void If() {
-        ExpectSymbol("("), ExpectVariable(), ExpectSymbol(")"), ExpectSymbol("=");
+        ExpectSymbol("(");
+        ExpectVariable();
+        ExpectSymbol(")");
+        ExpectSymbol("=");
         const std::size_t test = result_.steps.size();
         result_.steps.push_back({Step::Kind::SkipUnless, 0, literal_, 1, 0});
         TakeLiteral();
@@ -307,7 +332,7 @@ private:
         } else {
             result_.steps[test].target = result_.steps.size();
         }
-        if (oracle) Expect("END"), Expect("IF");
+        if (oracle) Expect("END", "IF");
     }
 
     void Branch(bool oracle) {

@@ -13,7 +13,7 @@ using control::CopyRun;
 // Raises "invalid procedure call" while the run log has no name.
 std::filesystem::path CalcodesFilePath(CopyRun& run);
 
-// A failure of any of the three goes to the run log and ends the routine alone: a calendar is copied even
+// A failure of any of the three goes to the run log and ends only the routine: a calendar is copied even
 // where its code cannot be written.
 void CreateCalcodesFile(CopyRun& run);  // or empties it
 void WriteCalcode(CopyRun& run, const platform::Value& sCalCode);

@@ -1,6 +1,6 @@
 // The configuration tables and the skill combinations: of each its entry routine, which the dispatch list
-// names, and the three routines behind it. They are copied as the master data are, but where their files say
-// so. All raise RuntimeError after they have logged the failure.
+// names, and the three routines that it calls. They are copied as the master data are, but where their files
+// say so. All raise RuntimeError after they have logged the failure.
 #pragma once
 
 #include "engine/routines.h"

@@ -15,7 +15,7 @@ constexpr Table kInstallations = Checked({
                 {"ofbp", "getBusinessPartner", kText},
                 {"cwoc", "getServiceCenter", kText},
                 {"csar", "getServiceArea", kText},
-                {"tecr", "getResponsibleTechnician", kText},  // an upsert's alone: no output field
+                {"tecr", "getResponsibleTechnician", kText},  // an upsert's only: not an output field
                 {"teca", "getFirstTechnician", kText},
                 {"tecb", "getSecondTechnician", kText},
                 {"cusc", "getCustomerCode", kText},

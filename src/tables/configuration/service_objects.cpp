@@ -101,7 +101,7 @@ struct Listing {
     Value configuration = std::string(), object = std::string(), objectNumber = Integer{0};
     Value callId = Long{0}, setComplete = std::string("N");
 
-    // Nothing where the ERP answers no page.
+    // Nothing where the ERP returns no page.
     ObjectRef NextPage(Object& manager) {
         const Value page = Call(manager, "ListObjects", configuration, object, objectNumber, kPageSize,
                                 ByRef{callId}, ByRef{setComplete});

@@ -1,5 +1,5 @@
 // The master-data tables: of each its entry routine, which the dispatch list names, and the three routines
-// behind it. A full copy makes the local table equal to the ERP's; an incremental copy applies the audit
+// it calls. A full copy makes the local table equal to the ERP's; an incremental copy applies the audit
 // trail since the table's last update; an upsert writes one record. All raise RuntimeError after they have
 // logged the failure.
 #pragma once

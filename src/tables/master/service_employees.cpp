@@ -20,7 +20,7 @@ constexpr Table kServiceEmployees = Checked({
                 {"ccar", "getServiceCar", kText},
                 {"ouser", "getLoginCode", kText, "user"},
                 {"mpod", "getMaximumOvertimePerDay", kReal, "mopd"}},
-    // A full copy asks for three ranges, the audit trail for the employee's alone.
+    // A full copy asks for three ranges, the audit trail for the employee's only.
     .fullRanges = {UpTo(6), UpTo(3), UpTo(6)},
     .auditKeys = {{"emno", UpTo(6)}},
     .outputFields = {"emno", "frmn", "csar", "ccar", "user", "mopd"},

@@ -98,11 +98,11 @@ void CopyServiceOrderActivities(const TableCall& call) {
 void CopyServiceOrderActivitiesFull(const TableCall& call) {
     FullCopyByStatus(
         call, kActivities,
-        [&] {
-            call.run.process.controlTables.MarkFullSyncStart(call.tableName);
-            Mark(call);
+        [](const TableCall& copy) {
+            copy.run.process.controlTables.MarkFullSyncStart(copy.tableName);
+            Mark(copy);
         },
-        [&](Object& activity) { UpsertServiceOrderActivity(call, activity); });
+        UpsertServiceOrderActivity);
 }
 
 void CopyServiceOrderActivitiesIncremental(const TableCall& call) {

@@ -17,17 +17,16 @@ engine::ObjectRef FetchByStatusRange(engine::Object& manager, const StatusRange&
 
 }  // namespace
 
-void FullCopyByStatus(const engine::TableCall& call, const engine::Table& table,
-                      const std::function<void()>& begin,
-                      const std::function<void(platform::Object& record)>& upsert) {
+void FullCopyByStatus(const engine::TableCall& call, const engine::Table& table, engine::Routine* begin,
+                      engine::UpsertRoutine* upsert) {
     engine::FullCopy(call, table, [&](engine::HeldObjects& held) {
         const engine::Literal startTime = call.run.Literals().CurrentTimeLiteral();
-        begin();
+        begin(call);
         const auto filterFlag = call.run.process.controlTables.GetFilterFlag(call.tableName);
         for (const StatusRange& statuses : StatusRanges(filterFlag)) {
             held.enumerator = FetchByStatusRange(*held.manager, statuses);
             if (!held.enumerator) return;
-            engine::ForEachRecord(held, upsert);
+            engine::ForEachRecord(held, [&](engine::Object& record) { upsert(call, record); });
         }
         engine::CountAllAsInserted(call.run);
         engine::Sweep(call);

@@ -1,5 +1,5 @@
 // Service orders with their activities, lines and assignments, and planned activities: of each table its
-// entry routine, which the dispatch list names, and the routines behind it. All raise RuntimeError; the
+// entry routine, which the dispatch list names, and the routines that it calls. All raise RuntimeError; the
 // copies have logged the failure before.
 //
 // Orders, activities and assignments keep a change-log for the applications that read the local database: at

@@ -122,11 +122,11 @@ void CopyServiceOrders(const TableCall& call) {
 void CopyServiceOrdersFull(const TableCall& call) {
     FullCopyByStatus(
         call, kServiceOrders,
-        [&] {
-            Mark(call);
-            call.run.process.controlTables.MarkFullSyncStart(call.tableName);
+        [](const TableCall& copy) {
+            Mark(copy);
+            copy.run.process.controlTables.MarkFullSyncStart(copy.tableName);
         },
-        [&](Object& order) { UpsertServiceOrder(call, order, true); });
+        [](const TableCall& copy, Object& order) { UpsertServiceOrder(copy, order, true); });
 }
 
 void CopyServiceOrdersIncremental(const TableCall& call) {
