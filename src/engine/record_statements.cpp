@@ -8,7 +8,8 @@ namespace iqrx::engine {
 RecordStatements::RecordStatements(const Table& table, platform::Object& record, const std::string& tableName,
                                    const runtime::SqlLiterals& literals, AskDates askDates)
     : table_(table), record_(record), tableName_(tableName), literals_(literals) {
-    if (const auto* known = dynamic_cast<const erp::Record*>(&record)) atHand_ = known->Values(table.Layout());
+    if (const auto* known = dynamic_cast<const erp::Record*>(&record))
+        atHand_ = known->Values(table.Layout());
     byColumn_.resize(table.def.columns.size());
     if (askDates == AskDates::InTheirPlace || !table.hasDates) return;
     for (std::size_t i = 0; i < byColumn_.size(); ++i)
