@@ -13,9 +13,9 @@ namespace iqrx::engine {
 
 enum class AskDates { First, InTheirPlace };
 
-// Asks the record for its values afresh for each statement, in the order of its holes, unless it has them at hand; dates are asked and
-// converted first, in column order, once for all statements of the record, unless `askDates` leaves them in
-// their place. Everything is borrowed.
+// Asks the record for its values afresh for each statement, in the order of its holes, unless it has them at
+// hand; dates are asked and converted first, in column order, once for all statements of the record, unless
+// `askDates` leaves them in their place. Everything is borrowed.
 class RecordStatements {
 public:
     RecordStatements(const Table& table, platform::Object& record, const std::string& tableName,
@@ -41,7 +41,7 @@ private:
     platform::Object& record_;
     const std::string& tableName_;
     const runtime::SqlLiterals& literals_;
-    std::span<const Value> atHand_;              // by place; empty where the record must be asked by name
+    std::span<const Value> atHand_;     // by place; empty where the record must be asked by name
     std::array<std::byte, 4096> room_;  // for the literals of most tables
     std::pmr::monotonic_buffer_resource memory_{room_.data(), room_.size()};
     std::pmr::vector<Literal> byColumn_{&memory_}, values_{&memory_};

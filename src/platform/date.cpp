@@ -28,7 +28,9 @@ bool HasForm(std::string_view text, std::string_view form) {
     return true;
 }
 
-int TwoDigits(std::string_view text, std::size_t place) { return (text[place] - '0') * 10 + text[place + 1] - '0'; }
+int TwoDigits(std::string_view text, std::size_t place) {
+    return (text[place] - '0') * 10 + text[place + 1] - '0';
+}
 
 }  // namespace
 

@@ -62,7 +62,8 @@ Literal SqlLiterals::WrapDateLiteral(std::string_view text) const {
 Literal SqlLiterals::DateLiteral(platform::Date moment) const {
     const IsoText iso(moment);
     const bool known = iso.text.size() == kIsoLength;
-    return (known ? Literal::Text(iso.text, dialect_->date) : Literal::Unknown(iso.text, dialect_->date)).WithItsText();
+    return (known ? Literal::Text(iso.text, dialect_->date) : Literal::Unknown(iso.text, dialect_->date))
+        .WithItsText();
 }
 
 std::optional<Literal> SqlLiterals::UtcDateLiteral(const platform::Value& local) const {
@@ -99,9 +100,7 @@ Literal UnescapedName(std::string_view name) {
                                                      : Literal::Unknown(name, platform::kNational);
 }
 
-std::string FormatIsoDateTime(platform::Date moment) {
-    return std::string(IsoText(moment).text);
-}
+std::string FormatIsoDateTime(platform::Date moment) { return std::string(IsoText(moment).text); }
 
 std::string MaxKeyString(int count) { return std::string(static_cast<std::size_t>(count), '\x7f'); }
 

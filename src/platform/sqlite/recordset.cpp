@@ -34,7 +34,7 @@ void SqliteRecordset::Open(const platform::Statement& source, CursorType, LockTy
         if (!found.program->translation.isSelect)
             RaiseRecordsetError(kNotUpdatable, "The statement returns no rows");
         Prepared& statement = found.program->statements.front();
-        statement.BindAll(found.literals);
+        found.Bind(statement, 0, 0, found.literals.size());
         const ResetAtEnd reset(statement);
         columns_ = found.program->columns;
         if (ReadChunk(statement)) {

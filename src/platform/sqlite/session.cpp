@@ -73,14 +73,13 @@ std::int64_t Session::RunSteps(const Found& found, std::size_t set) {
             next = step.target;
             continue;
         }
-        const auto literals = found.Of(set, step.firstLiteral, step.literalCount);
         if (step.kind == Step::Kind::SkipUnless) {
-            const Literal& wanted = *literals.front();
+            const Literal& wanted = *found.Of(set, step.firstLiteral, step.literalCount).front();
             if (wanted.Is() != Literal::Kind::Whole || wanted.WholeNumber() != kept) next = step.target;
             continue;
         }
         Prepared& statement = found.program->statements[step.statement];
-        statement.BindAll(literals);
+        found.Bind(statement, set, step.firstLiteral, step.literalCount);
         const ResetAtEnd reset(statement);
         const bool row = statement.Step();
         if (step.kind == Step::Kind::Count && row) kept = statement.Whole(0);

@@ -10,7 +10,7 @@ StatementCache::StatementCache(Database& database, const ControlTables& controlT
 Found StatementCache::Find(const platform::Statement& statement) {
     if (!statement.CanBeBound()) return FindText(statement.Text());
     const Form& form = FormOf(statement);
-    Program& program = *form.program;
+    const Program& program = *form.program;
     const std::span<const Literal> values = statement.Values();
     const std::size_t places = form.holes.size(), sets = form.values > 0 ? values.size() / form.values : 1;
     // The steps of a batch share statements, and a large result is read through another one: they bind all that they need.
@@ -22,16 +22,14 @@ Found StatementCache::Find(const platform::Statement& statement) {
             found_[set * places + i] = form.holes[i] ? &values[set * form.values + *form.holes[i]]
                                        : isBound     ? nullptr
                                                      : &form.literals.Items()[i];
-    program.boundBy = &form;
-    return {form.program, found_, sets};
+    return {form.program, &form, found_, sets};
 }
 
 Found StatementCache::FindText(std::string_view text) {
     const auto& program = ProgramOf(text, Tokenize(text, literals_));
-    program->boundBy = nullptr;
     found_.clear();
     for (const Literal& literal : literals_.Items()) found_.push_back(&literal);
-    return {program, found_};
+    return {program, nullptr, found_};
 }
 
 const StatementCache::Form& StatementCache::FormOf(const platform::Statement& statement) {

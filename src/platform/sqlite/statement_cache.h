@@ -28,11 +28,18 @@ struct Program {
 // Valid until the next one is found.
 struct Found {
     const std::shared_ptr<Program>& program;
+    const void* form;  // null: a text's
     std::span<const Literal* const> literals;
     std::size_t sets = 1;
 
     std::span<const Literal* const> Of(std::size_t set, std::size_t first, std::size_t count) const {
         return literals.subspan(set * (literals.size() / sets) + first, count);
+    }
+    // What a step of the program takes.
+    void Bind(Prepared& statement, std::size_t set, std::size_t first, std::size_t count) const {
+        program->boundBy = nullptr;
+        statement.BindAll(Of(set, first, count));
+        program->boundBy = form;
     }
 };
 
