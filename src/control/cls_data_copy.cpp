@@ -5,16 +5,11 @@
 #include "platform/conversions.h"
 #include "platform/date.h"
 #include "platform/error.h"
+#include "platform/text.h"
 
 namespace iqrx::control {
 
 namespace {
-
-std::string LowerCase(std::string text) {
-    std::ranges::transform(text, text.begin(),
-                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    return text;
-}
 
 bool IsCalendarRun(platform::Integer tableId) {
     return tableId == kCalendarOfOne || tableId == kCalendarOfEmployee;
@@ -134,7 +129,7 @@ void clsDataCopy::Dispatch(const std::string& tableName, const CopyRequest& requ
         return calendars_.copyEmployeeCalendar(run_, request.calendarParameter, request.busComponent);
     if (request.tableId == kCalendarOfOne)
         return calendars_.copyCalendar(run_, request.calendarParameter, request.busComponent);
-    const std::string name = LowerCase(tableName);
+    const std::string name = platform::Lower(tableName);
     const auto routine = std::ranges::find(tables_, name, &TableRoutine::table);
     if (routine != tables_.end())
         routine->copy({run_, tableName, request.busComponent, request.syncMethod});

@@ -35,7 +35,7 @@ auto PlaceOf(const char* field, const std::string& table) {
 
 }  // namespace
 
-platform::ControlTables CoordinatingTables() {
+platform::TableNames CoordinatingTables() {
     return {"tstables", "tstreenodes", "tsi18ntext", "tsfullsyncs", "tsparameters"};
 }
 

@@ -10,7 +10,7 @@
 namespace iqrx::control {
 
 // The names of these tables, in lower case. Processes coordinate through them.
-platform::ControlTables CoordinatingTables();
+platform::TableNames CoordinatingTables();
 
 // Every member raises RuntimeError when its statement fails.
 class ControlTables {

@@ -40,7 +40,7 @@ AuditObjects CreateAuditObjects(erp::Erp& erp, std::size_t keys) {
     return audit;
 }
 
-std::string UpperBound(const KeyRange& range) {
+std::string UpperBound(const KeyBounds& range) {
     return range.width > 0 ? runtime::MaxKeyString(range.width) : std::string(range.to);
 }
 
@@ -133,7 +133,7 @@ ObjectRef RegisterManager(CopyRun& run, const ObjectRef& manager) {
 
 ObjectRef FetchByKeyRange(const Table& table, Object& manager) {
     std::vector<platform::Argument> bounds;
-    for (const KeyRange& range : table.def.fullRanges) {
+    for (const KeyBounds& range : table.def.fullRanges) {
         bounds.push_back({range.numeric ? Value(range.numberFrom) : Value(std::string(range.from))});
         bounds.push_back({range.numeric ? Value(range.numberTo) : Value(UpperBound(range))});
     }

@@ -20,22 +20,22 @@ struct Column {
 };
 
 // The bounds of one key field: texts, or single-precision numbers.
-struct KeyRange {
+struct KeyBounds {
     std::string_view from = {};
     std::string_view to = {};
     int width = 0;  // above 0: up to that many characters of code 127
     platform::Single numberFrom = 0, numberTo = 0;
     bool numeric = false;
 };
-constexpr KeyRange UpTo(int width) { return {.width = width}; }
-constexpr KeyRange Between(std::string_view from, std::string_view to) { return {.from = from, .to = to}; }
-constexpr KeyRange Numbers(platform::Single from, platform::Single to) {
+constexpr KeyBounds UpTo(int width) { return {.width = width}; }
+constexpr KeyBounds Between(std::string_view from, std::string_view to) { return {.from = from, .to = to}; }
+constexpr KeyBounds Numbers(platform::Single from, platform::Single to) {
     return {.numberFrom = from, .numberTo = to, .numeric = true};
 }
 
 struct AuditKey {
     std::string_view field;
-    KeyRange range;
+    KeyBounds range;
     bool keptByNoColumn = false;  // a key of the ERP's only
 };
 
@@ -64,8 +64,8 @@ struct TableDef {
     std::string_view name;
     std::string_view titleLabel;
     FixedList<Column, 40, TheTableHasTooManyColumns> columns;
-    FixedList<KeyRange, 4> fullRanges = {};  // handed to the manager by a full copy
-    FixedList<AuditKey, 4> auditKeys = {};   // the key, in key order, and what the audit trail is asked for
+    FixedList<KeyBounds, 4> fullRanges = {};  // handed to the manager by a full copy
+    FixedList<AuditKey, 4> auditKeys = {};    // the key, in key order, and what the audit trail is asked for
     FixedList<std::string_view, 32> outputFields = {};
     std::string_view statusField = {};  // the field that a full copy by status asks for
     SqlText update = {}, insert = {}, remove = {};

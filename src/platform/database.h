@@ -28,7 +28,7 @@ using Errors = std::vector<ErrorEntry>;
 
 // Tables through which processes coordinate: a statement on one of them is kept, with everything before it,
 // when it is reported done. Names in lower case, without a schema.
-using ControlTables = std::set<std::string, std::less<>>;
+using TableNames = std::set<std::string, std::less<>>;
 
 // How connections and recordsets refuse calls that their state does not allow: the numbers that ADO has
 // for them.

@@ -12,7 +12,7 @@ namespace {
 
 class OdbcConnection : public Connection {
 public:
-    explicit OdbcConnection(ControlTables controlTables) : session_(std::move(controlTables)) {}
+    explicit OdbcConnection(TableNames controlTables) : session_(std::move(controlTables)) {}
 
     void SetConnectionTimeout(int seconds) override { session_.connectionTimeout = seconds; }
     void SetCommandTimeout(int seconds) override {
@@ -66,7 +66,7 @@ private:
 
 }  // namespace odbc
 
-std::unique_ptr<Connection> CreateOdbcConnection(ControlTables controlTables) {
+std::unique_ptr<Connection> CreateOdbcConnection(TableNames controlTables) {
     return std::make_unique<odbc::OdbcConnection>(std::move(controlTables));
 }
 

@@ -11,6 +11,6 @@
 namespace iqrx::platform {
 
 // Not open yet.
-std::unique_ptr<Connection> CreateOdbcConnection(ControlTables controlTables);
+std::unique_ptr<Connection> CreateOdbcConnection(TableNames controlTables);
 
 }  // namespace iqrx::platform

@@ -18,7 +18,7 @@ namespace iqrx::platform::odbc {
 
 class Session : public DriverConnection {
 public:
-    explicit Session(ControlTables controlTables) : controlTables_(std::move(controlTables)) {}
+    explicit Session(TableNames controlTables) : controlTables_(std::move(controlTables)) {}
     ~Session();
 
     // Does one call's work; the members below belong inside of it. When it fails, what was written before is
@@ -82,7 +82,7 @@ private:
     void AbandonGroup(const RuntimeError& cause);
     Errors SaidOf(const RuntimeError& error) const;
 
-    const ControlTables controlTables_;
+    const TableNames controlTables_;
     Handle shared_;
     std::unique_ptr<WriteGroup> group_;
     Frame frame_ = Frame::None;

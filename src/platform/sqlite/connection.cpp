@@ -8,7 +8,7 @@
 
 namespace iqrx::platform {
 
-std::unique_ptr<Connection> CreateSqliteConnection(ControlTables controlTables,
+std::unique_ptr<Connection> CreateSqliteConnection(TableNames controlTables,
                                                    std::function<void(const std::string&)> waitNotice) {
     return std::make_unique<sqlite::SqliteConnection>(std::move(controlTables), std::move(waitNotice));
 }

@@ -10,7 +10,7 @@ namespace iqrx::platform::sqlite {
 
 class SqliteConnection : public Connection {
 public:
-    SqliteConnection(ControlTables controlTables, WaitNotice notice)
+    SqliteConnection(TableNames controlTables, WaitNotice notice)
         : controlTables_(std::move(controlTables)), notice_(std::move(notice)) {}
     ~SqliteConnection() override;
 
@@ -34,7 +34,7 @@ public:
     [[nodiscard]] std::unique_lock<std::mutex> Turn();
 
 private:
-    const ControlTables controlTables_;
+    const TableNames controlTables_;
     const WaitNotice notice_;
     Errors errors_;
     int commandTimeout_ = 0;

@@ -1,6 +1,7 @@
 #include "platform/sqlite/lexer.h"
 
 #include "platform/sqlite/errors.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::sqlite {
 
@@ -14,7 +15,7 @@ std::size_t SymbolSize(std::string_view text, std::size_t place) {
 }
 
 bool IsWord(const Token& token, std::string_view upperCase) {
-    return token.kind == Token::Kind::Word && WordIs(token.text, upperCase);
+    return token.kind == Token::Kind::Word && EqualIgnoringCase(token.text, upperCase);
 }
 
 // Where the words of the language stand instead of a value: "IS NULL", "NOT NULL"; and a column after a dot.

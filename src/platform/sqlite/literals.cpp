@@ -5,6 +5,7 @@
 
 #include "platform/date.h"
 #include "platform/sqlite/errors.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::sqlite {
 
@@ -59,19 +60,12 @@ bool Canonicalize(std::string_view text, std::string& form) {
 }
 
 bool IsKnownFormat(std::string_view format) {
-    return WordIs(format, "YYYY-MM-DD HH24:MI:SS") || WordIs(format, "YYYY/MM/DD");
+    return EqualIgnoringCase(format, "YYYY-MM-DD HH24:MI:SS") || EqualIgnoringCase(format, "YYYY/MM/DD");
 }
 
 }  // namespace
 
 bool IsWordCharacter(char c) { return kWordCharacters[static_cast<unsigned char>(c)]; }
-
-bool WordIs(std::string_view word, std::string_view upperCase) {
-    if (word.size() != upperCase.size()) return false;
-    for (std::size_t i = 0; i < word.size(); ++i)
-        if (UpperCase(word[i]) != upperCase[i]) return false;
-    return true;
-}
 
 std::size_t Cursor::PassBlanks() {
     return place_ = std::min(text_.find_first_not_of(kBlanks, place_), text_.size());
@@ -90,7 +84,8 @@ bool Cursor::Take(char wanted) {
 
 bool Cursor::TakeWord(std::string_view upperCase) {
     PassBlanks();
-    if (!WordIs(text_.substr(place_, upperCase.size()), upperCase) || IsWordCharacter(Peek(upperCase.size())))
+    if (!EqualIgnoringCase(text_.substr(place_, upperCase.size()), upperCase) ||
+        IsWordCharacter(Peek(upperCase.size())))
         return false;
     Pass(upperCase.size());
     return true;

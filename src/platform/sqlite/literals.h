@@ -59,6 +59,5 @@ private:
 };
 
 bool IsWordCharacter(char c);
-bool WordIs(std::string_view word, std::string_view upperCase);
 
 }  // namespace iqrx::platform::sqlite

@@ -32,7 +32,7 @@ constexpr const char* kSettings =
 
 }  // namespace
 
-Session::Session(const std::filesystem::path& file, Errors& errors, const ControlTables& controlTables,
+Session::Session(const std::filesystem::path& file, Errors& errors, const TableNames& controlTables,
                  WaitNotice notice)
     : file_(file),
       errors_(errors),

@@ -16,7 +16,7 @@ namespace iqrx::platform::sqlite {
 class Session {
 public:
     // `errors` and `controlTables` must outlive the session. Raises when the file can't be used.
-    Session(const std::filesystem::path& file, Errors& errors, const ControlTables& controlTables,
+    Session(const std::filesystem::path& file, Errors& errors, const TableNames& controlTables,
             WaitNotice notice);
     ~Session();  // what was not committed is lost
 

@@ -16,7 +16,7 @@ namespace iqrx::platform {
 // an error leaves the connection and at Close. Dates are kept as text "YYYY-MM-DD HH:MM:SS" in columns
 // declared DATETIME, and come back from recordsets as dates. While another program holds the database, calls wait
 // as long as the command timeout allows; `waitNotice` hears of a wait in one line after each minute of it.
-std::unique_ptr<Connection> CreateSqliteConnection(ControlTables controlTables,
+std::unique_ptr<Connection> CreateSqliteConnection(TableNames controlTables,
                                                    std::function<void(const std::string&)> waitNotice = {});
 
 // Runs a script in the database's own dialect, in one transaction; creates the file when it is missing.

@@ -4,7 +4,7 @@
 
 namespace iqrx::platform::sqlite {
 
-StatementCache::StatementCache(Database& database, const ControlTables& controlTables, std::size_t capacity)
+StatementCache::StatementCache(Database& database, const TableNames& controlTables, std::size_t capacity)
     : database_(database), controlTables_(controlTables), capacity_(capacity) {}
 
 Found StatementCache::Find(const platform::Statement& statement) {

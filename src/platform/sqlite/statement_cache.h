@@ -46,7 +46,7 @@ struct Found {
 class StatementCache {
 public:
     // Keeps the programs of `capacity` shapes. Both references must outlive the cache.
-    StatementCache(Database& database, const ControlTables& controlTables, std::size_t capacity = 64);
+    StatementCache(Database& database, const TableNames& controlTables, std::size_t capacity = 64);
 
     // Raises when the statement is not understood or does not fit the database; such a one is not kept.
     Found Find(const platform::Statement& statement);
@@ -71,7 +71,7 @@ private:
     std::shared_ptr<Program> Prepare(std::string_view text, const std::vector<Token>& tokens);
 
     Database& database_;
-    const ControlTables& controlTables_;
+    const TableNames& controlTables_;
     const std::size_t capacity_;
     std::vector<std::shared_ptr<Program>> programs_;  // the newest first
     std::vector<std::unique_ptr<Form>> forms_;        // likewise

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/sqlite/errors.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::sqlite {
 
@@ -43,7 +44,7 @@ private:
     }
 
     bool IsWord(std::string_view upperCase) const {
-        return token().kind == Token::Kind::Word && WordIs(token().text, upperCase);
+        return token().kind == Token::Kind::Word && EqualIgnoringCase(token().text, upperCase);
     }
     bool IsSymbol(std::string_view symbol) const {
         return token().kind == Token::Kind::Symbol && token().text == symbol;
@@ -109,10 +110,7 @@ private:
     void Table() {
         const std::string_view name = Name();
         Write(name);
-        std::string lower(name);
-        for (char& c : lower)
-            if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-        result_.tables.push_back(std::move(lower));
+        result_.tables.push_back(Lower(name));
     }
 
     void Column() {
@@ -170,7 +168,7 @@ private:
 
     void Change() {
         if (IsWord("UPDATE") && tokens_[at_ + 1].kind == Token::Kind::Word &&
-            WordIs(tokens_[at_ + 1].text, "STATISTICS")) {
+            EqualIgnoringCase(tokens_[at_ + 1].text, "STATISTICS")) {
             at_ += 2;
             AddStep(Step::Kind::RunSilent, [&] {
                 Write("ANALYZE");
