@@ -84,7 +84,7 @@ struct Nowhere : AppendingFile {
     void Append(std::string_view) override {}
 };
 
-struct FixedMachine : Clock, Locale, TimeZone, MessageBox, XmlDocumentFactory, TextFiles, ObjectFactory {
+struct FixedMachine : Clock, Locale, TimeZone, MessageDisplay, XmlDocumentFactory, TextFiles, ObjectFactory {
     Date Now() override { return FromCivil({2026, 1, 15, 12, 0, 0}); }
     std::string DecimalSeparator() override { return "."; }
     std::string ShortDate(Date moment) override { return IsoDate(moment); }
@@ -139,7 +139,13 @@ private:
     FixedMachine machine_;
     EmbeddedDatabase databases_;
     ServiceErp erps_;
-    control::Process process_{{{machine_, machine_, machine_, machine_, machine_, machine_, directory_},
+    control::Process process_{{{.clock = machine_,
+                                .locale = machine_,
+                                .timeZone = machine_,
+                                .messageBox = machine_,
+                                .xml = machine_,
+                                .files = machine_,
+                                .programFolder = directory_},
                                databases_,
                                erps_,
                                machine_,
