@@ -1,6 +1,7 @@
 #include "platform/statement.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 namespace iqrx::platform {

@@ -1,14 +1,13 @@
 // A statement as the copy hands it to a connection: a shape with values, or a text from elsewhere. An adapter
-// that binds values knows the shape by its key and takes the values as they are; one that sends texts asks
-// for the text, which is made when somebody first asks for it.
+// that binds values knows the shape by its identity and takes the values as they are; one that sends texts
+// asks for the text, which is made when somebody first asks for it.
 #pragma once
 
-#include <array>
+#include <concepts>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 #include "platform/literal.h"
 
@@ -27,8 +26,15 @@ struct Shape {
     std::span<const Piece> pieces;
     std::string_view opening = {};
 
-    // The same for equal shapes only: where the first piece lies.
-    const void* Key() const { return pieces.front().text.data(); }
+    // Where its parts lie: the same for equal shapes only, also when another one has taken the place of the
+    // first one's pieces.
+    struct Key {
+        const Piece* pieces;
+        const char* firstText;
+        const char* opening;
+        bool operator==(const Key&) const = default;
+    };
+    Key Identity() const { return {pieces.data(), pieces.front().text.data(), opening.data()}; }
 };
 
 class Statement {

@@ -13,7 +13,8 @@ Found StatementCache::Find(const platform::Statement& statement) {
     const Program& program = *form.program;
     const std::span<const Literal> values = statement.Values();
     const std::size_t places = form.holes.size(), sets = form.values > 0 ? values.size() / form.values : 1;
-    // The steps of a batch share statements, and a large result is read through another one: they bind all that they need.
+    // The steps of a batch share statements, and a large result is read through another one: they bind all
+    // that they need.
     const bool isBound =
         program.boundBy == &form && program.translation.steps.size() == 1 && !program.translation.isSelect;
     found_.resize(sets * places);
@@ -33,11 +34,9 @@ Found StatementCache::FindText(std::string_view text) {
 }
 
 const StatementCache::Form& StatementCache::FormOf(const platform::Statement& statement) {
-    const platform::Shape& shape = statement.Form();
+    const platform::Shape::Key shape = statement.Form().Identity();
     for (const auto& form : forms_)
-        if (form->key == shape.Key() && form->opening == shape.opening.data() &&
-            form->table == statement.Table())
-            return *form;
+        if (form->shape == shape && form->table == statement.Table()) return *form;
     auto form = Cut(statement);
     if (forms_.size() == capacity_) {
         forms_.back()->program->boundBy = nullptr;
@@ -51,8 +50,7 @@ std::unique_ptr<StatementCache::Form> StatementCache::Cut(const platform::Statem
     constexpr std::string_view kFilling = "''";
     const platform::Shape& shape = statement.Form();
     auto form = std::make_unique<Form>();
-    form->key = shape.Key();
-    form->opening = shape.opening.data();
+    form->shape = shape.Identity();
     form->table = statement.Table();
     form->sample = shape.opening;
     std::vector<std::size_t> places;

@@ -54,8 +54,7 @@ public:
 private:
     // How the values of a shape fill the places of its program.
     struct Form {
-        const void* key;
-        const void* opening;
+        platform::Shape::Key shape;
         std::string table;
         std::shared_ptr<Program> program;
         std::size_t values = 0;                         // of a set

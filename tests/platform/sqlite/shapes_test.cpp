@@ -11,7 +11,7 @@ using Then = Piece::Then;
 
 constexpr Piece kSetA[] = {{"UPDATE "}, {"", Then::Table}, {" SET a = ", Then::Value}, {", f = 0 WHERE k = 1"}};
 constexpr Piece kSetAndFlag[] = {
-    {"UPDATE  "}, {"", Then::Table}, {" SET a = ", Then::Value}, {", f = 7 WHERE k = 1"}};
+    {"UPDATE "}, {"", Then::Table}, {" SET a = ", Then::Value}, {", f = 7 WHERE k = 1"}};
 constexpr Piece kLarge[] = {{"SELECT * FROM many WHERE k > 10 AND f = ", Then::Value}};
 
 class BoundShapes : public DatabaseTest {
