@@ -1,26 +1,15 @@
 #include "qrxctl/arguments.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <memory>
+#include <sstream>
+
+#include "qrxctl/help.h"
 
 namespace iqrx::qrxctl {
 
 namespace {
-
-// Names an option's variable in the help.
-class HelpText : public CLI::Formatter {
-public:
-    explicit HelpText(const std::map<const CLI::Option*, std::string>& variables) : variables_(variables) {}
-    std::string make_option_opts(const CLI::Option* option) const override {
-        const auto named = variables_.find(option);
-        return CLI::Formatter::make_option_opts(option) +
-               (named == variables_.end() ? "" : " (Env:" + named->second + ")");
-    }
-
-private:
-    const std::map<const CLI::Option*, std::string>& variables_;
-};
 
 std::string VariableOf(std::string option) {
     for (char& c : option) {
@@ -30,11 +19,52 @@ std::string VariableOf(std::string option) {
     return "QRXCTL_" + option;
 }
 
+bool IsSet(const CLI::Option* option) { return option->count() > 0; }
+
+// Where an INI file has the item: the section and the key tell, as the library tells them.
+int LineOf(const std::string& text, const CLI::ConfigItem& item) {
+    const std::string section = item.parents.empty() ? "" : item.parents.front();
+    std::istringstream lines(text);
+    std::string current, line;
+    for (int number = 1; std::getline(lines, line); ++number) {
+        const std::string bare = CLI::detail::trim_copy(line);
+        if (bare.starts_with('[')) current = CLI::detail::trim_copy(bare.substr(1, bare.find(']') - 1));
+        const std::string key = CLI::detail::trim_copy(bare.substr(0, bare.find('=')));
+        if (current == section && key == item.name) return number;
+    }
+    return 0;
+}
+
 }  // namespace
 
-Arguments::Arguments(const std::string& description, const hosting::Variables& variables)
-    : CLI::App(description), variables_(variables) {
+Arguments::Arguments(const hosting::Variables& variables, Options& options)
+    : CLI::App("Copies service data from the ERP into the local database, and watches over it."),
+      variables_(variables),
+      options_(options) {
     formatter(std::make_shared<HelpText>(names_));
+    allow_config_extras(CLI::config_extras_mode::error);
+    require_subcommand(1);
+    fallthrough();
+    AddCommonOptions();
+}
+
+void Arguments::AddCommonOptions() {
+    add_option("--config", config_,
+               std::string("INI file that may hold any option (Env:") + kConfigVariable + ")")
+        ->configurable(false);
+    add_option("--connection", options_.connection, "connection string of the local database");
+    add_option("--database", options_.database, "database or schema; empty: the login's own");
+    add_option("--platform", options_.platform, "dialect of the statements")
+        ->check(CLI::IsMember({"sqlserver", "oracle"}))
+        ->capture_default_str();
+    add_option("--erp", options_.erp, "run parameter: extract=DIRECTORY, or what the ERP's classes take");
+    add_option("--group", options_.group, "tree group whose tables form the catalog")->capture_default_str();
+    add_option("--log-dir", options_.logDirectory, "where logs go; empty: the current directory");
+    add_option("--state-dir", options_.stateDirectory,
+               "where the tool keeps its books; empty: FILE.state beside an embedded database, else .qrx in "
+               "the log directory");
+    add_flag("--json", options_.json, "results as JSON");
+    add_flag("-q,--quiet", options_.quiet, "no word unless something is wrong");
 }
 
 void Arguments::NameVariables(CLI::App& app, const std::vector<std::string>& parents) {
@@ -48,7 +78,6 @@ void Arguments::NameVariables(CLI::App& app, const std::vector<std::string>& par
     for (CLI::App* command : app.get_subcommands({})) NameVariables(*command, {command->get_name()});
 }
 
-// An option that has a value already keeps it.
 void Arguments::pre_callback() {
     ReadFile();
     ReadVariables();
@@ -56,14 +85,52 @@ void Arguments::pre_callback() {
     _process_requirements();
 }
 
+CLI::Option* Arguments::OptionOf(const CLI::ConfigItem& item) {
+    if (item.parents.empty()) return get_option_no_throw("--" + item.name);
+    for (CLI::App* command : get_subcommands({}))
+        if (command->get_name() == item.parents.front())
+            return command->get_option_no_throw("--" + item.name);
+    return nullptr;
+}
+
+// An option that has a value keeps it, and so does one that an item of this source would exclude.
+void Arguments::Take(const std::vector<CLI::ConfigItem>& items,
+                     const std::function<std::string(const CLI::ConfigItem&)>& place) {
+    std::vector<const CLI::ConfigItem*> wanted;
+    for (const CLI::ConfigItem& item : items) {
+        const CLI::Option* option = OptionOf(item);
+        if (!option || !std::ranges::any_of(option->get_excludes(), IsSet)) wanted.push_back(&item);
+    }
+    for (const CLI::ConfigItem* item : wanted) try {
+            const CLI::Option* option = OptionOf(*item);
+            if (option && option->get_items_expected_max() == 1 && item->inputs.size() > 1)
+                throw CLI::ConversionError("put the value of " + item->name + " in double quotes");
+            if (!_parse_single_config(*item))
+                throw CLI::ConfigError("there is no option " + item->fullname());
+        } catch (const CLI::ParseError& error) {
+            throw CLI::ConfigError(place(*item) + ": " + error.what());
+        }
+}
+
 void Arguments::ReadFile() {
-    if (config.empty()) config = variables_(kConfigVariable).value_or("");
-    if (config.empty()) return;
-    const std::filesystem::path file(std::u8string(config.begin(), config.end()));
+    if (config_.empty()) config_ = variables_(kConfigVariable).value_or("");
+    if (config_.empty()) return;
+    const std::filesystem::path file(std::u8string(config_.begin(), config_.end()));
     std::error_code unknown;
     std::ifstream stream(file);
-    if (!stream || std::filesystem::is_directory(file, unknown)) throw CLI::FileError::Missing(config);
-    _parse_config(get_config_formatter()->from_config(stream));
+    if (!stream || std::filesystem::is_directory(file, unknown)) throw CLI::FileError::Missing(config_);
+    std::stringstream text;
+    text << stream.rdbuf();
+    std::vector<CLI::ConfigItem> items = get_config_formatter()->from_config(text);
+    std::erase_if(items, [&](const CLI::ConfigItem& item) {
+        if (item.name == "++" || item.name == "--") return true;  // the library's marks of a section's ends
+        if (item.parents != std::vector<std::string>{"guard"}) return false;
+        options_.guard[item.name] = item.inputs.empty() ? "" : item.inputs.front();
+        return true;
+    });
+    Take(items, [&](const CLI::ConfigItem& item) {
+        return config_ + " line " + std::to_string(LineOf(text.str(), item));
+    });
 }
 
 void Arguments::ReadVariables() {
@@ -73,7 +140,7 @@ void Arguments::ReadVariables() {
             item.inputs = {*value};
             items.push_back(item);
         }
-    _parse_config(items);
+    Take(items, [&](const CLI::ConfigItem& item) { return names_.at(OptionOf(item)); });
 }
 
 }  // namespace iqrx::qrxctl

@@ -8,6 +8,7 @@
 #include <ostream>
 
 #include "hosting/cls_data_copy_handler.h"
+#include "hosting/sub_main.h"
 #include "platform/connection_string.h"
 #include "platform/date.h"
 #include "platform/error.h"
@@ -18,6 +19,14 @@ namespace iqrx::qrxctl {
 using platform::Integer;
 
 namespace {
+
+struct CopyOptions {
+    std::vector<std::string> tables;
+    bool all = false;
+    bool full = false;
+    bool incremental = false;
+    std::optional<std::string> since;
+};
 
 struct Result {
     std::string table;
@@ -41,7 +50,7 @@ std::vector<Integer> IdsOf(const control::TableCatalog& catalog, const CopyOptio
         while (id < control::kAllTables && !platform::EqualIgnoringCase(catalog.GetTableName(id), table))
             ++id;
         if (id == control::kAllTables || table.empty())
-            throw UnknownTable("no table \"" + table + "\" in the catalog");
+            throw UsageError("no table \"" + table + "\" in the catalog");
         ids.push_back(id);
     }
     return ids;
@@ -100,23 +109,54 @@ hosting::ExitCode Worst(const std::vector<Result>& results) {
     return any(hosting::kTableInUse) ? hosting::kTableInUse : hosting::kCompleted;
 }
 
+std::string WhatIsWrongWithMoment(const std::string& text) {
+    return platform::ParseIsoDate(text) ? "" : "\"" + text + "\" is not YYYY-MM-DD [HH:MM:SS]";
+}
+
+class CopyCommand : public Command {
+public:
+    void AddOptions(CLI::App& command) override {
+        CLI::Option* tables = command.add_option("tables", copy_.tables, "names of tables");
+        command.add_flag("--all", copy_.all, "every table of the catalog")->excludes(tables);
+        CLI::Option* full = command.add_flag("-f,--full", copy_.full, "copy everything the ERP holds");
+        command
+            .add_flag("-i,--incremental", copy_.incremental, "apply the audit trail since the last update")
+            ->excludes(full);
+        command.add_option("--since", copy_.since, "set the last update back to YYYY-MM-DD [HH:MM:SS] first")
+            ->check(CLI::Validator(WhatIsWrongWithMoment, "MOMENT"))
+            ->excludes(full);
+    }
+
+    void Check(const Options& options) const override {
+        RequireConnection(options);
+        if (copy_.tables.empty() && !copy_.all) throw CLI::RequiredError("TABLE... or --all");
+        if (!copy_.full && !copy_.incremental) throw CLI::RequiredError("--full or --incremental");
+    }
+
+    ExitCode Run(const Workplace& place) override {
+        hosting::Composition parts(place.surroundings);
+        control::Ports ports = parts.Ports(place.talk);
+        Progress progress(place.talk, isatty(STDERR_FILENO) != 0);
+        CountingDatabase counting(ports.databases, progress);
+        ports.databases = counting;
+        control::Process process(ports);
+        PrepareProcess(process, place.options);
+        std::vector<Result> results;
+        for (const Integer id : IdsOf(process.catalog, copy_)) {
+            progress.Begin(process.catalog.GetTableName(id));
+            results.push_back(CopyOne(process, place.options, copy_, id));
+            progress.End(kWords[results.back().code]);
+        }
+        ShowTable(results, place.out);
+        return static_cast<ExitCode>(Worst(results));
+    }
+
+private:
+    CopyOptions copy_;
+};
+
 }  // namespace
 
-hosting::ExitCode Copy(control::Ports ports, const Options& options, const CopyOptions& copy,
-                       std::ostream& out) {
-    Progress progress(ports.diagnostics, isatty(STDERR_FILENO) != 0);
-    CountingDatabase counting(ports.databases, progress);
-    ports.databases = counting;
-    control::Process process(ports);
-    PrepareProcess(process, options);
-    std::vector<Result> results;
-    for (const Integer id : IdsOf(process.catalog, copy)) {
-        progress.Begin(process.catalog.GetTableName(id));
-        results.push_back(CopyOne(process, options, copy, id));
-        progress.End(kWords[results.back().code]);
-    }
-    ShowTable(results, out);
-    return Worst(results);
-}
+std::unique_ptr<Command> MakeCopy() { return std::make_unique<CopyCommand>(); }
 
 }  // namespace iqrx::qrxctl

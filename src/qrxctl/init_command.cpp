@@ -110,7 +110,21 @@ bool TakesSmallLettersForCapitals(runtime::DatabaseSession& session) {
     return !session.OpenRecordset(kTable(Literal::Text("TSMDM030")))->Eof();
 }
 
+class InitCommand : public Command {
+public:
+    void AddOptions(CLI::App&) override {}
+    void Check(const Options& options) const override { RequireConnection(options); }
+
+    ExitCode Run(const Workplace& place) override {
+        hosting::Composition parts(place.surroundings);
+        Init(parts, place.options, parts.Ports(place.talk).machine.programFolder / "schema", place.talk);
+        return kAllWell;
+    }
+};
+
 }  // namespace
+
+std::unique_ptr<Command> MakeInit() { return std::make_unique<InitCommand>(); }
 
 void Init(hosting::Composition& parts, const Options& options, const std::filesystem::path& schemaFolder,
           std::ostream& warnings) {

@@ -4,8 +4,7 @@
 #include <filesystem>
 #include <iostream>
 
-#include "composition/composition.h"
-#include "qrxctl/options.h"
+#include "qrxctl/command.h"
 
 namespace iqrx::qrxctl {
 
@@ -14,5 +13,7 @@ namespace iqrx::qrxctl {
 // line on `warnings`. Raises RuntimeError.
 void Init(hosting::Composition& parts, const Options& options, const std::filesystem::path& schemaFolder,
           std::ostream& warnings = std::cerr);
+
+std::unique_ptr<Command> MakeInit();
 
 }  // namespace iqrx::qrxctl

@@ -1,6 +1,7 @@
 // What every command of the operator's tool may be told.
 #pragma once
 
+#include <map>
 #include <string>
 
 #include "control/cls_data_copy.h"
@@ -14,6 +15,10 @@ struct Options {
     std::string erp;
     std::string group = "SYNC";
     std::string logDirectory;
+    std::string stateDirectory;                // empty: beside the database or in the log directory
+    bool json = false;                         // results as JSON
+    bool quiet = false;                        // no word unless something is wrong
+    std::map<std::string, std::string> guard;  // of the INI file's section [guard]: the limit of each table
 };
 
 // All of a request but its table and method.

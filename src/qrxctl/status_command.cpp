@@ -78,21 +78,32 @@ void ShowJson(const std::vector<TableStatus>& tables, std::ostream& out) {
     out << "\n]\n";
 }
 
+class StatusCommand : public Command {
+public:
+    void AddOptions(CLI::App&) override {}
+    void Check(const Options& options) const override { RequireConnection(options); }
+
+    ExitCode Run(const Workplace& place) override {
+        const Options& options = place.options;
+        hosting::Composition parts(place.surroundings);
+        control::Process process(parts.Ports(place.talk));
+        PrepareProcess(process, options);
+        process.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
+        std::vector<TableStatus> tables;
+        for (int id = 0; id < control::TableCatalog::kLastId; ++id)
+            if (const std::string table = process.catalog.GetTableName(id); !table.empty())
+                tables.push_back(StatusOf(process.database, table));
+        process.database.CloseDatabase();
+        if (options.json)
+            ShowJson(tables, place.out);
+        else
+            ShowTable(tables, place.out);
+        return kAllWell;
+    }
+};
+
 }  // namespace
 
-void Status(const control::Ports& ports, const Options& options, bool json, std::ostream& out) {
-    control::Process process(ports);
-    PrepareProcess(process, options);
-    process.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
-    std::vector<TableStatus> tables;
-    for (int id = 0; id < control::TableCatalog::kLastId; ++id)
-        if (const std::string table = process.catalog.GetTableName(id); !table.empty())
-            tables.push_back(StatusOf(process.database, table));
-    process.database.CloseDatabase();
-    if (json)
-        ShowJson(tables, out);
-    else
-        ShowTable(tables, out);
-}
+std::unique_ptr<Command> MakeStatus() { return std::make_unique<StatusCommand>(); }
 
 }  // namespace iqrx::qrxctl

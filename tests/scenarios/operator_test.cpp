@@ -31,10 +31,11 @@ protected:
 TEST_F(TheTool, HelpsOnEveryLevel) {
     ExpectHelp(BareQrxctl({"--help"}),
                {"init", "copy", "status", "sample", "--connection", "--database", "--platform", "--erp",
-                "--group", "--log-dir", "--config", "QRXCTL_CONNECTION"});
+                "--group", "--log-dir", "--state-dir", "--json", "--quiet", "--config", "QRXCTL_CONNECTION"});
     ExpectHelp(BareQrxctl({"init", "--help"}), {"init"});
     ExpectHelp(BareQrxctl({"copy", "--help"}), {"--all", "--full", "--incremental", "--since"});
-    ExpectHelp(BareQrxctl({"status", "--help"}), {"--json"});
+    ExpectHelp(BareQrxctl({"status", "--help"}), {"status"});
+    ExpectHelp(BareQrxctl({"help", "copy"}), {"--incremental"});
     ExpectHelp(BareQrxctl({"sample", "--help"}), {"--orders", "--changes", "--seed"});
 }
 
@@ -43,6 +44,33 @@ TEST_F(TheTool, SaysItsVersionAsTheServiceDoes) {
     const Finished service = RunToEnd({IQRX_SERVICE, "--version"}, directory);
     EXPECT_EQ(service.out, "iQRXyQRXSync " IQRX_VERSION "\n");
     EXPECT_EQ(service.exitCode, 0);
+}
+
+TEST_F(TheTool, ShowsItsCommandsToWhoeverTypesItsNameAlone) {
+    const Finished run = BareQrxctl({});
+    EXPECT_EQ(run.exitCode, 64);
+    EXPECT_EQ(run.err, "");
+    for (const char* command : {"init", "copy", "status", "sample"})
+        EXPECT_THAT(run.out, ::testing::ContainsRegex(std::string("\n[A-Z ][a-z ]+") + command + " "));
+}
+
+TEST_F(TheTool, GuessesWhatAMistypedWordMeant) {
+    ExpectUsageError({"stats"}, "did you mean status?");
+    ExpectUsageError({"copy", "--all", "--ful"}, "did you mean --full?");
+}
+
+TEST_F(TheTool, PrefersTheMethodOfTheCommandLineToAnotherOfTheIniFile) {
+    GivenFile(directory / "site.ini", "[copy]\nfull=true");
+    EXPECT_EQ(Qrxctl({"--config", "site.ini", "copy", "tsmdm030", "-i"}).exitCode, 1);  // there is no trail
+    EXPECT_EQ(Qrxctl({"--config", "site.ini", "copy", "tsmdm030"}).exitCode, 0);
+}
+
+TEST_F(TheTool, NamesTheLineOfAnIniFileThatIsWrong) {
+    GivenFile(directory / "site.ini", "connection=Provider=SQLite;Data Source=x");
+    ExpectUsageError({"--config", "site.ini", "status"},
+                     "site.ini line 1: put the value of connection in double quotes");
+    GivenFile(directory / "site.ini", "[copy]\nfull=true\ncolour=blue");
+    ExpectUsageError({"--config", "site.ini", "status"}, "site.ini line 3: there is no option copy.colour");
 }
 
 TEST_F(TheTool, RefusesWhatItDoesNotKnowInOneLine) {
@@ -55,7 +83,7 @@ TEST_F(TheTool, RefusesWhatItDoesNotKnowInOneLine) {
 }
 
 TEST_F(TheTool, RefusesAnIncompleteOrContradictoryCommandInOneLine) {
-    ExpectUsageError({}, "subcommand");
+    ExpectUsageError({"--platform", "oracle"}, "subcommand");
     ExpectUsageError({"copy", "tsmdm030"}, "--full or --incremental");
     ExpectUsageError({"copy", "--full"}, "--all");
     ExpectUsageError({"copy", "tsmdm030", "--all", "--full"}, "--all");

@@ -1,0 +1,52 @@
+// What every command of the tool looks like to the tool.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <iosfwd>
+#include <memory>
+#include <span>
+
+#include "composition/composition.h"
+#include "qrxctl/exit_code.h"
+#include "qrxctl/options.h"
+
+namespace iqrx::qrxctl {
+
+// Where a command works; borrowed.
+struct Workplace {
+    const Options& options;
+    const hosting::Surroundings& surroundings;
+    std::ostream& out;   // results
+    std::ostream& talk;  // what goes on meanwhile and what is wrong
+};
+
+class Command {
+public:
+    virtual ~Command() = default;
+
+    virtual void AddOptions(CLI::App& command) = 0;
+
+    // Raises CLI::ParseError for what is missing or contradictory once command line, INI file and variables
+    // were read. An option that must be given is checked here, since only then is it known whether it was.
+    virtual void Check(const Options&) const {}
+
+    // Raises RuntimeError, and UsageError for names that only the database can tell to be wrong.
+    virtual ExitCode Run(const Workplace& place) = 0;
+};
+
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// A command as the overview lists it.
+struct CommandEntry {
+    const char* group;
+    const char* name;
+    const char* summary;
+    std::unique_ptr<Command> (*make)();
+};
+std::span<const CommandEntry> Commands();  // in the overview's order
+
+void RequireConnection(const Options& options);
+
+}  // namespace iqrx::qrxctl

@@ -1,0 +1,23 @@
+#include <array>
+
+#include "qrxctl/copy_command.h"
+#include "qrxctl/init_command.h"
+#include "qrxctl/sample_command.h"
+#include "qrxctl/status_command.h"
+
+namespace iqrx::qrxctl {
+
+namespace {
+
+constexpr std::array kCommands{
+    CommandEntry{"First", "init", "put tables and catalog in place", MakeInit},
+    CommandEntry{"Copy", "copy", "copy tables, in full or what changed", MakeCopy},
+    CommandEntry{"Watch", "status", "how fresh, how many, who holds it", MakeStatus},
+    CommandEntry{"Help", "sample", "write an extract to play with", MakeSample},
+};
+
+}  // namespace
+
+std::span<const CommandEntry> Commands() { return kCommands; }
+
+}  // namespace iqrx::qrxctl

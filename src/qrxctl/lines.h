@@ -1,0 +1,34 @@
+// The lines that the tool shows: at most 80 columns of facts, each standing by itself.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace iqrx::qrxctl {
+
+inline constexpr std::size_t kColumns = 80;
+
+// Breaks a text between its words so that no line passes the last column; lines after the first are indented.
+// A word that is longer than a line stands on one of its own.
+std::string Wrapped(std::string_view text, std::size_t indent);
+
+std::string Grouped(std::int64_t number);    // 1,412
+std::string Seconds(double seconds);         // 0.05
+std::string Duration(std::int64_t seconds);  // 12 m, 8.5 h, 3 d
+
+// A fact: its first word (ok, note, wrong, stopped, failed) in a column of its own, its subject in another.
+std::string Fact(std::string_view word, std::string_view subject, std::string_view text);
+
+// What to do about the fact above; can be pasted.
+std::string NextStep(std::string_view command);
+
+// "1 table", "2 tables".
+std::string Counted(std::int64_t number, std::string_view thing);
+
+// A text without line breaks.
+std::string OneLine(std::string text);
+
+}  // namespace iqrx::qrxctl
