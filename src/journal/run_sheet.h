@@ -1,0 +1,75 @@
+// Run sheets: who is copying a table now. A sheet is a file that its process holds for as long as it copies,
+// so that the end of the process is proved, whatever ended it.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "journal/state_directory.h"
+
+namespace iqrx::journal {
+
+struct SheetText {
+    std::string table, run;
+    std::string program;  // "qrxctl copy --all --full"
+    std::string method;   // "full" or "incremental"
+    std::string since;    // RFC 3339
+    platform::ProcessIdentity by;
+    bool operator==(const SheetText&) const = default;
+};
+
+enum class Holder {
+    Nobody,    // there is no sheet
+    Living,    // a process holds it
+    Dead,      // it was left by a process of this host that is gone
+    Elsewhere  // it is free and names another host, or it cannot be looked at: nothing is proved
+};
+
+// Of a damaged sheet what can be read of it; `table` always.
+struct SheetState {
+    Holder holder = Holder::Nobody;
+    SheetText sheet;
+};
+
+// Held for as long as the object lives; its end removes the sheet.
+class RunSheet {
+public:
+    RunSheet(std::unique_ptr<platform::HeldFile> file, std::string before);
+    ~RunSheet();
+    RunSheet(const RunSheet&) = delete;
+    RunSheet& operator=(const RunSheet&) = delete;
+
+    // Lets go of the sheet and leaves it as it was found: for a run that found the table locked by the one
+    // whose sheet it was. Raises nothing.
+    void PutBack() noexcept;
+
+private:
+    std::unique_ptr<platform::HeldFile> file_;
+    const std::string before_;  // what the sheet said when it was taken; empty when there was none
+};
+
+struct TakenSheet {
+    std::unique_ptr<RunSheet> sheet;  // null: somebody living holds it, or no sheet can be kept
+    SheetState found;                 // who had it before; Living: who has it
+    bool InUse() const { return found.holder == Holder::Living; }
+};
+
+class RunSheets {
+public:
+    explicit RunSheets(StateDirectory& directory) : directory_(directory) {}
+
+    // Neither disturbs a run, nor raises anything.
+    SheetState StateOf(const std::string& table) const;
+    std::vector<SheetState> All() const;  // of the tables that have a sheet, by name
+
+    // Takes the sheet of text.table, the one of a dead process or of another host, too. Where the directory
+    // cannot be written there is no sheet and nobody InUse: the copy goes on without. Raises nothing.
+    TakenSheet Take(const SheetText& text);
+
+private:
+    StateDirectory& directory_;
+};
+
+}  // namespace iqrx::journal
