@@ -48,6 +48,12 @@ control::Ports Composition::Ports(std::ostream& diagnostics) {
     return {system_->Machine(), databases, *erps_, system_->Objects(), diagnostics};
 }
 
+platform::Machine Composition::Machine() { return system_->Machine(); }
+
+platform::Host& Composition::Host() { return system_->Host(); }
+
+platform::DatabaseProvider& Composition::PlainDatabases() { return *system_; }
+
 bool Composition::ApplyEmbeddedSchema(const std::string& connectionString, std::string_view script) {
     return system_->ApplyEmbeddedSchema(connectionString, script);
 }

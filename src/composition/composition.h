@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "control/process.h"
+#include "platform/host.h"
 
 namespace iqrx::hosting {
 
@@ -37,6 +38,11 @@ public:
     Composition& operator=(const Composition&) = delete;
 
     control::Ports Ports(std::ostream& diagnostics);
+    platform::Machine Machine();
+    platform::Host& Host();
+
+    // For statements that are not a request's: neither traced nor watched.
+    platform::DatabaseProvider& PlainDatabases();
 
     // Runs the script where the connection string names an embedded database, whose file is created when it
     // is missing; returns false for every other connection string. Raises RuntimeError.

@@ -8,6 +8,7 @@ namespace iqrx::hosting {
 class System : public platform::DatabaseProvider, public erp::ErpProvider {
 public:
     virtual platform::Machine Machine() = 0;
+    virtual platform::Host& Host() = 0;
     virtual platform::ObjectFactory& Objects() = 0;
     virtual bool ApplyEmbeddedSchema(const std::string& connectionString, std::string_view script) = 0;
 };

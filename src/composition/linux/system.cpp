@@ -8,6 +8,7 @@
 #include "platform/connection_string.h"
 #include "platform/error.h"
 #include "platform/odbc/odbc_database.h"
+#include "platform/posix/host.h"
 #include "platform/posix/instance_registry.h"
 #include "platform/posix/machine.h"
 #include "platform/sqlite/sqlite_database.h"
@@ -35,6 +36,8 @@ public:
     }
 
     platform::Machine Machine() override { return machine_.Ports(); }
+
+    platform::Host& Host() override { return host_; }
 
     platform::ObjectFactory& Objects() override { return objects_; }
 
@@ -66,6 +69,7 @@ public:
 
 private:
     platform::posix::PosixMachine machine_;
+    platform::posix::PosixHost host_;
     platform::posix::InstanceRegistryFactory objects_;
 };
 

@@ -6,6 +6,7 @@
 #include "platform/ado/connection.h"
 #include "platform/windows/apartment.h"
 #include "platform/windows/com_object.h"
+#include "platform/windows/host.h"
 #include "platform/windows/machine.h"
 #include "platform/windows/text.h"
 
@@ -27,6 +28,8 @@ public:
 
     platform::Machine Machine() override { return machine_.Ports(); }
 
+    platform::Host& Host() override { return host_; }
+
     platform::ObjectFactory& Objects() override { return objects_; }
 
     std::unique_ptr<platform::Connection> CreateConnection(std::string_view text) override {
@@ -44,6 +47,7 @@ public:
 private:
     EnteredApartment apartment_;  // before everything that calls COM
     platform::windows::WindowsMachine machine_;
+    platform::windows::WindowsHost host_;
     platform::windows::ComObjectFactory objects_;
     platform::ado::AdoProvider databases_{objects_};
 };

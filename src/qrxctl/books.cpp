@@ -1,0 +1,27 @@
+#include "qrxctl/books.h"
+
+#include <iostream>
+
+#include "journal/timestamp.h"
+#include "platform/text.h"
+
+namespace iqrx::qrxctl {
+
+namespace {
+
+std::filesystem::path Place(const Options& options) {
+    return options.stateDirectory.empty()
+               ? journal::StateDirectoryOf(options.connection, options.logDirectory)
+               : platform::Path(options.stateDirectory);
+}
+
+}  // namespace
+
+Books::Books(hosting::Composition& parts, const Options& options, journal::Use use)
+    : directory(parts.Host(), parts.Machine().files, Place(options), use) {}
+
+std::string Now(hosting::Composition& parts) {
+    return journal::Rfc3339({parts.Machine().clock.Now(), parts.Host().UtcOffsetMinutes()});
+}
+
+}  // namespace iqrx::qrxctl
