@@ -12,10 +12,10 @@
 
 namespace iqrx::qrxctl {
 
-// Where a command works; borrowed.
+// Where a command works; options and streams are borrowed.
 struct Workplace {
     const Options& options;
-    const hosting::Surroundings& surroundings;
+    hosting::Surroundings surroundings;
     std::ostream& out;   // results
     std::ostream& talk;  // what goes on meanwhile and what is wrong
 };

@@ -1,159 +1,130 @@
 #include "qrxctl/copy_command.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
-#include <iomanip>
 #include <ostream>
 
-#include "hosting/cls_data_copy_handler.h"
-#include "hosting/sub_main.h"
-#include "platform/connection_string.h"
 #include "platform/date.h"
 #include "platform/error.h"
-#include "qrxctl/progress.h"
+#include "qrxctl/copy_crew.h"
+#include "qrxctl/copy_report.h"
+#include "qrxctl/lines.h"
+#include "qrxctl/table_choice.h"
 
 namespace iqrx::qrxctl {
 
-using platform::Integer;
-
 namespace {
 
-struct CopyOptions {
+// The catalog as the tool reads it to choose; each job loads its own.
+std::vector<std::string> TablesOf(hosting::Composition& parts, const Workplace& place) {
+    control::Ports ports = parts.Ports(place.talk);
+    ports.databases = parts.PlainDatabases();
+    control::Process process(ports);
+    PrepareProcess(process, place.options);
     std::vector<std::string> tables;
-    bool all = false;
-    bool full = false;
-    bool incremental = false;
-    std::optional<std::string> since;
+    for (platform::Integer id = 0; id < control::kAllTables; ++id)
+        if (const std::string name = process.catalog.GetTableName(id); !name.empty()) tables.push_back(name);
+    return tables;
+}
+
+// A wrong moment of the future would pass over every change until then.
+void RefuseFuture(const CopyOptions& copy, platform::Date now) {
+    if (copy.since && platform::ParseIsoDate(*copy.since)->secondsSince1970 > now.secondsSince1970)
+        throw UsageError("--since " + *copy.since + " lies in the future");
+}
+
+// The run that --resume goes on with: the last one of this method by the tool.
+struct EarlierRun {
+    std::string id;
+    std::vector<std::string> done;
 };
 
-struct Result {
-    std::string table;
-    control::Counters counts = {};
-    double seconds = 0;
-    hosting::ExitCode code = hosting::kFailed;
-    std::string cause = {};
-};
-
-constexpr const char* kWords[] = {"completed", "failed", "in use"};  // for the exit codes
-
-std::vector<Integer> IdsOf(const control::TableCatalog& catalog, const CopyOptions& copy) {
-    std::vector<Integer> ids;
-    if (copy.all) {
-        for (Integer id = 0; id < control::kAllTables; ++id)
-            if (!catalog.GetTableName(id).empty()) ids.push_back(id);
-        return ids;
-    }
-    for (const std::string& table : copy.tables) {
-        Integer id = 0;
-        while (id < control::kAllTables && !platform::EqualIgnoringCase(catalog.GetTableName(id), table))
-            ++id;
-        if (id == control::kAllTables || table.empty())
-            throw UsageError("no table \"" + table + "\" in the catalog");
-        ids.push_back(id);
-    }
-    return ids;
-}
-
-// The moment is stamped as it stands: the audit window begins at what the control table holds.
-void SetLastUpdate(control::Process& process, const Options& options, const std::string& table,
-                   const std::string& since) {
-    const auto moment = platform::ParseIsoDate(since);
-    if (!moment)
-        platform::RaiseRuntimeError(platform::kTypeMismatch,
-                                    "--since \"" + since + "\" is not YYYY-MM-DD [HH:MM:SS]");
-    process.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
-    if (!process.controlTables.IsTableInUse(table))  // the copy that holds it stamps it itself
-        process.controlTables.SetTableLastUpdate(
-            table, process.database.Literals().WrapDateLiteral(runtime::FormatIsoDateTime(*moment)));
-    process.database.CloseDatabase();
-}
-
-Result CopyOne(control::Process& process, const Options& options, const CopyOptions& copy, Integer id) {
-    Result result{.table = process.catalog.GetTableName(id)};
-    const auto begin = std::chrono::steady_clock::now();
-    if (copy.since) SetLastUpdate(process, options, result.table, *copy.since);
-    control::CopyRequest request = RequestOf(options);
-    request.tableId = id;
-    request.syncMethod = copy.full ? control::kFull : control::kIncremental;
-    hosting::clsDataCopyHandler handler(process);
-    handler.HandleDataCopy(request);
-    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-    result.counts = handler.LastCounts();
-    result.cause = process.runLog.FirstError();
-    result.code = hosting::ExitCodeOf(result.cause, handler.LastOutcome());
-    return result;
-}
-
-void ShowTable(const std::vector<Result>& results, std::ostream& out) {
-    out << std::left << std::setw(10) << "table" << std::right << std::setw(10) << "inserted" << std::setw(10)
-        << "updated" << std::setw(10) << "deleted" << std::setw(10) << "seconds"
-        << "  outcome\n";
-    for (const Result& result : results) {
-        out << std::left << std::setw(10) << result.table << std::right << std::setw(10)
-            << result.counts.inserted << std::setw(10) << result.counts.updated << std::setw(10)
-            << result.counts.deleted << std::setw(10) << std::fixed << std::setprecision(2) << result.seconds
-            << "  " << kWords[result.code];
-        if (!result.cause.empty()) out << ": " << result.cause;
-        out << '\n';
-    }
-    out.flush();
-}
-
-hosting::ExitCode Worst(const std::vector<Result>& results) {
-    const auto any = [&](hosting::ExitCode code) {
-        return std::ranges::find(results, code, &Result::code) != results.end();
-    };
-    if (any(hosting::kFailed)) return hosting::kFailed;
-    return any(hosting::kTableInUse) ? hosting::kTableInUse : hosting::kCompleted;
-}
-
-std::string WhatIsWrongWithMoment(const std::string& text) {
-    return platform::ParseIsoDate(text) ? "" : "\"" + text + "\" is not YYYY-MM-DD [HH:MM:SS]";
+EarlierRun LastRun(const journal::History& history, const std::string& method) {
+    EarlierRun last;
+    history.ForEach([&](const journal::RunEntry& entry) {
+        if (entry.method != method || !entry.program.starts_with("qrxctl")) return true;
+        if (entry.run != last.id) last = {entry.run, {}};
+        if (entry.outcome == "ok") last.done.push_back(entry.table);
+        return true;
+    });
+    return last;
 }
 
 class CopyCommand : public Command {
 public:
-    void AddOptions(CLI::App& command) override {
-        CLI::Option* tables = command.add_option("tables", copy_.tables, "names of tables");
-        command.add_flag("--all", copy_.all, "every table of the catalog")->excludes(tables);
-        CLI::Option* full = command.add_flag("-f,--full", copy_.full, "copy everything the ERP holds");
-        command
-            .add_flag("-i,--incremental", copy_.incremental, "apply the audit trail since the last update")
-            ->excludes(full);
-        command.add_option("--since", copy_.since, "set the last update back to YYYY-MM-DD [HH:MM:SS] first")
-            ->check(CLI::Validator(WhatIsWrongWithMoment, "MOMENT"))
-            ->excludes(full);
-    }
-
-    void Check(const Options& options) const override {
-        RequireConnection(options);
-        if (copy_.tables.empty() && !copy_.all) throw CLI::RequiredError("TABLE... or --all");
-        if (!copy_.full && !copy_.incremental) throw CLI::RequiredError("--full or --incremental");
-    }
-
-    ExitCode Run(const Workplace& place) override {
-        hosting::Composition parts(place.surroundings);
-        control::Ports ports = parts.Ports(place.talk);
-        Progress progress(place.talk, isatty(STDERR_FILENO) != 0);
-        CountingDatabase counting(ports.databases, progress);
-        ports.databases = counting;
-        control::Process process(ports);
-        PrepareProcess(process, place.options);
-        std::vector<Result> results;
-        for (const Integer id : IdsOf(process.catalog, copy_)) {
-            progress.Begin(process.catalog.GetTableName(id));
-            results.push_back(CopyOne(process, place.options, copy_, id));
-            progress.End(kWords[results.back().code]);
-        }
-        ShowTable(results, place.out);
-        return static_cast<ExitCode>(Worst(results));
-    }
+    void AddOptions(CLI::App& command) override { copy_.AddTo(command); }
+    void Check(const Options& options) const override { copy_.Check(options); }
+    ExitCode Run(const Workplace& place) override;
 
 private:
+    ExitCode SayWhatWouldBeDone(const Workplace& place, const std::vector<std::string>& tables, Books& books,
+                                platform::Date now) const;
+    void Show(const Workplace& place, const CopyReport& report, const std::string& at) const;
+
     CopyOptions copy_;
 };
+
+ExitCode CopyCommand::Run(const Workplace& place) {
+    const auto stop = hosting::ListenForStop();
+    Workplace watched = place;
+    watched.surroundings.stop = stop.get();
+    hosting::Composition parts(watched.surroundings);
+    const platform::Date now = parts.Machine().clock.Now();
+    RefuseFuture(copy_, now);
+    const std::vector<std::string> known = TablesOf(parts, watched);
+    std::vector<std::string> tables = copy_.all ? known : ChooseTables(known, copy_.tables);
+    Books books(parts, place.options, copy_.dryRun ? journal::Use::Reading : journal::Use::Writing);
+    if (copy_.dryRun) return SayWhatWouldBeDone(place, tables, books, now);
+
+    CopyReport report{.run = {}, .resume = copy_.CommandLine() + " --resume"};
+    if (copy_.resume) {
+        EarlierRun earlier = LastRun(books.history, copy_.Method());
+        std::erase_if(tables, [&](const auto& table) { return std::ranges::count(earlier.done, table) > 0; });
+        report.run = earlier.id;
+        report.doneBefore = std::move(earlier.done);
+    }
+    if (report.run.empty()) report.run = books.history.NewRunId(now);
+    const CopyRun run{watched, copy_, books, report.run};
+    const auto begin = std::chrono::steady_clock::now();
+    Copy(run, tables, report);
+    report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    Show(place, report, Now(parts));
+    if (const std::string problem = books.directory.Problem(); !problem.empty())
+        place.talk << Fact("note", "state", problem);
+    return CodeOf(report);
+}
+
+void CopyCommand::Show(const Workplace& place, const CopyReport& report, const std::string& at) const {
+    if (place.options.json) {
+        place.out << JsonOf(report, at) << std::endl;
+        return;
+    }
+    if (!report.doneBefore.empty() && !place.options.quiet)
+        place.out << Fact("note", "resumed",
+                          Counted(static_cast<std::int64_t>(report.doneBefore.size()), "table") + " of run " +
+                              report.run + " had been copied");
+    if (!place.options.quiet) ShowClosingTable(report, place.out);
+    std::ostringstream troubles;
+    ShowTroubles(report, troubles);
+    if (troubles.str().empty()) return;
+    if (!place.options.quiet) place.out << '\n';
+    place.out << troubles.str() << std::flush;
+}
+
+ExitCode CopyCommand::SayWhatWouldBeDone(const Workplace& place, const std::vector<std::string>& tables,
+                                         Books& books, platform::Date now) const {
+    for (const std::string& table : tables) {
+        std::string text = copy_.full ? "everything" : "changes since the control table's last update";
+        const auto from = books.ledger.NextFrom(table, now);
+        if (!copy_.full && copy_.since)
+            text = "changes since " + *copy_.since;
+        else if (!copy_.full && from)
+            text = "changes since " + platform::IsoDateTime(*from);
+        if (books.sheets.StateOf(table).holder == journal::Holder::Living) text += "; is being copied now";
+        place.out << Fact("would", table, "copy " + text);
+    }
+    return kAllWell;
+}
 
 }  // namespace
 

@@ -1,0 +1,224 @@
+#include "qrxctl/copy_job.h"
+
+#include <chrono>
+
+#include "hosting/cls_data_copy_handler.h"
+#include "hosting/sub_main.h"
+#include "journal/exported.h"
+#include "journal/timestamp.h"
+#include "platform/conversions.h"
+#include "platform/date.h"
+#include "platform/error.h"
+#include "platform/text.h"
+#include "qrxctl/lines.h"
+#include "runtime/sql.h"
+
+namespace iqrx::qrxctl {
+
+namespace {
+
+using platform::Date;
+
+constexpr runtime::Sql<0> kRows = "SELECT count(*) FROM {table}";
+constexpr std::string_view kExtract = "extract=";
+
+hosting::Surroundings SurroundingsOf(const CopyRun& run) {
+    hosting::Surroundings surroundings = run.place.surroundings;
+    surroundings.limits = run.copy.Limits(run.place.options);
+    return surroundings;
+}
+
+// Calendars are listed as they are: there is no trail of their changes.
+bool HasTrail(const std::string& table) { return table != "tcccp030"; }
+
+std::string Who(const platform::ProcessIdentity& by) {
+    return by.terminal.empty() ? by.user : by.terminal + ", " + by.user;
+}
+
+std::string Described(const journal::SheetText& sheet) {
+    return "pid " + std::to_string(sheet.by.pid) + " (" + sheet.program + ")";
+}
+
+platform::Integer IdOf(const control::TableCatalog& catalog, const std::string& table) {
+    platform::Integer id = 0;
+    while (id < control::kAllTables && catalog.GetTableName(id) != table) ++id;
+    return id;
+}
+
+}  // namespace
+
+const char* WordOf(CopyOutcome outcome) {
+    constexpr const char* kWords[] = {"ok", "failed", "in use", "guard", "stopped"};
+    return kWords[static_cast<int>(outcome)];
+}
+
+ExitCode CodeOf(CopyOutcome outcome) {
+    constexpr ExitCode kCodes[] = {kAllWell, kFailed, kTableInUse, kGuarded, kStopped};
+    return kCodes[static_cast<int>(outcome)];
+}
+
+CopyJob::CopyJob(const CopyRun& run)
+    : run_(run), parts_(SurroundingsOf(run)), process_(parts_.Ports(run.place.talk)) {
+    PrepareProcess(process_, run.place.options);
+}
+
+TableResult CopyJob::Copy(const std::string& table, bool full) {
+    TableResult result{.table = table, .method = full ? "full" : "incremental"};
+    parts_.Counts().Reset();
+    const std::string began = Now();
+    const auto start = std::chrono::steady_clock::now();
+    const journal::TakenSheet taken = run_.books.sheets.Take({.table = table,
+                                                              .run = run_.id,
+                                                              .program = run_.copy.CommandLine(),
+                                                              .method = result.method,
+                                                              .since = began,
+                                                              .by = parts_.Host().Self()});
+    if (taken.InUse()) {
+        result.outcome = CopyOutcome::InUse;
+        result.cause = "is being copied now by " + Described(taken.found.sheet);
+    } else {
+        try {
+            if (TakeOver(taken.found, result)) Request(table, result);
+        } catch (...) {
+            result.outcome = CopyOutcome::Failed;
+            result.cause = OneLine(platform::CurrentError().description);
+        }
+        // The lock of somebody whose sheet this was: he is to be found by it.
+        if (result.outcome == CopyOutcome::InUse && taken.sheet) taken.sheet->PutBack();
+    }
+    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    result.copied = parts_.Counts().copied;
+    result.removed = parts_.Counts().removed;
+    Record(result, began);
+    return result;
+}
+
+// A lock is taken over only when it is proved that the process that took it is gone. False: it is left.
+bool CopyJob::TakeOver(const journal::SheetState& found, TableResult& result) {
+    if (found.holder != journal::Holder::Dead) return true;
+    const Options& options = run_.place.options;
+    process_.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
+    const bool locked = process_.controlTables.IsTableInUse(result.table);
+    if (locked && !run_.copy.noTakeover) {
+        process_.controlTables.UnlockTable(result.table);
+        result.notes.push_back("took over the lock of " + Described(found.sheet) + ", which is gone");
+    }
+    process_.database.CloseDatabase();
+    if (!locked || !run_.copy.noTakeover) return true;
+    result.outcome = CopyOutcome::InUse;
+    result.cause = "is locked by " + Described(found.sheet) + ", which is gone";
+    result.nextStep = "qrxctl unlock " + result.table;
+    return false;
+}
+
+CopyJob::Moment CopyJob::WindowBegin(const std::string& table, Date now) {
+    if (run_.copy.since) return platform::ParseIsoDate(*run_.copy.since);
+    if (!HasTrail(table)) return std::nullopt;
+    if (run_.copy.fillGaps)
+        if (const auto known = run_.books.ledger.Of(table); known && !known->gaps.empty())
+            return known->gaps.front().from;
+    return run_.books.ledger.NextFrom(table, now);
+}
+
+void CopyJob::Request(const std::string& table, TableResult& result) {
+    const bool full = result.method == "full";
+    const Date began = process_.machine.clock.Now();
+    const Moment from = full ? std::nullopt : WindowBegin(table, began);
+    const Moment before = full ? std::nullopt : LastUpdate(table);
+    const Moment exported = ExportMoment(table, full);
+    if (from) SetLastUpdate(table, from);
+    control::CopyRequest request = RequestOf(run_.place.options);
+    request.tableId = IdOf(process_.catalog, table);
+    request.syncMethod = full ? control::kFull : control::kIncremental;
+    hosting::clsDataCopyHandler handler(process_);
+    handler.HandleDataCopy(request);
+    Judge(result, handler.LastOutcome());
+    if (from && result.outcome != CopyOutcome::Copied && result.outcome != CopyOutcome::InUse)
+        SetLastUpdate(table, before);
+    if (result.outcome == CopyOutcome::Copied)
+        NoteWhatWasRead(result, from ? from : before, exported ? std::min(began, *exported) : began);
+    result.rows = CountRows(table);
+}
+
+void CopyJob::Judge(TableResult& result, control::Outcome outcome) {
+    constexpr CopyOutcome kOutcomes[] = {CopyOutcome::Copied, CopyOutcome::Failed, CopyOutcome::InUse};
+    result.cause = OneLine(process_.runLog.FirstError());
+    result.outcome = kOutcomes[hosting::ExitCodeOf(result.cause, outcome)];
+    const platform::StopRequest* stop = run_.place.surroundings.stop;
+    if (result.outcome == CopyOutcome::InUse) {
+        result.cause = "is locked by a program that keeps no run sheet here";
+        result.nextStep = "qrxctl unlock " + result.table;
+    } else if (const auto& refused = parts_.Refused()) {
+        result.outcome = CopyOutcome::Guarded;
+        result.cause = refused->Text();
+        result.nextStep = "qrxctl copy " + result.table + " --" + result.method + " --max-removed " +
+                          std::to_string(refused->removed);
+    } else if (result.outcome == CopyOutcome::Failed && stop && stop->Asked()) {
+        result.outcome = CopyOutcome::Stopped;
+        result.cause = "by " + *stop->Asked();
+    }
+}
+
+CopyJob::Moment CopyJob::ExportMoment(const std::string& table, bool full) {
+    const std::string& erp = run_.place.options.erp;
+    if (!erp.starts_with(kExtract) || !HasTrail(table)) return std::nullopt;
+    return journal::ExportMomentOf(platform::Path(std::string_view(erp).substr(kExtract.size())),
+                                   {table + (full ? ".csv" : ".audit.csv")}, parts_.Host())
+        .at;
+}
+
+void CopyJob::NoteWhatWasRead(const TableResult& result, Moment from, Date readTo) {
+    if (!HasTrail(result.table)) return;
+    const Date now = process_.machine.clock.Now();
+    if (result.method == "full")
+        run_.books.ledger.ReadInFull(result.table, readTo, now);
+    else if (from && from->secondsSince1970 <= readTo.secondsSince1970)
+        run_.books.ledger.ReadTrail(result.table, {*from, readTo}, now);
+}
+
+void CopyJob::Record(const TableResult& result, const std::string& began) {
+    run_.books.history.Append({.run = run_.id,
+                               .table = result.table,
+                               .method = result.method,
+                               .program = run_.copy.CommandLine(),
+                               .by = Who(parts_.Host().Self()),
+                               .outcome = WordOf(result.outcome),
+                               .cause = result.cause,
+                               .began = began,
+                               .ended = Now(),
+                               .copied = result.copied,
+                               .removed = result.removed,
+                               .rows = result.rows,
+                               .seconds = result.seconds});
+}
+
+// None while it is in use: the copy that holds it stamps it itself.
+CopyJob::Moment CopyJob::LastUpdate(const std::string& table) {
+    const Options& options = run_.place.options;
+    runtime::DatabaseSession session(process_.machine, parts_.PlainDatabases());
+    session.OpenDatabase(options.connection, options.database, PlatformNumber(options));
+    return control::ControlTables(process_.machine.clock, session).GetTableLastUpdate(table);
+}
+
+// As it stands: the audit window begins at what the control table holds. The copy that holds a table stamps it itself.
+void CopyJob::SetLastUpdate(const std::string& table, Moment moment) {
+    const Options& options = run_.place.options;
+    process_.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
+    const bool wasNever = !moment || moment->secondsSince1970 == 0;
+    if (!process_.controlTables.IsTableInUse(table))
+        process_.controlTables.SetTableLastUpdate(
+            table, wasNever ? platform::Literal::Unknown("NULL")
+                            : process_.database.Literals().WrapDateLiteral(runtime::FormatIsoDateTime(*moment)));
+    process_.database.CloseDatabase();
+}
+
+std::optional<std::int64_t> CopyJob::CountRows(const std::string& table) try {
+    const Options& options = run_.place.options;
+    runtime::DatabaseSession session(process_.machine, parts_.PlainDatabases());
+    session.OpenDatabase(options.connection, options.database, PlatformNumber(options));
+    return platform::ToLong(session.OpenRecordset(kRows.On(table))->Field(0));
+} catch (...) {
+    return std::nullopt;  // a figure for the eye; the copy is done
+}
+
+}  // namespace iqrx::qrxctl

@@ -1,0 +1,53 @@
+// One table's request, through the handler that the service uses, and what the tool puts around it: run sheet, ledger,
+// guard, history.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "qrxctl/books.h"
+#include "qrxctl/copy_options.h"
+#include "qrxctl/copy_result.h"
+
+namespace iqrx::qrxctl {
+
+// What all jobs of a run share; borrowed.
+struct CopyRun {
+    const Workplace& place;
+    const CopyOptions& copy;
+    Books& books;
+    std::string id;  // "20261121-104032"
+};
+
+// Copies tables one after the other; a run with several jobs has one of these for each of its threads.
+class CopyJob {
+public:
+    // Raises RuntimeError when the table catalog cannot be loaded.
+    explicit CopyJob(const CopyRun& run);
+
+    // Raises nothing but what makes every further table pointless.
+    TableResult Copy(const std::string& table, bool full);
+
+    platform::watch::RowCounts& Counts() { return parts_.Counts(); }
+    std::string Now() { return qrxctl::Now(parts_); }
+
+private:
+    using Moment = std::optional<platform::Date>;
+
+    bool TakeOver(const journal::SheetState& found, TableResult& result);
+    Moment WindowBegin(const std::string& table, platform::Date now);
+    void Request(const std::string& table, TableResult& result);
+    void Judge(TableResult& result, control::Outcome outcome);
+    Moment ExportMoment(const std::string& table, bool full);
+    void NoteWhatWasRead(const TableResult& result, Moment from, platform::Date readTo);
+    void Record(const TableResult& result, const std::string& began);
+    Moment LastUpdate(const std::string& table);
+    void SetLastUpdate(const std::string& table, Moment moment);
+    std::optional<std::int64_t> CountRows(const std::string& table);
+
+    const CopyRun& run_;
+    hosting::Composition parts_;
+    control::Process process_;
+};
+
+}  // namespace iqrx::qrxctl

@@ -1,0 +1,164 @@
+#include "qrxctl/copy_report.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+#include "qrxctl/lines.h"
+
+namespace iqrx::qrxctl {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// A copy that the guard or a lock ended has done nothing that would last; of one that failed the rows before stand.
+bool HasCounts(const TableResult& result) {
+    switch (result.outcome) {
+        case CopyOutcome::Copied:
+        case CopyOutcome::Stopped: return true;
+        case CopyOutcome::Failed: return result.copied + result.removed > 0;
+        case CopyOutcome::InUse:
+        case CopyOutcome::Guarded: break;
+    }
+    return false;
+}
+
+const char* ClosingWord(CopyOutcome outcome) {
+    constexpr const char* kWords[] = {"", "  failed", "  in use", "  stopped by the guard", "  stopped"};
+    return kWords[static_cast<int>(outcome)];
+}
+
+std::string Figure(bool known, std::int64_t number) { return known ? Grouped(number) : "-"; }
+
+void ShowRow(const TableResult& result, std::ostream& out) {
+    const bool known = HasCounts(result);
+    const std::int64_t failed = result.outcome == CopyOutcome::Failed ? 1 : 0;
+    out << fmt::format("{:<9}{:>8}{:>9}{:>8}{:>10}{:>10}{}\n", result.table, Figure(known, result.copied),
+                       Figure(known, result.removed), Figure(known, failed),
+                       Figure(result.rows.has_value(), result.rows.value_or(0)), Seconds(result.seconds),
+                       ClosingWord(result.outcome));
+}
+
+std::string Names(const std::vector<std::string>& tables) {
+    std::string names;
+    for (const std::string& table : tables) names += (names.empty() ? "" : " ") + table;
+    return names;
+}
+
+std::string Word(CopyOutcome outcome) {
+    constexpr const char* kWords[] = {"ok", "failed", "in use", "stopped", "stopped"};
+    return kWords[static_cast<int>(outcome)];
+}
+
+// Tables that ended in the same way for the same reason.
+struct Trouble {
+    const TableResult* first;
+    std::vector<std::string> tables;
+};
+
+std::vector<Trouble> TroublesOf(const std::vector<TableResult>& results) {
+    std::vector<Trouble> troubles;
+    for (const TableResult& result : results) {
+        if (result.outcome == CopyOutcome::Copied) continue;
+        const auto same = std::ranges::find_if(troubles, [&](const Trouble& trouble) {
+            return trouble.first->outcome == result.outcome && trouble.first->cause == result.cause;
+        });
+        if (same == troubles.end())
+            troubles.push_back({&result, {result.table}});
+        else
+            same->tables.push_back(result.table);
+    }
+    return troubles;
+}
+
+std::string WhatStopped(const TableResult& result) {
+    if (result.outcome != CopyOutcome::Stopped) return result.cause;
+    const std::string rows = "after " + Grouped(result.copied) + " rows; released";
+    if (result.method != "full" || !result.rows) return result.cause + " " + rows;
+    return result.cause + " " + rows + "; what it had not reached waits for the next full copy, nothing was removed";
+}
+
+void ShowTrouble(const Trouble& trouble, std::ostream& out) {
+    const TableResult& first = *trouble.first;
+    const auto count = static_cast<std::int64_t>(trouble.tables.size());
+    out << Fact(Word(first.outcome), count == 1 ? first.table : Counted(count, "table"), WhatStopped(first));
+    if (count > 1) out << Fact("", "", Names(trouble.tables));
+    if (count == 1 && !first.nextStep.empty()) out << NextStep(first.nextStep);
+}
+
+std::int64_t Sum(const CopyReport& report, std::int64_t TableResult::*figure) {
+    std::int64_t sum = 0;
+    for (const TableResult& result : report.results)
+        if (HasCounts(result)) sum += result.*figure;
+    return sum;
+}
+
+auto CountOf(const CopyReport& report, CopyOutcome outcome) {
+    return std::ranges::count(report.results, outcome, &TableResult::outcome);
+}
+
+}  // namespace
+
+ExitCode CodeOf(const CopyReport& report) {
+    ExitCode code = report.notBegun.empty() ? kAllWell : kStopped;
+    for (const TableResult& result : report.results) code = Worse(code, CodeOf(result.outcome));
+    return code;
+}
+
+void ShowClosingTable(const CopyReport& report, std::ostream& out) {
+    out << fmt::format("{:<9}{:>8}{:>9}{:>8}{:>10}{:>10}\n", "table", "copied", "removed", "failed", "rows now",
+                       "seconds");
+    for (const TableResult& result : report.results) ShowRow(result, out);
+    const auto tables = static_cast<std::int64_t>(report.results.size() + report.notBegun.size());
+    out << fmt::format("{} of {} copied, {}, {} removed, {:.1f} s   run {}\n",
+                       CountOf(report, CopyOutcome::Copied), Counted(tables, "table"),
+                       Counted(Sum(report, &TableResult::copied), "row"),
+                       Grouped(Sum(report, &TableResult::removed)), report.seconds, report.run);
+}
+
+void ShowTroubles(const CopyReport& report, std::ostream& out) {
+    for (const TableResult& result : report.results)
+        for (const std::string& note : result.notes) out << Fact("note", result.table, note);
+    for (const Trouble& trouble : TroublesOf(report.results)) ShowTrouble(trouble, out);
+    if (report.notBegun.empty()) return;
+    const std::size_t others = report.notBegun.size() - 1;
+    out << fmt::format("done     {} of {} tables; not begun: {}{}\n", CountOf(report, CopyOutcome::Copied),
+                       report.results.size() + report.notBegun.size(), report.notBegun.front(),
+                       others == 0 ? "" : fmt::format(" and {} more", others));
+    out << NextStep(report.resume);
+}
+
+std::string JsonOf(const TableResult& result, const std::string& run, const std::string& at) {
+    const char* event = result.outcome == CopyOutcome::Copied ? "copied" : WordOf(result.outcome);
+    Json line{{"schema", 1},         {"event", event},           {"run", run},
+              {"table", result.table}, {"method", result.method},  {"copied", result.copied},
+              {"removed", result.removed}, {"rows", nullptr}, {"seconds", result.seconds}};
+    if (result.rows) line["rows"] = *result.rows;
+    if (!result.cause.empty()) line["cause"] = result.cause;
+    if (!result.nextStep.empty()) line["next"] = result.nextStep;
+    if (!result.notes.empty()) line["notes"] = result.notes;
+    line["at"] = at;
+    return line.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string JsonOf(const CopyReport& report, const std::string& at) {
+    const Json line{{"schema", 1},
+                    {"event", "end"},
+                    {"run", report.run},
+                    {"tables", report.results.size()},
+                    {"copied", CountOf(report, CopyOutcome::Copied)},
+                    {"failed", CountOf(report, CopyOutcome::Failed)},
+                    {"in_use", CountOf(report, CopyOutcome::InUse)},
+                    {"guard", CountOf(report, CopyOutcome::Guarded)},
+                    {"stopped", CountOf(report, CopyOutcome::Stopped)},
+                    {"not_begun", report.notBegun},
+                    {"seconds", report.seconds},
+                    {"exit", static_cast<int>(CodeOf(report))},
+                    {"at", at}};
+    return line.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace iqrx::qrxctl
