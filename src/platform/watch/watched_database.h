@@ -1,0 +1,33 @@
+// Wrappers of the database port: each watches over the statements of a copy. A connection is one copy's: what
+// a wrapper knows of rows begins anew with the next one. All arguments are borrowed and must outlive the
+// provider that is returned, and that its connections.
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "platform/database.h"
+#include "platform/stop_request.h"
+#include "platform/watch/guard.h"
+#include "platform/watch/removal_limit.h"
+#include "platform/watch/row_counts.h"
+
+namespace iqrx::platform::watch {
+
+// Counts the rows that are written and removed; control tables and change logs count nothing. The rows of a
+// unit that fails are taken off again. The wait for the database ends, for the counts, when a statement does.
+std::unique_ptr<DatabaseProvider> CountRows(DatabaseProvider& provider, RowCounts& counts);
+
+// Counts what a sweep or a delete would remove before it is sent. Above the limit it is not sent: the call
+// raises RuntimeError "TABLE: " and the refusal's text, and `refused`, which a new connection empties, holds
+// it. Calendars that are replaced, control tables and change logs are not guarded.
+std::unique_ptr<DatabaseProvider> GuardRemovals(DatabaseProvider& provider, const RemovalLimits& limits,
+                                                std::optional<RefusedRemoval>& refused);
+
+// Raises "stopped by NAME" in place of each statement once somebody asked to stop, except for those on
+// control tables, which free the table and tell the outcome. What only makes sense as a whole comes to its
+// end before: a unit, and a calendar whose rows were deleted and are coming anew.
+inline constexpr std::int32_t kStopped = 18;  // the number that it raises
+std::unique_ptr<DatabaseProvider> StopBetweenStatements(DatabaseProvider& provider, const StopRequest& stop);
+
+}  // namespace iqrx::platform::watch

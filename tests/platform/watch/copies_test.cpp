@@ -1,0 +1,161 @@
+// Whole copies into an embedded database, watched: full, look, again with a bad extract, look.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "control/control_tables.h"
+#include "erp/extract/extract_erp.h"
+#include "platform/conversions.h"
+#include "platform/sqlite/sqlite_database.h"
+#include "platform/watch/watched_database.h"
+#include "support/test_process.h"
+#include "tables/master/master_data.h"
+#include "tables/orders/orders.h"
+
+namespace iqrx::platform::watch {
+namespace {
+
+using ::testing::HasSubstr;
+
+constexpr int kFull = 1, kIncremental = 2;
+
+struct Embedded : DatabaseProvider {
+    std::unique_ptr<Connection> CreateConnection(std::string_view) override {
+        return CreateSqliteConnection(control::CoordinatingTables());
+    }
+};
+
+struct Extracts : erp::ErpProvider {
+    std::unique_ptr<erp::Erp> Open(const std::string& directory, const erp::Notice&) override {
+        return erp::extract::OpenExtract(directory);
+    }
+};
+
+// Asks from the n-th look on.
+struct Request : StopRequest {
+    mutable int looks = -1;
+    std::optional<std::string> Asked() const override {
+        if (looks > 0) --looks;
+        return looks == 0 ? std::optional<std::string>("SIGTERM") : std::nullopt;
+    }
+};
+
+class WatchedCopies : public ::testing::Test {
+protected:
+    WatchedCopies() {
+        ApplySqliteScript(file, testing::Contents(IQRX_SOURCE_DIRECTORY "/schema/sqlite.sql"));
+        Reopen();
+        site.process.runLog.SetLogFileName((site.directory.path / "run.log").string());
+    }
+    void Reopen() {
+        site.process.database.OpenDatabase("Provider=SQLite;Data Source=" + file.string(), "",
+                                           runtime::kSqlServer);
+    }
+    void WriteTypes(int count) {
+        std::ofstream csv(site.directory.path / "tsmdm030.csv");
+        csv << "cstp,desc,proc,ract,dahe\n";
+        for (int i = 0; i < count; ++i) csv << "T" << i << ",Type " << i << ",P,R,1\n";
+    }
+    void WriteDeletions(int count) {
+        std::ofstream csv(site.directory.path / "tsmdm030.audit.csv");
+        csv << "changed_at,change,cstp,desc,proc,ract,dahe\n";
+        for (int i = 0; i < count; ++i) csv << "2026-03-04 02:00:00,D,T" << i << ",,,,\n";
+    }
+    void Copy(int method) {
+        Reopen();
+        counts.copied = counts.removed = 0;
+        site.run.counters = {};
+        tables::CopyServiceTypes(
+            {site.run, "tsmdm030", site.directory.path.string(), static_cast<Integer>(method)});
+    }
+    Long Rows() {
+        return ToLong(site.process.database.OpenRecordset("SELECT count(*) FROM tsmdm030")->Field(0));
+    }
+    void ExpectCounts(std::int64_t copied, std::int64_t removed) const {
+        EXPECT_EQ(counts.copied, copied);
+        EXPECT_EQ(counts.removed, removed);
+    }
+
+    Embedded embedded;
+    Extracts extracts;
+    RowCounts counts;
+    RemovalLimits limits;
+    std::optional<RefusedRemoval> refused;
+    Request stop;
+    std::unique_ptr<DatabaseProvider> counted = CountRows(embedded, counts),
+                                      guarded = GuardRemovals(*counted, limits, refused),
+                                      watched = StopBetweenStatements(*guarded, stop);
+    testing::TestProcess site{*watched, extracts};
+    const std::filesystem::path file = site.directory.path / "local.db";
+};
+
+TEST_F(WatchedCopies, CountWhatACutExtractRemovesOnceItIsAllowed) {
+    WriteTypes(40);
+    Copy(kFull);
+    ExpectCounts(40, 0);
+    Copy(kFull);
+    ExpectCounts(40, 0);
+
+    WriteTypes(3);
+    limits.all = RemovalLimit::Parse("37").value();
+    Copy(kFull);
+
+    ExpectCounts(3, 37);
+    EXPECT_EQ(Rows(), 3);
+}
+
+TEST_F(WatchedCopies, StopBeforeACutExtractRemovesARow) {
+    WriteTypes(40);
+    Copy(kFull);
+    WriteTypes(3);
+
+    EXPECT_THROW(Copy(kFull), RuntimeError);
+
+    EXPECT_EQ(Rows(), 40);
+    ASSERT_TRUE(refused);
+    EXPECT_EQ(refused->Text(), "would remove 37 of 40 rows (92 %, limit 20 rows)");
+    EXPECT_THAT(site.RunLog(), HasSubstr("tsmdm030: would remove 37 of 40 rows (92 %, limit 20 rows)"));
+}
+
+TEST_F(WatchedCopies, StopBeforeAnEmptyExtractEmptiesASmallTable) {
+    WriteTypes(5);
+    Copy(kFull);
+    WriteTypes(0);
+    EXPECT_THROW(Copy(kFull), RuntimeError);
+    EXPECT_EQ(Rows(), 5);
+    EXPECT_EQ(refused->Text(), "would remove 5 of 5 rows (100 %, limit: never all rows)");
+}
+
+TEST_F(WatchedCopies, StopAnIncrementalCopyAtTheDeleteThatIsOneTooMany) {
+    site.process.database.Execute(
+        "INSERT INTO tstables(tablename,lutm,in_use,reqd) VALUES(N'tsmdm030',"
+        "CONVERT(DATETIME,'2026-03-01 10:00:00',120),0,1)");
+    WriteTypes(40);
+    Copy(kFull);
+    site.process.database.Execute("UPDATE tstables SET lutm = CONVERT(DATETIME,'2026-03-01 10:00:00',120)");
+    WriteDeletions(30);
+
+    EXPECT_THROW(Copy(kIncremental), RuntimeError);
+
+    EXPECT_EQ(Rows(), 20);
+    ExpectCounts(0, 20);
+    EXPECT_EQ(refused->Text(), "would remove 21 of 40 rows (52 %, limit 20 rows)");
+}
+
+TEST_F(WatchedCopies, StopBetweenTwoRowsWithoutASweep) {
+    WriteTypes(40);
+    Copy(kFull);
+    WriteTypes(3);
+    stop.looks = 4;  // the session's settings, the mark, two rows
+
+    EXPECT_THROW(Copy(kFull), RuntimeError);
+
+    stop.looks = -1;
+    ExpectCounts(1, 0);
+    EXPECT_EQ(Rows(), 40);
+    EXPECT_THAT(site.RunLog(), HasSubstr("stopped by SIGTERM"));
+}
+
+}  // namespace
+}  // namespace iqrx::platform::watch
