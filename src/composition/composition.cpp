@@ -34,18 +34,32 @@ Surroundings SurroundingsOf(const Variables& variables) {
     return {.trace = file("QRX_SQL_TRACE"), .instances = file("QRX_INSTANCE")};
 }
 
+// The trace shows a request's own statements: what guards them asks below it.
 Composition::Composition(const Surroundings& surroundings)
     : system_(CreateSystem(surroundings)), erps_(std::make_unique<ErpChooser>(*system_)) {
+    using namespace platform::watch;
+    const auto around = [&](auto wrap) { databases_.push_back(wrap(Databases())); };
+    if (surroundings.limits) {
+        limits_ = *surroundings.limits;
+        around([&](auto& inner) { return GuardRemovals(inner, limits_, refused_); });
+    }
+    around([&](auto& inner) { return CountRows(inner, counts_); });
     if (surroundings.trace)
-        tracing_ = std::make_unique<platform::trace::TracingDatabaseProvider>(
-            *system_, system_->Machine().files, *surroundings.trace);
+        around([&](auto& inner) {
+            return std::make_unique<platform::trace::TracingDatabaseProvider>(
+                inner, system_->Machine().files, *surroundings.trace);
+        });
+    if (surroundings.stop) around([&](auto& inner) { return StopBetweenStatements(inner, *surroundings.stop); });
+}
+
+platform::DatabaseProvider& Composition::Databases() {
+    return databases_.empty() ? *system_ : *databases_.back();
 }
 
 Composition::~Composition() = default;
 
 control::Ports Composition::Ports(std::ostream& diagnostics) {
-    platform::DatabaseProvider& databases = tracing_ ? *tracing_ : *system_;
-    return {system_->Machine(), databases, *erps_, system_->Objects(), diagnostics};
+    return {system_->Machine(), Databases(), *erps_, system_->Objects(), diagnostics};
 }
 
 platform::Machine Composition::Machine() { return system_->Machine(); }

@@ -7,9 +7,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "control/process.h"
 #include "platform/host.h"
+#include "platform/watch/watched_database.h"
 
 namespace iqrx::hosting {
 
@@ -23,8 +25,14 @@ struct Surroundings {
     std::optional<std::filesystem::path> instances =
         {};                   // where the instance registry of a machine without one writes
     bool isEmbedded = false;  // COM started the process: nobody sees a message box
+    std::optional<platform::watch::RemovalLimits> limits = {};  // how much a copy may remove; none: anything
+    const platform::StopRequest* stop = nullptr;                // borrowed
 };
 Surroundings SurroundingsOf(const Variables& variables);
+
+// From now on whoever asks the process to end is heard: signals, or what a console and a shutdown send. A second
+// request ends it at once.
+std::unique_ptr<platform::StopRequest> ListenForStop();
 
 class System;
 
@@ -44,14 +52,23 @@ public:
     // For statements that are not a request's: neither traced nor watched.
     platform::DatabaseProvider& PlainDatabases();
 
+    // Of the request under way or the last one.
+    platform::watch::RowCounts& Counts() { return counts_; }
+    const std::optional<platform::watch::RefusedRemoval>& Refused() const { return refused_; }
+
     // Runs the script where the connection string names an embedded database, whose file is created when it
     // is missing; returns false for every other connection string. Raises RuntimeError.
     bool ApplyEmbeddedSchema(const std::string& connectionString, std::string_view script);
 
 private:
+    platform::DatabaseProvider& Databases();
+
     std::unique_ptr<System> system_;
     std::unique_ptr<erp::ErpProvider> erps_;
-    std::unique_ptr<platform::DatabaseProvider> tracing_;  // when statements are traced
+    platform::watch::RowCounts counts_;
+    platform::watch::RemovalLimits limits_;
+    std::optional<platform::watch::RefusedRemoval> refused_;
+    std::vector<std::unique_ptr<platform::DatabaseProvider>> databases_;  // each around the one before
 };
 
 }  // namespace iqrx::hosting

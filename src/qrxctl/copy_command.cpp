@@ -115,7 +115,7 @@ ExitCode CopyCommand::SayWhatWouldBeDone(const Workplace& place, const std::vect
                                          Books& books, platform::Date now) const {
     for (const std::string& table : tables) {
         std::string text = copy_.full ? "everything" : "changes since the control table's last update";
-        const auto from = books.ledger.NextFrom(table, now);
+        const auto from = books.ledger.NextFrom(table, books.ledger.BeginAt(now));
         if (!copy_.full && copy_.since)
             text = "changes since " + *copy_.since;
         else if (!copy_.full && from)

@@ -64,7 +64,7 @@ CopyJob::CopyJob(const CopyRun& run)
 
 TableResult CopyJob::Copy(const std::string& table, bool full) {
     TableResult result{.table = table, .method = full ? "full" : "incremental"};
-    parts_.Counts().Reset();
+    for (auto* count : {&parts_.Counts().copied, &parts_.Counts().removed}) *count = 0;
     const std::string began = Now();
     const auto start = std::chrono::steady_clock::now();
     const journal::TakenSheet taken = run_.books.sheets.Take({.table = table,
@@ -111,19 +111,19 @@ bool CopyJob::TakeOver(const journal::SheetState& found, TableResult& result) {
     return false;
 }
 
-CopyJob::Moment CopyJob::WindowBegin(const std::string& table, Date now) {
+CopyJob::Moment CopyJob::WindowBegin(const std::string& table, const journal::Begin& begin) {
     if (run_.copy.since) return platform::ParseIsoDate(*run_.copy.since);
     if (!HasTrail(table)) return std::nullopt;
     if (run_.copy.fillGaps)
         if (const auto known = run_.books.ledger.Of(table); known && !known->gaps.empty())
             return known->gaps.front().from;
-    return run_.books.ledger.NextFrom(table, now);
+    return run_.books.ledger.NextFrom(table, begin);
 }
 
 void CopyJob::Request(const std::string& table, TableResult& result) {
     const bool full = result.method == "full";
-    const Date began = process_.machine.clock.Now();
-    const Moment from = full ? std::nullopt : WindowBegin(table, began);
+    const journal::Begin begin = run_.books.ledger.BeginAt(process_.machine.clock.Now());
+    const Moment from = full ? std::nullopt : WindowBegin(table, begin);
     const Moment before = full ? std::nullopt : LastUpdate(table);
     const Moment exported = ExportMoment(table, full);
     if (from) SetLastUpdate(table, from);
@@ -136,7 +136,7 @@ void CopyJob::Request(const std::string& table, TableResult& result) {
     if (from && result.outcome != CopyOutcome::Copied && result.outcome != CopyOutcome::InUse)
         SetLastUpdate(table, before);
     if (result.outcome == CopyOutcome::Copied)
-        NoteWhatWasRead(result, from ? from : before, exported ? std::min(began, *exported) : began);
+        NoteWhatWasRead(result, from ? from : before, exported, begin);
     result.rows = CountRows(table);
 }
 
@@ -167,13 +167,15 @@ CopyJob::Moment CopyJob::ExportMoment(const std::string& table, bool full) {
         .at;
 }
 
-void CopyJob::NoteWhatWasRead(const TableResult& result, Moment from, Date readTo) {
+// What the export could not hold is not read, whatever the window said.
+void CopyJob::NoteWhatWasRead(const TableResult& result, Moment from, Moment exported,
+                              const journal::Begin& begin) {
     if (!HasTrail(result.table)) return;
-    const Date now = process_.machine.clock.Now();
+    const Date readTo = exported && *exported < begin.local ? *exported : begin.local;
     if (result.method == "full")
-        run_.books.ledger.ReadInFull(result.table, readTo, now);
-    else if (from && from->secondsSince1970 <= readTo.secondsSince1970)
-        run_.books.ledger.ReadTrail(result.table, {*from, readTo}, now);
+        run_.books.ledger.ReadInFull(result.table, readTo, begin);
+    else if (from && *from <= readTo)
+        run_.books.ledger.ReadTrail(result.table, {*from, readTo}, begin);
 }
 
 void CopyJob::Record(const TableResult& result, const std::string& began) {

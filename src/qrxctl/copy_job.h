@@ -35,11 +35,11 @@ private:
     using Moment = std::optional<platform::Date>;
 
     bool TakeOver(const journal::SheetState& found, TableResult& result);
-    Moment WindowBegin(const std::string& table, platform::Date now);
+    Moment WindowBegin(const std::string& table, const journal::Begin& begin);
     void Request(const std::string& table, TableResult& result);
     void Judge(TableResult& result, control::Outcome outcome);
     Moment ExportMoment(const std::string& table, bool full);
-    void NoteWhatWasRead(const TableResult& result, Moment from, platform::Date readTo);
+    void NoteWhatWasRead(const TableResult& result, Moment from, Moment exported, const journal::Begin& begin);
     void Record(const TableResult& result, const std::string& began);
     Moment LastUpdate(const std::string& table);
     void SetLastUpdate(const std::string& table, Moment moment);

@@ -43,7 +43,7 @@ void CopyProgress::Begin(const std::string& table, const platform::watch::RowCou
                          std::int64_t expected) {
     const std::lock_guard lock(mutex_);
     const auto now = Clock::now();
-    running_.insert_or_assign(table, Running{++begun_, counts, expected, now, now});
+    running_.emplace(table, Running{++begun_, counts, expected, now, now});
 }
 
 void CopyProgress::End(const std::string& table, const std::string& outcome, double seconds) {

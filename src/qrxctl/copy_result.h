@@ -17,11 +17,11 @@ struct TableResult {
     std::string method;  // "full" or "incremental"
     CopyOutcome outcome = CopyOutcome::Failed;
     std::int64_t copied = 0, removed = 0;  // also of a copy that ended early
-    std::optional<std::int64_t> rows;      // in the table afterwards; none when nobody could count them
+    std::optional<std::int64_t> rows = {};  // in the table afterwards; none when nobody could count them
     double seconds = 0;
-    std::string cause;               // one line; empty for a copy that went well
-    std::string nextStep;            // a command; empty when there is nothing to do about it
-    std::vector<std::string> notes;  // what should be known besides
+    std::string cause = {};               // one line; empty for a copy that went well
+    std::string nextStep = {};            // a command; empty when there is nothing to do about it
+    std::vector<std::string> notes = {};  // what should be known besides
 };
 
 // "ok", "failed", "in use", "guard", "stopped": as history and JSON say it.
