@@ -2,6 +2,8 @@
 
 #include "composition/system.h"
 #include "erp/extract/extract_erp.h"
+#include "platform/error.h"
+#include "platform/ini_file.h"
 #include "platform/trace/tracing_database.h"
 
 namespace iqrx::hosting {
@@ -34,6 +36,23 @@ Surroundings SurroundingsOf(const Variables& variables) {
     return {.trace = file("QRX_SQL_TRACE"), .instances = file("QRX_INSTANCE")};
 }
 
+Surroundings SurroundingsOfService(const Variables& variables, const platform::StopRequest* stop) {
+    Surroundings surroundings = SurroundingsOf(variables);
+    surroundings.stop = stop;
+    const auto variable = variables("QRX_MAX_REMOVED");
+    const auto text =
+        variable ? variable
+                 : platform::IniFile(ProgramFolder() / "iQRXyQRXSync.ini").Find("Guard", "MaxRemoved");
+    if (!text || text->empty()) return surroundings;
+    const auto limit = platform::watch::RemovalLimit::Parse(*text);
+    if (!limit)
+        platform::RaiseRuntimeError(platform::kTypeMismatch,
+                                    (variable ? "QRX_MAX_REMOVED" : "MaxRemoved in iQRXyQRXSync.ini") +
+                                        (": \"" + *text) + "\" is not a share (10%), a number of rows or any");
+    surroundings.limits = platform::watch::RemovalLimits{*limit, {}};
+    return surroundings;
+}
+
 // The trace shows a request's own statements: what guards them asks below it.
 Composition::Composition(const Surroundings& surroundings)
     : system_(CreateSystem(surroundings)), erps_(std::make_unique<ErpChooser>(*system_)) {
@@ -58,8 +77,8 @@ platform::DatabaseProvider& Composition::Databases() {
 
 Composition::~Composition() = default;
 
-control::Ports Composition::Ports(std::ostream& diagnostics) {
-    return {system_->Machine(), Databases(), *erps_, system_->Objects(), diagnostics};
+control::Ports Composition::Ports(std::ostream& diagnostics, control::RunWitness* witness) {
+    return {system_->Machine(), Databases(), *erps_, system_->Objects(), diagnostics, witness};
 }
 
 platform::Machine Composition::Machine() { return system_->Machine(); }

@@ -29,6 +29,10 @@ struct Surroundings {
     const platform::StopRequest* stop = nullptr;                // borrowed
 };
 Surroundings SurroundingsOf(const Variables& variables);
+// Of the service: it is guarded where QRX_MAX_REMOVED, or MaxRemoved in the section [Guard] of iQRXyQRXSync.ini beside
+// the program, says so. Raises RuntimeError when that is no limit.
+Surroundings SurroundingsOfService(const Variables& variables, const platform::StopRequest* stop);
+std::filesystem::path ProgramFolder();
 
 // From now on whoever asks the process to end is heard: signals, or what a console and a shutdown send. A second
 // request ends it at once.
@@ -45,7 +49,7 @@ public:
     Composition(const Composition&) = delete;
     Composition& operator=(const Composition&) = delete;
 
-    control::Ports Ports(std::ostream& diagnostics);
+    control::Ports Ports(std::ostream& diagnostics, control::RunWitness* witness = nullptr);
     platform::Machine Machine();
     platform::Host& Host();
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "control/control_tables.h"
+#include "control/run_witness.h"
 #include "control/table_catalog.h"
 #include "erp/erp.h"
 #include "runtime/event_log.h"
@@ -30,6 +31,7 @@ struct Ports {
     erp::ErpProvider& erps;
     platform::ObjectFactory& objects;
     std::ostream& diagnostics;  // standard error: what cannot be logged
+    RunWitness* witness = nullptr;  // of each request; none: nobody
 };
 
 struct Process : Ports {

@@ -11,6 +11,7 @@
 #include "platform/posix/host.h"
 #include "platform/posix/instance_registry.h"
 #include "platform/posix/machine.h"
+#include "platform/posix/stop_signals.h"
 #include "platform/sqlite/sqlite_database.h"
 #include "runtime/run_log.h"
 
@@ -79,6 +80,12 @@ std::optional<std::string> Variable(const std::string& name) {
     const char* value = std::getenv(name.c_str());
     if (!value || !*value) return std::nullopt;
     return value;
+}
+
+std::filesystem::path ProgramFolder() { return platform::posix::ProgramFile().parent_path(); }
+
+std::unique_ptr<platform::StopRequest> ListenForStop() {
+    return std::make_unique<platform::posix::StopSignals>();
 }
 
 std::unique_ptr<System> CreateSystem(const Surroundings& surroundings) {

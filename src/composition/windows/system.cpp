@@ -8,6 +8,7 @@
 #include "platform/windows/com_object.h"
 #include "platform/windows/host.h"
 #include "platform/windows/machine.h"
+#include "platform/windows/stop_events.h"
 #include "platform/windows/text.h"
 
 namespace iqrx::hosting {
@@ -58,6 +59,12 @@ std::optional<std::string> Variable(const std::string& name) {
     const wchar_t* value = _wgetenv(platform::windows::Wide(name).c_str());
     if (!value || !*value) return std::nullopt;
     return platform::windows::Utf8(value);
+}
+
+std::filesystem::path ProgramFolder() { return platform::windows::ProgramFile().parent_path(); }
+
+std::unique_ptr<platform::StopRequest> ListenForStop() {
+    return std::make_unique<platform::windows::StopEvents>();
 }
 
 std::unique_ptr<System> CreateSystem(const Surroundings& surroundings) {

@@ -1,6 +1,7 @@
 #include <iostream>
 
 #include "composition/composition.h"
+#include "composition/run_recorder.h"
 #include "hosting/sub_main.h"
 #include "hosting/version.h"
 #include "platform/error.h"
@@ -12,8 +13,11 @@ int main(int argc, char** argv) {
             std::cout << iqrx::hosting::VersionLine("iQRXyQRXSync") << '\n';
             return iqrx::hosting::kCompleted;
         }
-        iqrx::hosting::Composition parts(iqrx::hosting::SurroundingsOf(iqrx::hosting::Variable));
-        iqrx::control::Process process(parts.Ports(std::cerr));
+        const auto stop = iqrx::hosting::ListenForStop();
+        iqrx::hosting::Composition parts(
+            iqrx::hosting::SurroundingsOfService(iqrx::hosting::Variable, stop.get()));
+        iqrx::hosting::RunRecorder recorder(parts, std::cerr);
+        iqrx::control::Process process(parts.Ports(std::cerr, &recorder));
         return iqrx::hosting::SubMain(process, iqrx::hosting::RequestText(words));
     } catch (...) {
         std::cerr << iqrx::runtime::DiagnosticLine(iqrx::platform::CurrentError().description) << '\n';

@@ -4,6 +4,7 @@
 #include "com_server/registration.h"
 #include "com_server/server.h"
 #include "composition/composition.h"
+#include "composition/run_recorder.h"
 #include "hosting/sub_main.h"
 #include "hosting/version.h"
 #include "platform/connection_string.h"
@@ -40,10 +41,12 @@ int Run(const std::vector<std::string>& words) {
         return std::cout << VersionLine("iQRXyQRXSync") << std::endl, kCompleted;
     if (IsSwitch(first, "regserver")) return RegisterServer(), kCompleted;
     if (IsSwitch(first, "unregserver")) return UnregisterServer(), kCompleted;
-    Surroundings surroundings = SurroundingsOf(Variable);
+    const auto stop = ListenForStop();
+    Surroundings surroundings = SurroundingsOfService(Variable, stop.get());
     surroundings.isEmbedded = isEmbedded;
     Composition parts(surroundings);
-    control::Process process(parts.Ports(std::cerr));
+    RunRecorder recorder(parts, std::cerr);
+    control::Process process(parts.Ports(std::cerr, &recorder));
     if (isEmbedded) return RunServer(process), kCompleted;
     return SubMain(process, RequestText(words));
 }

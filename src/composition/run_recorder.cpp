@@ -1,0 +1,110 @@
+#include "composition/run_recorder.h"
+
+#include <chrono>
+#include <ostream>
+
+#include "control/cls_data_copy.h"
+#include "journal/timestamp.h"
+
+namespace iqrx::hosting {
+
+namespace {
+
+constexpr const char* kProgram = "iQRXyQRXSync";
+
+const char* MethodOf(const control::CopyRequest& request) {
+    const bool calendarRun =
+        request.tableId == control::kCalendarOfOne || request.tableId == control::kCalendarOfEmployee;
+    return calendarRun || request.syncMethod == control::kFull ? "full" : "incremental";
+}
+
+// What does nothing is not a run: a table that the catalog does not know, a method that is none.
+bool IsRun(const control::CopyRequest& request, const std::string& table) {
+    const bool hasMethod = request.syncMethod == control::kFull || request.syncMethod == control::kIncremental;
+    return !table.empty() && (hasMethod || MethodOf(request) == std::string("full"));
+}
+
+std::string OneLine(std::string text) {
+    std::erase(text, '\r');
+    for (char& c : text)
+        if (c == '\n') c = ' ';
+    return text;
+}
+
+}  // namespace
+
+struct RunRecorder::Run {
+    Run(Composition& parts, const control::CopyRequest& request)
+        : directory(parts.Host(), parts.Machine().files,
+                    journal::StateDirectoryOf(request.connectionString, request.logFilePath),
+                    journal::Use::Writing) {}
+
+    journal::StateDirectory directory;
+    journal::RunEntry entry;
+    journal::TakenSheet taken;
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+};
+
+RunRecorder::RunRecorder(Composition& parts, std::ostream& diagnostics)
+    : parts_(parts), diagnostics_(diagnostics) {}
+
+RunRecorder::~RunRecorder() = default;
+
+void RunRecorder::RunBegins(const control::CopyRequest& request, const std::string& table) try {
+    parts_.Counts().copied = parts_.Counts().removed = 0;
+    if (!IsRun(request, table)) return;
+    run_ = std::make_unique<Run>(parts_, request);
+    const platform::Date now = parts_.Machine().clock.Now();
+    const std::string began = journal::Rfc3339({now, parts_.Host().UtcOffsetMinutes()});
+    const platform::ProcessIdentity self = parts_.Host().Self();
+    run_->entry = {.run = journal::History(run_->directory).NewRunId(now),
+                   .table = table,
+                   .method = MethodOf(request),
+                   .program = kProgram,
+                   .by = self.user,
+                   .outcome = {},
+                   .cause = {},
+                   .began = began,
+                   .ended = {},
+                   .copied = {},
+                   .removed = {},
+                   .rows = {}};
+    run_->taken = journal::RunSheets(run_->directory)
+                      .Take({.table = table,
+                             .run = run_->entry.run,
+                             .program = kProgram,
+                             .method = run_->entry.method,
+                             .since = began,
+                             .by = self});
+} catch (...) {
+    run_.reset();
+}
+
+void RunRecorder::RunEnded(control::Outcome outcome, const std::string& cause) try {
+    if (!run_) return;
+    journal::RunEntry& entry = run_->entry;
+    const auto& refused = parts_.Refused();
+    entry.cause = OneLine(refused ? refused->Text() : cause);
+    entry.outcome = "failed";
+    if (refused)
+        entry.outcome = "guard";
+    else if (outcome == control::Outcome::AlreadyInProgress)
+        entry.outcome = "in use";
+    else if (outcome == control::Outcome::Complete && cause.empty())
+        entry.outcome = "ok";
+    entry.copied = parts_.Counts().copied;
+    entry.removed = parts_.Counts().removed;
+    entry.ended = journal::Rfc3339({parts_.Machine().clock.Now(), parts_.Host().UtcOffsetMinutes()});
+    entry.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - run_->start).count();
+    journal::History(run_->directory).Append(entry);
+    // Whoever has the table locked is to be found by the sheet that he left.
+    if (entry.outcome == "in use" && run_->taken.sheet) run_->taken.sheet->PutBack();
+    run_->taken.sheet.reset();
+    if (const std::string problem = run_->directory.Problem(); !problem.empty())
+        diagnostics_ << runtime::DiagnosticLine(problem) << std::endl;
+    run_.reset();
+} catch (...) {
+    run_.reset();
+}
+
+}  // namespace iqrx::hosting
