@@ -41,7 +41,8 @@ public:
     std::unique_ptr<platform::Connection> CreateConnection(std::string_view text) override {
         const platform::ConnectionString keys(text);
         if (IsEmbedded(keys))
-            return platform::CreateSqliteConnection(control::CoordinatingTables(), TellOfWaiting);
+            return platform::CreateSqliteConnection(control::CoordinatingTables(),
+                                                    platform::TellingEachMinute(TellOfWaiting));
         if (keys.Has("Driver") || keys.Has("DSN"))
             return platform::CreateOdbcConnection(control::CoordinatingTables());
         platform::RaiseRuntimeError(
