@@ -55,7 +55,7 @@ Surroundings SurroundingsOfService(const Variables& variables, const platform::S
 
 // The trace shows a request's own statements: what guards them asks below it.
 Composition::Composition(const Surroundings& surroundings)
-    : system_(CreateSystem(surroundings)), erps_(std::make_unique<ErpChooser>(*system_)) {
+    : system_(CreateSystem(surroundings, counts_)), erps_(std::make_unique<ErpChooser>(*system_)) {
     using namespace platform::watch;
     const auto around = [&](auto wrap) { databases_.push_back(wrap(Databases())); };
     if (surroundings.limits) {

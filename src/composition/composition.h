@@ -26,6 +26,7 @@ struct Surroundings {
         {};                   // where the instance registry of a machine without one writes
     bool isEmbedded = false;  // COM started the process: nobody sees a message box
     std::optional<platform::watch::RemovalLimits> limits = {};  // how much a copy may remove; none: anything
+    bool showsWaits = false;                      // who started it does so; else a wait is told on standard error
     const platform::StopRequest* stop = nullptr;                // borrowed
 };
 Surroundings SurroundingsOf(const Variables& variables);
@@ -67,9 +68,9 @@ public:
 private:
     platform::DatabaseProvider& Databases();
 
+    platform::watch::RowCounts counts_;
     std::unique_ptr<System> system_;
     std::unique_ptr<erp::ErpProvider> erps_;
-    platform::watch::RowCounts counts_;
     platform::watch::RemovalLimits limits_;
     std::optional<platform::watch::RefusedRemoval> refused_;
     std::vector<std::unique_ptr<platform::DatabaseProvider>> databases_;  // each around the one before

@@ -13,6 +13,7 @@ public:
     virtual bool ApplyEmbeddedSchema(const std::string& connectionString, std::string_view script) = 0;
 };
 
-std::unique_ptr<System> CreateSystem(const Surroundings& surroundings);
+// The counts are borrowed: a wait for the database is told there.
+std::unique_ptr<System> CreateSystem(const Surroundings& surroundings, platform::watch::RowCounts& counts);
 
 }  // namespace iqrx::hosting

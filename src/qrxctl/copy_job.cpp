@@ -24,6 +24,7 @@ constexpr std::string_view kExtract = "extract=";
 
 hosting::Surroundings SurroundingsOf(const CopyRun& run) {
     hosting::Surroundings surroundings = run.place.surroundings;
+    surroundings.showsWaits = true;
     surroundings.limits = run.copy.Limits(run.place.options);
     return surroundings;
 }

@@ -21,6 +21,8 @@ namespace {
 
 void TellOfWaiting(const std::string& text) { std::cerr << runtime::DiagnosticLine(text) << std::endl; }
 
+void Silence(const std::string&) {}
+
 bool IsEmbedded(const platform::ConnectionString& keys) {
     const auto provider = keys.Find("Provider");
     return provider && platform::EqualIgnoringCase(*provider, "SQLite");
@@ -32,7 +34,11 @@ void TakeFileSizeLimitAsError() { std::signal(SIGXFSZ, SIG_IGN); }
 
 class LinuxSystem final : public System {
 public:
-    explicit LinuxSystem(const Surroundings& surroundings) : objects_(surroundings.instances) {
+    LinuxSystem(const Surroundings& surroundings, platform::watch::RowCounts& counts)
+        : counts_(counts),
+          stop_(surroundings.stop),
+          tell_(platform::TellingEachMinute(surroundings.showsWaits ? Silence : TellOfWaiting)),
+          objects_(surroundings.instances) {
         TakeFileSizeLimitAsError();
     }
 
@@ -45,7 +51,7 @@ public:
     std::unique_ptr<platform::Connection> CreateConnection(std::string_view text) override {
         const platform::ConnectionString keys(text);
         if (IsEmbedded(keys))
-            return platform::CreateSqliteConnection(control::CoordinatingTables(), TellOfWaiting);
+            return platform::CreateSqliteConnection(control::CoordinatingTables(), Waiting());
         if (keys.Has("Driver") || keys.Has("DSN"))
             return platform::CreateOdbcConnection(control::CoordinatingTables());
         platform::RaiseRuntimeError(
@@ -69,6 +75,21 @@ public:
     }
 
 private:
+    // A request to stop ends the wait that it meets. The next one goes on: it may be that of the statement that
+    // frees the table.
+    platform::WaitListener Waiting() {
+        return [this, hasEnded = false](std::chrono::seconds waited, const std::filesystem::path& file) mutable {
+            counts_.waitedSeconds = static_cast<int>(waited.count());
+            tell_(waited, file);
+            const bool ends = stop_ && stop_->Asked() && !hasEnded;
+            hasEnded = hasEnded || ends;
+            return !ends;
+        };
+    }
+
+    platform::watch::RowCounts& counts_;
+    const platform::StopRequest* const stop_;
+    const platform::WaitListener tell_;
     platform::posix::PosixMachine machine_;
     platform::posix::PosixHost host_;
     platform::posix::InstanceRegistryFactory objects_;
@@ -88,8 +109,8 @@ std::unique_ptr<platform::StopRequest> ListenForStop() {
     return std::make_unique<platform::posix::StopSignals>();
 }
 
-std::unique_ptr<System> CreateSystem(const Surroundings& surroundings) {
-    return std::make_unique<LinuxSystem>(surroundings);
+std::unique_ptr<System> CreateSystem(const Surroundings& surroundings, platform::watch::RowCounts& counts) {
+    return std::make_unique<LinuxSystem>(surroundings, counts);
 }
 
 }  // namespace iqrx::hosting

@@ -67,7 +67,7 @@ std::unique_ptr<platform::StopRequest> ListenForStop() {
     return std::make_unique<platform::windows::StopEvents>();
 }
 
-std::unique_ptr<System> CreateSystem(const Surroundings& surroundings) {
+std::unique_ptr<System> CreateSystem(const Surroundings& surroundings, platform::watch::RowCounts&) {
     return std::make_unique<WindowsSystem>(surroundings);
 }
 

@@ -8,9 +8,8 @@
 
 namespace iqrx::platform {
 
-std::unique_ptr<Connection> CreateSqliteConnection(TableNames controlTables,
-                                                   std::function<void(const std::string&)> waitNotice) {
-    return std::make_unique<sqlite::SqliteConnection>(std::move(controlTables), std::move(waitNotice));
+std::unique_ptr<Connection> CreateSqliteConnection(TableNames controlTables, WaitListener listener) {
+    return std::make_unique<sqlite::SqliteConnection>(std::move(controlTables), std::move(listener));
 }
 
 }  // namespace iqrx::platform
@@ -31,7 +30,7 @@ void SqliteConnection::Open(const std::string& connectionString) {
             throw DatabaseFailure(kDatabaseError, "The connection string names no file (Data Source=FILE)",
                                   "08001");
         Close();
-        session_ = std::make_unique<Session>(*file, errors_, controlTables_, notice_);
+        session_ = std::make_unique<Session>(*file, errors_, controlTables_, listener_);
         session_->Handle().SetLockWait(commandTimeout_);
     } catch (...) {
         errors_ = {EntryOf(std::current_exception())};

@@ -10,8 +10,8 @@ namespace iqrx::platform::sqlite {
 
 class SqliteConnection : public Connection {
 public:
-    SqliteConnection(TableNames controlTables, WaitNotice notice)
-        : controlTables_(std::move(controlTables)), notice_(std::move(notice)) {}
+    SqliteConnection(TableNames controlTables, WaitListener listener)
+        : controlTables_(std::move(controlTables)), listener_(std::move(listener)) {}
     ~SqliteConnection() override;
 
     // A time-out bounds the wait for other processes' locks.
@@ -35,7 +35,7 @@ public:
 
 private:
     const TableNames controlTables_;
-    const WaitNotice notice_;
+    const WaitListener listener_;
     Errors errors_;
     int commandTimeout_ = 0;
     std::string defaultDatabase_ = "main";

@@ -43,8 +43,8 @@ void LeaveMemoryUncounted() {
 
 }  // namespace
 
-Database::Database(const fs::path& file, IfMissing ifMissing, WaitNotice notice)
-    : lockWait_(std::make_unique<LockWait>(file, std::move(notice))) {
+Database::Database(const fs::path& file, IfMissing ifMissing, WaitListener listener)
+    : lockWait_(std::make_unique<LockWait>(file, std::move(listener))) {
     const bool mayCreate = ifMissing == IfMissing::Create;
     CheckFile(file, mayCreate);
     LeaveMemoryUncounted();

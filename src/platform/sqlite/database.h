@@ -18,12 +18,12 @@ public:
     // processes' locks, looking often, without a limit unless one is set. One thread at a time may use the
     // handle. Raises, naming the file, when it can't be opened, written or is not a database.
     enum class IfMissing { Fail, Create };
-    Database(const std::filesystem::path& file, IfMissing ifMissing, WaitNotice notice = {});
+    Database(const std::filesystem::path& file, IfMissing ifMissing, WaitListener listener = {});
 
     sqlite3* Handle() const { return handle_.get(); }
     void Run(const std::string& sql);  // any number of statements
     void SetLockWait(int seconds);     // 0: no limit
-    const WaitNotice& Notice() const { return lockWait_->Notice(); }
+    const WaitListener& Listener() const { return lockWait_->Listener(); }
     bool InTransaction() const;
     std::int64_t Changes() const;  // of the last statement that changed rows
 

@@ -3,34 +3,32 @@
 
 #include <chrono>
 #include <filesystem>
-#include <functional>
-#include <string>
+#include <utility>
+
+#include "platform/sqlite/wait_listener.h"
 
 namespace iqrx::platform::sqlite {
-
-// Hears in one line of a wait that lasts.
-using WaitNotice = std::function<void(const std::string& text)>;
 
 class LockWait {
 public:
     using Moment = std::chrono::steady_clock::time_point;
 
-    LockWait(std::filesystem::path file, WaitNotice notice)
-        : file_(std::move(file)), notice_(std::move(notice)) {}
+    LockWait(std::filesystem::path file, WaitListener listener)
+        : file_(std::move(file)), listener_(std::move(listener)) {}
 
     void SetLimit(std::chrono::seconds limit) { limit_ = limit; }  // 0: none
 
-    const WaitNotice& Notice() const { return notice_; }
+    const WaitListener& Listener() const { return listener_; }
 
     void Begin(Moment now);
-    // Whether to look for the lock once more. Tells of the wait after each minute of it.
+    // Whether to look for the lock once more. Tells the listener, who may end the wait.
     bool GoesOn(Moment now);
 
 private:
     const std::filesystem::path file_;
-    const WaitNotice notice_;
+    const WaitListener listener_;
     std::chrono::seconds limit_{0};
-    Moment begin_{}, nextNotice_{};
+    Moment begin_{}, nextTold_{};
 };
 
 }  // namespace iqrx::platform::sqlite

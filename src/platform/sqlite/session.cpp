@@ -33,10 +33,10 @@ constexpr const char* kSettings =
 }  // namespace
 
 Session::Session(const std::filesystem::path& file, Errors& errors, const TableNames& controlTables,
-                 WaitNotice notice)
+                 WaitListener listener)
     : file_(file),
       errors_(errors),
-      database_(file, Database::IfMissing::Fail, std::move(notice)),
+      database_(file, Database::IfMissing::Fail, std::move(listener)),
       cache_(database_, controlTables),
       group_([this] { database_.Run("BEGIN IMMEDIATE"); }, [this] { CommitGroup(); }, GroupLimits()) {
     database_.Run(kSettings);

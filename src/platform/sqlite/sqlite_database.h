@@ -2,22 +2,20 @@
 #pragma once
 
 #include <filesystem>
-#include <functional>
 #include <memory>
-#include <string>
 #include <string_view>
 
 #include "platform/database.h"
+#include "platform/sqlite/wait_listener.h"
 
 namespace iqrx::platform {
 
 // Opens strings of the form "Provider=SQLite;Data Source=FILE". The file must exist and hold a database.
 // Other writes are grouped into transactions of a fraction of a second; they are committed at the latest when
 // an error leaves the connection and at Close. Dates are kept as text "YYYY-MM-DD HH:MM:SS" in columns
-// declared DATETIME, and come back from recordsets as dates. While another program holds the database, calls wait
-// as long as the command timeout allows; `waitNotice` hears of a wait in one line after each minute of it.
-std::unique_ptr<Connection> CreateSqliteConnection(TableNames controlTables,
-                                                   std::function<void(const std::string&)> waitNotice = {});
+// declared DATETIME, and come back from recordsets as dates. While another program holds the database, calls
+// wait as long as the command timeout and the listener allow.
+std::unique_ptr<Connection> CreateSqliteConnection(TableNames controlTables, WaitListener listener = {});
 
 // Runs a script in the database's own dialect, in one transaction; creates the file when it is missing.
 // Raises RuntimeError, and then nothing of the script has happened.

@@ -45,6 +45,27 @@ int WriteAsAForeignProgram(const std::string& file, int rows) {
     return failures;
 }
 
+TEST_F(Concurrency, AWaitForAnotherProgramEndsWhenItsListenerSaysSo) {
+    sqlite3* other = nullptr;
+    sqlite3_open(file.c_str(), &other);
+    sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+    std::vector<std::int64_t> heard;
+    const auto own =
+        CreateSqliteConnection({}, [&](std::chrono::seconds waited, const std::filesystem::path& of) {
+            EXPECT_EQ(of, file);
+            heard.push_back(waited.count());
+            return waited < 4s;
+        });
+    own->Open("Provider=SQLite;Data Source=" + file.string());
+
+    EXPECT_THROW(Upsert(*own, "a", 1), RuntimeError);
+
+    EXPECT_EQ(heard, (std::vector<std::int64_t>{3, 4}));
+    EXPECT_EQ(own->LastErrors().at(0).description, "database is locked: " + file.string());
+    sqlite3_close(other);
+    Upsert(*own, "a", 1);
+}
+
 TEST_F(Concurrency, AForeignProgramWritesWhileTwoLoadsRun) {
     constexpr int kRows = 3;
     const pid_t foreign = fork();

@@ -124,6 +124,7 @@ TEST_F(WatchedCopies, StopBeforeAnEmptyExtractEmptiesASmallTable) {
     WriteTypes(0);
     EXPECT_THROW(Copy(kFull), RuntimeError);
     EXPECT_EQ(Rows(), 5);
+    ASSERT_TRUE(refused);
     EXPECT_EQ(refused->Text(), "would remove 5 of 5 rows (100 %, limit: never all rows)");
 }
 
@@ -140,6 +141,7 @@ TEST_F(WatchedCopies, StopAnIncrementalCopyAtTheDeleteThatIsOneTooMany) {
 
     EXPECT_EQ(Rows(), 20);
     ExpectCounts(0, 20);
+    ASSERT_TRUE(refused);
     EXPECT_EQ(refused->Text(), "would remove 21 of 40 rows (52 %, limit 20 rows)");
 }
 
