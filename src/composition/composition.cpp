@@ -65,10 +65,11 @@ Composition::Composition(const Surroundings& surroundings)
     around([&](auto& inner) { return CountRows(inner, counts_); });
     if (surroundings.trace)
         around([&](auto& inner) {
-            return std::make_unique<platform::trace::TracingDatabaseProvider>(
-                inner, system_->Machine().files, *surroundings.trace);
+            return std::make_unique<platform::trace::TracingDatabaseProvider>(inner, system_->Machine().files,
+                                                                              *surroundings.trace);
         });
-    if (surroundings.stop) around([&](auto& inner) { return StopBetweenStatements(inner, *surroundings.stop); });
+    if (surroundings.stop)
+        around([&](auto& inner) { return StopBetweenStatements(inner, *surroundings.stop); });
 }
 
 platform::DatabaseProvider& Composition::Databases() {

@@ -26,17 +26,17 @@ struct Surroundings {
         {};                   // where the instance registry of a machine without one writes
     bool isEmbedded = false;  // COM started the process: nobody sees a message box
     std::optional<platform::watch::RemovalLimits> limits = {};  // how much a copy may remove; none: anything
-    bool showsWaits = false;                      // who started it does so; else a wait is told on standard error
-    const platform::StopRequest* stop = nullptr;                // borrowed
+    bool showsWaits = false;  // who started it does so; else a wait is told on standard error
+    const platform::StopRequest* stop = nullptr;  // borrowed
 };
 Surroundings SurroundingsOf(const Variables& variables);
-// Of the service: it is guarded where QRX_MAX_REMOVED, or MaxRemoved in the section [Guard] of iQRXyQRXSync.ini beside
-// the program, says so. Raises RuntimeError when that is no limit.
+// Of the service: it is guarded where QRX_MAX_REMOVED, or MaxRemoved in the section [Guard] of
+// iQRXyQRXSync.ini beside the program, says so. Raises RuntimeError when that is no limit.
 Surroundings SurroundingsOfService(const Variables& variables, const platform::StopRequest* stop);
 std::filesystem::path ProgramFolder();
 
-// From now on whoever asks the process to end is heard: signals, or what a console and a shutdown send. A second
-// request ends it at once.
+// From now on whoever asks the process to end is heard: signals, or what a console and a shutdown send. A
+// second request ends it at once.
 std::unique_ptr<platform::StopRequest> ListenForStop();
 
 class System;

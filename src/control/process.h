@@ -30,7 +30,7 @@ struct Ports {
     std::reference_wrapper<platform::DatabaseProvider> databases;  // one that wraps another may take its place
     erp::ErpProvider& erps;
     platform::ObjectFactory& objects;
-    std::ostream& diagnostics;  // standard error: what cannot be logged
+    std::ostream& diagnostics;      // standard error: what cannot be logged
     RunWitness* witness = nullptr;  // of each request; none: nobody
 };
 

@@ -10,9 +10,8 @@ namespace iqrx::qrxctl {
 namespace {
 
 std::filesystem::path Place(const Options& options) {
-    return options.stateDirectory.empty()
-               ? journal::StateDirectoryOf(options.connection, options.logDirectory)
-               : platform::Path(options.stateDirectory);
+    return options.stateDirectory.empty() ? journal::StateDirectoryOf(options.connection, options.logDirectory)
+                                          : platform::Path(options.stateDirectory);
 }
 
 }  // namespace

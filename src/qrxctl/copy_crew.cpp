@@ -22,9 +22,10 @@ namespace {
 std::int64_t RecordsIn(const std::filesystem::path& file) {
     constexpr std::streamsize kSample = 64 * 1024;
     std::error_code unknown;
+    if (!std::filesystem::is_regular_file(file, unknown)) return 0;
     const auto size = static_cast<std::int64_t>(std::filesystem::file_size(file, unknown));
     std::ifstream stream(file, std::ios::binary);
-    if (unknown || !stream) return 0;
+    if (!stream) return 0;
     std::string text(kSample, '\0');
     stream.read(text.data(), kSample);
     const std::int64_t read = stream.gcount();
@@ -52,9 +53,10 @@ public:
         : run_(run),
           tables_(tables),
           results_(tables.size()),
-          progress_(run.place.talk,
-                    ShowingOf(run.place.options.quiet || run.place.options.json, TalksToTerminal(), TerminalType()),
-                    tables.size()) {}
+          progress_(
+              run.place.talk,
+              ShowingOf(run.place.options.quiet || run.place.options.json, TalksToTerminal(), TerminalType()),
+              tables.size()) {}
 
     void Work() {
         std::vector<std::jthread> jobs;
@@ -97,7 +99,8 @@ private:
     std::optional<std::size_t> Next() {
         std::unique_lock lock(mutex_);
         const auto mayBegin = [&] {
-            return next_ == tables_.size() || IsStopped() || GroupOf(tables_[next_]) != "calendars" || copying_ == 0;
+            return next_ == tables_.size() || IsStopped() || GroupOf(tables_[next_]) != "calendars" ||
+                   copying_ == 0;
         };
         while (!mayBegin()) changed_.wait_for(lock, kGlance);
         if (next_ == tables_.size() || IsStopped()) return std::nullopt;
@@ -111,8 +114,7 @@ private:
         TableResult result = job.Copy(table, run_.copy.full);
         progress_.End(table, EndOf(result), result.seconds);
         const std::lock_guard lock(mutex_);
-        if (run_.place.options.json)
-            run_.place.out << JsonOf(result, run_.id, job.Now()) << std::endl;
+        if (run_.place.options.json) run_.place.out << JsonOf(result, run_.id, job.Now()) << std::endl;
         results_[place] = std::move(result);
         --copying_;
         changed_.notify_all();

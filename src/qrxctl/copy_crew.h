@@ -9,9 +9,9 @@
 
 namespace iqrx::qrxctl {
 
-// Copies the tables, which are in the order in which they may begin, and fills the report's results and what a stop
-// left. Shows how far it is meanwhile. A calendar begins when all others have ended: it lists what they have brought.
-// Raises RuntimeError when no job can begin.
+// Copies the tables, which are in the order in which they may begin, and fills the report's results and what
+// a stop left. Shows how far it is meanwhile. A calendar begins when all others have ended: it lists what
+// they have brought. Raises RuntimeError when no job can begin.
 void Copy(const CopyRun& run, const std::vector<std::string>& tables, CopyReport& report);
 
 }  // namespace iqrx::qrxctl

@@ -20,6 +20,7 @@ namespace {
 using platform::Date;
 
 constexpr runtime::Sql<0> kRows = "SELECT count(*) FROM {table}";
+constexpr runtime::Sql<0> kUnconfirmed = "SELECT count(*) FROM {table} WHERE upd_flag = 1";
 constexpr std::string_view kExtract = "extract=";
 
 hosting::Surroundings SurroundingsOf(const CopyRun& run) {
@@ -136,9 +137,10 @@ void CopyJob::Request(const std::string& table, TableResult& result) {
     Judge(result, handler.LastOutcome());
     if (from && result.outcome != CopyOutcome::Copied && result.outcome != CopyOutcome::InUse)
         SetLastUpdate(table, before);
-    if (result.outcome == CopyOutcome::Copied)
-        NoteWhatWasRead(result, from ? from : before, exported, begin);
-    result.rows = CountRows(table);
+    if (result.outcome == CopyOutcome::Copied) NoteWhatWasRead(result, from ? from : before, exported, begin);
+    result.rows = Count(kRows.On(table));
+    if (full && result.outcome != CopyOutcome::Copied)
+        result.waiting = Count(kUnconfirmed.On(table)).value_or(0);
 }
 
 void CopyJob::Judge(TableResult& result, control::Outcome outcome) {
@@ -210,16 +212,17 @@ void CopyJob::SetLastUpdate(const std::string& table, Moment moment) {
     const bool wasNever = !moment || moment->secondsSince1970 == 0;
     if (!process_.controlTables.IsTableInUse(table))
         process_.controlTables.SetTableLastUpdate(
-            table, wasNever ? platform::Literal::Unknown("NULL")
-                            : process_.database.Literals().WrapDateLiteral(runtime::FormatIsoDateTime(*moment)));
+            table, wasNever
+                       ? platform::Literal::Unknown("NULL")
+                       : process_.database.Literals().WrapDateLiteral(runtime::FormatIsoDateTime(*moment)));
     process_.database.CloseDatabase();
 }
 
-std::optional<std::int64_t> CopyJob::CountRows(const std::string& table) try {
+std::optional<std::int64_t> CopyJob::Count(const platform::Statement& question) try {
     const Options& options = run_.place.options;
     runtime::DatabaseSession session(process_.machine, parts_.PlainDatabases());
     session.OpenDatabase(options.connection, options.database, PlatformNumber(options));
-    return platform::ToLong(session.OpenRecordset(kRows.On(table))->Field(0));
+    return platform::ToLong(session.OpenRecordset(question)->Field(0));
 } catch (...) {
     return std::nullopt;  // a figure for the eye; the copy is done
 }

@@ -1,5 +1,5 @@
-// One table's request, through the handler that the service uses, and what the tool puts around it: run sheet, ledger,
-// guard, history.
+// One table's request, through the handler that the service uses, and what the tool puts around it: run
+// sheet, ledger, guard, history.
 #pragma once
 
 #include <optional>
@@ -43,7 +43,7 @@ private:
     void Record(const TableResult& result, const std::string& began);
     Moment LastUpdate(const std::string& table);
     void SetLastUpdate(const std::string& table, Moment moment);
-    std::optional<std::int64_t> CountRows(const std::string& table);
+    std::optional<std::int64_t> Count(const platform::Statement& question);
 
     const CopyRun& run_;
     hosting::Composition parts_;

@@ -1,5 +1,5 @@
-// How far a run is, while it runs: on a terminal lines that are rewritten in place, elsewhere a line per table and one
-// every half minute for a table that takes long.
+// How far a run is, while it runs: on a terminal lines that are rewritten in place, elsewhere a line per
+// table and one every half minute for a table that takes long.
 #pragma once
 
 #include <chrono>

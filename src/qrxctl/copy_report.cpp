@@ -18,10 +18,13 @@ using Json = nlohmann::ordered_json;
 bool HasCounts(const TableResult& result) {
     switch (result.outcome) {
         case CopyOutcome::Copied:
-        case CopyOutcome::Stopped: return true;
-        case CopyOutcome::Failed: return result.copied + result.removed > 0;
+        case CopyOutcome::Stopped:
+            return true;
+        case CopyOutcome::Failed:
+            return result.copied + result.removed > 0;
         case CopyOutcome::InUse:
-        case CopyOutcome::Guarded: break;
+        case CopyOutcome::Guarded:
+            break;
     }
     return false;
 }
@@ -76,9 +79,10 @@ std::vector<Trouble> TroublesOf(const std::vector<TableResult>& results) {
 
 std::string WhatStopped(const TableResult& result) {
     if (result.outcome != CopyOutcome::Stopped) return result.cause;
-    const std::string rows = "after " + Grouped(result.copied) + " rows; released";
-    if (result.method != "full" || !result.rows) return result.cause + " " + rows;
-    return result.cause + " " + rows + "; what it had not reached waits for the next full copy, nothing was removed";
+    std::string text = result.cause + " after " + Counted(result.copied, "row") + "; released";
+    if (result.waiting > 0)
+        text += "; " + Counted(result.waiting, "row") + " wait for the next full copy, nothing was removed";
+    return text;
 }
 
 void ShowTrouble(const Trouble& trouble, std::ostream& out) {
@@ -109,8 +113,8 @@ ExitCode CodeOf(const CopyReport& report) {
 }
 
 void ShowClosingTable(const CopyReport& report, std::ostream& out) {
-    out << fmt::format("{:<9}{:>8}{:>9}{:>8}{:>10}{:>10}\n", "table", "copied", "removed", "failed", "rows now",
-                       "seconds");
+    out << fmt::format("{:<9}{:>8}{:>9}{:>8}{:>10}{:>10}\n", "table", "copied", "removed", "failed",
+                       "rows now", "seconds");
     for (const TableResult& result : report.results) ShowRow(result, out);
     const auto tables = static_cast<std::int64_t>(report.results.size() + report.notBegun.size());
     out << fmt::format("{} of {} copied, {}, {} removed, {:.1f} s   run {}\n",
@@ -133,9 +137,15 @@ void ShowTroubles(const CopyReport& report, std::ostream& out) {
 
 std::string JsonOf(const TableResult& result, const std::string& run, const std::string& at) {
     const char* event = result.outcome == CopyOutcome::Copied ? "copied" : WordOf(result.outcome);
-    Json line{{"schema", 1},         {"event", event},           {"run", run},
-              {"table", result.table}, {"method", result.method},  {"copied", result.copied},
-              {"removed", result.removed}, {"rows", nullptr}, {"seconds", result.seconds}};
+    Json line{{"schema", 1},
+              {"event", event},
+              {"run", run},
+              {"table", result.table},
+              {"method", result.method},
+              {"copied", result.copied},
+              {"removed", result.removed},
+              {"rows", nullptr},
+              {"seconds", result.seconds}};
     if (result.rows) line["rows"] = *result.rows;
     if (!result.cause.empty()) line["cause"] = result.cause;
     if (!result.nextStep.empty()) line["next"] = result.nextStep;

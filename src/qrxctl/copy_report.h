@@ -10,12 +10,12 @@
 namespace iqrx::qrxctl {
 
 struct CopyReport {
-    std::string run;                     // "20261121-104032"
-    std::vector<TableResult> results = {};    // in the order of the catalog
-    std::vector<std::string> notBegun = {};   // the tables that a stop left
-    std::vector<std::string> doneBefore = {}; // the tables that a resumed run left out
+    std::string run;                           // "20261121-104032"
+    std::vector<TableResult> results = {};     // in the order of the catalog
+    std::vector<std::string> notBegun = {};    // the tables that a stop left
+    std::vector<std::string> doneBefore = {};  // the tables that a resumed run left out
     double seconds = 0;
-    std::string resume = {};                  // the command that goes on; empty for a run that was not stopped
+    std::string resume = {};  // the command that goes on; empty for a run that was not stopped
 };
 
 ExitCode CodeOf(const CopyReport& report);

@@ -18,8 +18,7 @@ struct Group {
 };
 
 constexpr std::array kGroups{
-    Group{"master",
-          "tsmdm030 tsmdm100 tsmdm105 tsmdm130 tsmdm135 tsmdm140 tsclm020 tsclm024 tccom130"},
+    Group{"master", "tsmdm030 tsmdm100 tsmdm105 tsmdm130 tsmdm135 tsmdm140 tsclm020 tsclm024 tccom130"},
     Group{"configuration", "tsmdm000 tscfg220 tscfg200 tcccp001"},
     Group{"orders", "tssoc200 tssoc205 tssoc206 tssoc210 tsspc200"},
     Group{"calendars", "tcccp030 tcccp031"},

@@ -89,7 +89,9 @@ Finished Child::Wait() {
     return finished;
 }
 
-void Child::Kill() { kill(process_, SIGKILL); }
+void Child::Kill() { Signal(SIGKILL); }
+
+void Child::Signal(int signal) { kill(process_, signal); }
 
 Finished RunToEnd(const std::vector<std::string>& command, const fs::path& directory,
                   const Environment& environment) {

@@ -31,6 +31,7 @@ public:
     bool HasEnded();  // without waiting for it
     Finished Wait();
     void Kill();  // as a crash: no handler of the process runs
+    void Signal(int signal);
 
 private:
     pid_t process_ = -1;

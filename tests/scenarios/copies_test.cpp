@@ -18,13 +18,14 @@ using ::testing::SizeIs;
 
 constexpr const char* kMorning = "2025-06-20 00:00:00";
 
-// The closing table of the tool as "table inserted updated deleted outcome"; the seconds are left out.
+// The closing table of the tool as "table copied removed rows-now" and what ended the copy, if not its end.
 std::vector<std::string> ClosingTable(const Finished& run) {
-    const std::regex row(R"((\w+) +(\d+) +(\d+) +(\d+) +[\d.]+ +(.+))");
+    const std::regex row(R"((t\w+) +([\d,]+|-) +([\d,]+|-) +(?:\d|-) +([\d,]+) +[\d.]+(?: +(.+))?)");
     std::vector<std::string> rows;
     for (const std::string& line : Lines(run.out))
         if (std::smatch found; std::regex_match(line, found, row))
-            rows.push_back(std::regex_replace(line, row, "$1 $2 $3 $4 $5"));
+            rows.push_back(std::regex_replace(line, row, "$1 $2 $3 $4") +
+                           (found[5].matched ? " " + found[5].str() : ""));
     return rows;
 }
 
@@ -37,7 +38,7 @@ TEST_F(ServiceTypes, AreCopiedInFullAndThenByTheirChanges) {
     const Finished full = Qrxctl({"copy", "tsmdm030", "--full"});
 
     EXPECT_EQ(full.exitCode, 0) << full.err;
-    EXPECT_THAT(ClosingTable(full), ElementsAre("tsmdm030 3 0 0 completed"));
+    EXPECT_THAT(ClosingTable(full), ElementsAre("tsmdm030 3 0 3"));
     EXPECT_THAT(Rows(kSelectServiceTypes),
                 ElementsAre("ADV|Advice by telephone|REMOTE|ONC|1|0", "INS|Inspection|INSPECT|WRK|0|0",
                             "REP|Owner's repair|REPAIR|ONC|1|0"));
@@ -45,30 +46,34 @@ TEST_F(ServiceTypes, AreCopiedInFullAndThenByTheirChanges) {
     const Finished incremental = Qrxctl({"copy", "tsmdm030", "--incremental", "--since", kMorning});
 
     EXPECT_EQ(incremental.exitCode, 0) << incremental.err;
-    EXPECT_THAT(ClosingTable(incremental), ElementsAre("tsmdm030 1 1 1 completed"));
+    EXPECT_THAT(ClosingTable(incremental), ElementsAre("tsmdm030 2 1 3"));
     EXPECT_THAT(Rows(kSelectServiceTypes),
                 ElementsAre("INS|Yearly inspection|INSPECT|WRK|1|0", "NEW|New installation|INSTALL|WRK|0|0",
                             "REP|Owner's repair|REPAIR|ONC|1|0"));
 }
 
-TEST_F(ServiceTypes, ThatTheErpNoLongerHasGoWithTheNextFullCopyAndAreNotCounted) {
+TEST_F(ServiceTypes, ThatTheErpNoLongerHasGoWithTheNextFullCopyAndAreCounted) {
     GivenExtract("tsmdm030.csv", kServiceTypes);
     Qrxctl({"copy", "tsmdm030", "--full"});
     GivenExtract("tsmdm030.csv", "cstp,desc,proc,ract,dahe\nINS,Inspection,INSPECT,WRK,2");
 
     const Finished full = Qrxctl({"copy", "tsmdm030", "--full"});
 
-    EXPECT_THAT(ClosingTable(full), ElementsAre("tsmdm030 1 0 0 completed"));
+    EXPECT_THAT(ClosingTable(full), ElementsAre("tsmdm030 1 2 1"));
     EXPECT_THAT(Rows(kSelectServiceTypes), ElementsAre("INS|Inspection|INSPECT|WRK|0|0"));
 }
 
-TEST_F(ServiceTypes, AreAllGoneWhenTheErpHasNone) {
+TEST_F(ServiceTypes, AreAllGoneWhenTheErpHasNoneAndTheOperatorAllowsIt) {
     GivenExtract("tsmdm030.csv", kServiceTypes);
     Qrxctl({"copy", "tsmdm030", "--full"});
     GivenExtract("tsmdm030.csv", "cstp,desc,proc,ract,dahe");
 
-    EXPECT_EQ(Qrxctl({"copy", "tsmdm030", "--full"}).exitCode, 0);
+    const Finished guarded = Qrxctl({"copy", "tsmdm030", "--full"});
+    EXPECT_EQ(guarded.exitCode, 4);
+    EXPECT_THAT(ClosingTable(guarded), ElementsAre("tsmdm030 - - 3 stopped by the guard"));
+    EXPECT_THAT(Rows(kSelectServiceTypes), SizeIs(3));
 
+    EXPECT_EQ(Qrxctl({"copy", "tsmdm030", "--full", "--max-removed", "any"}).exitCode, 0);
     EXPECT_THAT(Rows(kSelectServiceTypes), IsEmpty());
 }
 
@@ -98,9 +103,9 @@ TEST_F(ServiceTypes, AreReadFromTheTrailOnceSinceEachCopyGoesOnWhereTheLastOneBe
     const Finished again = Qrxctl({"copy", "tsmdm030", "--incremental", "--since", "2025-06-20 08:30:00"});
 
     // A table that was never copied reads the whole trail: two rows new to it, and a removal that finds nothing.
-    EXPECT_THAT(ClosingTable(first), ElementsAre("tsmdm030 2 0 1 completed"));
-    EXPECT_THAT(ClosingTable(second), ElementsAre("tsmdm030 0 0 0 completed"));
-    EXPECT_THAT(ClosingTable(again), ElementsAre("tsmdm030 0 1 1 completed"));
+    EXPECT_THAT(ClosingTable(first), ElementsAre("tsmdm030 2 0 2"));
+    EXPECT_THAT(ClosingTable(second), ElementsAre("tsmdm030 0 0 2"));
+    EXPECT_THAT(ClosingTable(again), ElementsAre("tsmdm030 1 0 2"));
 }
 
 // The time zone is part of the service's machine: last updates of incremental copies are UTC.
@@ -173,9 +178,10 @@ TEST_F(SampleWorld, IsCopiedInFullAndThenByADaysChanges) {
     for (const std::string& table : TablesWithADay()) {
         const int rows = SampleDay(extract, table).full;
         EXPECT_EQ(RowCount(table), rows) << table;
-        EXPECT_THAT(ClosingTable(full), Contains(table + " " + std::to_string(rows) + " 0 0 completed"));
+        EXPECT_THAT(ClosingTable(full),
+                    Contains(table + " " + std::to_string(rows) + " 0 " + std::to_string(rows)));
     }
-    EXPECT_THAT(ClosingTable(full), Contains("tssoc206 78 0 0 completed"));
+    EXPECT_THAT(ClosingTable(full), Contains("tssoc206 78 0 78"));
     const int calendarRows = RowCount("tcccp030");
     EXPECT_THAT(calendarRows, Gt(0));
 
@@ -186,10 +192,10 @@ TEST_F(SampleWorld, IsCopiedInFullAndThenByADaysChanges) {
         const TableDay day = SampleDay(extract, table);
         EXPECT_EQ(RowCount(table), day.After()) << table;
         EXPECT_THAT(ClosingTable(incremental),
-                    Contains(table + " " + std::to_string(day.inserted) + " " + std::to_string(day.updated) +
-                             " " + std::to_string(day.deleted) + " completed"));
+                    Contains(table + " " + std::to_string(day.inserted + day.updated) + " " +
+                             std::to_string(day.deleted) + " " + std::to_string(day.After())));
     }
-    EXPECT_THAT(ClosingTable(incremental), Contains("tssoc206 12 27 6 completed"));
+    EXPECT_THAT(ClosingTable(incremental), Contains("tssoc206 39 6 84"));
 }
 
 TEST_F(SampleWorld, IsTheSameAfterASecondFullCopy) {

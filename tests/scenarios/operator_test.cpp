@@ -231,11 +231,11 @@ TEST_F(TheTool, AnswersTheWorstOfItsRequests) {
     EXPECT_EQ(copy({"tsmdm130", "tsmdm030"}).exitCode, 2);
     const Finished all = copy({"tsmdm100", "tsmdm130", "TSMDM030"});
     EXPECT_EQ(all.exitCode, 1);
-    EXPECT_THAT(all.out,
-                ::testing::ContainsRegex("tsmdm100 .*failed.*has no columns 'cwoc', 'dsca', 'ccal', "));
+    EXPECT_THAT(all.out, ::testing::ContainsRegex("tsmdm100 +- +- +- +0 +[0-9.]+  failed\n"));
+    EXPECT_THAT(all.out, ::testing::ContainsRegex("failed   tsmdm100 [^\n]*\n +has no columns 'cwoc', 'dsca'"));
     EXPECT_THAT(all.out, ::testing::ContainsRegex("tsmdm130 .*in use"));
     EXPECT_THAT(all.out,
-                ::testing::ContainsRegex("tsmdm030 +3 .*completed"));  // those after a failure are copied
+                ::testing::ContainsRegex("tsmdm030 +3 +0 +0 +3 "));  // those after a failure are copied
 }
 
 TEST_F(TheTool, LeavesTheLastUpdateOfATableInUseToWhoeverCopiesIt) {
@@ -248,7 +248,7 @@ TEST_F(TheTool, FailsAndSaysWhyWhereACopyOfCalendarsCannotReachItsErp) {
     const Finished run = BareQrxctl({"copy", "tcccp030", "--full", "--connection", Connection(), "--erp",
                                      "extract=/nosuch", "--log-dir", logs.string()});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_THAT(run.out, HasSubstr("failed: The extract directory /nosuch does not exist"));
+    EXPECT_THAT(run.out, HasSubstr("failed   tcccp030  The extract directory /nosuch does not exist\n"));
 }
 
 TEST_F(TheTool, SaysThatADatabaseWasNeverInitialised) {

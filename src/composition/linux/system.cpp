@@ -75,16 +75,17 @@ public:
     }
 
 private:
-    // A request to stop ends the wait that it meets. The next one goes on: it may be that of the statement that
-    // frees the table.
+    // A request to stop ends the wait that it meets. The next one goes on: it may be that of the statement
+    // that frees the table.
     platform::WaitListener Waiting() {
-        return [this, hasEnded = false](std::chrono::seconds waited, const std::filesystem::path& file) mutable {
-            counts_.waitedSeconds = static_cast<int>(waited.count());
-            tell_(waited, file);
-            const bool ends = stop_ && stop_->Asked() && !hasEnded;
-            hasEnded = hasEnded || ends;
-            return !ends;
-        };
+        return
+            [this, hasEnded = false](std::chrono::seconds waited, const std::filesystem::path& file) mutable {
+                counts_.waitedSeconds = static_cast<int>(waited.count());
+                tell_(waited, file);
+                const bool ends = stop_ && stop_->Asked() && !hasEnded;
+                hasEnded = hasEnded || ends;
+                return !ends;
+            };
     }
 
     platform::watch::RowCounts& counts_;
