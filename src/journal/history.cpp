@@ -112,7 +112,8 @@ std::string History::NewRunId(platform::Date now) {
                 if (other && other->second == id.second) id.number = std::max(id.number, other->number + 1);
                 return true;
             });
-        directory_.Host().Replace(file, given.With(id));
+        // What a crash leaves of it is either understood or looked up in the history: it need not last.
+        if (const auto held = directory_.Host().TryHold(file)) held->Write(given.With(id));
     });
     return Text(id);
 }
