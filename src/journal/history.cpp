@@ -120,7 +120,7 @@ std::string History::NewRunId(platform::Date now) {
 
 History::Pruned History::Prune(const Timestamp& before) {
     Pruned pruned;
-    directory_.WriteOrRaise([&] {
+    const auto keptLines = [&] {
         std::string kept;
         bool keepsDamaged = false;  // it is as old as the runs around it
         LineReader lines(directory_.HistoryFile());
@@ -133,6 +133,10 @@ History::Pruned History::Prune(const Timestamp& before) {
             ++(keep ? pruned.kept : pruned.removed);
             if (keep) kept.append(*line).append(1, '\n');
         }
+        return kept;
+    };
+    directory_.WriteOrRaise([&] {
+        const std::string kept = keptLines();  // the file is closed: some systems replace no open one
         if (pruned.removed > 0) directory_.Host().Replace(directory_.HistoryFile(), kept);
     });
     return pruned;
