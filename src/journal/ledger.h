@@ -19,18 +19,18 @@ struct Stretch {
 
 // The begin of a request: the clock's local time, and the machine's uptime at the same moment.
 struct Begin {
-    platform::Date local;
+    platform::Date local = {};
     std::chrono::seconds uptime{0};
     bool operator==(const Begin&) const = default;
 };
 
 struct TableLedger {
-    platform::Date readTo;
-    std::vector<Stretch> gaps;  // in order, none touching another
+    platform::Date readTo = {};
+    std::vector<Stretch> gaps = {};  // in order, none touching another
     // The begin of the last request that was noted, and the machine's start before it: together they tell
     // whether the clock was set since.
-    Begin noted;
-    std::string boot;
+    Begin noted = {};
+    std::string boot = {};
     bool operator==(const TableLedger&) const = default;
 };
 

@@ -14,7 +14,7 @@ namespace iqrx::platform {
 
 struct ProcessIdentity {
     long pid = 0;
-    std::string user, host, terminal;  // terminal: "tty1", "pts/0"; empty without one
+    std::string user = {}, host = {}, terminal = {};  // terminal: "tty1", "pts/0"; empty without one
     bool operator==(const ProcessIdentity&) const = default;
 };
 
