@@ -12,19 +12,6 @@ namespace iqrx::platform::odbc {
 
 namespace {
 
-// Does its work when the scope is left, whatever leaves it.
-template <class Work>
-class AtEnd {
-public:
-    explicit AtEnd(Work work) : work_(std::move(work)) {}
-    ~AtEnd() { work_(); }
-    AtEnd(const AtEnd&) = delete;
-    AtEnd& operator=(const AtEnd&) = delete;
-
-private:
-    Work work_;
-};
-
 // Rows come one by one where the driver lets a result stay open, otherwise all of them at once. Their count
 // is known when all were read, so asking for it reads the rest.
 class OdbcRecordset : public Recordset, Dependent {
@@ -51,15 +38,16 @@ public:
 
     void Close() override {
         const auto turn = session_.Turn();
-        const AtEnd end([&] {
-            open_ = false;
-            session_.recordsets.Remove(*this);
-            Release();
-        });
-        session_.InTurn([&] {
-            RequireOpen();
-            SendPending();
-        });
+        try {
+            session_.InTurn([&] {
+                RequireOpen();
+                SendPending();
+            });
+        } catch (...) {
+            Forget();
+            throw;
+        }
+        Forget();
     }
 
     bool Bof() const override { return passed_ == 0 && rows_.empty() && !deleted_; }
@@ -144,6 +132,12 @@ private:
         rows_.clear();
     }
 
+    void Forget() noexcept {
+        open_ = false;
+        session_.recordsets.Remove(*this);
+        Release();
+    }
+
     void Execute() {
         session_.recordsets.SendPending();
         rows_.clear();
@@ -216,8 +210,6 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Recordset> CreateRecordset(Session& session) {
-    return std::make_unique<OdbcRecordset>(session);
-}
+std::unique_ptr<Recordset> Session::CreateRecordset() { return std::make_unique<OdbcRecordset>(*this); }
 
 }  // namespace iqrx::platform::odbc

@@ -5,18 +5,22 @@
 
 #include "platform/connection_string.h"
 #include "platform/exclusive_section.h"
+#include "platform/odbc/odbc_database.h"
 #include "platform/odbc/table.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::odbc {
 
 Session::~Session() { Close(); }
 
 void Session::Open(const std::string& connectionString) {
-    ConnectionString pairs(connectionString);
-    const int interval = Milliseconds(pairs.Find("Commit Interval").value_or("0"));
-    pairs.Remove("Commit Interval");
-    Connect(pairs.Text());
-    StartGroup(interval);
+    Call([&] {
+        ConnectionString pairs(connectionString);
+        const int interval = Milliseconds(pairs.Find("Commit Interval").value_or("0"));
+        pairs.Remove("Commit Interval");
+        Connect(pairs.Text());
+        StartGroup(interval);
+    });
 }
 
 void Session::Close() noexcept {
@@ -36,9 +40,39 @@ void Session::Close() noexcept {
 }
 
 void Session::SetCommandTimeout(int seconds) {
-    if (seconds == commandTimeout_) return;
-    commandTimeout_ = seconds;
-    shared_ = Handle();  // made anew with the limit
+    Call([&] {
+        if (seconds == commandTimeout_) return;
+        commandTimeout_ = seconds;
+        shared_ = Handle();  // made anew with the limit
+    });
+}
+
+std::string Session::DefaultDatabase() {
+    return Call([&] {
+        RequireOpen();
+        return driver.catalogs ? Catalog() : catalog_;
+    });
+}
+
+// A driver may take the name and stay where it is: writing to the wrong database would be worse than an
+// error. A database without catalogs has nowhere else to go.
+void Session::SetDefaultDatabase(const std::string& name) {
+    Call([&] {
+        RequireOpen();
+        if (!driver.catalogs) {
+            catalog_ = name;
+            return;
+        }
+        SetCatalog(name);
+        const std::string current = Catalog();
+        if (!EqualIgnoringCase(current, name))
+            Raise(kDatabaseError,
+                  "The connection stays in database \"" + current + "\" instead of \"" + name + "\"");
+    });
+}
+
+std::int32_t Session::Execute(const Statement& statement) {
+    return Call([&] { return Execute(statement.Text()); });
 }
 
 std::int32_t Session::Execute(std::string_view sql) {
@@ -92,7 +126,7 @@ std::int32_t Session::RunBatch(std::string_view sql) {
     return affected;
 }
 
-void Session::Settle() {
+void Session::Commit() {
     const auto turn = Turn();
     try {
         InTurn([&] {
@@ -110,7 +144,7 @@ void Session::Settle() {
     }
 }
 
-void Session::RunAsUnit(const Connection::Work& work) {
+void Session::RunAsUnit(const Work& work) {
     if (!group_ || frame_ != Frame::None) return work();
     Call([&] {
         recordsets.SendPending();
@@ -148,7 +182,7 @@ void Session::AbandonUnit() {
     AbandonGroup(CurrentError());
 }
 
-void Session::RunExclusively(const Connection::Work& work) {
+void Session::RunExclusively(const Work& work) {
     Call([&] {
         RequireOpen();
         recordsets.SendPending();
@@ -159,7 +193,7 @@ void Session::RunExclusively(const Connection::Work& work) {
     errors = before;  // not those of a victim
 }
 
-void Session::TryExclusively(const Connection::Work& work) {
+void Session::TryExclusively(const Work& work) {
     errors.clear();
     const auto level = Call([&] { return RequireSerializable(); });
     try {
@@ -240,3 +274,11 @@ Errors Session::SaidOf(const RuntimeError& error) const {
 }
 
 }  // namespace iqrx::platform::odbc
+
+namespace iqrx::platform {
+
+std::unique_ptr<Connection> CreateOdbcConnection(TableNames controlTables) {
+    return std::make_unique<odbc::Session>(std::move(controlTables));
+}
+
+}  // namespace iqrx::platform
