@@ -22,11 +22,25 @@ public:
 
     const WaitNotice& Notice() const { return notice_; }
 
-    void Begin(Moment now);
+    void Begin(Moment now) {
+        begin_ = now;
+        nextNotice_ = now + kNoticeEvery;
+    }
     // Whether to look for the lock once more. Tells of the wait after each minute of it.
-    bool GoesOn(Moment now);
+    bool GoesOn(Moment now) {
+        const auto waited = std::chrono::duration_cast<std::chrono::seconds>(now - begin_);
+        if (limit_.count() > 0 && waited >= limit_) return false;
+        if (now < nextNotice_) return true;
+        nextNotice_ += kNoticeEvery;
+        if (notice_)
+            notice_("waiting for " + std::to_string(waited.count()) +
+                    " s for the database, which another program holds: " + file_.string());
+        return true;
+    }
 
 private:
+    static constexpr std::chrono::seconds kNoticeEvery{60};
+
     const std::filesystem::path file_;
     const WaitNotice notice_;
     std::chrono::seconds limit_{0};
