@@ -13,10 +13,7 @@ constexpr std::size_t kRecordsKept = 3;
 
 }  // namespace
 
-Records::Records(std::shared_ptr<Rows> rows, Keep keep, std::function<void()> atEnd)
-    : rows_(std::move(rows)), keep_(std::move(keep)), atEnd_(std::move(atEnd)) {}
-
-bool Records::Read(Record& record) {
+bool Records::operator()(Record& record) {
     do {
         if (rows_->Next()) continue;
         if (const auto atEnd = std::exchange(atEnd_, nullptr)) atEnd();
@@ -26,13 +23,10 @@ bool Records::Read(Record& record) {
     return true;
 }
 
-Elements::Elements(std::unique_ptr<RecordStream> stream, std::span<const FieldLayout> fields)
-    : stream_(std::move(stream)), fields_(fields) {}
-
 bool Elements::HasMore() {
     if (ahead_ || ended_) return !ended_;
     auto record = FreeRecord();
-    if (stream_->Read(*record))
+    if (stream_(*record))
         ahead_ = std::move(record);
     else
         ended_ = true;

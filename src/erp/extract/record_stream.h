@@ -10,24 +10,20 @@
 
 namespace iqrx::erp::extract {
 
-class RecordStream {
-public:
-    virtual ~RecordStream() = default;
-    // Fills the record with the next row; false at the end. Raises RuntimeError for a malformed row.
-    virtual bool Read(Record& record) = 0;
-};
+// Fills the record with the next row; false at the end. Raises RuntimeError for a malformed row.
+using RecordStream = std::function<bool(Record& record)>;
 
-// The rows that `keep` accepts.
-class Records final : public RecordStream {
+// A stream of the rows that `keep` accepts.
+class Records {
 public:
     using Keep = std::function<bool(const Rows& row)>;
 
     // `atEnd` is called once, when there are no more rows.
+    Records(std::shared_ptr<Rows> rows, Keep keep, std::function<void()> atEnd = {})
+        : rows_(std::move(rows)), keep_(std::move(keep)), atEnd_(std::move(atEnd)) {}
     Records(Rows rows, Keep keep, std::function<void()> atEnd = {})
         : Records(std::make_shared<Rows>(std::move(rows)), std::move(keep), std::move(atEnd)) {}
-    Records(std::shared_ptr<Rows> rows, Keep keep, std::function<void()> atEnd = {});
-    bool Read(Record& record) override;
-    const Rows& Row() const { return *rows_; }
+    bool operator()(Record& record);
 
 private:
     std::shared_ptr<Rows> rows_;
@@ -39,7 +35,8 @@ private:
 // it: a caller that keeps a record keeps its values.
 class Elements {
 public:
-    Elements(std::unique_ptr<RecordStream> stream, std::span<const FieldLayout> fields);
+    Elements(RecordStream stream, std::span<const FieldLayout> fields)
+        : stream_(std::move(stream)), fields_(fields) {}
 
     bool HasMore();
     std::shared_ptr<Record> Next();  // raises RuntimeError after the last
@@ -47,7 +44,7 @@ public:
 private:
     std::shared_ptr<Record> FreeRecord();
 
-    std::unique_ptr<RecordStream> stream_;
+    RecordStream stream_;
     std::span<const FieldLayout> fields_;
     std::vector<std::shared_ptr<Record>> used_;
     std::shared_ptr<Record> ahead_;
