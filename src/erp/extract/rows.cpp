@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "erp/extract/late_bound.h"
-#include "erp/extract/record.h"
+#include "erp/extract/records.h"
 #include "platform/date.h"
 
 namespace iqrx::erp::extract {

@@ -1,17 +1,51 @@
-#include "erp/extract/record_stream.h"
+#include "erp/extract/records.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "erp/extract/late_bound.h"
 
 namespace iqrx::erp::extract {
 
+using platform::Value;
+
 namespace {
 
 // The caller's current record, the one that it assigns next, and one that it may set aside.
 constexpr std::size_t kRecordsKept = 3;
 
+// What a field holds that a row does not carry: the empty text, 0 or a Null date.
+Value MissingValue(FieldKind kind) {
+    switch (kind) {
+        case FieldKind::Text:
+            return std::string();
+        case FieldKind::Whole:
+            return platform::Long{0};
+        case FieldKind::Real:
+            return platform::Double{0};
+        case FieldKind::Date:
+            break;
+    }
+    return platform::Null();
+}
+
 }  // namespace
+
+Record::Record(std::span<const FieldLayout> fields) : fields_(fields) {
+    values_.reserve(fields.size());
+    for (const FieldLayout& field : fields) values_.push_back(MissingValue(field.kind));
+}
+
+Value Record::Invoke(std::string_view member, std::span<platform::Argument> arguments) {
+    const auto field = std::ranges::find(fields_, member, &FieldLayout::getter);
+    if (field == fields_.end()) RaiseNoSuchMember("The record", member);
+    ExpectArguments(arguments, 0);
+    return values_[static_cast<std::size_t>(field - fields_.begin())];
+}
+
+std::span<const Value> Record::Values(const TableLayout& layout) const {
+    return layout.fields.data() == fields_.data() ? std::span<const Value>(values_) : std::span<const Value>();
+}
 
 bool Records::operator()(Record& record) {
     do {
@@ -46,7 +80,7 @@ std::shared_ptr<Record> Elements::FreeRecord() {
     return record;
 }
 
-platform::Value Enumerator::Invoke(std::string_view member, std::span<platform::Argument> arguments) {
+Value Enumerator::Invoke(std::string_view member, std::span<platform::Argument> arguments) {
     ExpectArguments(arguments, 0);
     if (member == "hasMoreElements") return elements_.HasMore();
     if (member == "nextElement") return platform::ObjectRef(elements_.Next());

@@ -1,14 +1,35 @@
-// Rows turned into records, one at a time.
+// Records, one value per field of their table, answered by the field's getter; and rows turned into records,
+// one at a time.
 #pragma once
 
 #include <functional>
 #include <memory>
+#include <span>
+#include <string_view>
 #include <vector>
 
-#include "erp/extract/record.h"
+#include "erp/erp.h"
 #include "erp/extract/rows.h"
 
 namespace iqrx::erp::extract {
+
+class Record final : public erp::Record {
+public:
+    explicit Record(std::span<const FieldLayout> fields);  // empty
+
+    platform::Value Invoke(std::string_view member, std::span<platform::Argument> arguments) override;
+    std::span<const platform::Value> Values(const TableLayout& layout) const override;
+
+    std::size_t Size() const { return values_.size(); }
+    platform::Value& At(std::size_t field) { return values_[field]; }
+
+    // The kind of change, for an element of the audit trail.
+    bool inserted = false, updated = false, deleted = false;
+
+private:
+    std::span<const FieldLayout> fields_;
+    std::vector<platform::Value> values_;
+};
 
 // Fills the record with the next row; false at the end. Raises RuntimeError for a malformed row.
 using RecordStream = std::function<bool(Record& record)>;
