@@ -16,16 +16,9 @@ constexpr std::size_t kRecordsKept = 3;
 
 // What a field holds that a row does not carry: the empty text, 0 or a Null date.
 Value MissingValue(FieldKind kind) {
-    switch (kind) {
-        case FieldKind::Text:
-            return std::string();
-        case FieldKind::Whole:
-            return platform::Long{0};
-        case FieldKind::Real:
-            return platform::Double{0};
-        case FieldKind::Date:
-            break;
-    }
+    if (kind == FieldKind::Text) return std::string();
+    if (kind == FieldKind::Whole) return platform::Long{0};
+    if (kind == FieldKind::Real) return platform::Double{0};
     return platform::Null();
 }
 

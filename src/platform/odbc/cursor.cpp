@@ -4,6 +4,7 @@
 #include <sqlext.h>
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 #include "platform/date.h"
@@ -16,39 +17,27 @@ namespace {
 
 constexpr std::size_t kFirstPiece = 1024, kLargestPiece = 65536;  // UTF-16 units
 
+struct KindOfType {
+    SQLSMALLINT type;
+    Kind kind;
+};
+
+// Every other type is a text.
+constexpr std::array kKinds{
+    KindOfType{SQL_BIT, Kind::Boolean},           KindOfType{SQL_TINYINT, Kind::Byte},
+    KindOfType{SQL_SMALLINT, Kind::Integer},      KindOfType{SQL_INTEGER, Kind::Long},
+    KindOfType{SQL_BIGINT, Kind::BigNumber},      KindOfType{SQL_REAL, Kind::Single},
+    KindOfType{SQL_FLOAT, Kind::Double},          KindOfType{SQL_DOUBLE, Kind::Double},
+    KindOfType{SQL_DECIMAL, Kind::Double},        KindOfType{SQL_NUMERIC, Kind::Double},
+    KindOfType{SQL_TYPE_DATE, Kind::Date},        KindOfType{SQL_TYPE_TIMESTAMP, Kind::Date},
+    KindOfType{SQL_TYPE_TIME, Kind::TimeOfDay},   KindOfType{SQL_LONGVARCHAR, Kind::LongText},
+    KindOfType{SQL_WLONGVARCHAR, Kind::LongText}, KindOfType{SQL_BINARY, Kind::LongText},
+    KindOfType{SQL_VARBINARY, Kind::LongText},    KindOfType{SQL_LONGVARBINARY, Kind::LongText},
+};
+
 Kind KindOf(SQLSMALLINT type) {
-    switch (type) {
-        case SQL_BIT:
-            return Kind::Boolean;
-        case SQL_TINYINT:
-            return Kind::Byte;
-        case SQL_SMALLINT:
-            return Kind::Integer;
-        case SQL_INTEGER:
-            return Kind::Long;
-        case SQL_BIGINT:
-            return Kind::BigNumber;
-        case SQL_REAL:
-            return Kind::Single;
-        case SQL_FLOAT:
-        case SQL_DOUBLE:
-        case SQL_DECIMAL:
-        case SQL_NUMERIC:
-            return Kind::Double;
-        case SQL_TYPE_DATE:
-        case SQL_TYPE_TIMESTAMP:
-            return Kind::Date;
-        case SQL_TYPE_TIME:
-            return Kind::TimeOfDay;
-        case SQL_LONGVARCHAR:
-        case SQL_WLONGVARCHAR:
-        case SQL_BINARY:
-        case SQL_VARBINARY:
-        case SQL_LONGVARBINARY:
-            return Kind::LongText;
-        default:
-            return Kind::Text;
-    }
+    const auto found = std::ranges::find(kKinds, type, &KindOfType::type);
+    return found == kKinds.end() ? Kind::Text : found->kind;
 }
 
 Value WholeNumber(std::int64_t number, Kind kind) {
