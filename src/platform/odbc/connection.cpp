@@ -1,4 +1,4 @@
-#include "platform/odbc/session.h"
+#include "platform/odbc/connection.h"
 
 #include <charconv>
 #include <utility>
@@ -11,9 +11,9 @@
 
 namespace iqrx::platform::odbc {
 
-Session::~Session() { Close(); }
+OdbcConnection::~OdbcConnection() { Close(); }
 
-void Session::Open(const std::string& connectionString) {
+void OdbcConnection::Open(const std::string& connectionString) {
     Call([&] {
         ConnectionString pairs(connectionString);
         const int interval = Milliseconds(pairs.Find("Commit Interval").value_or("0"));
@@ -23,7 +23,7 @@ void Session::Open(const std::string& connectionString) {
     });
 }
 
-void Session::Close() noexcept {
+void OdbcConnection::Close() noexcept {
     if (!IsOpen()) return;
     const auto group = std::move(group_);
     const auto turn = group ? group->Lock() : std::unique_lock<std::mutex>();
@@ -39,7 +39,7 @@ void Session::Close() noexcept {
     frame_ = Frame::None;
 }
 
-void Session::SetCommandTimeout(int seconds) {
+void OdbcConnection::SetCommandTimeout(int seconds) {
     Call([&] {
         if (seconds == commandTimeout_) return;
         commandTimeout_ = seconds;
@@ -47,7 +47,7 @@ void Session::SetCommandTimeout(int seconds) {
     });
 }
 
-std::string Session::DefaultDatabase() {
+std::string OdbcConnection::DefaultDatabase() {
     return Call([&] {
         RequireOpen();
         return driver.catalogs ? Catalog() : catalog_;
@@ -56,7 +56,7 @@ std::string Session::DefaultDatabase() {
 
 // A driver may take the name and stay where it is: writing to the wrong database would be worse than an
 // error. A database without catalogs has nowhere else to go.
-void Session::SetDefaultDatabase(const std::string& name) {
+void OdbcConnection::SetDefaultDatabase(const std::string& name) {
     Call([&] {
         RequireOpen();
         if (!driver.catalogs) {
@@ -71,11 +71,11 @@ void Session::SetDefaultDatabase(const std::string& name) {
     });
 }
 
-std::int32_t Session::Execute(const Statement& statement) {
+std::int32_t OdbcConnection::Execute(const Statement& statement) {
     return Call([&] { return Execute(statement.Text()); });
 }
 
-std::int32_t Session::Execute(std::string_view sql) {
+std::int32_t OdbcConnection::Execute(std::string_view sql) {
     RequireOpen();
     recordsets.SendPending();
     if (frame_ == Frame::Exclusive) return Run(sql);
@@ -92,7 +92,7 @@ std::int32_t Session::Execute(std::string_view sql) {
     return Run(sql);
 }
 
-std::int32_t Session::Run(std::string_view sql) {
+std::int32_t OdbcConnection::Run(std::string_view sql) {
     if (!shared_) shared_ = NewStatement();
     try {
         return Finish(shared_, ExecuteText(shared_, sql));
@@ -103,7 +103,7 @@ std::int32_t Session::Run(std::string_view sql) {
 }
 
 // A driver names the column at most.
-void Session::NameThePlace(RuntimeError& error, std::string_view sql) {
+void OdbcConnection::NameThePlace(RuntimeError& error, std::string_view sql) {
     const std::string place = PlaceOf(sql);
     if (place.empty()) return;
     error.description += " (" + place + ")";
@@ -112,7 +112,7 @@ void Session::NameThePlace(RuntimeError& error, std::string_view sql) {
 
 // A batch takes effect as a whole or not at all; a server would keep what its statements did before the one
 // that fails.
-std::int32_t Session::RunBatch(std::string_view sql) {
+std::int32_t OdbcConnection::RunBatch(std::string_view sql) {
     if (group_) group_->Commit();
     BeginTransaction();
     std::int32_t affected = 0;
@@ -126,7 +126,7 @@ std::int32_t Session::RunBatch(std::string_view sql) {
     return affected;
 }
 
-void Session::Commit() {
+void OdbcConnection::Commit() {
     const auto turn = Turn();
     try {
         InTurn([&] {
@@ -144,7 +144,7 @@ void Session::Commit() {
     }
 }
 
-void Session::RunAsUnit(const Work& work) {
+void OdbcConnection::RunAsUnit(const Work& work) {
     if (!group_ || frame_ != Frame::None) return work();
     Call([&] {
         recordsets.SendPending();
@@ -159,13 +159,13 @@ void Session::RunAsUnit(const Work& work) {
     }
 }
 
-void Session::BeginUnit() {
+void OdbcConnection::BeginUnit() {
     if (frame_ != Frame::UnitAhead) return;
     frame_ = Frame::Unit;
     group_->Hold();
 }
 
-void Session::EndUnit() {
+void OdbcConnection::EndUnit() {
     recordsets.SendPending();
     if (std::exchange(frame_, Frame::None) != Frame::Unit) return;
     group_->Release();
@@ -174,7 +174,7 @@ void Session::EndUnit() {
 
 // Called inside a handler. There are no savepoints that every driver takes, so that the group goes with the
 // unit: what was reported done before it is lost, and the next run has to do it again.
-void Session::AbandonUnit() {
+void OdbcConnection::AbandonUnit() {
     const auto turn = Turn();
     recordsets.DropPending();
     if (std::exchange(frame_, Frame::None) != Frame::Unit || !group_) return;
@@ -182,7 +182,7 @@ void Session::AbandonUnit() {
     AbandonGroup(CurrentError());
 }
 
-void Session::RunExclusively(const Work& work) {
+void OdbcConnection::RunExclusively(const Work& work) {
     Call([&] {
         RequireOpen();
         recordsets.SendPending();
@@ -193,7 +193,7 @@ void Session::RunExclusively(const Work& work) {
     errors = before;  // not those of a victim
 }
 
-void Session::TryExclusively(const Work& work) {
+void OdbcConnection::TryExclusively(const Work& work) {
     errors.clear();
     const auto level = Call([&] { return RequireSerializable(); });
     try {
@@ -217,7 +217,7 @@ void Session::TryExclusively(const Work& work) {
     RestoreIsolation(level);
 }
 
-int Session::Milliseconds(const std::string& interval) {
+int OdbcConnection::Milliseconds(const std::string& interval) {
     int milliseconds = 0;
     const char* const last = interval.data() + interval.size();
     const auto [end, failure] = std::from_chars(interval.data(), last, milliseconds);
@@ -227,7 +227,7 @@ int Session::Milliseconds(const std::string& interval) {
 }
 
 // The timer commits as well, in a thread of its own, and must leave the connection's errors alone.
-void Session::StartGroup(int milliseconds) {
+void OdbcConnection::StartGroup(int milliseconds) {
     if (milliseconds == 0) return;
     WriteGroupLimits limits;
     limits.time = std::chrono::milliseconds(milliseconds);
@@ -235,7 +235,7 @@ void Session::StartGroup(int milliseconds) {
                                           [this] { CommitTransaction(loss_); }, limits);
 }
 
-void Session::AfterWrite(std::string_view table) {
+void OdbcConnection::AfterWrite(std::string_view table) {
     if (frame_ != Frame::None) return;  // EndUnit counts the unit
     if (controlTables_.contains(LastPart(table)))
         group_->Commit();
@@ -243,7 +243,7 @@ void Session::AfterWrite(std::string_view table) {
         group_->AfterWrite();
 }
 
-void Session::Fail(const RuntimeError& error) {
+void OdbcConnection::Fail(const RuntimeError& error) {
     errors = SaidOf(error);
     // The handler of a unit ends the group.
     if (!group_ || !group_->IsOpen() || frame_ == Frame::Unit) return;
@@ -256,14 +256,14 @@ void Session::Fail(const RuntimeError& error) {
 }
 
 // The group's writes are taken back, and told as lost unless it held none that was reported done.
-void Session::AbandonGroup(const RuntimeError& cause) {
+void OdbcConnection::AbandonGroup(const RuntimeError& cause) {
     loss_ = SaidOf(cause);
     RollBackTransaction();
     group_->Abandon(cause);
 }
 
 // What the connection's errors are to be for an error that is raised: the driver's words, if it has said any.
-Errors Session::SaidOf(const RuntimeError& error) const {
+Errors OdbcConnection::SaidOf(const RuntimeError& error) const {
     const bool isLoss = dynamic_cast<const WritesLost*>(&error) != nullptr;
     Errors said = isLoss ? loss_ : errors;
     // A loss adds to the words that it keeps; a value that does not convert is not the driver's affair.
@@ -278,7 +278,7 @@ Errors Session::SaidOf(const RuntimeError& error) const {
 namespace iqrx::platform {
 
 std::unique_ptr<Connection> CreateOdbcConnection(TableNames controlTables) {
-    return std::make_unique<odbc::Session>(std::move(controlTables));
+    return std::make_unique<odbc::OdbcConnection>(std::move(controlTables));
 }
 
 }  // namespace iqrx::platform

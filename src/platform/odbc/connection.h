@@ -16,10 +16,10 @@
 
 namespace iqrx::platform::odbc {
 
-class Session final : public Connection, public DriverConnection {
+class OdbcConnection final : public Connection, public DriverConnection {
 public:
-    explicit Session(TableNames controlTables) : controlTables_(std::move(controlTables)) {}
-    ~Session() override;
+    explicit OdbcConnection(TableNames controlTables) : controlTables_(std::move(controlTables)) {}
+    ~OdbcConnection() override;
 
     void SetConnectionTimeout(int seconds) override { connectionTimeout_ = seconds; }
     void SetCommandTimeout(int seconds) override;
