@@ -130,7 +130,8 @@ RecordStream ChangesIn(const std::filesystem::path& file, const TableLayout& lay
     };
     const auto rows = std::make_shared<Rows>(std::make_shared<SourceFile>(file, kErrorSource), fields,
                                              NeededColumns(layout, criteria));
-    return [rows, change, changes = Records(rows, keep)](Record& record) mutable {
+    Records changes(rows, keep);
+    return [rows, change, changes](Record& record) mutable {
         const bool found = changes(record);
         if (found) ReadChange(*rows, change, record);
         return found;
