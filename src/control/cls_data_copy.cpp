@@ -28,21 +28,9 @@ clsDataCopy::clsDataCopy(Process& process, std::span<const TableRoutine> tables,
 void clsDataCopy::StartDataCopy(const CopyRequest& request) {
     outcome_ = Outcome::None;
     logDirectory_ = request.logFilePath;
-    try {
-        RunRequest(request);
-    } catch (...) {
-        LogCurrentError();
-        try {
-            if (outcome_ == Outcome::None) RaiseError(request.tableId);
-        } catch (...) {
-            LogCurrentError();
-        }
-    }
-    try {
-        events_.DataCopydone();
-    } catch (...) {
-        LogCurrentError();
-    }
+    const bool hasRun = Logged([&] { RunRequest(request); });
+    if (!hasRun && outcome_ == Outcome::None) Logged([&] { RaiseError(request.tableId); });
+    Logged([&] { events_.DataCopydone(); });
     process_.runLog.KeepErrors(nullptr);
     process_.database.CloseDatabase();
 }
@@ -91,11 +79,7 @@ clsDataCopy::Result clsDataCopy::CopyTable(const CopyRequest& request) {
 
 // What was reported done before the failure is kept, or its loss told; the lock goes in either case.
 void clsDataCopy::SettleAfterFailure() {
-    try {
-        process_.database.Commit();
-    } catch (...) {
-        LogCurrentError();
-    }
+    Logged([&] { process_.database.Commit(); });
 }
 
 // Tried once more after a failure, since a table that stays locked is not copied until somebody looks. A loss
@@ -153,6 +137,17 @@ void clsDataCopy::RaiseError(platform::Integer tableId) {
     const std::string& runLog = process_.runLog.LogFileName();
     const std::string log = runLog.empty() ? runtime::RequestErrorLog(process_.machine, logDirectory_) : runLog;
     events_.DataCopyError(Time(), tableId, -1, "DataCopy Failed, see logfile '" + log + "' for details");
+}
+
+// Does the work; an error of it is logged. Whether there was none.
+bool clsDataCopy::Logged(const std::function<void()>& work) {
+    try {
+        work();
+        return true;
+    } catch (...) {
+        LogCurrentError();
+        return false;
+    }
 }
 
 // A run whose log has no name yet has none of its own to write to.

@@ -1,6 +1,7 @@
 // The copy driver: one request for one table, reported through five events.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -73,6 +74,7 @@ private:
     void FreeTable(const std::string& tableName);
     void RaiseOutcome(Result result, platform::Integer tableId);
     void RaiseError(platform::Integer tableId);
+    bool Logged(const std::function<void()>& work);
     void LogCurrentError();
     platform::Date Time();
 

@@ -39,7 +39,8 @@ void TableCatalog::LoadTableCatalog(platform::DatabaseProvider& provider, const 
             platform::RaiseRuntimeError(platform::kSubscriptOutOfRange,
                                         "tableid " + std::to_string(id) + " in tstables");
         entries_[static_cast<std::size_t>(id)] = {
-            TextOf(rows->Field("ERPTableID")), TextOf(rows->Field("TableName")), TextOf(rows->Field("Text"))};
+            std::string(runtime::Trim(TextOf(rows->Field("ERPTableID")))),
+            std::string(runtime::Trim(TextOf(rows->Field("TableName")))), TextOf(rows->Field("Text"))};
     }
     rows.reset();
     connection->Close();
@@ -50,13 +51,5 @@ const TableCatalog::Entry& TableCatalog::At(int id) const {
         platform::RaiseRuntimeError(platform::kSubscriptOutOfRange, "table id " + std::to_string(id));
     return entries_[static_cast<std::size_t>(id)];
 }
-
-std::string TableCatalog::GetTableName(int id) const { return std::string(runtime::Trim(At(id).name)); }
-
-std::string TableCatalog::GetErpTableId(int id) const {
-    return std::string(runtime::Trim(At(id).erpTableId));
-}
-
-const std::string& TableCatalog::GetTableText(int id) const { return At(id).text; }
 
 }  // namespace iqrx::control

@@ -28,9 +28,9 @@ public:
 
     // Each raises "subscript out of range" for an id that there is no room for; an id without a table has
     // empty texts.
-    std::string GetTableName(int id) const;
-    std::string GetErpTableId(int id) const;
-    const std::string& GetTableText(int id) const;
+    const std::string& GetTableName(int id) const { return At(id).name; }
+    const std::string& GetErpTableId(int id) const { return At(id).erpTableId; }
+    const std::string& GetTableText(int id) const { return At(id).text; }
 
 private:
     struct Entry {

@@ -15,24 +15,17 @@ using platform::Value;
 // Values that texts of literals lie in.
 using KeptValues = std::forward_list<Value>;
 
+// The literal may borrow the text of the value or of one that is kept.
+using MakeLiteral = Literal(const Value& value, const runtime::SqlLiterals& literals, KeptValues& kept);
+
 struct Conversion {
-    // The literal may borrow the text of the value or of one that it keeps.
-    using Make = Literal (*)(const Value& value, const runtime::SqlLiterals& literals, KeptValues& kept);
-    Make make = nullptr;
+    MakeLiteral* make = nullptr;
     erp::FieldKind kind = erp::FieldKind::Text;  // what the ERP returns
     bool asksErp = true;                         // false: the literal is the same whatever the record holds
 };
 
-Literal TextLiteral(const Value& value, const runtime::SqlLiterals& literals, KeptValues& kept);
-Literal YesNoLiteral(const Value& value, const runtime::SqlLiterals& literals, KeptValues& kept);
-Literal RealLiteral(const Value& value, const runtime::SqlLiterals& literals, KeptValues& kept);
-Literal PeriodLiteral(const Value& value, const runtime::SqlLiterals& literals, KeptValues& kept);
-Literal PeriodInLocaleLiteral(const Value& value, const runtime::SqlLiterals& literals, KeptValues& kept);
-Literal RawLiteral(const Value& value, const runtime::SqlLiterals& literals, KeptValues& kept);
-Literal ByteLiteral(const Value& value, const runtime::SqlLiterals& literals, KeptValues& kept);
-Literal Whole16Literal(const Value& value, const runtime::SqlLiterals& literals, KeptValues& kept);
-Literal UtcDateLiteral(const Value& value, const runtime::SqlLiterals& literals, KeptValues& kept);
-Literal EmptyTextLiteral(const Value& value, const runtime::SqlLiterals& literals, KeptValues& kept);
+MakeLiteral TextLiteral, YesNoLiteral, RealLiteral, PeriodLiteral, PeriodInLocaleLiteral, RawLiteral,
+    ByteLiteral, Whole16Literal, UtcDateLiteral, EmptyTextLiteral;
 
 // Quoted text, and the same of a whole number that the ERP returns as such.
 inline constexpr Conversion kText{TextLiteral, erp::FieldKind::Text};

@@ -48,18 +48,6 @@ void UpdateOrInsertIsEmpty();
 void StatementNamesAnUnknownColumn();
 void NoStatementUsesThisColumn();
 
-// "{column}" is a hole, "{table}" the table's name.
-class SqlText {
-public:
-    constexpr SqlText() = default;
-    template <std::size_t N>
-    consteval SqlText(const char (&text)[N]) : text_(text, N - 1) {}
-    constexpr std::string_view View() const { return text_; }
-
-private:
-    std::string_view text_;
-};
-
 struct TableDef {
     std::string_view name;
     std::string_view titleLabel;
@@ -68,8 +56,9 @@ struct TableDef {
     FixedList<AuditKey, 4> auditKeys = {};    // the key, in key order, and what the audit trail is asked for
     FixedList<std::string_view, 32> outputFields = {};
     std::string_view statusField = {};  // the field that a full copy by status asks for
-    SqlText update = {}, insert = {}, remove = {};
-    SqlText count = {};  // of a table whose full copy lets the server choose between the two
+    // Statements: "{column}" is a hole, "{table}" the table's name.
+    std::string_view update = {}, insert = {}, remove = {};
+    std::string_view count = {};  // of a table whose full copy lets the server choose between the two
     std::string_view fullFailure = "SLBL0456";
     std::string_view incrementalFailure = "SLBL0512";
     bool countsEveryInsert = false;  // true: an INSERT counts whatever number of rows the server reports

@@ -1,22 +1,22 @@
 // The check that Checked() makes; include engine/table.h instead.
 #pragma once
 
+#include <algorithm>
 #include <array>
 
 namespace iqrx::engine {
 
 constexpr std::size_t ColumnNamed(const TableDef& def, std::string_view name) {
-    for (std::size_t i = 0; i < def.columns.size(); ++i)
-        if (def.columns[i].name == name) return i;
-    StatementNamesAnUnknownColumn();
-    return 0;
+    const auto* const found = std::ranges::find(def.columns, name, &Column::name);
+    if (found == def.columns.end()) StatementNamesAnUnknownColumn();
+    return static_cast<std::size_t>(found - def.columns.begin());
 }
 
-consteval TableStatement Cut(const TableDef& def, const SqlText& text) {
+consteval TableStatement Cut(const TableDef& def, std::string_view text) {
     using enum platform::Piece::Then;
     TableStatement statement;
     runtime::CutSql(
-        text.View(),
+        text,
         [&](std::string_view piece) {
             statement.pieces.Append({piece, Nothing});
         },
@@ -36,14 +36,14 @@ constexpr void RequireEveryColumn(const Table& table) {
         if (!used[i]) NoStatementUsesThisColumn();
 }
 
+// Whether one of the columns or fields of a layout is this field of the ERP's.
+constexpr bool Names(const auto& list, std::string_view field) {
+    return std::ranges::any_of(list, [&](const auto& item) { return item.field == field; });
+}
+
 // The key fields first and in key order; a field that feeds two columns stands once.
 constexpr FixedList<erp::FieldLayout, 48> LayoutFields(const TableDef& def) {
     FixedList<erp::FieldLayout, 48> fields;
-    const auto knows = [&](std::string_view field) {
-        for (const auto& known : fields)
-            if (known.field == field) return true;
-        return false;
-    };
     for (const AuditKey& key : def.auditKeys) {
         erp::FieldLayout layout{{}, key.field, erp::FieldKind::Whole, true};
         for (const Column& column : def.columns)
@@ -54,42 +54,28 @@ constexpr FixedList<erp::FieldLayout, 48> LayoutFields(const TableDef& def) {
         fields.Append(layout);
     }
     for (const Column& column : def.columns)
-        if (!column.getter.empty() && !knows(column.field))
+        if (!column.getter.empty() && !Names(fields, column.field))
             fields.Append({column.getter, column.field, column.conversion.kind, false,
                            column.field == def.statusField});
     return fields;
 }
 
-constexpr bool HasField(const TableDef& def, std::string_view field) {
-    for (const Column& column : def.columns)
-        if (column.field == field) return true;
-    return false;
-}
-
 constexpr void RequireKnownFields(const TableDef& def) {
     for (const std::string_view field : def.outputFields)
-        if (!HasField(def, field)) AnOutputFieldIsNoColumn();
+        if (!Names(def.columns, field)) AnOutputFieldIsNoColumn();
     for (const AuditKey& key : def.auditKeys)
-        if (!key.keptByNoColumn && !HasField(def, key.field)) AnAuditKeyIsNoColumn();
-    if (!def.statusField.empty() && !HasField(def, def.statusField)) TheStatusFieldIsNoColumn();
+        if (!key.keptByNoColumn && !Names(def.columns, key.field)) AnAuditKeyIsNoColumn();
+    if (!def.statusField.empty() && !Names(def.columns, def.statusField)) TheStatusFieldIsNoColumn();
 }
 
 constexpr FixedList<std::uint8_t, 40> Places(const TableDef& def,
                                              const FixedList<erp::FieldLayout, 48>& fields) {
     FixedList<std::uint8_t, 40> places;
-    for (const Column& column : def.columns)
-        for (std::size_t i = 0; i < fields.size(); ++i)
-            if (fields[i].field == column.field) {
-                places.Append(static_cast<std::uint8_t>(i));
-                break;
-            }
+    for (const Column& column : def.columns) {
+        const auto* const place = std::ranges::find(fields, column.field, &erp::FieldLayout::field);
+        places.Append(static_cast<std::uint8_t>(place - fields.begin()));
+    }
     return places;
-}
-
-constexpr bool HasDates(const TableDef& def) {
-    for (const Column& column : def.columns)
-        if (column.conversion.kind == erp::FieldKind::Date) return true;
-    return false;
 }
 
 consteval Table Checked(const TableDef& def) {
@@ -101,7 +87,8 @@ consteval Table Checked(const TableDef& def) {
     table.count = Cut(def, def.count);
     table.fields = LayoutFields(def);
     table.places = Places(def, table.fields);
-    table.hasDates = HasDates(def);
+    table.hasDates = std::ranges::any_of(
+        def.columns, [](const Column& column) { return column.conversion.kind == erp::FieldKind::Date; });
     if (table.update.pieces.empty() || table.insert.pieces.empty()) UpdateOrInsertIsEmpty();
     RequireEveryColumn(table);
     RequireKnownFields(def);

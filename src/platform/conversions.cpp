@@ -33,18 +33,13 @@ std::optional<Double> ParseNumber(std::string_view text) {
 }
 
 template <class T>
-T Whole(Double number) {
-    const Double rounded = std::nearbyint(number);
+T ToWhole(const Value& value) {
+    if (value.Is<T>()) return value.As<T>();
+    const Double rounded = std::nearbyint(ToDouble(value));
     if (!(rounded >= static_cast<Double>(std::numeric_limits<T>::min()) &&
           rounded <= static_cast<Double>(std::numeric_limits<T>::max())))
         RaiseRuntimeError(kOverflow);
     return static_cast<T>(rounded);
-}
-
-template <class T>
-T ToWhole(const Value& value) {
-    if (value.Is<T>()) return value.As<T>();
-    return Whole<T>(ToDouble(value));
 }
 
 // Digits and exponent of the shortest form with at most `precision` significant digits.

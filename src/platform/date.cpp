@@ -10,9 +10,7 @@ namespace iqrx::platform {
 namespace {
 
 std::int64_t FloorDays(Date moment) {
-    std::int64_t days = moment.secondsSince1970 / kSecondsPerDay;
-    if (moment.secondsSince1970 % kSecondsPerDay < 0) --days;
-    return days;
+    return std::chrono::floor<std::chrono::days>(std::chrono::seconds(moment.secondsSince1970)).count();
 }
 
 std::string Padded(int number, std::size_t width) {

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/error.h"
 #include "platform/value.h"
 
 namespace iqrx::platform {
@@ -24,8 +25,10 @@ public:
     // the class spells them. Raises RuntimeError: the member's own error, or "no such member".
     virtual Value Invoke(std::string_view member, std::span<Argument> arguments) = 0;
 
-    // Sets a property. Raises RuntimeError.
-    virtual void Set(std::string_view member, const Value& value);
+    // Sets a property; there is none unless a class has its own. Raises RuntimeError.
+    virtual void Set(std::string_view member, const Value&) {
+        RaiseRuntimeError(kNoSuchMember, std::string(member));
+    }
 
     Value Get(std::string_view member) { return Invoke(member, {}); }
 };

@@ -154,7 +154,7 @@ void CopyJob::Judge(TableResult& result, control::Outcome outcome) {
     } else if (const auto& refused = parts_.Refused()) {
         result.outcome = CopyOutcome::Guarded;
         result.cause = refused->Text();
-        result.nextStep = "qrxctl copy " + result.table + " --" + result.method + " --max-removed " +
+        result.nextStep = "allow:   qrxctl copy " + result.table + " --" + result.method + " --max-removed " +
                           std::to_string(refused->removed);
     } else if (result.outcome == CopyOutcome::Failed && stop && stop->Asked()) {
         result.outcome = CopyOutcome::Stopped;

@@ -232,7 +232,7 @@ TEST_F(TheTool, AnswersTheWorstOfItsRequests) {
     const Finished all = copy({"tsmdm100", "tsmdm130", "TSMDM030"});
     EXPECT_EQ(all.exitCode, 1);
     EXPECT_THAT(all.out, ::testing::ContainsRegex("tsmdm100 +- +- +- +0 +[0-9.]+  failed\n"));
-    EXPECT_THAT(all.out, ::testing::ContainsRegex("failed   tsmdm100 [^\n]*\n +has no columns 'cwoc', 'dsca'"));
+    EXPECT_THAT(all.out, ::testing::ContainsRegex("failed   tsmdm100 [^\n]*has no columns 'cwoc',\n +'dsca'"));
     EXPECT_THAT(all.out, ::testing::ContainsRegex("tsmdm130 .*in use"));
     EXPECT_THAT(all.out,
                 ::testing::ContainsRegex("tsmdm030 +3 +0 +0 +3 "));  // those after a failure are copied

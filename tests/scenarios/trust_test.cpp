@@ -52,7 +52,7 @@ TEST_F(ABadExtract, ThatIsCutShortIsStoppedBeforeItsRemovalAndSaysWhatItWouldRem
 
     const Finished run = Qrxctl({"copy", "tssoc200", "--full"});
     EXPECT_THAT(run.out, HasSubstr("stopped  tssoc200  would remove 37 of 40 rows (92 %, limit 10 %)\n"
-                                   "         -> qrxctl copy tssoc200 --full --max-removed 37\n"));
+                                   "         -> allow:   qrxctl copy tssoc200 --full --max-removed 37\n"));
     EXPECT_THAT(RunLog("tssoc200"), HasSubstr("would remove 37 of 40 rows"));
 
     const Finished allowed = Qrxctl({"copy", "tssoc200", "--full", "--max-removed", "37"});
@@ -319,7 +319,8 @@ TEST_F(AStoppedCopy, IsNotMixedUpWithOneThatStillRuns) {
 }
 
 TEST_F(AStoppedCopy, OfManyTablesIsResumedWhereItStopped) {
-    GivenExtract("tsmdm130.csv", "skll,dsca\nMECH,Mechanic");
+    GivenExtract("tsmdm130.csv", "skll,desc,clrt\nMECH,Mechanic,L1");
+    GivenExtract("tsmdm000.csv", "seqn,skla,sklb,sklc,untd\n1,MECH,HYDR,,hour");
     std::vector<std::string> command = Command();
     command.insert(command.end() - 1, {"tsmdm130", "tsmdm000"});
     Child copy(command, directory);

@@ -1,5 +1,3 @@
-#include "erp/extract/audit.h"
-
 #include <algorithm>
 #include <optional>
 
@@ -99,57 +97,46 @@ KeyRanges RangesOf(std::span<const FieldLayout> fields, const AuditCriteria& cri
     return ranges;
 }
 
-struct Period {
-    platform::Date from, to;
-    bool Contains(platform::Date moment) const { return from <= moment && moment <= to; }
-};
-
 platform::Date MomentOf(const Rows& row, std::size_t field) {
     const Value moment = row.Decode(field);
     if (!moment.Is<platform::Date>()) row.FailAt(field, "the moment of the change is missing");
     return moment.As<platform::Date>();
 }
 
-// The changes that the criteria ask for.
-Records ChangesIn(const std::filesystem::path& file, const TableLayout& layout, const AuditCriteria& criteria) {
-    const std::vector<FieldLayout> fields = FieldsOfTrail(layout);
-    std::optional<Period> period;
-    if (criteria.period) period = {criteria.period->from, criteria.period->to};
-    const auto keep = [period, ranges = RangesOf(fields, criteria),
-                       changedAt = fields.size() - 2](const Rows& row) {
-        const platform::Date moment = MomentOf(row, changedAt);
-        return (!period || period->Contains(moment)) && Contain(ranges, row);
-    };
-    return {Rows(std::make_shared<SourceFile>(file, kErrorSource), fields, NeededColumns(layout, criteria)),
-            keep};
+void ReadChange(const Rows& row, std::size_t field, Record& record) {
+    record.inserted = record.updated = record.deleted = false;
+    for (const char letter : row.Text(field)) {
+        if (letter == 'I')
+            record.inserted = true;
+        else if (letter == 'U')
+            record.updated = true;
+        else if (letter == 'D')
+            record.deleted = true;
+        else
+            row.FailAt(field, Quoted({&letter, 1}) + " is none of the letters I, U and D");
+    }
 }
 
-class AuditTrail final : public RecordStream {
-public:
-    AuditTrail(const std::filesystem::path& file, const TableLayout& layout, const AuditCriteria& criteria)
-        : changes_(ChangesIn(file, layout, criteria)), change_(layout.fields.size() + 1) {}
-
-    bool Read(Record& record) override {
-        if (!changes_.Read(record)) return false;
-        record.inserted = record.updated = record.deleted = false;
-        const Rows& row = changes_.Row();
-        for (const char letter : row.Text(change_)) {
-            if (letter == 'I')
-                record.inserted = true;
-            else if (letter == 'U')
-                record.updated = true;
-            else if (letter == 'D')
-                record.deleted = true;
-            else
-                row.FailAt(change_, Quoted({&letter, 1}) + " is none of the letters I, U and D");
-        }
-        return true;
-    }
-
-private:
-    Records changes_;
-    std::size_t change_;
-};
+// The changes that the criteria ask for.
+RecordStream ChangesIn(const std::filesystem::path& file, const TableLayout& layout,
+                       const AuditCriteria& criteria) {
+    const std::vector<FieldLayout> fields = FieldsOfTrail(layout);
+    const std::size_t changedAt = layout.fields.size(), change = changedAt + 1;
+    std::optional<AuditPeriod> period;
+    if (criteria.period) period = *criteria.period;
+    const auto keep = [period, ranges = RangesOf(fields, criteria), changedAt](const Rows& row) {
+        const platform::Date moment = MomentOf(row, changedAt);
+        return (!period || (period->from <= moment && moment <= period->to)) && Contain(ranges, row);
+    };
+    const auto rows = std::make_shared<Rows>(std::make_shared<SourceFile>(file, kErrorSource), fields,
+                                             NeededColumns(layout, criteria));
+    Records changes(rows, keep);
+    return [rows, change, changes](Record& record) mutable {
+        const bool found = changes(record);
+        if (found) ReadChange(*rows, change, record);
+        return found;
+    };
+}
 
 class AuditReader final : public platform::Object {
 public:
@@ -173,7 +160,7 @@ private:
         ObjectOf<Record>(arguments[1].value, "a record");
         const auto criteria = ObjectOf<AuditCriteria>(arguments[2].value, "audit criteria");
         elements_.reset();
-        elements_.emplace(std::make_unique<AuditTrail>(manager->AuditFile(), manager->Layout(), *criteria),
+        elements_.emplace(ChangesIn(manager->AuditFile(), manager->Layout(), *criteria),
                           manager->Layout().fields);
         return {};
     }

@@ -58,7 +58,7 @@ Elements CalendarManager::Select(std::span<const Argument> arguments) {
          last = platform::ToText(arguments[5].value)](const Rows& row) {
             return calendars.Contains(row) && StartsBetween(row, first, last) && types.Contains(row);
         };
-    return {std::make_unique<Records>(RowsOf(from, to), keep), CalendarFields()};
+    return {Records(RowsOf(from, to), keep), CalendarFields()};
 }
 
 // The rows of one calendar are found by an index; several calendars need all of the file.

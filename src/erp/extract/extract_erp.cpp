@@ -1,6 +1,5 @@
 #include "erp/extract/extract_erp.h"
 
-#include "erp/extract/audit.h"
 #include "erp/extract/calendar_manager.h"
 #include "erp/extract/late_bound.h"
 #include "erp/extract/manager.h"

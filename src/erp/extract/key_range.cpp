@@ -17,6 +17,8 @@ bool IsHighest(std::string_view text) {
     return !text.empty() && text.find_first_not_of(kHighestCharacter) == std::string_view::npos;
 }
 
+bool IsNumber(FieldKind kind) { return kind == FieldKind::Whole || kind == FieldKind::Real; }
+
 constexpr double kUnbounded = std::numeric_limits<double>::infinity();
 
 double NumberBound(const Value& bound, bool lower) {
@@ -32,7 +34,7 @@ double NumberBound(const Value& bound, bool lower) {
 
 KeyRange::KeyRange(std::size_t field, FieldKind kind, const Value& from, const Value& to)
     : field_(field), kind_(kind) {
-    if (kind == FieldKind::Whole || kind == FieldKind::Real) {
+    if (IsNumber(kind)) {
         from_ = NumberBound(from, true);
         to_ = NumberBound(to, false);
     } else {
@@ -42,24 +44,19 @@ KeyRange::KeyRange(std::size_t field, FieldKind kind, const Value& from, const V
 }
 
 bool KeyRange::Contains(const Rows& row) const {
-    if (kind_ == FieldKind::Whole || kind_ == FieldKind::Real) return ContainsNumber(row.Decode(field_));
-    return ContainsText(row.Text(field_));
-}
-
-bool KeyRange::ContainsText(std::string_view text) const {
+    if (IsNumber(kind_)) {
+        const Value value = row.Decode(field_);
+        if (value.Is<platform::Null>()) return false;
+        const double number = platform::ToDouble(value);
+        return from_ <= number && number <= to_;
+    }
+    const std::string_view text = row.Text(field_);
     if (text < fromText_ || text > toText_) return false;
     return !IsHighest(text) || text.size() < toText_.size();
 }
 
-bool KeyRange::ContainsNumber(const Value& value) const {
-    if (value.Is<platform::Null>()) return false;
-    const double number = platform::ToDouble(value);
-    return from_ <= number && number <= to_;
-}
-
 bool Contain(const KeyRanges& ranges, const Rows& row) {
-    return std::all_of(ranges.begin(), ranges.end(),
-                       [&](const KeyRange& range) { return range.Contains(row); });
+    return std::ranges::all_of(ranges, [&](const KeyRange& range) { return range.Contains(row); });
 }
 
 }  // namespace iqrx::erp::extract

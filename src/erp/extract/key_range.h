@@ -19,9 +19,6 @@ public:
     bool Contains(const Rows& row) const;
 
 private:
-    bool ContainsText(std::string_view text) const;
-    bool ContainsNumber(const platform::Value& value) const;
-
     std::size_t field_;
     FieldKind kind_;
     std::string fromText_, toText_;

@@ -17,10 +17,19 @@ using platform::Shown;
 
 inline constexpr std::string_view kErrorSource = "ERP extract";
 
-[[noreturn]] void Raise(platform::ErrorNumber number, const std::string& description);
-[[noreturn]] void RaiseNoSuchMember(std::string_view type, std::string_view member);
+[[noreturn]] inline void Raise(platform::ErrorNumber number, const std::string& description) {
+    throw platform::RuntimeError(number, std::string(kErrorSource), description);
+}
 
-void ExpectArguments(std::span<const platform::Argument> arguments, std::size_t count);
+[[noreturn]] inline void RaiseNoSuchMember(std::string_view type, std::string_view member) {
+    Raise(platform::kNoSuchMember, std::string(type) + " has no member " + std::string(member));
+}
+
+inline void ExpectArguments(std::span<const platform::Argument> arguments, std::size_t count) {
+    if (arguments.size() != count)
+        Raise(platform::kWrongArgumentCount, "Wrong number of arguments: " + std::to_string(arguments.size()) +
+                                                 " instead of " + std::to_string(count));
+}
 
 // The object in an argument as the class that made it; `wanted` names the class, article included, in the error.
 template <class T>

@@ -117,8 +117,7 @@ Value Manager::GetByKeyRange(std::span<const Argument> arguments) {
 
 Value Manager::GetByStatusRange(std::span<const Argument> arguments) {
     ExpectArguments(arguments, 4);
-    const auto status = std::find_if(layout_.fields.begin(), layout_.fields.end(),
-                                     [](const FieldLayout& field) { return field.status; });
+    const auto status = std::ranges::find_if(layout_.fields, &FieldLayout::status);
     if (status == layout_.fields.end())
         Raise(platform::kNoSuchMember, "The table " + std::string(layout_.table) + " has no status field");
     return Select(RangesOfKeys(arguments.first(2)),
@@ -160,8 +159,7 @@ Value Manager::SelectByKey(const std::string& key, KeyRanges ranges) {
 }
 
 Value Manager::EnumeratorOver(Records records) const {
-    return ObjectRef(
-        std::make_shared<Enumerator>(Elements(std::make_unique<Records>(std::move(records)), layout_.fields)));
+    return ObjectRef(std::make_shared<Enumerator>(Elements(std::move(records), layout_.fields)));
 }
 
 // Key to continue from (three fields), page size, call id, set-complete flag.
@@ -175,10 +173,9 @@ Elements Manager::ElementsAfter(std::span<const Argument> key) {
     std::vector<std::string> texts;
     for (const Argument& part : key) texts.push_back(platform::ToText(part.value));
     const bool fromTheFirst = texts[0].empty() && texts[1].empty();
-    return {
-        std::make_unique<Records>(Rows(RecordsFile(), layout_.fields),
-                                  fromTheFirst ? [](const Rows&) { return true; } : After(std::move(texts))),
-        layout_.fields};
+    return {Records(Rows(RecordsFile(), layout_.fields),
+                    fromTheFirst ? [](const Rows&) { return true; } : After(std::move(texts))),
+            layout_.fields};
 }
 
 }  // namespace iqrx::erp::extract

@@ -1,4 +1,4 @@
-// The data-access object of one table.
+// The data-access object of one table, and the classes that read its audit trail.
 #pragma once
 
 #include <filesystem>
@@ -39,5 +39,9 @@ private:
     std::optional<KeyBlocks> keyBlocks_;  // from the first fetch of one record on
     std::shared_ptr<Rows> keyRows_;       // likewise: the file's header is read once
 };
+
+// The audit class of that ProgID, or Nothing: what to read, the reader over a table's audit trail, and the
+// kind of a change.
+platform::ObjectRef CreateAuditObject(std::string_view progId);
 
 }  // namespace iqrx::erp::extract

@@ -5,7 +5,7 @@
 #include <functional>
 #include <map>
 
-#include "erp/extract/record_stream.h"
+#include "erp/extract/records.h"
 
 namespace iqrx::erp::extract {
 

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "erp/extract/late_bound.h"
-#include "erp/extract/record.h"
+#include "erp/extract/records.h"
 #include "platform/date.h"
 
 namespace iqrx::erp::extract {
@@ -51,18 +51,11 @@ bool DecodeCell(std::string_view cell, FieldKind kind, Value& into) {
     return ParseDate(cell, into);
 }
 
+// What a cell may fail to be: each is a text.
 std::string KindName(FieldKind kind) {
-    switch (kind) {
-        case FieldKind::Whole:
-            return "a whole number of 32 bits";
-        case FieldKind::Real:
-            return "a number";
-        case FieldKind::Date:
-            return "a date YYYY-MM-DD HH:MM:SS";
-        case FieldKind::Text:
-            break;
-    }
-    return "a text";
+    if (kind == FieldKind::Whole) return "a whole number of 32 bits";
+    if (kind == FieldKind::Real) return "a number";
+    return "a date YYYY-MM-DD HH:MM:SS";
 }
 
 std::vector<std::string_view> Names(std::span<const FieldLayout> fields) {

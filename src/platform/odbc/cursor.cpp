@@ -4,6 +4,7 @@
 #include <sqlext.h>
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 #include "platform/date.h"
@@ -16,39 +17,27 @@ namespace {
 
 constexpr std::size_t kFirstPiece = 1024, kLargestPiece = 65536;  // UTF-16 units
 
+struct KindOfType {
+    SQLSMALLINT type;
+    Kind kind;
+};
+
+// Every other type is a text.
+constexpr std::array kKinds{
+    KindOfType{SQL_BIT, Kind::Boolean},           KindOfType{SQL_TINYINT, Kind::Byte},
+    KindOfType{SQL_SMALLINT, Kind::Integer},      KindOfType{SQL_INTEGER, Kind::Long},
+    KindOfType{SQL_BIGINT, Kind::BigNumber},      KindOfType{SQL_REAL, Kind::Single},
+    KindOfType{SQL_FLOAT, Kind::Double},          KindOfType{SQL_DOUBLE, Kind::Double},
+    KindOfType{SQL_DECIMAL, Kind::Double},        KindOfType{SQL_NUMERIC, Kind::Double},
+    KindOfType{SQL_TYPE_DATE, Kind::Date},        KindOfType{SQL_TYPE_TIMESTAMP, Kind::Date},
+    KindOfType{SQL_TYPE_TIME, Kind::TimeOfDay},   KindOfType{SQL_LONGVARCHAR, Kind::LongText},
+    KindOfType{SQL_WLONGVARCHAR, Kind::LongText}, KindOfType{SQL_BINARY, Kind::LongText},
+    KindOfType{SQL_VARBINARY, Kind::LongText},    KindOfType{SQL_LONGVARBINARY, Kind::LongText},
+};
+
 Kind KindOf(SQLSMALLINT type) {
-    switch (type) {
-        case SQL_BIT:
-            return Kind::Boolean;
-        case SQL_TINYINT:
-            return Kind::Byte;
-        case SQL_SMALLINT:
-            return Kind::Integer;
-        case SQL_INTEGER:
-            return Kind::Long;
-        case SQL_BIGINT:
-            return Kind::BigNumber;
-        case SQL_REAL:
-            return Kind::Single;
-        case SQL_FLOAT:
-        case SQL_DOUBLE:
-        case SQL_DECIMAL:
-        case SQL_NUMERIC:
-            return Kind::Double;
-        case SQL_TYPE_DATE:
-        case SQL_TYPE_TIMESTAMP:
-            return Kind::Date;
-        case SQL_TYPE_TIME:
-            return Kind::TimeOfDay;
-        case SQL_LONGVARCHAR:
-        case SQL_WLONGVARCHAR:
-        case SQL_BINARY:
-        case SQL_VARBINARY:
-        case SQL_LONGVARBINARY:
-            return Kind::LongText;
-        default:
-            return Kind::Text;
-    }
+    const auto found = std::ranges::find(kKinds, type, &KindOfType::type);
+    return found == kKinds.end() ? Kind::Text : found->kind;
 }
 
 Value WholeNumber(std::int64_t number, Kind kind) {
@@ -64,27 +53,27 @@ Value WholeNumber(std::int64_t number, Kind kind) {
 
 }  // namespace
 
-Cursor::Cursor(Session& session, std::string_view text)
-    : session_(session), statement_(session.NewStatement()), buffer_(kFirstPiece, u'\0') {
-    session_.Check(session_.ExecuteText(statement_, text), statement_);
+Cursor::Cursor(OdbcConnection& connection, std::string_view text)
+    : connection_(connection), statement_(connection.NewStatement()), buffer_(kFirstPiece, u'\0') {
+    connection_.Check(connection_.ExecuteText(statement_, text), statement_);
     FindColumns();
 }
 
 // The columns of the first result that has any; what stands before it only counts.
 void Cursor::FindColumns() {
     SQLSMALLINT count = 0;
-    session_.Check(SQLNumResultCols(statement_.Get(), &count), statement_);
+    connection_.Check(SQLNumResultCols(statement_.Get(), &count), statement_);
     while (count == 0) {
         const auto result = SQLMoreResults(statement_.Get());
-        session_.Check(result, statement_);
-        if (result == SQL_NO_DATA) session_.Raise(kNotUpdatable, "The text that was opened has no rows");
-        session_.Check(SQLNumResultCols(statement_.Get(), &count), statement_);
+        connection_.Check(result, statement_);
+        if (result == SQL_NO_DATA) connection_.Raise(kNotUpdatable, "The text that was opened has no rows");
+        connection_.Check(SQLNumResultCols(statement_.Get(), &count), statement_);
     }
     for (SQLUSMALLINT number = 1; number <= count; ++number) {
         std::u16string name(256, u'\0');
         SQLSMALLINT length = 0, type = 0, digits = 0, nullable = 0;
         SQLULEN size = 0;
-        session_.Check(
+        connection_.Check(
             SQLDescribeColW(statement_.Get(), number, reinterpret_cast<SQLWCHAR*>(name.data()),
                             static_cast<SQLSMALLINT>(name.size()), &length, &type, &size, &digits, &nullable),
             statement_);
@@ -95,10 +84,10 @@ void Cursor::FindColumns() {
 std::optional<Row> Cursor::Fetch() {
     if (ended_) return std::nullopt;
     const auto result = SQLFetch(statement_.Get());
-    session_.Check(result, statement_);
+    connection_.Check(result, statement_);
     if (result == SQL_NO_DATA) {
         ended_ = true;
-        session_.Finish(statement_, SQLMoreResults(statement_.Get()));
+        connection_.Finish(statement_, SQLMoreResults(statement_.Get()));
         return std::nullopt;
     }
     Row row;
@@ -145,7 +134,7 @@ template <class Native>
 std::optional<Native> Cursor::ReadNative(std::uint16_t number, std::int16_t type) {
     Native native{};
     SQLLEN length = 0;
-    session_.Check(SQLGetData(statement_.Get(), number, type, &native, sizeof native, &length), statement_);
+    connection_.Check(SQLGetData(statement_.Get(), number, type, &native, sizeof native, &length), statement_);
     if (length == SQL_NULL_DATA) return std::nullopt;
     return native;
 }
@@ -157,7 +146,7 @@ std::optional<std::string> Cursor::ReadText(std::uint16_t number) {
         const auto bytes = static_cast<SQLLEN>(buffer_.size() * sizeof(char16_t));
         SQLLEN length = 0;
         const auto result = SQLGetData(statement_.Get(), number, SQL_C_WCHAR, buffer_.data(), bytes, &length);
-        session_.Check(result, statement_);
+        connection_.Check(result, statement_);
         if (result == SQL_NO_DATA) break;
         if (length == SQL_NULL_DATA) return std::nullopt;
         if (length != SQL_NO_TOTAL && length < bytes) {

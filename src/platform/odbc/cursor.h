@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/odbc/session.h"
+#include "platform/odbc/connection.h"
 #include "platform/value.h"
 
 namespace iqrx::platform::odbc {
@@ -24,7 +24,7 @@ using Row = std::vector<Value>;
 class Cursor {
 public:
     // Raises RuntimeError when the text fails or has no result with columns.
-    Cursor(Session& session, std::string_view text);
+    Cursor(OdbcConnection& connection, std::string_view text);
 
     const std::vector<Column>& Columns() const { return columns_; }
     // The next row, nothing after the last; errors of later results are raised then.
@@ -37,7 +37,7 @@ private:
     std::optional<Native> ReadNative(std::uint16_t number, std::int16_t type);
     std::optional<std::string> ReadText(std::uint16_t number);
 
-    Session& session_;
+    OdbcConnection& connection_;
     Handle statement_;
     std::vector<Column> columns_;
     std::u16string buffer_;

@@ -30,8 +30,8 @@ void DriverConnection::Connect(const std::string& connectionString) {
     connection_ = Handle(HandleKind::Connection, environment_.Get());
     if (!connection_) Raise(environment_);
     // A driver that has no such limit, or none that can be set, may refuse both.
-    SQLSetConnectAttrW(connection_.Get(), SQL_ATTR_LOGIN_TIMEOUT, Number(connectionTimeout), 0);
-    SQLSetConnectAttrW(connection_.Get(), SQL_ATTR_CONNECTION_TIMEOUT, Number(connectionTimeout), 0);
+    SQLSetConnectAttrW(connection_.Get(), SQL_ATTR_LOGIN_TIMEOUT, Number(connectionTimeout_), 0);
+    SQLSetConnectAttrW(connection_.Get(), SQL_ATTR_CONNECTION_TIMEOUT, Number(connectionTimeout_), 0);
     SQLSMALLINT length = 0;
     Check(SQLDriverConnectW(connection_.Get(), nullptr, Native(text), static_cast<SQLSMALLINT>(text.size()),
                             nullptr, 0, &length, SQL_DRIVER_NOPROMPT),

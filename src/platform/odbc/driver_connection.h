@@ -35,7 +35,6 @@ public:
     void SetCatalog(const std::string& name);
 
     Errors errors;
-    int connectionTimeout = 0;
     DriverTraits driver;
 
 protected:
@@ -53,7 +52,7 @@ protected:
     std::uint32_t RequireSerializable();
     void RestoreIsolation(std::uint32_t level) noexcept;
 
-    int commandTimeout_ = 0;
+    int connectionTimeout_ = 0, commandTimeout_ = 0;
 
 private:
     void SetAutocommit(bool on, Errors& said);

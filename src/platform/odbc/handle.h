@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 namespace iqrx::platform::odbc {
 
@@ -15,22 +16,23 @@ inline void* Number(std::size_t value) {
 
 enum class HandleKind : std::int16_t { Environment = 1, Connection = 2, Statement = 3 };
 
+struct FreeHandle {
+    HandleKind kind = HandleKind::Statement;
+    void operator()(void* native) const;
+};
+
 class Handle {
 public:
     Handle() = default;
     // Allocates below `parent`, which is null for an environment; empty when the driver manager refuses.
     Handle(HandleKind kind, void* parent);
-    Handle(Handle&& other) noexcept;
-    Handle& operator=(Handle&& other) noexcept;
-    ~Handle();
 
     explicit operator bool() const { return native_ != nullptr; }
-    void* Get() const { return native_; }
-    HandleKind Kind() const { return kind_; }
+    void* Get() const { return native_.get(); }
+    HandleKind Kind() const { return native_.get_deleter().kind; }
 
 private:
-    HandleKind kind_ = HandleKind::Statement;
-    void* native_ = nullptr;
+    std::unique_ptr<void, FreeHandle> native_;
 };
 
 }  // namespace iqrx::platform::odbc

@@ -98,14 +98,14 @@ ParameterArray MakeArray(Kind kind, const std::vector<const Value*>& values) {
 
 }  // namespace
 
-PreparedText::PreparedText(Session& session, std::string_view text, std::vector<Kind> kinds)
-    : session_(session), statement_(session.NewStatement()), kinds_(std::move(kinds)) {
+PreparedText::PreparedText(OdbcConnection& connection, std::string_view text, std::vector<Kind> kinds)
+    : connection_(connection), statement_(connection.NewStatement()), kinds_(std::move(kinds)) {
     // A driver without arrays refuses the size, or puts its own in its place.
     SQLULEN sets = 1;
     SQLSetStmtAttrW(statement_.Get(), SQL_ATTR_PARAMSET_SIZE, Number(kMostSets), 0);
     if (SQL_SUCCEEDED(SQLGetStmtAttrW(statement_.Get(), SQL_ATTR_PARAMSET_SIZE, &sets, 0, nullptr)))
         maxSets_ = std::clamp<std::size_t>(sets, 1, kMostSets);
-    session_.Check(session_.PrepareText(statement_, text), statement_);
+    connection_.Check(connection_.PrepareText(statement_, text), statement_);
 }
 
 std::int32_t PreparedText::Execute(const std::vector<Row>& sets) {
@@ -117,12 +117,13 @@ std::int32_t PreparedText::Execute(const std::vector<Row>& sets) {
 
 std::int64_t PreparedText::ReadNumber(const Row& set) {
     const auto arrays = Bind(&set, 1);
-    session_.Check(SQLExecute(statement_.Get()), statement_);
-    session_.Check(SQLFetch(statement_.Get()), statement_);
+    connection_.Check(SQLExecute(statement_.Get()), statement_);
+    connection_.Check(SQLFetch(statement_.Get()), statement_);
     SQLBIGINT number = 0;
     SQLLEN length = 0;
-    session_.Check(SQLGetData(statement_.Get(), 1, SQL_C_SBIGINT, &number, sizeof number, &length), statement_);
-    session_.Finish(statement_, SQLMoreResults(statement_.Get()));
+    connection_.Check(SQLGetData(statement_.Get(), 1, SQL_C_SBIGINT, &number, sizeof number, &length),
+                      statement_);
+    connection_.Finish(statement_, SQLMoreResults(statement_.Get()));
     return number;
 }
 
@@ -132,8 +133,8 @@ std::int32_t PreparedText::ExecuteSome(const Row* sets, std::size_t count) {
     SQLSetStmtAttrW(statement_.Get(), SQL_ATTR_PARAM_STATUS_PTR, status.data(), 0);
     const Result result = SQLExecute(statement_.Get());
     // A failed set among others that went through is a success "with information" to some drivers.
-    if (std::ranges::find(status, SQL_PARAM_ERROR) != status.end()) session_.Raise(statement_);
-    const std::int32_t affected = session_.Finish(statement_, result);
+    if (std::ranges::find(status, SQL_PARAM_ERROR) != status.end()) connection_.Raise(statement_);
+    const std::int32_t affected = connection_.Finish(statement_, result);
     SQLSetStmtAttrW(statement_.Get(), SQL_ATTR_PARAM_STATUS_PTR, nullptr, 0);
     return affected;
 }
@@ -149,7 +150,7 @@ std::vector<ParameterArray> PreparedText::Bind(const Row* sets, std::size_t coun
     SQLSetStmtAttrW(statement_.Get(), SQL_ATTR_PARAMSET_SIZE, Number(count), 0);
     for (std::size_t i = 0; i < arrays.size(); ++i) {
         auto& array = arrays[i];
-        session_.Check(
+        connection_.Check(
             SQLBindParameter(statement_.Get(), static_cast<SQLUSMALLINT>(i + 1), SQL_PARAM_INPUT,
                              array.valueType, array.sqlType, array.columnSize, 0, array.values.data(),
                              static_cast<SQLLEN>(array.width), array.lengths.data()),

@@ -24,7 +24,7 @@ struct ParameterArray {
 class PreparedText {
 public:
     // `kinds` are the kinds of the markers, in their order. Raises RuntimeError, as all members do.
-    PreparedText(Session& session, std::string_view text, std::vector<Kind> kinds);
+    PreparedText(OdbcConnection& connection, std::string_view text, std::vector<Kind> kinds);
 
     // The sets that one execution takes at most; 1 when the driver has no arrays.
     std::size_t MaxSets() const { return maxSets_; }
@@ -39,7 +39,7 @@ private:
     std::vector<ParameterArray> Bind(const Row* sets, std::size_t count);
     std::int32_t ExecuteSome(const Row* sets, std::size_t count);
 
-    Session& session_;
+    OdbcConnection& connection_;
     Handle statement_;
     std::vector<Kind> kinds_;
     std::size_t maxSets_ = 1;

@@ -12,24 +12,11 @@ namespace iqrx::platform::odbc {
 
 namespace {
 
-// Does its work when the scope is left, whatever leaves it.
-template <class Work>
-class AtEnd {
-public:
-    explicit AtEnd(Work work) : work_(std::move(work)) {}
-    ~AtEnd() { work_(); }
-    AtEnd(const AtEnd&) = delete;
-    AtEnd& operator=(const AtEnd&) = delete;
-
-private:
-    Work work_;
-};
-
 // Rows come one by one where the driver lets a result stay open, otherwise all of them at once. Their count
 // is known when all were read, so asking for it reads the rest.
 class OdbcRecordset : public Recordset, Dependent {
 public:
-    explicit OdbcRecordset(Session& session) : session_(session) {}
+    explicit OdbcRecordset(OdbcConnection& connection) : connection_(connection) {}
     ~OdbcRecordset() override {
         try {
             if (open_) Close();
@@ -39,34 +26,35 @@ public:
     }
 
     void Open(const Statement& source, CursorType, LockType lock) override {
-        session_.Call([&] {
-            if (open_) session_.Raise(kObjectOpen, "The recordset is open already");
+        connection_.Call([&] {
+            if (open_) connection_.Raise(kObjectOpen, "The recordset is open already");
             source_ = source.Text();
             lock_ = lock;
             Execute();
-            session_.recordsets.Add(*this);
+            connection_.recordsets.Add(*this);
             open_ = true;
         });
     }
 
     void Close() override {
-        const auto turn = session_.Turn();
-        const AtEnd end([&] {
-            open_ = false;
-            session_.recordsets.Remove(*this);
-            Release();
-        });
-        session_.InTurn([&] {
-            RequireOpen();
-            SendPending();
-        });
+        const auto turn = connection_.Turn();
+        try {
+            connection_.InTurn([&] {
+                RequireOpen();
+                SendPending();
+            });
+        } catch (...) {
+            Forget();
+            throw;
+        }
+        Forget();
     }
 
     bool Bof() const override { return passed_ == 0 && rows_.empty() && !deleted_; }
     bool Eof() const override { return !deleted_ && index_ >= rows_.size(); }
 
     std::int32_t RecordCount() override {
-        return session_.Call([&] {
+        return connection_.Call([&] {
             RequireOpen();
             ReadRest();
             return static_cast<std::int32_t>(passed_ + rows_.size());
@@ -74,9 +62,9 @@ public:
     }
 
     void MoveFirst() override {
-        session_.Call([&] {
+        connection_.Call([&] {
             RequireOpen();
-            if (Bof()) session_.Raise(kNoCurrentRecord, "The recordset has no rows");
+            if (Bof()) connection_.Raise(kNoCurrentRecord, "The recordset has no rows");
             deleted_ = false;
             index_ = 0;
             if (passed_ > 0) Execute();
@@ -84,7 +72,7 @@ public:
     }
 
     void MoveNext() override {
-        session_.Call([&] {
+        connection_.Call([&] {
             if (!deleted_) RequireRow();
             if (!std::exchange(deleted_, false)) ++index_;
             if (index_ == rows_.size() && cursor_) ReadNext();
@@ -92,39 +80,39 @@ public:
     }
 
     Value Field(std::string_view name) override {
-        return session_.Call([&] { return RequireRow()[Position(name)]; });
+        return connection_.Call([&] { return RequireRow()[Position(name)]; });
     }
     Value Field(int position) override {
-        return session_.Call([&] { return RequireRow()[Position(position)]; });
+        return connection_.Call([&] { return RequireRow()[Position(position)]; });
     }
 
     void AddNew() override {
-        session_.Call([&] {
+        connection_.Call([&] {
             RequireWritable();
             added_.emplace(columns_.size());
         });
     }
     void SetField(int position, const Value& value) override {
-        session_.Call([&] {
-            if (!added_) session_.Raise(kNotUpdatable, "A field is set outside of a new row");
+        connection_.Call([&] {
+            if (!added_) connection_.Raise(kNotUpdatable, "A field is set outside of a new row");
             (*added_)[Position(position)] = value;
         });
     }
     void Update() override {
-        session_.Call([&] {
-            if (!added_) session_.Raise(kNotUpdatable, "There is no new row to write");
+        connection_.Call([&] {
+            if (!added_) connection_.Raise(kNotUpdatable, "There is no new row to write");
             const Row row = *std::exchange(added_, std::nullopt);
-            if (!writer_) writer_.emplace(session_, Table(), columns_);
+            if (!writer_) writer_.emplace(connection_, Table(), columns_);
             writer_->Add(row);
         });
     }
 
     void Delete() override {
-        session_.Call([&] {
+        connection_.Call([&] {
             RequireWritable();
             const Row& row = RequireRow();
-            session_.recordsets.SendPending();
-            DeleteRow(session_, Table(), columns_, row);
+            connection_.recordsets.SendPending();
+            DeleteRow(connection_, Table(), columns_, row);
             rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(index_));
             deleted_ = true;
         });
@@ -144,14 +132,20 @@ private:
         rows_.clear();
     }
 
+    void Forget() noexcept {
+        open_ = false;
+        connection_.recordsets.Remove(*this);
+        Release();
+    }
+
     void Execute() {
-        session_.recordsets.SendPending();
+        connection_.recordsets.SendPending();
         rows_.clear();
         passed_ = index_ = 0;
-        cursor_.emplace(session_, source_);
+        cursor_.emplace(connection_, source_);
         columns_ = cursor_->Columns();
         ReadNext();
-        if (!session_.driver.openCursors) ReadRest();
+        if (!connection_.driver.openCursors) ReadRest();
     }
 
     // The next row in place of those that were passed.
@@ -171,34 +165,34 @@ private:
     }
 
     void RequireOpen() const {
-        if (!open_) session_.Raise(kObjectClosed, "The recordset is closed");
+        if (!open_) connection_.Raise(kObjectClosed, "The recordset is closed");
     }
     void RequireWritable() const {
         RequireOpen();
         if (lock_ == LockType::ReadOnly)
-            session_.Raise(kNotUpdatable, "The recordset was opened for reading only");
+            connection_.Raise(kNotUpdatable, "The recordset was opened for reading only");
         if (Table().empty())
-            session_.Raise(kNotUpdatable, "The recordset does not stand for the rows of one table");
+            connection_.Raise(kNotUpdatable, "The recordset does not stand for the rows of one table");
     }
     const Row& RequireRow() const {
         RequireOpen();
         if (deleted_ || index_ >= rows_.size())
-            session_.Raise(kNoCurrentRecord, "The recordset has no current row");
+            connection_.Raise(kNoCurrentRecord, "The recordset has no current row");
         return rows_[index_];
     }
     std::size_t Position(std::string_view name) const {
         for (std::size_t i = 0; i < columns_.size(); ++i)
             if (EqualIgnoringCase(columns_[i].name, name)) return i;
-        session_.Raise(kItemNotFound, "The recordset has no field \"" + std::string(name) + "\"");
+        connection_.Raise(kItemNotFound, "The recordset has no field \"" + std::string(name) + "\"");
     }
     std::size_t Position(int position) const {
         if (position < 0 || static_cast<std::size_t>(position) >= columns_.size())
-            session_.Raise(kItemNotFound, "The recordset has no field " + std::to_string(position));
+            connection_.Raise(kItemNotFound, "The recordset has no field " + std::to_string(position));
         return static_cast<std::size_t>(position);
     }
     std::string Table() const { return TableOf(source_); }
 
-    Session& session_;
+    OdbcConnection& connection_;
     std::string source_;
     LockType lock_ = LockType::ReadOnly;
     bool open_ = false;
@@ -216,8 +210,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Recordset> CreateRecordset(Session& session) {
-    return std::make_unique<OdbcRecordset>(session);
+std::unique_ptr<Recordset> OdbcConnection::CreateRecordset() {
+    return std::make_unique<OdbcRecordset>(*this);
 }
 
 }  // namespace iqrx::platform::odbc

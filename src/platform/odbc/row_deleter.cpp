@@ -16,10 +16,10 @@ namespace iqrx::platform::odbc {
 namespace {
 
 // The columns of the primary key; none when the table has none or the driver does not tell.
-std::vector<std::string> ReadKey(Session& session, const std::string& table) {
+std::vector<std::string> ReadKey(OdbcConnection& connection, const std::string& table) {
     std::vector<std::string> names;
-    std::u16string name = ToUtf16(CatalogName(table, session.driver.nameCase));
-    Handle statement = session.NewStatement();
+    std::u16string name = ToUtf16(CatalogName(table, connection.driver.nameCase));
+    Handle statement = connection.NewStatement();
     auto result = SQLPrimaryKeysW(statement.Get(), nullptr, 0, nullptr, 0,
                                   reinterpret_cast<SQLWCHAR*>(name.data()), SQL_NTS);
     constexpr SQLUSMALLINT kColumnName = 4;
@@ -35,10 +35,10 @@ std::vector<std::string> ReadKey(Session& session, const std::string& table) {
     return names;
 }
 
-const std::vector<std::string>& KeyOf(Session& session, const std::string& table) {
-    const auto known = session.keys.find(table);
-    if (known != session.keys.end()) return known->second;
-    return session.keys.emplace(table, ReadKey(session, table)).first->second;
+const std::vector<std::string>& KeyOf(OdbcConnection& connection, const std::string& table) {
+    const auto known = connection.keys.find(table);
+    if (known != connection.keys.end()) return known->second;
+    return connection.keys.emplace(table, ReadKey(connection, table)).first->second;
 }
 
 // What tells a row from others: conditions with markers for the values that are not Null.
@@ -48,8 +48,9 @@ struct Condition {
     Row values;
 };
 
-void Require(Session& session, Condition& condition, const Column& column, const Value& value) {
-    condition.text += (condition.text.empty() ? " WHERE " : " AND ") + QuotedName(column.name, session.driver);
+void Require(OdbcConnection& connection, Condition& condition, const Column& column, const Value& value) {
+    condition.text +=
+        (condition.text.empty() ? " WHERE " : " AND ") + QuotedName(column.name, connection.driver);
     if (value.Is<Null>()) {
         condition.text += " IS NULL";
         return;
@@ -59,46 +60,47 @@ void Require(Session& session, Condition& condition, const Column& column, const
     condition.values.push_back(value);
 }
 
-std::optional<Condition> ByKey(Session& session, const std::string& table, const std::vector<Column>& columns,
-                               const Row& row) {
+std::optional<Condition> ByKey(OdbcConnection& connection, const std::string& table,
+                               const std::vector<Column>& columns, const Row& row) {
     Condition condition;
-    for (const std::string& name : KeyOf(session, table)) {
+    for (const std::string& name : KeyOf(connection, table)) {
         const auto column = std::ranges::find_if(
             columns, [&](const Column& each) { return EqualIgnoringCase(each.name, name); });
         if (column == columns.end()) return std::nullopt;
-        Require(session, condition, *column, row[static_cast<std::size_t>(column - columns.begin())]);
+        Require(connection, condition, *column, row[static_cast<std::size_t>(column - columns.begin())]);
     }
     return condition.text.empty() ? std::nullopt : std::optional(condition);
 }
 
-Condition ByAllColumns(Session& session, const std::vector<Column>& columns, const Row& row) {
+Condition ByAllColumns(OdbcConnection& connection, const std::vector<Column>& columns, const Row& row) {
     Condition condition;
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const Kind kind = columns[i].kind;
         // Long texts do not compare; real numbers and fractions of seconds are not what they were.
         if (kind != Kind::LongText && kind != Kind::Single && kind != Kind::Double && kind != Kind::Date)
-            Require(session, condition, columns[i], row[i]);
+            Require(connection, condition, columns[i], row[i]);
     }
     return condition;
 }
 
 }  // namespace
 
-void DeleteRow(Session& session, const std::string& table, const std::vector<Column>& columns, const Row& row) {
-    const auto byKey = ByKey(session, table, columns, row);
-    const Condition condition = byKey ? *byKey : ByAllColumns(session, columns, row);
+void DeleteRow(OdbcConnection& connection, const std::string& table, const std::vector<Column>& columns,
+               const Row& row) {
+    const auto byKey = ByKey(connection, table, columns, row);
+    const Condition condition = byKey ? *byKey : ByAllColumns(connection, columns, row);
     if (!byKey) {
-        PreparedText count(session, "SELECT COUNT(*) FROM " + table + condition.text, condition.kinds);
+        PreparedText count(connection, "SELECT COUNT(*) FROM " + table + condition.text, condition.kinds);
         if (count.ReadNumber(condition.values) > 1)
-            session.Raise(kNotUpdatable, "The row of " + table +
-                                             " can't be told from others that hold the same values; "
-                                             "nothing was deleted. The table needs a primary key");
+            connection.Raise(kNotUpdatable, "The row of " + table +
+                                                " can't be told from others that hold the same values; "
+                                                "nothing was deleted. The table needs a primary key");
     }
-    PreparedText text(session, "DELETE FROM " + table + condition.text, condition.kinds);
+    PreparedText text(connection, "DELETE FROM " + table + condition.text, condition.kinds);
     std::int32_t deleted = 0;
-    session.InGroup(table, [&] { deleted = text.Execute({condition.values}); });
+    connection.InGroup(table, [&] { deleted = text.Execute({condition.values}); });
     if (deleted == 0)
-        session.Raise(
+        connection.Raise(
             kDatabaseError,
             "the row of " + table + " is not there any more: it was changed or deleted since it was read");
 }

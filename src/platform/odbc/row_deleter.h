@@ -12,6 +12,7 @@ namespace iqrx::platform::odbc {
 // Deletes the one row that holds these values: by the table's primary key, or by all columns whose values
 // compare exactly where it has none. Raises RuntimeError when no row holds them any more or when they don't
 // tell it from others; nothing is deleted then.
-void DeleteRow(Session& session, const std::string& table, const std::vector<Column>& columns, const Row& row);
+void DeleteRow(OdbcConnection& connection, const std::string& table, const std::vector<Column>& columns,
+               const Row& row);
 
 }  // namespace iqrx::platform::odbc

@@ -7,8 +7,8 @@
 
 namespace iqrx::platform::odbc {
 
-RowWriter::RowWriter(Session& session, std::string table, const std::vector<Column>& columns)
-    : session_(session), table_(std::move(table)), columns_(columns) {}
+RowWriter::RowWriter(OdbcConnection& connection, std::string table, const std::vector<Column>& columns)
+    : connection_(connection), table_(std::move(table)), columns_(columns) {}
 
 void RowWriter::Add(const Row& row) {
     std::vector<std::size_t> used;
@@ -18,7 +18,7 @@ void RowWriter::Add(const Row& row) {
             used.push_back(i);
             values.push_back(row[i]);
         }
-    if (used.empty()) session_.Raise(kNotUpdatable, "A new row has no field set");
+    if (used.empty()) connection_.Raise(kNotUpdatable, "A new row has no field set");
     if (used != used_) {
         Send();
         used_ = std::move(used);
@@ -30,19 +30,19 @@ void RowWriter::Add(const Row& row) {
 
 void RowWriter::Send() {
     const auto rows = std::exchange(waiting_, {});
-    if (!rows.empty()) session_.InGroup(table_, [&] { insert_->Execute(rows); });
+    if (!rows.empty()) connection_.InGroup(table_, [&] { insert_->Execute(rows); });
 }
 
 void RowWriter::Prepare() {
     std::string names, markers;
     std::vector<Kind> kinds;
     for (std::size_t column : used_) {
-        names += (names.empty() ? "" : ",") + QuotedName(columns_[column].name, session_.driver);
+        names += (names.empty() ? "" : ",") + QuotedName(columns_[column].name, connection_.driver);
         markers += markers.empty() ? "?" : ",?";
         kinds.push_back(columns_[column].kind);
     }
     insert_ = std::make_unique<PreparedText>(
-        session_, "INSERT INTO " + table_ + " (" + names + ") VALUES (" + markers + ")", std::move(kinds));
+        connection_, "INSERT INTO " + table_ + " (" + names + ") VALUES (" + markers + ")", std::move(kinds));
 }
 
 }  // namespace iqrx::platform::odbc

@@ -11,7 +11,7 @@ namespace iqrx::platform::odbc {
 
 class RowWriter {
 public:
-    RowWriter(Session& session, std::string table, const std::vector<Column>& columns);
+    RowWriter(OdbcConnection& connection, std::string table, const std::vector<Column>& columns);
 
     // A row in the order of the columns; an Empty value is left to the column's default. Sends the rows that
     // wait when they fill an execution or when the new row fills other columns.
@@ -23,7 +23,7 @@ public:
 private:
     void Prepare();
 
-    Session& session_;
+    OdbcConnection& connection_;
     std::string table_;
     std::vector<Column> columns_;
     std::vector<std::size_t> used_;  // the columns that the waiting rows fill

@@ -130,11 +130,6 @@ private:
 
 }  // namespace
 
-InstanceRegistryFactory::InstanceRegistryFactory(std::optional<std::filesystem::path> file)
-    : file_(std::move(file)) {}
-
-InstanceRegistryFactory::~InstanceRegistryFactory() = default;
-
 ObjectRef InstanceRegistryFactory::CreateObject(std::string_view progId) {
     if (!file_ || progId != "iQRXyInstHandler.InstanceHandle")
         RaiseRuntimeError(kCannotCreateObject, std::string(progId));

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "platform/object.h"
 
@@ -15,8 +16,7 @@ class InstanceLines;
 class InstanceRegistryFactory : public ObjectFactory {
 public:
     // Without a file there is no registry.
-    explicit InstanceRegistryFactory(std::optional<std::filesystem::path> file);
-    ~InstanceRegistryFactory() override;
+    explicit InstanceRegistryFactory(std::optional<std::filesystem::path> file) : file_(std::move(file)) {}
 
     // The first call opens the file, which waits for a FIFO's reader; it stays open as long as this object
     // and those that it made, so that a FIFO's reader sees one stream. Raises RuntimeError 429 for every

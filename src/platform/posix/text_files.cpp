@@ -32,7 +32,7 @@ enum Purpose : int {
 
 // Links are not followed and nothing else is opened: a link that somebody puts in the place of a log must not
 // have its target written, and a FIFO must not make the copy wait for a reader.
-class RegularFile {
+class RegularFile final : public AppendingFile {
 public:
     RegularFile(const std::filesystem::path& file, Purpose purpose)
         : name_(file.string()), descriptor_(open(file.c_str(), purpose, kOwnerWritesGroupReads)) {
@@ -46,7 +46,7 @@ public:
     }
     RegularFile(const RegularFile&) = delete;
     RegularFile& operator=(const RegularFile&) = delete;
-    ~RegularFile() {
+    ~RegularFile() override {
         if (descriptor_ >= 0) close(descriptor_);
     }
 
@@ -58,7 +58,7 @@ public:
         }
     }
 
-    void Write(std::string_view text) {
+    void Append(std::string_view text) override {
         while (!text.empty()) {
             const ssize_t written = write(descriptor_, text.data(), text.size());
             if (written >= 0)
@@ -103,7 +103,7 @@ public:
         return line;
     }
 
-    void WriteLine(const std::string& text) override { file_.Write(text + "\r\n"); }
+    void WriteLine(const std::string& text) override { file_.Append(text + "\r\n"); }
 
     void Close() override { file_.Close(); }
 
@@ -119,15 +119,6 @@ private:
     std::size_t begin_ = 0, end_ = 0;  // what is read ahead
 };
 
-class PlainAppendingFile : public AppendingFile {
-public:
-    explicit PlainAppendingFile(const std::filesystem::path& file) : file_(file, kAppend) {}
-    void Append(std::string_view text) override { file_.Write(text); }
-
-private:
-    RegularFile file_;
-};
-
 class PlainTextFiles final : public TextFiles {
     std::unique_ptr<TextStream> CreateTextFile(const std::filesystem::path& file) override {
         return std::make_unique<PlainTextStream>(file, kReplace);
@@ -136,7 +127,7 @@ class PlainTextFiles final : public TextFiles {
         return std::make_unique<PlainTextStream>(file, kRead);
     }
     std::unique_ptr<AppendingFile> OpenForAppending(const std::filesystem::path& file) override {
-        return std::make_unique<PlainAppendingFile>(file);
+        return std::make_unique<RegularFile>(file, kAppend);
     }
 };
 

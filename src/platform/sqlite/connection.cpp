@@ -4,12 +4,18 @@
 
 #include "platform/connection_string.h"
 #include "platform/sqlite/errors.h"
-#include "platform/sqlite/recordset.h"
 
 namespace iqrx::platform {
 
 std::unique_ptr<Connection> CreateSqliteConnection(TableNames controlTables, WaitListener listener) {
     return std::make_unique<sqlite::SqliteConnection>(std::move(controlTables), std::move(listener));
+}
+
+void ApplySqliteScript(const std::filesystem::path& file, std::string_view script) {
+    sqlite::Database database(file, sqlite::Database::IfMissing::Create);
+    sqlite::Transaction transaction(database);
+    database.Run(std::string(script));
+    transaction.Keep();
 }
 
 }  // namespace iqrx::platform
@@ -52,20 +58,6 @@ std::int32_t SqliteConnection::Execute(const platform::Statement& statement) {
     const std::int64_t affected = session.Call([&] { return session.Run(session.Find(statement)); });
     constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
     return static_cast<std::int32_t>(affected < kMost ? affected : kMost);
-}
-
-void SqliteConnection::Commit() { Opened().Settle(); }
-
-void SqliteConnection::RunAsUnit(const Work& work) { Opened().RunAsUnit(work); }
-
-void SqliteConnection::RunExclusively(const Work& work) { Opened().RunExclusively(work); }
-
-std::unique_ptr<Recordset> SqliteConnection::CreateRecordset() {
-    return std::make_unique<SqliteRecordset>(*this);
-}
-
-std::unique_lock<std::mutex> SqliteConnection::Turn() {
-    return session_ ? session_->Turn() : std::unique_lock<std::mutex>();
 }
 
 Session& SqliteConnection::Opened() {

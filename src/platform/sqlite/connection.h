@@ -24,14 +24,16 @@ public:
     // There is one database in a file; sites' names for it are taken as they are.
     void SetDefaultDatabase(const std::string& name) override { defaultDatabase_ = name; }
     Errors& LastErrors() override { return errors_; }
-    void Commit() override;
-    void RunAsUnit(const Work& work) override;
-    void RunExclusively(const Work& work) override;
+    void Commit() override { Opened().Settle(); }
+    void RunAsUnit(const Work& work) override { Opened().RunAsUnit(work); }
+    void RunExclusively(const Work& work) override { Opened().RunExclusively(work); }
     std::unique_ptr<Recordset> CreateRecordset() override;
 
     Session& Opened();  // raises when the connection is closed
     // Held by who touches the connection's handle outside of a call; of a closed connection it holds nothing.
-    [[nodiscard]] std::unique_lock<std::mutex> Turn();
+    [[nodiscard]] std::unique_lock<std::mutex> Turn() {
+        return session_ ? session_->Turn() : std::unique_lock<std::mutex>();
+    }
 
 private:
     const TableNames controlTables_;

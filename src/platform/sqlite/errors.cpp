@@ -2,6 +2,9 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+#include <array>
+
 #include "platform/printable.h"
 
 namespace iqrx::platform::sqlite {
@@ -12,37 +15,19 @@ constexpr std::size_t kQuotedLength = 40;
 
 // Failures of the file rather than of a statement: the reader needs to know which file.
 bool ConcernsFile(int code) {
-    switch (code & 0xFF) {
-        case SQLITE_BUSY:
-        case SQLITE_READONLY:
-        case SQLITE_IOERR:
-        case SQLITE_CORRUPT:
-        case SQLITE_FULL:
-        case SQLITE_CANTOPEN:
-        case SQLITE_NOTADB:
-        case SQLITE_PERM:
-            return true;
-        default:
-            return false;
-    }
+    constexpr std::array kOfAFile{SQLITE_BUSY, SQLITE_READONLY, SQLITE_IOERR,  SQLITE_CORRUPT,
+                                  SQLITE_FULL, SQLITE_CANTOPEN, SQLITE_NOTADB, SQLITE_PERM};
+    return std::ranges::find(kOfAFile, code & 0xFF) != kOfAFile.end();
 }
 
 const char* SqlStateOf(int code, std::string_view message) {
-    switch (code & 0xFF) {
-        case SQLITE_CONSTRAINT:
-            return "23000";
-        case SQLITE_CANTOPEN:
-            return "08001";
-        case SQLITE_BUSY:
-        case SQLITE_LOCKED:
-            return "HYT00";
-        case SQLITE_ERROR:
-            if (message.starts_with("no such table")) return "42S02";
-            if (message.starts_with("no such column")) return "42S22";
-            return "HY000";
-        default:
-            return "HY000";
-    }
+    const int kind = code & 0xFF;
+    if (kind == SQLITE_CONSTRAINT) return "23000";
+    if (kind == SQLITE_CANTOPEN) return "08001";
+    if (kind == SQLITE_BUSY || kind == SQLITE_LOCKED) return "HYT00";
+    if (kind == SQLITE_ERROR && message.starts_with("no such table")) return "42S02";
+    if (kind == SQLITE_ERROR && message.starts_with("no such column")) return "42S22";
+    return "HY000";
 }
 
 }  // namespace

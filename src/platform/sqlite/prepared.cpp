@@ -4,10 +4,10 @@
 
 #include <limits>
 
-#include "platform/connection_string.h"
 #include "platform/conversions.h"
 #include "platform/date.h"
 #include "platform/sqlite/errors.h"
+#include "platform/text.h"
 
 namespace iqrx::platform::sqlite {
 

@@ -89,9 +89,8 @@ std::shared_ptr<Program> StatementCache::Prepare(std::string_view text, const st
         program->statements.emplace_back(database_, sql);
     if (program->translation.isSelect)
         program->columns = std::make_shared<const std::vector<Column>>(program->statements.front().Columns());
-    program->touchesControlTable =
-        std::any_of(program->translation.tables.begin(), program->translation.tables.end(),
-                    [&](const std::string& table) { return controlTables_.contains(table); });
+    program->touchesControlTable = std::ranges::any_of(
+        program->translation.tables, [&](const std::string& table) { return controlTables_.contains(table); });
     return program;
 }
 

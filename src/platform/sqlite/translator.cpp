@@ -20,7 +20,7 @@ public:
             Expect("DATEFORMAT", "YMD");
         } else if (Accept("DECLARE")) {
             Batch();
-        } else if (IsWord("SELECT")) {
+        } else if (Is("SELECT")) {
             result_.isSelect = true;
             AddStep(Step::Kind::Run, [&] { Select(); });
         } else if (Accept("TRUNCATE")) {
@@ -32,7 +32,7 @@ public:
         } else {
             Change();
         }
-        AcceptSymbol(";");
+        Accept(";");
         if (token().kind != Token::Kind::End) Unknown();
         return std::move(result_);
     }
@@ -43,40 +43,29 @@ private:
         RaiseSyntaxError(text_, token().place, message);
     }
 
-    bool IsWord(std::string_view upperCase) const {
-        return token().kind == Token::Kind::Word && EqualIgnoringCase(token().text, upperCase);
-    }
-    bool IsSymbol(std::string_view symbol) const {
-        return token().kind == Token::Kind::Symbol && token().text == symbol;
+    // A word in capitals or a symbol. No literal is one: a text of a literal may read like it.
+    bool Is(std::string_view wordOrSymbol) const { return Stands(token(), wordOrSymbol); }
+    static bool Stands(const Token& token, std::string_view wordOrSymbol) {
+        return token.kind != Token::Kind::Literal && EqualIgnoringCase(token.text, wordOrSymbol);
     }
     // Accept: passes over what stands there; Take: writes it to the translation as well.
-    bool Pass(bool found) {
+    bool Accept(std::string_view wordOrSymbol) {
+        const bool found = Is(wordOrSymbol);
         if (found) ++at_;
         return found;
     }
-    bool Accept(std::string_view upperCase) { return Pass(IsWord(upperCase)); }
-    bool AcceptSymbol(std::string_view symbol) { return Pass(IsSymbol(symbol)); }
-    bool Take(std::string_view upperCase) {
-        if (IsWord(upperCase)) Write(upperCase);
-        return Accept(upperCase);
+    bool Take(std::string_view wordOrSymbol) {
+        const bool found = Accept(wordOrSymbol);
+        if (found) Write(wordOrSymbol);
+        return found;
     }
-    bool TakeSymbol(std::string_view symbol) {
-        if (IsSymbol(symbol)) Write(symbol);
-        return AcceptSymbol(symbol);
+    template <class... Texts>
+    void Expect(Texts... wordsOrSymbols) {
+        if (!(Accept(wordsOrSymbols) && ...)) Unknown();
     }
-    template <class... Words>
-    void Expect(Words... upperCase) {
-        if (!(Accept(upperCase) && ...)) Unknown();
-    }
-    void ExpectSymbol(std::string_view symbol) {
-        if (!AcceptSymbol(symbol)) Unknown();
-    }
-    template <class... Words>
-    void Need(Words... upperCase) {
-        if (!(Take(upperCase) && ...)) Unknown();
-    }
-    void NeedSymbol(std::string_view symbol) {
-        if (!TakeSymbol(symbol)) Unknown();
+    template <class... Texts>
+    void Need(Texts... wordsOrSymbols) {
+        if (!(Take(wordsOrSymbols) && ...)) Unknown();
     }
     void Write(std::string_view text) {
         if (!sql_.empty()) sql_ += ' ';
@@ -87,7 +76,7 @@ private:
     void List(Item item) {
         do {
             item();
-        } while (TakeSymbol(","));
+        } while (Take(","));
     }
 
     template <class Body>
@@ -115,7 +104,7 @@ private:
 
     void Column() {
         Write(Name());
-        if (TakeSymbol(".")) Write(Name());
+        if (Take(".")) Write(Name());
     }
 
     void TakeLiteral() {
@@ -126,7 +115,7 @@ private:
     }
 
     void SignedLiteral() {
-        if (!TakeSymbol("-")) TakeSymbol("+");
+        if (!Take("-")) Take("+");
         TakeLiteral();
     }
 
@@ -139,9 +128,9 @@ private:
     }
 
     void Comparison() {
-        if (TakeSymbol("(")) {
+        if (Take("(")) {
             Condition();
-            NeedSymbol(")");
+            Need(")");
             return;
         }
         Operand();
@@ -151,7 +140,7 @@ private:
             return;
         }
         for (std::string_view symbol : {"=", "<>", "!=", "<=", ">=", "<", ">"})
-            if (TakeSymbol(symbol)) return Operand();
+            if (Take(symbol)) return Operand();
         Unknown();
     }
 
@@ -167,18 +156,17 @@ private:
     }
 
     void Change() {
-        if (IsWord("UPDATE") && tokens_[at_ + 1].kind == Token::Kind::Word &&
-            EqualIgnoringCase(tokens_[at_ + 1].text, "STATISTICS")) {
+        if (Is("UPDATE") && Stands(tokens_[at_ + 1], "STATISTICS")) {
             at_ += 2;
             AddStep(Step::Kind::RunSilent, [&] {
                 Write("ANALYZE");
                 Table();
             });
-        } else if (IsWord("UPDATE")) {
+        } else if (Is("UPDATE")) {
             AddStep(Step::Kind::Run, [&] { Update(); });
-        } else if (IsWord("INSERT")) {
+        } else if (Is("INSERT")) {
             AddStep(Step::Kind::Run, [&] { Insert(); });
-        } else if (IsWord("DELETE")) {
+        } else if (Is("DELETE")) {
             AddStep(Step::Kind::Run, [&] {
                 Need("DELETE", "FROM");
                 Table();
@@ -195,7 +183,7 @@ private:
         Need("SET");
         List([&] {
             Write(Name());
-            NeedSymbol("=");
+            Need("=");
             SignedLiteral();
         });
         Where();
@@ -204,14 +192,13 @@ private:
     void Insert() {
         Need("INSERT", "INTO");
         Table();
-        if (TakeSymbol("(")) {
+        if (Take("(")) {
             List([&] { Write(Name()); });
-            NeedSymbol(")");
+            Need(")");
         }
-        Need("VALUES");
-        NeedSymbol("(");
+        Need("VALUES", "(");
         List([&] { SignedLiteral(); });
-        NeedSymbol(")");
+        Need(")");
     }
 
     void Select() {
@@ -233,23 +220,21 @@ private:
     }
 
     void SelectItem() {
-        if (TakeSymbol("*")) return;
+        if (Take("*")) return;
         Column();
-        if (!TakeSymbol("(")) return;
-        if (!TakeSymbol("*")) Column();
-        NeedSymbol(")");
+        if (!Take("(")) return;
+        if (!Take("*")) Column();
+        Need(")");
     }
 
     void SelectTable() {
         Table();
-        if (token().kind == Token::Kind::Word && !IsWord("WHERE") && !IsWord("UNION") && !IsWord("ORDER"))
-            Write(Name());
+        if (token().kind == Token::Kind::Word && !Is("WHERE") && !Is("UNION") && !Is("ORDER")) Write(Name());
     }
 
     // Any name does: it may hold what a name in a statement can't.
     void AlterSession() {
-        Expect("SESSION", "SET", "CURRENT_SCHEMA");
-        ExpectSymbol("=");
+        Expect("SESSION", "SET", "CURRENT_SCHEMA", "=");
         if (token().kind == Token::Kind::End) Unknown("The name of the schema is missing");
         at_ = tokens_.size() - 1;
     }
@@ -258,12 +243,12 @@ private:
     void Batch() {
         variable_ = VariableName();
         Name();
-        AcceptSymbol(";");
+        Accept(";");
         while (token().kind != Token::Kind::End) {
             Expect("BEGIN");
             Statements();
             Expect("END");
-            AcceptSymbol(";");
+            Accept(";");
         }
     }
 
@@ -283,28 +268,24 @@ private:
     }
 
     void Statements() {
-        while (!IsWord("END") && !IsWord("ELSE")) {
+        while (!Is("END") && !Is("ELSE")) {
             if (Accept("SELECT"))
                 SelectCount();
             else if (Accept("IF"))
                 If();
             else
                 Change();
-            AcceptSymbol(";");
+            Accept(";");
         }
     }
 
     // select @v = count(*) from TABLE WHERE ...
     void SelectCount() {
         ExpectVariable();
-        ExpectSymbol("=");
+        Expect("=");
         AddStep(Step::Kind::Count, [&] {
             Write("SELECT");
-            Need("COUNT");
-            NeedSymbol("(");
-            NeedSymbol("*");
-            NeedSymbol(")");
-            Need("FROM");
+            Need("COUNT", "(", "*", ")", "FROM");
             Table();
             Where();
         });
@@ -312,10 +293,9 @@ private:
 
     // IF(@v) = 0 BEGIN ... END ELSE BEGIN ... END, and IF(v) = 0 THEN ... ELSE ... END IF
     void If() {
-        ExpectSymbol("(");
+        Expect("(");
         ExpectVariable();
-        ExpectSymbol(")");
-        ExpectSymbol("=");
+        Expect(")", "=");
         const std::size_t test = result_.steps.size();
         result_.steps.push_back({Step::Kind::SkipUnless, 0, literal_, 1, 0});
         TakeLiteral();

@@ -60,9 +60,9 @@ bool RemovalLimit::Allows(std::int64_t removed, std::int64_t of) const {
     return removed <= rows_ || IsWithin(removed, of, percent_);
 }
 
-std::string RemovalLimit::Text(std::int64_t of) const {
+std::string RemovalLimit::Text() const {
     if (kind_ == Kind::Any) return "no limit";
-    if (kind_ == Kind::Percent || (kind_ == Kind::Default && IsWithin(rows_, of, percent_)))
+    if (kind_ == Kind::Percent || kind_ == Kind::Default)
         return "limit " + Shown(percent_) + " %";
     return "limit " + std::to_string(rows_) + (rows_ == 1 ? " row" : " rows");
 }

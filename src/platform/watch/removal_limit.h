@@ -22,8 +22,7 @@ public:
     bool AllowsEmptying() const { return kind_ != Kind::Default; }
     bool AllowsAll() const { return kind_ == Kind::Any; }
 
-    // "limit 10 %", "limit 37 rows"; of the default whichever is the larger.
-    std::string Text(std::int64_t of) const;
+    std::string Text() const;  // "limit 10 %", "limit 37 rows"; the default shows its share
 
 private:
     enum class Kind { Default, Percent, Rows, Any };

@@ -1,4 +1,4 @@
-// One connection of the driver manager with what the port's connection and its recordsets share: the way that
+// The port's connection over one of the driver manager, with what it shares with its recordsets: the way that
 // every call goes, the write group, units and exclusive sections.
 #pragma once
 
@@ -16,22 +16,35 @@
 
 namespace iqrx::platform::odbc {
 
-class Session : public DriverConnection {
+class OdbcConnection final : public Connection, public DriverConnection {
 public:
-    explicit Session(TableNames controlTables) : controlTables_(std::move(controlTables)) {}
-    ~Session();
+    explicit OdbcConnection(TableNames controlTables) : controlTables_(std::move(controlTables)) {}
+    ~OdbcConnection() override;
 
-    // Does one call's work; the members below belong inside of it. When it fails, what was written before is
-    // committed.
-    template <class Work>
-    auto Call(Work work) {
+    void SetConnectionTimeout(int seconds) override { connectionTimeout_ = seconds; }
+    void SetCommandTimeout(int seconds) override;
+    void Open(const std::string& connectionString) override;
+    void Close() noexcept override;
+    std::int32_t Execute(const Statement& statement) override;
+    std::string DefaultDatabase() override;
+    void SetDefaultDatabase(const std::string& name) override;
+    Errors& LastErrors() override { return errors; }
+    void Commit() override;
+    void RunAsUnit(const Work& work) override;
+    void RunExclusively(const Work& work) override;
+    std::unique_ptr<Recordset> CreateRecordset() override;
+
+    // Does the work of one of the members above or of a recordset's; the members below belong inside of it.
+    // When it fails, what was written before is committed.
+    template <class Action>
+    auto Call(Action work) {
         const auto turn = Turn();
         return InTurn(work);
     }
     // The two parts of it, for calls that have something to do whatever happens: that belongs between them.
     std::unique_lock<std::mutex> Turn() { return group_ ? group_->Lock() : std::unique_lock<std::mutex>(); }
-    template <class Work>
-    auto InTurn(Work work) {
+    template <class Action>
+    auto InTurn(Action work) {
         try {
             if (group_) group_->RaiseLoss();
             return work();
@@ -40,17 +53,6 @@ public:
             throw;
         }
     }
-
-    // The port's Commit, RunAsUnit and RunExclusively; each makes its own calls.
-    void Settle();
-    void RunAsUnit(const Connection::Work& work);
-    void RunExclusively(const Connection::Work& work);
-
-    void Open(const std::string& connectionString);
-    void Close() noexcept;
-    void SetCommandTimeout(int seconds);
-
-    std::int32_t Execute(std::string_view sql);
 
     template <class Write>
     void InGroup(std::string_view table, Write write) {
@@ -68,6 +70,7 @@ private:
     // What the statements stand in. A unit begins with its first write.
     enum class Frame { None, UnitAhead, Unit, Exclusive };
 
+    std::int32_t Execute(std::string_view sql);
     std::int32_t Run(std::string_view sql);
     void NameThePlace(RuntimeError& error, std::string_view sql);
     std::int32_t RunBatch(std::string_view sql);
@@ -76,7 +79,7 @@ private:
     void BeginUnit();
     void EndUnit();
     void AbandonUnit();
-    void TryExclusively(const Connection::Work& work);
+    void TryExclusively(const Work& work);
     void AfterWrite(std::string_view table);
     void Fail(const RuntimeError& error);
     void AbandonGroup(const RuntimeError& cause);
@@ -86,9 +89,8 @@ private:
     Handle shared_;
     std::unique_ptr<WriteGroup> group_;
     Frame frame_ = Frame::None;
-    Errors loss_;  // what the driver said when writes of the group were lost
+    Errors loss_;          // what the driver said when writes of the group were lost
+    std::string catalog_;  // the name that was set, where the driver has no catalogs
 };
-
-std::unique_ptr<Recordset> CreateRecordset(Session& session);
 
 }  // namespace iqrx::platform::odbc

@@ -1,22 +1,46 @@
-#include "erp/extract/record_stream.h"
+#include "erp/extract/records.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "erp/extract/late_bound.h"
 
 namespace iqrx::erp::extract {
 
+using platform::Value;
+
 namespace {
 
 // The caller's current record, the one that it assigns next, and one that it may set aside.
 constexpr std::size_t kRecordsKept = 3;
 
+// What a field holds that a row does not carry: the empty text, 0 or a Null date.
+Value MissingValue(FieldKind kind) {
+    if (kind == FieldKind::Text) return std::string();
+    if (kind == FieldKind::Whole) return platform::Long{0};
+    if (kind == FieldKind::Real) return platform::Double{0};
+    return platform::Null();
+}
+
 }  // namespace
 
-Records::Records(std::shared_ptr<Rows> rows, Keep keep, std::function<void()> atEnd)
-    : rows_(std::move(rows)), keep_(std::move(keep)), atEnd_(std::move(atEnd)) {}
+Record::Record(std::span<const FieldLayout> fields) : fields_(fields) {
+    values_.reserve(fields.size());
+    for (const FieldLayout& field : fields) values_.push_back(MissingValue(field.kind));
+}
 
-bool Records::Read(Record& record) {
+Value Record::Invoke(std::string_view member, std::span<platform::Argument> arguments) {
+    const auto field = std::ranges::find(fields_, member, &FieldLayout::getter);
+    if (field == fields_.end()) RaiseNoSuchMember("The record", member);
+    ExpectArguments(arguments, 0);
+    return values_[static_cast<std::size_t>(field - fields_.begin())];
+}
+
+std::span<const Value> Record::Values(const TableLayout& layout) const {
+    return layout.fields.data() == fields_.data() ? std::span<const Value>(values_) : std::span<const Value>();
+}
+
+bool Records::operator()(Record& record) {
     do {
         if (rows_->Next()) continue;
         if (const auto atEnd = std::exchange(atEnd_, nullptr)) atEnd();
@@ -26,13 +50,10 @@ bool Records::Read(Record& record) {
     return true;
 }
 
-Elements::Elements(std::unique_ptr<RecordStream> stream, std::span<const FieldLayout> fields)
-    : stream_(std::move(stream)), fields_(fields) {}
-
 bool Elements::HasMore() {
     if (ahead_ || ended_) return !ended_;
     auto record = FreeRecord();
-    if (stream_->Read(*record))
+    if (stream_(*record))
         ahead_ = std::move(record);
     else
         ended_ = true;
@@ -52,7 +73,7 @@ std::shared_ptr<Record> Elements::FreeRecord() {
     return record;
 }
 
-platform::Value Enumerator::Invoke(std::string_view member, std::span<platform::Argument> arguments) {
+Value Enumerator::Invoke(std::string_view member, std::span<platform::Argument> arguments) {
     ExpectArguments(arguments, 0);
     if (member == "hasMoreElements") return elements_.HasMore();
     if (member == "nextElement") return platform::ObjectRef(elements_.Next());
