@@ -98,6 +98,15 @@ public:
         return session_.Call([&] { return RequireRow()[Position(position)]; });
     }
 
+    std::vector<std::string> FieldNames() override {
+        return session_.Call([&] {
+            RequireOpen();
+            std::vector<std::string> names;
+            for (const Column& column : columns_) names.push_back(column.name);
+            return names;
+        });
+    }
+
     void AddNew() override {
         session_.Call([&] {
             RequireWritable();

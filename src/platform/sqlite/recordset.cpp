@@ -142,6 +142,15 @@ Value SqliteRecordset::Field(int position) {
     return chunk_[row_ * Columns().size() + static_cast<std::size_t>(position)];
 }
 
+std::vector<std::string> SqliteRecordset::FieldNames() {
+    return Call([&](Session&) {
+        CheckOpen();
+        std::vector<std::string> names;
+        for (const Column& column : Columns()) names.push_back(column.name);
+        return names;
+    });
+}
+
 void SqliteRecordset::AddNew() {
     Call([&](Session&) {
         Table();
