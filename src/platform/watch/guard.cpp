@@ -127,6 +127,7 @@ public:
         : ConnectionWrapper(std::move(connection)), guard_(Wrapped(), limits, refused) {}
 
     std::int32_t Execute(const Statement& statement) override {
+        if (OnlyWritesARow(statement)) return Wrapped().Execute(statement);
         const Meaning& meaning = meanings_.Of(statement);
         const Deed deed = meaning.OnCopiedRows();
         if (deed == Deed::Sweep) guard_.CheckSweep(meaning);

@@ -77,6 +77,7 @@ public:
         : ConnectionWrapper(std::move(connection)), sink_(sink), dateLiteral_(dateLiteral) {}
 
     std::int32_t Execute(const Statement& statement) override {
+        if (OnlyWritesARow(statement)) return Wrapped().Execute(statement);
         const Meaning& meaning = meanings_.Of(statement);
         const Deed deed = meaning.OnCopiedRows();
         if (deed == Deed::Sweep && !empty_.contains(meaning.table)) Keep(meaning);
