@@ -70,6 +70,7 @@ public:
     // column.
     virtual Value Field(std::string_view name) = 0;
     virtual Value Field(int position) = 0;
+    virtual std::vector<std::string> FieldNames() = 0;  // by position, also where there is no row
 
     // A new row: AddNew, its fields by position, Update. The row is in the table when Update returns or,
     // where the adapter sends rows in batches, when Close does.

@@ -23,6 +23,7 @@ public:
     void MoveNext() override { recordset_->MoveNext(); }
     Value Field(std::string_view name) override { return recordset_->Field(name); }
     Value Field(int position) override { return recordset_->Field(position); }
+    std::vector<std::string> FieldNames() override { return recordset_->FieldNames(); }
     void AddNew() override { recordset_->AddNew(); }
     void SetField(int position, const Value& value) override { recordset_->SetField(position, value); }
     void Update() override { recordset_->Update(); }

@@ -25,6 +25,12 @@ TEST_P(RecordsetContract, FindsFieldsByNameInAnyCase) {
     EXPECT_THROW(row->Field(-1), RuntimeError);
 }
 
+TEST_P(RecordsetContract, NamesItsFieldsByPosition) {
+    GivenItems({});
+
+    EXPECT_THAT(Open("SELECT * FROM items")->FieldNames(), ElementsAre("id", "name", "note", "made", "ratio"));
+}
+
 TEST_P(RecordsetContract, AnEmptyRecordsetIsAtBothEnds) {
     GivenItems({});
 

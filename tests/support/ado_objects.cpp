@@ -144,7 +144,8 @@ class FieldObject : public Object {
 public:
     FieldObject(std::shared_ptr<Recordset> rows, Value which)
         : rows_(std::move(rows)), which_(std::move(which)) {}
-    Value Invoke(std::string_view, std::span<Argument>) override {
+    Value Invoke(std::string_view member, std::span<Argument>) override {
+        if (member == "Name") return rows_->FieldNames().at(static_cast<std::size_t>(ToLong(which_)));
         return which_.Is<std::string>() ? rows_->Field(which_.As<std::string>()) : rows_->Field(ToLong(which_));
     }
     void Set(std::string_view, const Value& value) override { rows_->SetField(ToLong(which_), value); }
@@ -157,7 +158,8 @@ private:
 class FieldsObject : public Object {
 public:
     explicit FieldsObject(std::shared_ptr<Recordset> rows) : rows_(std::move(rows)) {}
-    Value Invoke(std::string_view, std::span<Argument> arguments) override {
+    Value Invoke(std::string_view member, std::span<Argument> arguments) override {
+        if (member == "Count") return static_cast<Long>(rows_->FieldNames().size());
         return ObjectRef(std::make_shared<FieldObject>(rows_, arguments[0].value));
     }
 

@@ -125,6 +125,8 @@ public:
         return row[static_cast<std::size_t>(position)];
     }
 
+    std::vector<std::string> FieldNames() override { return Opened().columns; }
+
     void AddNew() override {
         database_.calls.push_back("AddNew");
         if (lock_ == LockType::ReadOnly) throw Misuse("AddNew in a recordset that is read only");

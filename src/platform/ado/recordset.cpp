@@ -74,6 +74,15 @@ Value AdoRecordset::Field(int position) {
     return Calling([&] { return FieldAt(position).Get("Value"); });
 }
 
+std::vector<std::string> AdoRecordset::FieldNames() {
+    return Calling([&] {
+        std::vector<std::string> names;
+        const Long count = ToLong(ToObject(fields_)->Get("Count"));
+        for (Long i = 0; i < count; ++i) names.push_back(ToText(FieldAt(i).Get("Name")));
+        return names;
+    });
+}
+
 void AdoRecordset::AddNew() {
     Calling([&] { Call(*recordset_, "AddNew"); });
 }

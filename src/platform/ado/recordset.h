@@ -24,6 +24,7 @@ public:
     void MoveNext() override;
     Value Field(std::string_view name) override;
     Value Field(int position) override;
+    std::vector<std::string> FieldNames() override;
     void AddNew() override;
     void SetField(int position, const Value& value) override;
     void Update() override;

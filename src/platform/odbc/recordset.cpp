@@ -86,6 +86,15 @@ public:
         return connection_.Call([&] { return RequireRow()[Position(position)]; });
     }
 
+    std::vector<std::string> FieldNames() override {
+        return session_.Call([&] {
+            RequireOpen();
+            std::vector<std::string> names;
+            for (const Column& column : columns_) names.push_back(column.name);
+            return names;
+        });
+    }
+
     void AddNew() override {
         connection_.Call([&] {
             RequireWritable();

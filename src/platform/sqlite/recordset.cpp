@@ -139,6 +139,15 @@ public:
         return Cell(position);
     }
 
+    std::vector<std::string> FieldNames() override {
+        return Call([&](Session&) {
+            CheckOpen();
+            std::vector<std::string> names;
+            for (const Column& column : Columns()) names.push_back(column.name);
+            return names;
+        });
+    }
+
     void AddNew() override {
         Call([&](Session&) {
             Table();

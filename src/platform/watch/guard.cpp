@@ -82,7 +82,7 @@ private:
         if (doomed == 0) return;
         const RemovalLimit& limit = limits_.Of(meaning.table);
         const std::int64_t before = Before(meaning, rows), removed = rows.removed + doomed;
-        if (!limit.Allows(removed, before)) Raise({meaning.table, removed, before, limit.Text(before)});
+        if (!limit.Allows(removed, before)) Raise({meaning.table, removed, before, limit.Text()});
         if (!limit.AllowsEmptying() && CountAll(meaning) <= doomed)
             Raise({meaning.table, removed, before, "limit: never all rows"});
     }
@@ -127,6 +127,7 @@ public:
         : ConnectionWrapper(std::move(connection)), guard_(Wrapped(), limits, refused) {}
 
     std::int32_t Execute(const Statement& statement) override {
+        if (OnlyWritesARow(statement)) return Wrapped().Execute(statement);
         const Meaning& meaning = meanings_.Of(statement);
         const Deed deed = meaning.OnCopiedRows();
         if (deed == Deed::Sweep) guard_.CheckSweep(meaning);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "platform/text.h"
 
@@ -123,11 +124,25 @@ std::string CountOfDoomed(std::string_view deleteText) {
     return "SELECT count(*)" + std::string(deleteText);
 }
 
+// A mark has no values.
+bool OnlyWritesARow(const Statement& statement) {
+    const Shape& shape = statement.Form();
+    if (shape.pieces.empty() || statement.Values().empty() || !shape.opening.empty()) return false;
+    const char first = shape.pieces.front().text.front();
+    return first == 'U' || first == 'I';
+}
+
 const Meaning& Meanings::Of(const Statement& statement) {
     if (statement.Form().pieces.empty()) return last_ = MeaningOf(statement.Text());
     const Shape::Key shape = statement.Form().Identity();
-    for (const Known& known : known_)
-        if (known.shape == shape && known.table == statement.Table()) return known.meaning;
+    const auto isIt = [&](const Known& known) {
+        return known.shape == shape && known.table == statement.Table();
+    };
+    for (const std::size_t usual : usual_)
+        if (usual < known_.size() && isIt(known_[usual])) return known_[usual].meaning;
+    const auto found = std::ranges::find_if(known_, isIt);
+    usual_ = {static_cast<std::size_t>(found - known_.begin()), usual_[0]};
+    if (found != known_.end()) return found->meaning;
     Meaning meaning = MeaningOf(SampleOf(statement));
     meaning.holes = HolesOf(statement.Form());
     known_.push_back({shape, std::string(statement.Table()), std::move(meaning)});

@@ -1,6 +1,7 @@
 // What a statement does to the rows of a table, known from its text; of a shape the text is read once.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -45,6 +46,9 @@ std::size_t SetsOf(const Statement& statement, const Meaning& meaning);
 // The same rows as a DELETE takes, counted.
 std::string CountOfDoomed(std::string_view deleteText);
 
+// Whether it can only be the update or the insert of a row, at a glance: neither marks nor removes.
+bool OnlyWritesARow(const Statement& statement);
+
 // Remembers the shapes that it was asked about.
 class Meanings {
 public:
@@ -57,6 +61,7 @@ private:
         Meaning meaning;
     };
     std::vector<Known> known_;
+    std::array<std::size_t, 2> usual_{};  // a row has two statements, which take turns
     Meaning last_;
 };
 

@@ -20,6 +20,7 @@ public:
     void Check(const Meaning& meaning) {
         if (const auto who = Asked()) Check(meaning, *who);
     }
+    bool IsRefilling() const { return !refilled_.empty(); }
     // After a statement that went through.
     void Sent(const Meaning& meaning) {
         if (meaning.OnCopiedRows() == Deed::Replace)
@@ -99,7 +100,7 @@ public:
     std::int32_t Execute(const Statement& statement) override {
         stop_.Check(statement);
         const std::int32_t affected = Wrapped().Execute(statement);
-        stop_.Sent(meanings_.Of(statement));
+        if (stop_.IsRefilling() || !OnlyWritesARow(statement)) stop_.Sent(meanings_.Of(statement));
         return affected;
     }
     void RunAsUnit(const Work& work) override { stop_.RunAsUnit(work); }

@@ -10,6 +10,7 @@
 #include "platform/stop_request.h"
 #include "platform/watch/guard.h"
 #include "platform/watch/removal_limit.h"
+#include "platform/watch/removed_rows.h"
 #include "platform/watch/row_counts.h"
 
 namespace iqrx::platform::watch {
@@ -23,6 +24,12 @@ std::unique_ptr<DatabaseProvider> CountRows(DatabaseProvider& provider, RowCount
 // it. Calendars that are replaced, control tables and change logs are not guarded.
 std::unique_ptr<DatabaseProvider> GuardRemovals(DatabaseProvider& provider, const RemovalLimits& limits,
                                                 std::optional<RefusedRemoval>& refused);
+
+// Before a sweep is sent, its rows go to the sink as INSERT statements in the dialect of the database; a sink
+// that raises keeps the sweep from being sent. `dateLiteral` writes a moment as the copy does. Belongs around
+// the connection that GuardRemovals is around, so that it sees allowed sweeps only.
+std::unique_ptr<DatabaseProvider> KeepRemovedRows(DatabaseProvider& provider, RemovedRows& sink,
+                                                  DateLiteral dateLiteral);
 
 // Raises "stopped by NAME" in place of each statement once somebody asked to stop, except for those on
 // control tables, which free the table and tell the outcome. What only makes sense as a whole comes to its

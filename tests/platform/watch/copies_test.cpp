@@ -7,6 +7,7 @@
 #include "control/control_tables.h"
 #include "erp/extract/extract_erp.h"
 #include "platform/conversions.h"
+#include "platform/date.h"
 #include "platform/sqlite/sqlite_database.h"
 #include "platform/watch/watched_database.h"
 #include "support/test_process.h"
@@ -31,6 +32,16 @@ struct Extracts : erp::ErpProvider {
         return erp::extract::OpenExtract(directory);
     }
 };
+
+struct Kept : RemovedRows {
+    std::vector<std::string> statements;
+    void Begin(std::string_view) override {}
+    void Row(std::string_view statement) override { statements.emplace_back(statement); }
+    void End() override {}
+};
+
+// As the copy writes dates.
+std::string Moment(Date moment) { return "CONVERT(DATETIME,'" + IsoDateTime(moment) + "',120)"; }
 
 // Asks from the n-th look on.
 struct Request : StopRequest {
@@ -83,8 +94,10 @@ protected:
     RemovalLimits limits;
     std::optional<RefusedRemoval> refused;
     Request stop;
+    Kept kept;
     std::unique_ptr<DatabaseProvider> counted = CountRows(embedded, counts),
-                                      guarded = GuardRemovals(*counted, limits, refused),
+                                      keeping = KeepRemovedRows(*counted, kept, Moment),
+                                      guarded = GuardRemovals(*keeping, limits, refused),
                                       watched = StopBetweenStatements(*guarded, stop);
     testing::TestProcess site{*watched, extracts};
     const std::filesystem::path file = site.directory.path / "local.db";
@@ -114,8 +127,8 @@ TEST_F(WatchedCopies, StopBeforeACutExtractRemovesARow) {
 
     EXPECT_EQ(Rows(), 40);
     ASSERT_TRUE(refused);
-    EXPECT_EQ(refused->Text(), "would remove 37 of 40 rows (92 %, limit 20 rows)");
-    EXPECT_THAT(site.RunLog(), HasSubstr("tsmdm030: would remove 37 of 40 rows (92 %, limit 20 rows)"));
+    EXPECT_EQ(refused->Text(), "would remove 37 of 40 rows (92 %, limit 10 %)");
+    EXPECT_THAT(site.RunLog(), HasSubstr("tsmdm030: would remove 37 of 40 rows (92 %, limit 10 %)"));
 }
 
 TEST_F(WatchedCopies, StopBeforeAnEmptyExtractEmptiesASmallTable) {
@@ -142,7 +155,38 @@ TEST_F(WatchedCopies, StopAnIncrementalCopyAtTheDeleteThatIsOneTooMany) {
     EXPECT_EQ(Rows(), 20);
     ExpectCounts(0, 20);
     ASSERT_TRUE(refused);
-    EXPECT_EQ(refused->Text(), "would remove 21 of 40 rows (52 %, limit 20 rows)");
+    EXPECT_EQ(refused->Text(), "would remove 21 of 40 rows (52 %, limit 10 %)");
+}
+
+TEST_F(WatchedCopies, KeepTheRowsThatTheyRemoveAsStatementsThatBringThemBack) {
+    runtime::DatabaseSession& database = site.process.database;
+    const auto rows = [&] {
+        std::string text;
+        for (auto found = database.OpenRecordset("SELECT * FROM tssoc200 ORDER BY orno"); !found->Eof();
+             found->MoveNext())
+            for (std::size_t i = 0; i < found->FieldNames().size(); ++i) {
+                const Value value = found->Field(static_cast<int>(i));
+                text += (value.Is<Null>()   ? "NULL"
+                         : value.Is<Date>() ? IsoDateTime(value.As<Date>())
+                                            : ToText(value)) +
+                        "|";
+            }
+        return text;
+    };
+    limits.all = RemovalLimit::Parse("any").value();
+    for (int i = 0; i < 600; ++i)
+        database.Execute("INSERT INTO tssoc200(orno,ccfg,stna,ordt,osta,ordu,upd_flag) VALUES(N'O" +
+                         std::to_string(1000 + i) + "',N'',N'O''Hara''s " + std::to_string(i) +
+                         "',CONVERT(DATETIME,'2026-03-04 05:06:07',120)," + std::to_string(i) + ",0.1,0)");
+    const std::string before = rows();
+    database.Execute("UPDATE tssoc200 SET upd_flag = 1 ");
+    database.Execute("DELETE FROM tssoc200 WHERE upd_flag = 1");
+    ASSERT_EQ(rows(), "");
+    ASSERT_EQ(kept.statements.size(), 600u);
+
+    for (const std::string& statement : kept.statements) database.Execute(statement);
+
+    EXPECT_EQ(rows(), before);
 }
 
 TEST_F(WatchedCopies, StopBetweenTwoRowsWithoutASweep) {

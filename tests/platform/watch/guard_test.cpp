@@ -66,7 +66,7 @@ TEST_F(Guard, LetsTwentyRowsOfASmallTableGo) {
 
 TEST_F(Guard, StopsTheTwentyFirstRowOfASmallTable) {
     Marked(40, 21, 40);
-    ExpectRefused("would remove 21 of 40 rows (52 %, limit 20 rows)");
+    ExpectRefused("would remove 21 of 40 rows (52 %, limit 10 %)");
 }
 
 TEST_F(Guard, LetsATenthOfALargeTableGo) {
@@ -144,7 +144,7 @@ TEST_F(Guard, TakesATablesOwnLimitBeforeTheCommonOne) {
 
 TEST_F(Guard, CountsTheTableWhereTheServerDidNotSayHowManyItMarked) {
     Marked(-1, 37, 40);
-    ExpectRefused("would remove 37 of 40 rows (92 %, limit 20 rows)");
+    ExpectRefused("would remove 37 of 40 rows (92 %, limit 10 %)");
 }
 
 TEST_F(Guard, StopsTheSweepOfCalendarsButNotTheirReplacement) {
@@ -185,7 +185,7 @@ TEST_F(GuardOfSingleDeletes, StopsTheOneThatExceedsTheLimit) {
     GivenCount(kAll, 40);
     Deleted(1, 20);
     GivenCount("SELECT count(*) FROM tssoc200  WHERE orno= N'O21'", 1);
-    ExpectRefused("would remove 21 of 40 rows (52 %, limit 20 rows)", Delete(21).c_str());
+    ExpectRefused("would remove 21 of 40 rows (52 %, limit 10 %)", Delete(21).c_str());
 }
 
 TEST_F(GuardOfSingleDeletes, CountsTheTableOnce) {
@@ -235,11 +235,11 @@ TEST_F(GuardOfSingleDeletes, StopsThoseThroughARecordset) {
 }
 
 TEST(ARemovalLimit, IsAShareANumberOrAny) {
-    EXPECT_EQ(Limit("10%").Text(40), "limit 10 %");
-    EXPECT_EQ(Limit(" 0.5 % ").Text(40), "limit 0.5 %");
-    EXPECT_EQ(Limit("37").Text(40), "limit 37 rows");
-    EXPECT_EQ(Limit("1").Text(40), "limit 1 row");
-    EXPECT_EQ(Limit("ANY").Text(40), "no limit");
+    EXPECT_EQ(Limit("10%").Text(), "limit 10 %");
+    EXPECT_EQ(Limit(" 0.5 % ").Text(), "limit 0.5 %");
+    EXPECT_EQ(Limit("37").Text(), "limit 37 rows");
+    EXPECT_EQ(Limit("1").Text(), "limit 1 row");
+    EXPECT_EQ(Limit("ANY").Text(), "no limit");
     EXPECT_TRUE(Limit("0.5%").Allows(5, 1000));
     EXPECT_FALSE(Limit("0.5%").Allows(6, 1000));
 }
@@ -251,10 +251,10 @@ TEST(ARemovalLimit, IsNothingElse) {
 }
 
 TEST(ARemovalLimit, IsByDefaultTheLargerOfTwo) {
-    EXPECT_EQ(RemovalLimit().Text(40), "limit 20 rows");
-    EXPECT_EQ(RemovalLimit().Text(199), "limit 20 rows");
-    EXPECT_EQ(RemovalLimit().Text(200), "limit 10 %");
-    EXPECT_EQ(RemovalLimit().Text(1000000), "limit 10 %");
+    EXPECT_EQ(RemovalLimit().Text(), "limit 10 %");
+    EXPECT_EQ(RemovalLimit().Text(), "limit 10 %");
+    EXPECT_EQ(RemovalLimit().Text(), "limit 10 %");
+    EXPECT_EQ(RemovalLimit().Text(), "limit 10 %");
 }
 
 }  // namespace
