@@ -5,7 +5,6 @@
 #include "platform/date.h"
 #include "platform/windows/com_object.h"
 #include "platform/windows/variant.h"
-#include "tables/calendars/calcodes_file.h"
 #include "tables/calendars/calendars.h"
 
 namespace iqrx::hosting::windows {
