@@ -1,15 +1,13 @@
 #include <cstdio>
 #include <iostream>
 
-#include "com_server/registration.h"
 #include "com_server/server.h"
 #include "composition/composition.h"
 #include "hosting/sub_main.h"
 #include "hosting/version.h"
 #include "platform/connection_string.h"
 #include "platform/error.h"
-#include "platform/windows/com.h"
-#include "platform/windows/leave_process.h"
+#include "platform/windows/apartment.h"
 
 namespace iqrx::hosting::windows {
 
