@@ -13,7 +13,6 @@
 #include "platform/date.h"
 #include "platform/sqlite/sqlite_database.h"
 #include "tables/calendars/calendars.h"
-#include "tables/calendars/expansion.h"
 
 namespace {
 

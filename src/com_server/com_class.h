@@ -9,9 +9,10 @@
 
 namespace iqrx::hosting::windows {
 
-template <class Interface>
-class ComClass : public platform::windows::Counted<Interface, ISupportErrorInfo, IProvideClassInfo2> {
-    using Base = platform::windows::Counted<Interface, ISupportErrorInfo, IProvideClassInfo2>;
+template <class Interface, class... Others>
+class ComClass
+    : public platform::windows::Counted<Interface, ISupportErrorInfo, IProvideClassInfo2, Others...> {
+    using Base = platform::windows::Counted<Interface, ISupportErrorInfo, IProvideClassInfo2, Others...>;
 
 public:
     ComClass(ServerLifetime& lifetime, const TypeLibrary& library, REFCLSID classId, REFIID eventsId)

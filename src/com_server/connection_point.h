@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "com_server/enumerator.h"
-#include "platform/value.h"
+#include "platform/windows/variant.h"
 
 namespace iqrx::hosting::windows {
 
@@ -31,17 +31,56 @@ public:
 
     // Calls every sink, in the order in which they connected. A sink that fails or is gone changes nothing
     // for the run or for the other sinks.
-    void Raise(DISPID event, const std::vector<platform::Value>& arguments);
+    void Raise(DISPID event, const std::vector<platform::Value>& arguments) {
+        std::vector<platform::windows::Variant> passed(arguments.size());  // last first
+        for (std::size_t i = 0; i < arguments.size(); ++i)
+            platform::windows::ToVariant(arguments[i], passed[arguments.size() - 1 - i]);
+        DISPPARAMS parameters{passed.data(), nullptr, static_cast<UINT>(passed.size()), 0};
+        const auto sinks = sinks_;  // a sink may disconnect while it is called
+        for (const auto& [cookie, sink] : sinks)
+            sink->Invoke(event, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters, nullptr, nullptr,
+                         nullptr);
+    }
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+        const bool known = iid == IID_IUnknown || iid == IID_IConnectionPoint;
+        *object = known ? this : nullptr;
+        if (!known) return E_NOINTERFACE;
+        AddRef();
+        return S_OK;
+    }
     ULONG STDMETHODCALLTYPE AddRef() override { return owner_.AddRef(); }
     ULONG STDMETHODCALLTYPE Release() override { return owner_.Release(); }
 
-    HRESULT STDMETHODCALLTYPE GetConnectionInterface(IID* iid) override;
-    HRESULT STDMETHODCALLTYPE GetConnectionPointContainer(IConnectionPointContainer** container) override;
-    HRESULT STDMETHODCALLTYPE Advise(IUnknown* sink, DWORD* cookie) override;
-    HRESULT STDMETHODCALLTYPE Unadvise(DWORD cookie) override;
-    HRESULT STDMETHODCALLTYPE EnumConnections(IEnumConnections** connections) override;
+    HRESULT STDMETHODCALLTYPE GetConnectionInterface(IID* iid) override {
+        *iid = eventsId_;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetConnectionPointContainer(IConnectionPointContainer** container) override {
+        owner_.AddRef();
+        *container = &owner_;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Advise(IUnknown* sink, DWORD* cookie) override {
+        *cookie = 0;
+        if (sink == nullptr) return E_POINTER;
+        // A sink has the events' interface; what is called through is its IDispatch.
+        platform::windows::ComRef<IDispatch> events;
+        if (FAILED(sink->QueryInterface(eventsId_, events.PutVoid())) &&
+            FAILED(sink->QueryInterface(IID_IDispatch, events.PutVoid())))
+            return CONNECT_E_CANNOTCONNECT;
+        *cookie = ++lastCookie_;
+        sinks_.emplace(lastCookie_, std::move(events));
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Unadvise(DWORD cookie) override {
+        return sinks_.erase(cookie) == 1 ? S_OK : CONNECT_E_NOCONNECTION;
+    }
+    HRESULT STDMETHODCALLTYPE EnumConnections(IEnumConnections** connections) override {
+        return ConnectionEnumerator::Create(connections, *this, [&](std::vector<KeptConnection>& list) {
+            for (const auto& [cookie, sink] : sinks_) list.push_back({sink, cookie});
+        });
+    }
 
 private:
     IConnectionPointContainer& owner_;

@@ -5,13 +5,11 @@
 #include "platform/date.h"
 #include "platform/windows/com_object.h"
 #include "platform/windows/variant.h"
-#include "tables/calendars/calcodes_file.h"
 #include "tables/calendars/calendars.h"
 
 namespace iqrx::hosting::windows {
 
 using platform::Integer;
-using platform::Long;
 using platform::RuntimeError;
 using platform::windows::Bstr;
 using platform::windows::ComRef;
@@ -20,9 +18,6 @@ using platform::windows::FromVariant;
 using platform::windows::ObjectOf;
 
 namespace {
-
-// The members of the events' interface.
-enum Event : DISPID { kStarted = 1, kError, kComplete, kAlreadyInProgress, kDone };
 
 Integer PlatformOf(const VARIANT& databasePlatform) {
     return platform::ToInteger(FromVariant(databasePlatform, ObjectOf));
@@ -110,12 +105,8 @@ control::CopyRun& DataCopyClass::NamedRun() {
 }
 
 HRESULT DataCopyClass::EnumConnectionPoints(IEnumConnectionPoints** enumerator) {
-    if (enumerator == nullptr) return E_POINTER;
-    *enumerator = nullptr;
-    return platform::windows::Guarded([&] {
-        const auto points = std::make_shared<std::vector<KeptConnectionPoint>>();
-        points->push_back({ComRef<IConnectionPoint>::Share(&events_)});
-        *enumerator = ConnectionPointEnumerator::Create(points, ComRef<IUnknown>::Share(&events_));
+    return ConnectionPointEnumerator::Create(enumerator, events_, [&](std::vector<KeptConnectionPoint>& list) {
+        list.push_back({ComRef<IConnectionPoint>::Share(&events_)});
     });
 }
 
@@ -126,26 +117,6 @@ HRESULT DataCopyClass::FindConnectionPoint(REFIID iid, IConnectionPoint** point)
     events_.AddRef();
     return S_OK;
 }
-
-void DataCopyClass::DataCopyStarted(platform::Date iTime, Integer iTableID) {
-    events_.Raise(kStarted, {iTime, iTableID});
-}
-
-void DataCopyClass::DataCopyError(platform::Date iTime, Integer iTableID, Integer ieNumber,
-                                  const std::string& ieMessage) {
-    events_.Raise(kError, {iTime, iTableID, ieNumber, ieMessage});
-}
-
-void DataCopyClass::DataCopyComplete(platform::Date iTime, Integer iTableID, Long icount, Long ucount,
-                                     Long dcount) {
-    events_.Raise(kComplete, {iTime, iTableID, icount, ucount, dcount});
-}
-
-void DataCopyClass::DataCopyAlreadyInProgress(platform::Date iTime, Integer iTableID) {
-    events_.Raise(kAlreadyInProgress, {iTime, iTableID});
-}
-
-void DataCopyClass::DataCopydone() { events_.Raise(kDone, {}); }
 
 void DataCopyClass::Serve(control::CopyRequest& request, const VARIANT& databasePlatform) {
     const ComRequests::Turn turn(requests_, this);

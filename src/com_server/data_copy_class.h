@@ -8,17 +8,10 @@
 
 namespace iqrx::hosting::windows {
 
-class DataCopyClass final : public ComClass<_clsDataCopy>,
-                            public IConnectionPointContainer,
+class DataCopyClass final : public ComClass<_clsDataCopy, IConnectionPointContainer>,
                             private control::DataCopyEvents {
 public:
     DataCopyClass(ServerLifetime& lifetime, const TypeLibrary& library, ComRequests& requests);
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        return ComClass::QueryInterface(iid, object);
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ComClass::AddRef(); }
-    ULONG STDMETHODCALLTYPE Release() override { return ComClass::Release(); }
 
     HRESULT STDMETHODCALLTYPE StartDataCopy(BSTR ConnectionString, BSTR LocalDatabase, short TableID,
                                             short SyncMethod, BSTR LogFilePath, BSTR BOWBusComponent,
@@ -39,13 +32,23 @@ protected:
     void* Find(REFIID iid) override;
 
 private:
-    void DataCopyStarted(platform::Date iTime, platform::Integer iTableID) override;
+    // The members of the events' interface.
+    enum Event : DISPID { kStarted = 1, kError, kComplete, kAlreadyInProgress, kDone };
+    void DataCopyStarted(platform::Date iTime, platform::Integer iTableID) override {
+        events_.Raise(kStarted, {iTime, iTableID});
+    }
     void DataCopyError(platform::Date iTime, platform::Integer iTableID, platform::Integer ieNumber,
-                       const std::string& ieMessage) override;
+                       const std::string& ieMessage) override {
+        events_.Raise(kError, {iTime, iTableID, ieNumber, ieMessage});
+    }
     void DataCopyComplete(platform::Date iTime, platform::Integer iTableID, platform::Long icount,
-                          platform::Long ucount, platform::Long dcount) override;
-    void DataCopyAlreadyInProgress(platform::Date iTime, platform::Integer iTableID) override;
-    void DataCopydone() override;
+                          platform::Long ucount, platform::Long dcount) override {
+        events_.Raise(kComplete, {iTime, iTableID, icount, ucount, dcount});
+    }
+    void DataCopyAlreadyInProgress(platform::Date iTime, platform::Integer iTableID) override {
+        events_.Raise(kAlreadyInProgress, {iTime, iTableID});
+    }
+    void DataCopydone() override { events_.Raise(kDone, {}); }
 
     void Serve(control::CopyRequest& request, const VARIANT& databasePlatform);
     void Refuse(const control::CopyRequest& request, const platform::RuntimeError& error);

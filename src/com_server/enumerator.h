@@ -13,12 +13,19 @@ namespace iqrx::hosting::windows {
 // with a reference of its own. `owner` is the object that the enumerator keeps alive.
 template <class Interface, class Item, class Kept>
 class Enumerator final : public platform::windows::Counted<Interface> {
-public:
     using List = std::shared_ptr<const std::vector<Kept>>;
 
-    // A new one with one reference, which the caller owns.
-    static Interface* Create(List list, platform::windows::ComRef<IUnknown> owner, std::size_t next = 0) {
-        return new Enumerator(std::move(list), std::move(owner), next);
+public:
+    // Hands out a new one over what `fill` puts into the list.
+    template <class Fill>
+    static HRESULT Create(Interface** enumerator, IUnknown& owner, Fill fill) {
+        if (enumerator == nullptr) return E_POINTER;
+        *enumerator = nullptr;
+        return platform::windows::Guarded([&] {
+            const auto list = std::make_shared<std::vector<Kept>>();
+            fill(*list);
+            *enumerator = new Enumerator(list, platform::windows::ComRef<IUnknown>::Share(&owner), 0);
+        });
     }
 
     HRESULT STDMETHODCALLTYPE Next(ULONG count, Item* items, ULONG* fetched) override {
@@ -40,7 +47,7 @@ public:
     HRESULT STDMETHODCALLTYPE Clone(Interface** clone) override {
         if (clone == nullptr) return E_POINTER;
         *clone = nullptr;
-        return platform::windows::Guarded([&] { *clone = Create(list_, owner_, next_); });
+        return platform::windows::Guarded([&] { *clone = new Enumerator(list_, owner_, next_); });
     }
 
 private:

@@ -6,16 +6,35 @@
 #include <optional>
 
 #include "com_server/class_factory.h"
-#include "com_server/class_objects.h"
-#include "com_server/com_requests.h"
-#include "com_server/type_library.h"
+#include "com_server/data_copy_class.h"
+#include "com_server/handler_class.h"
 
 namespace iqrx::hosting::windows {
+
+// COM's table of classes, in which a process offers its own to clients.
+// Members are called on the thread that serves the clients. Register and Resume raise RuntimeError.
+class ClassObjects {
+public:
+    virtual ~ClassObjects() = default;
+
+    // Enters a class with its factory; `use` is of REGCLS. Returns the entry's number.
+    virtual DWORD Register(REFCLSID classId, IUnknown* factory, DWORD use) = 0;
+    virtual void Resume() = 0;  // opens all entries that were registered as suspended
+    virtual void Revoke(DWORD entry) noexcept = 0;
+
+    // Creates an object of a class that this process no longer offers: COM starts another one for it.
+    virtual HRESULT CreateElsewhere(REFCLSID classId, REFIID iid, void** object) noexcept = 0;
+};
 
 class Offer {
 public:
     // Borrows all three. Every class is offered when the constructor returns. Raises RuntimeError.
-    Offer(ClassObjects& classObjects, ServerLifetime& lifetime, ComRequests& requests);
+    Offer(ClassObjects& classObjects, ServerLifetime& lifetime, ComRequests& requests)
+        : classObjects_(classObjects), lifetime_(lifetime), requests_(requests) {
+        Register<HandlerClass>(0, __uuidof(::clsDataCopyHandler));
+        Register<DataCopyClass>(1, __uuidof(::clsDataCopy));
+        classObjects_.Resume();
+    }
     Offer(const Offer&) = delete;
     Offer& operator=(const Offer&) = delete;
 
@@ -25,7 +44,13 @@ private:
     class Registration {
     public:
         Registration(ClassObjects& classObjects, REFCLSID classId, ClassFactory::Create create,
-                     ServerLifetime& lifetime);
+                     ServerLifetime& lifetime)
+            : classObjects_(classObjects) {
+            const auto factory =
+                platform::windows::ComRef<ClassFactory>::Adopt(new ClassFactory(lifetime, std::move(create)));
+            // Suspended: a client that came before every class is entered would find half a server.
+            entry_ = classObjects_.Register(classId, factory.Get(), REGCLS_SINGLEUSE | REGCLS_SUSPENDED);
+        }
         ~Registration() { classObjects_.Revoke(entry_); }
         Registration(const Registration&) = delete;
         Registration& operator=(const Registration&) = delete;
@@ -36,9 +61,30 @@ private:
     };
 
     template <class Class>
-    void Register(std::size_t place, REFCLSID classId);
+    void Register(std::size_t place, REFCLSID classId) {
+        registrations_[place].emplace(
+            classObjects_, classId,
+            [this, place, classId](REFIID iid, void** object) {
+                return Create<Class>(place, classId, iid, object);
+            },
+            lifetime_);
+    }
+
     template <class Class>
-    HRESULT Create(std::size_t place, REFCLSID classId, REFIID iid, void** object);
+    HRESULT Create(std::size_t place, REFCLSID classId, REFIID iid, void** object) {
+        if (taken_) {
+            // A client that got hold of a factory before its entry was revoked, or asks for a second object.
+            registrations_[place].reset();
+            return classObjects_.CreateElsewhere(classId, iid, object);
+        }
+        const auto created = platform::windows::ComRef<Class>::Adopt(new Class(lifetime_, library_, requests_));
+        if (const HRESULT lacking = created->QueryInterface(iid, object); FAILED(lacking)) return lacking;
+        taken_ = true;
+        // Single use closes the entry of the class that was taken, not that of the other.
+        for (std::size_t other = 0; other < registrations_.size(); ++other)
+            if (other != place) registrations_[other].reset();
+        return S_OK;
+    }
 
     ClassObjects& classObjects_;
     ServerLifetime& lifetime_;

@@ -1,7 +1,8 @@
-#include "com_server/registration.h"
+#include "com_server/server.h"
 
 #include <array>
 #include <string>
+#include <vector>
 
 #include "com_server/type_library.h"
 #include "platform/windows/com_error.h"
@@ -90,88 +91,76 @@ const std::array<PublicInterface, 3> kPublicInterfaces{{
     {L"__clsDataCopy", __uuidof(__clsDataCopy), kDispatchMarshaller},
 }};
 
-std::wstring KeyOf(const PublicClass& publicClass) { return L"CLSID\\" + Text(publicClass.classId); }
-std::wstring KeyOf(const PublicInterface& publicInterface) {
-    return L"Interface\\" + Text(publicInterface.id);
+// What is written at a path below a key; without a name as the default value.
+struct Setting {
+    std::wstring below, value;
+    const wchar_t* name = nullptr;
+};
+
+// A key of this program's own, with all below it.
+struct OwnKey {
+    std::wstring path;
+    std::vector<Setting> settings;
+    bool in32BitView = false;
+};
+
+// The classes are for every program, since the server is a process of its own. A 32-bit program that was
+// compiled against the interfaces finds their marshaller and their type library only in its own view.
+std::vector<OwnKey> OwnKeys() {
+    const std::filesystem::path file = platform::windows::ProgramFile();
+    const std::wstring library = Text(TypeLibrary().Id()), version = std::wstring(L"\\") + kVersion;
+    std::vector<OwnKey> keys;
+    for (const auto& [name, id] : kPublicClasses) {
+        keys.push_back({name, {{L"", name}, {L"\\CLSID", Text(id)}}});
+        keys.push_back({L"CLSID\\" + Text(id),
+                        {{L"", name},
+                         {L"\\ProgID", name},
+                         {L"\\LocalServer32", L"\"" + file.native() + L"\""},
+                         {L"\\TypeLib", library},
+                         {L"\\Version", kVersion}}});
+    }
+    for (const auto& [name, id, marshaller] : kPublicInterfaces)
+        keys.push_back({L"Interface\\" + Text(id),
+                        {{L"", name},
+                         {L"\\ProxyStubClsid32", marshaller},
+                         {L"\\TypeLib", library},
+                         {L"\\TypeLib", kVersion, L"Version"}},
+                        true});
+    keys.push_back({L"TypeLib\\" + library,
+                    {{version, L"Data copy service"},
+                     {version + L"\\0\\win64", file.native()},
+                     {version + L"\\0\\win32", file.native()},
+                     {version + L"\\FLAGS", L"0"},
+                     {version + L"\\HELPDIR", file.parent_path().native()}},
+                    true});
+    return keys;
 }
 
-// The entries of this program file.
-class Entries {
-public:
-    explicit Entries(HKEY root)
-        : classes_(root, KEY_WOW64_64KEY),
-          classesOf32Bit_(root, KEY_WOW64_32KEY),
-          libraryId_(Text(TypeLibrary().Id())) {}
+bool IsWritable(HKEY root) { return Classes(root, KEY_WOW64_64KEY).Writable(); }
 
-    bool Writable() const { return classes_.Writable(); }
-
-    // The classes are for every program, since the server is a process of its own. A 32-bit program that was
-    // compiled against the interfaces finds their marshaller and their type library only in its own view.
-    void Write(const std::filesystem::path& file) const {
-        for (const auto& publicClass : kPublicClasses) WriteClass(publicClass, file.native());
-        for (const Classes* classes : {&classes_, &classesOf32Bit_}) {
-            for (const auto& publicInterface : kPublicInterfaces) WriteInterface(*classes, publicInterface);
-            WriteLibrary(*classes, file);
-        }
-    }
-
-    void Remove() const {
-        for (const auto& publicClass : kPublicClasses) {
-            classes_.Remove(publicClass.progId);
-            classes_.Remove(KeyOf(publicClass));
-        }
-        for (const Classes* classes : {&classes_, &classesOf32Bit_}) {
-            for (const auto& publicInterface : kPublicInterfaces) classes->Remove(KeyOf(publicInterface));
-            classes->Remove(KeyOfLibrary());
-        }
-    }
-
-private:
-    std::wstring KeyOfLibrary() const { return L"TypeLib\\" + libraryId_; }
-
-    void WriteClass(const PublicClass& publicClass, const std::wstring& file) const {
-        const std::wstring key = KeyOf(publicClass), name = publicClass.progId;
-        classes_.Set(name, name);
-        classes_.Set(name + L"\\CLSID", Text(publicClass.classId));
-        classes_.Set(key, name);
-        classes_.Set(key + L"\\ProgID", name);
-        classes_.Set(key + L"\\LocalServer32", L"\"" + file + L"\"");
-        classes_.Set(key + L"\\TypeLib", libraryId_);
-        classes_.Set(key + L"\\Version", kVersion);
-    }
-
-    void WriteInterface(const Classes& classes, const PublicInterface& publicInterface) const {
-        const std::wstring key = KeyOf(publicInterface);
-        classes.Set(key, publicInterface.name);
-        classes.Set(key + L"\\ProxyStubClsid32", publicInterface.marshaller);
-        classes.Set(key + L"\\TypeLib", libraryId_);
-        classes.Set(key + L"\\TypeLib", kVersion, L"Version");
-    }
-
-    void WriteLibrary(const Classes& classes, const std::filesystem::path& file) const {
-        const std::wstring key = KeyOfLibrary() + L"\\" + kVersion;
-        classes.Set(key, L"Data copy service");
-        for (const wchar_t* system : {L"win64", L"win32"})
-            classes.Set(key + L"\\0\\" + system, file.native());
-        classes.Set(key + L"\\FLAGS", L"0");
-        classes.Set(key + L"\\HELPDIR", file.parent_path().native());
-    }
-
-    Classes classes_;
-    Classes classesOf32Bit_;
-    std::wstring libraryId_;
-};
+// Does it in the view of 64-bit programs and, where the key is in both, in that of 32-bit ones.
+template <class Do>
+void InViewsOf(const OwnKey& key, HKEY root, Do act) {
+    act(Classes(root, KEY_WOW64_64KEY));
+    if (key.in32BitView) act(Classes(root, KEY_WOW64_32KEY));
+}
 
 }  // namespace
 
 void RegisterServer() {
-    const Entries ofMachine(HKEY_LOCAL_MACHINE), ofUser(HKEY_CURRENT_USER);
-    (ofMachine.Writable() ? ofMachine : ofUser).Write(platform::windows::ProgramFile());
+    const HKEY root = IsWritable(HKEY_LOCAL_MACHINE) ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
+    for (const OwnKey& key : OwnKeys())
+        InViewsOf(key, root, [&](const Classes& classes) {
+            for (const auto& [below, value, name] : key.settings) classes.Set(key.path + below, value, name);
+        });
 }
 
 void UnregisterServer() {
-    for (const HKEY root : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER})
-        if (const Entries entries(root); entries.Writable()) entries.Remove();
+    for (const HKEY root : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER}) {
+        if (!IsWritable(root)) continue;
+        for (const OwnKey& key : OwnKeys())
+            InViewsOf(key, root, [&](const Classes& classes) { classes.Remove(key.path); });
+    }
 }
 
 }  // namespace iqrx::hosting::windows

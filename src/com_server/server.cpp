@@ -1,9 +1,11 @@
 #include "com_server/server.h"
 
 #include "com_server/offer.h"
-#include "platform/windows/kept_interface.h"
+#include "platform/windows/apartment.h"
 
 namespace iqrx::hosting::windows {
+
+using platform::windows::Check;
 
 namespace {
 
@@ -20,6 +22,21 @@ void RunMessages(const Offer& offer) {
     }
     KillTimer(nullptr, limit);
 }
+
+class ComClassObjects final : public ClassObjects {
+public:
+    DWORD Register(REFCLSID classId, IUnknown* factory, DWORD use) override {
+        DWORD entry = 0;
+        Check(CoRegisterClassObject(classId, factory, CLSCTX_LOCAL_SERVER, use, &entry),
+              "CoRegisterClassObject");
+        return entry;
+    }
+    void Resume() override { Check(CoResumeClassObjects(), "CoResumeClassObjects"); }
+    void Revoke(DWORD entry) noexcept override { CoRevokeClassObject(entry); }
+    HRESULT CreateElsewhere(REFCLSID classId, REFIID iid, void** object) noexcept override {
+        return CoCreateInstance(classId, nullptr, CLSCTX_LOCAL_SERVER, iid, object);
+    }
+};
 
 // Those that every client calls through.
 void KeepInterfaces(ServerLifetime& lifetime) {

@@ -10,4 +10,12 @@ namespace iqrx::hosting::windows {
 // RuntimeError when the classes cannot be offered.
 void RunServer(control::Process& process);
 
+// Makes the registry entries of the public classes and of their type library, for every user of the machine,
+// or for this user only when the process may not write there. Registering again renews the entries. Raises
+// RuntimeError.
+void RegisterServer();
+
+// Removes every entry that registering makes, for all users where it may and for this user.
+void UnregisterServer();
+
 }  // namespace iqrx::hosting::windows

@@ -4,7 +4,6 @@
 
 #include "hosting/command_line.h"
 #include "hosting/dispatch.h"
-#include "platform/conversions.h"
 
 namespace iqrx::hosting {
 
@@ -75,11 +74,6 @@ void clsDataCopyHandler::FetchInstanceObject() {
                                      process_.messages.GetI18nText("SLBL0120"));
 }
 
-platform::Object& clsDataCopyHandler::Instance() {
-    if (!instanceObject_) platform::RaiseRuntimeError(platform::kObjectNotSet);
-    return *instanceObject_;
-}
-
 clsDataCopyHandler::TableNames clsDataCopyHandler::NamesOf(Integer tableId) const {
     const int id = tableId == control::kCalendarOfEmployee ? control::kCalendarTable : tableId;
     if (const std::string text = std::to_string(id); !control::TableCatalog::HasRoomFor(id))
@@ -89,8 +83,7 @@ clsDataCopyHandler::TableNames clsDataCopyHandler::NamesOf(Integer tableId) cons
 }
 
 std::string clsDataCopyHandler::TextAbout(std::string_view label, const TableNames& table) {
-    return runtime::Fill(runtime::Fill(process_.messages.GetI18nText(label), "%1", table.text), "%2",
-                         table.erpId);
+    return process_.messages.GetI18nText(label, {table.text, table.erpId});
 }
 
 template <class Calls>
@@ -112,10 +105,9 @@ void clsDataCopyHandler::DataCopyAlreadyInProgress(platform::Date iTime, Integer
 void clsDataCopyHandler::DataCopyComplete(platform::Date iTime, Integer iTableID, platform::Long icount,
                                           platform::Long ucount, platform::Long dcount) {
     Relay(iTableID, kTableComplete, [&](const TableNames& table) {
-        std::string text = TextAbout("SLBL0010", table);
-        text = runtime::Fill(text, "%3", std::to_string(icount));
-        text = runtime::Fill(text, "%4", std::to_string(ucount));
-        text = runtime::Fill(text, "%5", std::to_string(dcount));
+        const std::string text =
+            process_.messages.GetI18nText("SLBL0010", {table.text, table.erpId, std::to_string(icount),
+                                                       std::to_string(ucount), std::to_string(dcount)});
         Call(Instance(), "writeToMessageBox", text, iTime);
         Call(Instance(), "UpdateSyncStatus", Integer{kSyncComplete}, iTime);
     });
@@ -128,9 +120,8 @@ void clsDataCopyHandler::DataCopydone() {
 void clsDataCopyHandler::DataCopyError(platform::Date iTime, Integer iTableID, Integer ieNumber,
                                        const std::string& ieMessage) {
     Relay(iTableID, kTableFailed, [&](const TableNames& table) {
-        std::string alert = runtime::Fill(process_.messages.GetI18nText("SLBL0133"), "%1", table.name);
-        alert = runtime::Fill(alert, "%2", std::to_string(ieNumber));
-        alert = runtime::Fill(alert, "%3", ieMessage);
+        const std::string alert =
+            process_.messages.GetI18nText("SLBL0133", {table.name, std::to_string(ieNumber), ieMessage});
         Call(Instance(), "writeToMessageBox", TextAbout("SLBL0006", table), iTime);
         Call(Instance(), "WriteToAlertBox", alert, iTime);
         Call(Instance(), "UpdateSyncStatus", Integer{kSyncFailed}, iTime);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "control/cls_data_copy.h"
+#include "platform/conversions.h"
 #include "platform/error.h"
 
 namespace iqrx::hosting {
@@ -38,7 +39,7 @@ private:
     TableNames NamesOf(platform::Integer tableId) const;
     void FetchInstanceObject();
     void Handle(const control::CopyRequest& request);
-    platform::Object& Instance();
+    platform::Object& Instance() { return *platform::ToObject(instanceObject_); }
     std::string TextAbout(std::string_view label, const TableNames& table);
     // Makes the calls, unless standalone, then tells the table's status where it is wanted.
     template <class Calls>

@@ -31,10 +31,9 @@ Result Converted(const CommandLine& line, ArgumentIndex index, Result (*convert)
 
 [[noreturn]] void RaiseInvalid(runtime::MessageCatalog& messages, std::string_view label,
                                const std::string& argument, const char* source) {
-    throw platform::RuntimeError(
-        kInvalidArgument, source,
-        runtime::Fill(messages.GetI18nText(label), "%1", platform::Printable(argument)) +
-            messages.GetI18nText("SLBL0026") + "\r\n");
+    throw platform::RuntimeError(kInvalidArgument, source,
+                                 messages.GetI18nText(label, {platform::Printable(argument)}) +
+                                     messages.GetI18nText("SLBL0026") + "\r\n");
 }
 
 // Weak on purpose: the comparison converts the argument first, so that a text that is not a number fails

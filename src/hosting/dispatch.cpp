@@ -1,7 +1,6 @@
 #include "hosting/dispatch.h"
 
 #include "tables/calendars/calendars.h"
-#include "tables/calendars/expansion.h"
 #include "tables/configuration/configuration.h"
 #include "tables/master/master_data.h"
 #include "tables/orders/orders.h"

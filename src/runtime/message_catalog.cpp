@@ -20,6 +20,13 @@ std::string MessageCatalog::GetI18nText(std::string_view label) {
     return std::string(label);
 }
 
+std::string MessageCatalog::GetI18nText(std::string_view label, std::initializer_list<std::string_view> values) {
+    std::string text = GetI18nText(label);
+    for (int number = 1; const std::string_view value : values)
+        text = Fill(std::move(text), "%" + std::to_string(number++), value);
+    return text;
+}
+
 std::string Fill(std::string text, std::string_view placeholder, std::string_view value) {
     for (auto at = text.find(placeholder); at != std::string::npos;
          at = text.find(placeholder, at + value.size()))

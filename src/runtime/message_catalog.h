@@ -18,6 +18,8 @@ public:
     // such text; a load that failed is tried again by the next call, so that a file put right is found
     // without a restart.
     std::string GetI18nText(std::string_view label);
+    // The same with the values in the places of "%1", "%2" and so on.
+    std::string GetI18nText(std::string_view label, std::initializer_list<std::string_view> values);
 
 private:
     platform::XmlDocumentFactory& xml_;

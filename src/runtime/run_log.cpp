@@ -1,8 +1,8 @@
 #include "runtime/run_log.h"
 
-#include <initializer_list>
 #include <ostream>
 #include <utility>
+#include <vector>
 
 #include "platform/conversions.h"
 #include "platform/text.h"
@@ -11,61 +11,38 @@ namespace iqrx::runtime {
 
 namespace {
 
-// An entry of a log, line by line.
-class Entry {
-public:
-    explicit Entry(const platform::Machine& machine) : lineEnd_(machine.lineEnd) {}
+using Lines = std::vector<std::string>;
 
-    void Print(std::string_view text) { text_.append(text).append(lineEnd_); }
+std::string InQuotes(const std::string& text) { return '"' + text + '"'; }
 
-    // Every item in double quotes, a comma between two.
-    void Write(std::initializer_list<std::string_view> items) {
-        const char* separator = "";
-        for (const auto item : items) {
-            text_.append(separator).append("\"").append(item).append("\"");
-            separator = ",";
-        }
-        text_.append(lineEnd_);
-    }
-
-    const std::string& Text() const { return text_; }
-
-private:
-    std::string_view lineEnd_;
-    std::string text_;
-};
-
-void AppendTo(const std::string& path, platform::Machine& machine, const std::string& entry) {
+// An entry of a log, in one write.
+void AppendTo(const std::string& path, platform::Machine& machine, const Lines& lines) {
+    std::string entry;
+    for (const std::string& line : lines) entry.append(line).append(machine.lineEnd);
     machine.files.OpenForAppending(platform::Path(path))->Append(entry);
+}
+
+// The line that opens an entry: the date and the time in the catalog's words.
+std::string DateTimeLine(platform::Machine& machine, MessageCatalog& messages) {
+    const platform::Date now = machine.clock.Now();
+    return messages.GetI18nText("SLBL0143", {machine.locale.ShortDate(now), machine.locale.LongTime(now)});
 }
 
 }  // namespace
 
-std::string DateTimeLine(platform::Machine& machine, MessageCatalog& messages) {
-    const platform::Date now = machine.clock.Now();
-    return Fill(Fill(messages.GetI18nText("SLBL0143"), "%1", machine.locale.ShortDate(now)), "%2",
-                machine.locale.LongTime(now));
-}
-
 void RunLog::LogTableCounts(const std::string& table, platform::Long first, platform::Long second,
                             platform::Long third) {
-    Entry entry(machine_);
+    Lines lines{DateTimeLine(machine_, messages_)};
     const auto count = [&](std::string_view label, platform::Long number) {
-        entry.Write({Fill(messages_.GetI18nText(label), "%1", table + " - " + platform::SignedText(number))});
+        lines.push_back(InQuotes(messages_.GetI18nText(label, {table + " - " + platform::SignedText(number)})));
     };
-    entry.Print(DateTimeLine(machine_, messages_));
     count("SLBL0375", first);
     if (second > 0) count("SLBL0376", second);
     if (third > 0) count("SLBL0377", third);
-    Append(entry.Text());
+    Append(lines);
 }
 
-void RunLog::LogNotice(const std::string& text) {
-    Entry entry(machine_);
-    entry.Print(DateTimeLine(machine_, messages_));
-    entry.Print(text);
-    Append(entry.Text());
-}
+void RunLog::LogNotice(const std::string& text) { Append({DateTimeLine(machine_, messages_), text}); }
 
 void RunLog::SetLogFileName(std::string path) {
     logFileName_ = std::move(path);
@@ -74,25 +51,26 @@ void RunLog::SetLogFileName(std::string path) {
 }
 
 void RunLog::LogError(const std::string& text, const platform::RuntimeError& error) {
-    Entry entry(machine_);
     const platform::Date now = machine_.clock.Now();
-    entry.Write({"Date-Time :" + machine_.locale.ShortDate(now) + " : " + machine_.locale.LongTime(now) + text});
+    Lines lines{InQuotes("Date-Time :" + machine_.locale.ShortDate(now) + " : " +
+                         machine_.locale.LongTime(now) + text)};
     if (errors_ && !errors_->empty()) {
         for (const auto& known : *errors_)
             if (known.number != 0)
-                entry.Write({std::to_string(known.number) + " - " + known.source + " - " + known.description});
+                lines.push_back(
+                    InQuotes(std::to_string(known.number) + " - " + known.source + " - " + known.description));
         errors_->clear();
     }
-    entry.Write({error.source, error.description});
-    Append(entry.Text());
+    lines.push_back(InQuotes(error.source) + ',' + InQuotes(error.description));
+    Append(lines);
     if (!firstError_.empty()) return;
     firstError_ = error.description.empty() ? "error " + std::to_string(error.number) : error.description;
 }
 
-void RunLog::Append(const std::string& entry) {
+void RunLog::Append(const Lines& lines) {
     if (logFileName_.empty()) return;
     try {
-        AppendTo(logFileName_, machine_, entry);
+        AppendTo(logFileName_, machine_, lines);
     } catch (const std::exception&) {
         const platform::RuntimeError error = platform::CurrentError();
         if (!std::exchange(toldOfFailure_, true))
@@ -115,12 +93,10 @@ std::string RequestErrorLog(const platform::Machine& machine, const std::string&
 
 void LogHandlerError(platform::Machine& machine, MessageCatalog& messages, const std::string& logDirectory,
                      const platform::RuntimeError& error) {
-    Entry entry(machine);
-    entry.Print(DateTimeLine(machine, messages));
-    entry.Print(messages.GetI18nText("SLBL0374"));
-    entry.Print("Error is - " + std::to_string(error.number) + ": " + error.description);
+    const Lines lines{DateTimeLine(machine, messages), messages.GetI18nText("SLBL0374"),
+                      "Error is - " + std::to_string(error.number) + ": " + error.description};
     try {
-        AppendTo(RequestErrorLog(machine, logDirectory), machine, entry.Text());
+        AppendTo(RequestErrorLog(machine, logDirectory), machine, lines);
     } catch (const std::exception&) {
         return;
     }

@@ -4,6 +4,7 @@
 
 #include <iosfwd>
 #include <string>
+#include <vector>
 
 #include "platform/database.h"
 #include "platform/error.h"
@@ -38,7 +39,7 @@ public:
     void LogError(const std::string& text, const platform::RuntimeError& error);
 
 private:
-    void Append(const std::string& entry);
+    void Append(const std::vector<std::string>& lines);
 
     platform::Machine& machine_;
     MessageCatalog& messages_;
@@ -48,9 +49,6 @@ private:
     bool toldOfFailure_ = false;
     platform::Errors* errors_ = nullptr;
 };
-
-// The line that opens an entry: the date and the time in the catalog's words.
-std::string DateTimeLine(platform::Machine& machine, MessageCatalog& messages);
 
 // The line of an error on standard error: the program's name and the description, line breaks taken out.
 std::string DiagnosticLine(const std::string& description);

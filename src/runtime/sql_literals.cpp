@@ -7,8 +7,6 @@
 #include "platform/conversions.h"
 #include "platform/date.h"
 #include "platform/error.h"
-#include "runtime/message_catalog.h"
-#include "runtime/time_zone.h"
 
 namespace iqrx::runtime {
 
@@ -72,7 +70,7 @@ std::optional<Literal> SqlLiterals::UtcDateLiteral(const platform::Value& local)
         if (local.Is<platform::Null>()) return std::nullopt;
         const platform::Date moment = platform::ToDate(local);
         if (moment <= kEpoch) return std::nullopt;
-        return DateLiteral(LocalToUtc(moment, machine_.timeZone));
+        return DateLiteral(platform::AddMinutes(moment, machine_.timeZone.BiasMinutes()));
     } catch (const platform::RuntimeError&) {
         return std::nullopt;
     }

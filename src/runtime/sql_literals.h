@@ -28,8 +28,9 @@ public:
     // The text of a date and time, which may be empty, as a date of the database.
     Literal WrapDateLiteral(std::string_view text) const;
 
-    // The UTC literal of a local date. Nothing for Null, for a moment of 1970-01-01 00:00:00 or before, and
-    // for a value that is not a date: callers write NULL.
+    // The UTC literal of a local date, by the zone's standard offset only: summer time is not taken into
+    // account, so that a moment has the same distance to UTC all year round. Nothing for Null, for a moment
+    // of 1970-01-01 00:00:00 or before, and for a value that is not a date: callers write NULL.
     std::optional<Literal> UtcDateLiteral(const platform::Value& local) const;
 
     Literal CurrentTimeLiteral() const;  // the present local time

@@ -1,5 +1,4 @@
 #include "platform/date.h"
-#include "sample/csv_file.h"
 #include "sample/files.h"
 
 namespace iqrx::sample {

@@ -1,7 +1,6 @@
 #include <array>
 
 #include "platform/date.h"
-#include "sample/csv_file.h"
 #include "sample/files.h"
 #include "sample/random.h"
 

@@ -1,7 +1,6 @@
 #include "sample/sample.h"
 
 #include "platform/error.h"
-#include "sample/csv_file.h"
 #include "sample/files.h"
 
 namespace iqrx::sample {

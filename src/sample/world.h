@@ -74,9 +74,8 @@ int Weekday(platform::Date date);  // days after Monday
 std::string Numbered(std::string_view prefix, int digits, long number);
 inline std::string CenterCode(long center) { return Numbered("SC", 2, center + 1); }
 inline std::string AreaCode(long area) { return Numbered("A", 2, area + 1); }
-inline std::string EmployeeCode(long employee) {
-    return Numbered("E", 5, employee + 1);
-}  // its calendar's, too
+// Its calendar's, too.
+inline std::string EmployeeCode(long employee) { return Numbered("E", 5, employee + 1); }
 inline std::string InstallationCode(long installation) { return Numbered("C", 7, installation + 1); }
 inline std::string AddressCode(long address) { return Numbered("A", 8, address + 1); }
 inline std::string OrderNumber(long order) { return Numbered("SO", 7, order + 1); }

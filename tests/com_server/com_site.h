@@ -10,9 +10,9 @@
 #include "com_server/data_copy_class.h"
 #include "com_server/handler_class.h"
 #include "platform/conversions.h"
-#include "platform/windows/apartment.h"
 #include "platform/windows/com_object.h"
 #include "platform/windows/variant.h"
+#include "support/apartment.h"
 #include "support/test_process.h"
 
 namespace iqrx::testing {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "platform/conversions.h"
-#include "runtime/time_zone.h"
 #include "support/test_process.h"
 
 namespace iqrx::testing {

@@ -23,11 +23,10 @@
 #include "platform/date.h"
 #include "platform/ini_file.h"
 #include "platform/json_text.h"
-#include "platform/windows/apartment.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/dispatch_adapter.h"
-#include "platform/windows/kept_interface.h"
 #include "platform/windows/machine.h"
+#include "support/apartment.h"
 #include "support/test_process.h"
 #include "windows/remote_database.h"
 

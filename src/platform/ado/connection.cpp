@@ -1,8 +1,6 @@
 #include "platform/ado/connection.h"
 
-#include "platform/ado/errors.h"
 #include "platform/ado/recordset.h"
-#include "platform/conversions.h"
 #include "platform/exclusive_section.h"
 #include "platform/text.h"
 

@@ -1,16 +1,35 @@
 // ADO's Errors collection.
 #pragma once
 
+#include "platform/conversions.h"
 #include "platform/database.h"
 #include "platform/error.h"
 #include "platform/object.h"
+#include "platform/printable.h"
 
 namespace iqrx::platform::ado {
+
+inline ErrorEntry EntryOf(Object& error) {
+    return {ToLong(error.Get("Number")), ToText(error.Get("Source")),
+            Printable(ToText(error.Get("Description"))), ToText(error.Get("SQLState"))};
+}
 
 // Takes the entries of a connection's collection over into `errors` and clears the collection, so that an
 // entry is reported once. Entries already there stay when the collection is empty. Never raises: what it is
 // asked for in is a failure already.
-void TakeErrors(Object& connection, Errors& errors);
+inline void TakeErrors(Object& connection, Errors& errors) {
+    try {
+        const ObjectRef collection = ToObject(connection.Get("Errors"));
+        const Long count = ToLong(collection->Get("Count"));
+        if (count == 0) return;
+        Errors taken;
+        for (Long i = 0; i < count; ++i) taken.push_back(EntryOf(*ToObject(Call(*collection, "Item", i))));
+        errors = std::move(taken);
+        Call(*collection, "Clear");
+    } catch (const RuntimeError&) {
+        // A connection that can't even say what went wrong: the failure itself says it.
+    }
+}
 
 // Runs a call on ADO; when it fails, the error rises after the connection's entries were taken over.
 template <class F>

@@ -97,7 +97,7 @@ void ComObject::Set(std::string_view member, const Value& value) {
 }
 
 DISPID ComObject::IdOf(std::string_view member) {
-    auto& ids = class_->members->ids;
+    MemberIds& ids = *class_->members;
     if (const auto known = ids.find(member); known != ids.end()) return known->second;
     std::wstring name = Wide(member);
     LPOLESTR names = name.data();

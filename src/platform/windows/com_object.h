@@ -13,9 +13,7 @@ namespace iqrx::platform::windows {
 
 // What is known of a class: the ids of its members, and the classes of the objects that its members return,
 // told apart by the member and the object's method table. A member's id is asked for once a class.
-struct MemberIds {
-    std::map<std::string, DISPID, std::less<>> ids;
-};
+using MemberIds = std::map<std::string, DISPID, std::less<>>;
 struct ObjectClass {
     std::shared_ptr<MemberIds> members = std::make_shared<MemberIds>();
     std::map<std::pair<std::string, const void*>, std::shared_ptr<ObjectClass>> returned;

@@ -4,7 +4,7 @@
 
 #include "platform/date.h"
 #include "platform/windows/com.h"
-#include "platform/windows/machine_parts.h"
+#include "platform/windows/files.h"
 
 namespace iqrx::platform::windows {
 
@@ -38,18 +38,14 @@ public:
         GetLocaleInfoW(GetUserDefaultLCID(), LOCALE_SDECIMAL, buffer.data(), buffer.size());
         return Utf8(buffer.data());
     }
+    std::string ShortDate(Date moment) override { return Shown(GetDateFormatW, DATE_SHORTDATE, moment); }
+    std::string LongTime(Date moment) override { return Shown(GetTimeFormatW, 0, moment); }
 
-    std::string ShortDate(Date moment) override {
+private:
+    static std::string Shown(decltype(GetDateFormatW)* format, DWORD flags, Date moment) {
         const SYSTEMTIME time = SystemTime(moment);
         std::array<wchar_t, 100> buffer{};
-        GetDateFormatW(GetUserDefaultLCID(), DATE_SHORTDATE, &time, nullptr, buffer.data(), buffer.size());
-        return Utf8(buffer.data());
-    }
-
-    std::string LongTime(Date moment) override {
-        const SYSTEMTIME time = SystemTime(moment);
-        std::array<wchar_t, 100> buffer{};
-        GetTimeFormatW(GetUserDefaultLCID(), 0, &time, nullptr, buffer.data(), buffer.size());
+        format(GetUserDefaultLCID(), flags, &time, nullptr, buffer.data(), buffer.size());
         return Utf8(buffer.data());
     }
 };
@@ -63,10 +59,37 @@ public:
     }
 };
 
+BOOL CALLBACK Answer(HWND window, LPARAM) {
+    EndDialog(window, IDOK);
+    return TRUE;
+}
+
+void CALLBACK AnswerForNobody(HWND, UINT, UINT_PTR, DWORD) {
+    EnumThreadWindows(GetCurrentThreadId(), Answer, 0);
+}
+
+class UserMessageBox final : public MessageDisplay {
+public:
+    UserMessageBox(Audience audience, std::chrono::milliseconds limit) : audience_(audience), limit_(limit) {}
+
+    void Show(const std::string& text) override {
+        const std::wstring wide = Wide(text);
+        if (audience_ == Audience::Nobody) return OutputDebugStringW(wide.c_str());
+        // The box runs the thread's messages, and with them the timer.
+        const UINT_PTR timer = SetTimer(nullptr, 0, static_cast<UINT>(limit_.count()), &AnswerForNobody);
+        MessageBoxW(nullptr, wide.c_str(), L"iQRXyQRXSync", MB_OK | MB_ICONEXCLAMATION | MB_SETFOREGROUND);
+        KillTimer(nullptr, timer);
+    }
+
+private:
+    Audience audience_;
+    std::chrono::milliseconds limit_;
+};
+
 }  // namespace
 
 struct WindowsMachine::Parts {
-    const std::unique_ptr<MessageDisplay> messageBox;
+    UserMessageBox messageBox;
     LocalClock clock = {};
     UserLocale locale = {};
     StandardTimeZone timeZone = {};
@@ -75,7 +98,7 @@ struct WindowsMachine::Parts {
 };
 
 WindowsMachine::WindowsMachine(Audience audience, std::chrono::milliseconds boxLimit)
-    : parts_(new Parts{CreateMessageBox(audience, boxLimit)}) {}
+    : parts_(new Parts{{audience, boxLimit}}) {}
 
 WindowsMachine::~WindowsMachine() = default;
 
@@ -83,7 +106,7 @@ Machine WindowsMachine::Ports() {
     return {.clock = parts_->clock,
             .locale = parts_->locale,
             .timeZone = parts_->timeZone,
-            .messageBox = *parts_->messageBox,
+            .messageBox = parts_->messageBox,
             .xml = *parts_->xml,
             .files = *parts_->files,
             .programFolder = ProgramFile().parent_path(),

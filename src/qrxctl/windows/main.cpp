@@ -1,4 +1,4 @@
-#include "platform/windows/leave_process.h"
+#include "platform/windows/apartment.h"
 #include "platform/windows/text.h"
 #include "qrxctl/tool.h"
 

@@ -1,7 +1,6 @@
 #include <cstdio>
 #include <iostream>
 
-#include "com_server/registration.h"
 #include "com_server/server.h"
 #include "composition/composition.h"
 #include "composition/run_recorder.h"
@@ -9,8 +8,7 @@
 #include "hosting/version.h"
 #include "platform/connection_string.h"
 #include "platform/error.h"
-#include "platform/windows/com.h"
-#include "platform/windows/leave_process.h"
+#include "platform/windows/apartment.h"
 
 namespace iqrx::hosting::windows {
 

@@ -1,10 +1,7 @@
-#include "tables/calendars/calcodes_file.h"
-
-#include <string_view>
-
 #include "platform/conversions.h"
 #include "platform/error.h"
 #include "platform/text.h"
+#include "tables/calendars/calendars.h"
 #include "tables/calendars/failure_log.h"
 
 namespace iqrx::tables {

@@ -2,41 +2,62 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
-#include "control/copy_run.h"
-#include "platform/object.h"
+#include "engine/copy_pattern.h"
+#include "platform/date.h"
 
 namespace iqrx::tables {
 
 using control::CopyRun;
 
-// Start dates of the intervals that are copied, "yyyy-mm-dd".
-struct DateWindow {
-    std::string from, to;
-};
-
-// From the days of history that the parameters ask for to today's month and day in 2038.
-DateWindow ComputeDateWindow(CopyRun& run);
-
 // Every member raises RuntimeError.
 class CalendarService {
 public:
     CalendarService() = default;
-    ~CalendarService();  // closes a service that a failure left open
     CalendarService(const CalendarService&) = delete;
     CalendarService& operator=(const CalendarService&) = delete;
+    ~CalendarService() {
+        try {
+            if (manager_) Close();
+        } catch (const std::exception&) {
+            // The failure that left the service open is the one to report.
+        }
+    }
 
-    void Open(CopyRun& run, std::string runParameter);
+    // For the intervals that start between as many days ago as the parameters ask for and today's month and
+    // day in 2038, however many days of history these are.
+    void Open(CopyRun& run, std::string runParameter) {
+        manager_ =
+            engine::RegisterManager(run, run.Erp(runParameter).CreateObject("Calendars.CalendarManager"));
+        platform::Value parameter = std::move(runParameter);
+        platform::Call(*manager_, "Initialize", platform::ByRef{parameter});
+        const int history = run.process.controlTables.GetQrxCalendar();
+        const platform::Date today = run.process.machine.clock.Now();
+        from_ = platform::IsoDate(platform::AddDays(today, -history));
+        to_ = "2038" + platform::IsoDate(today).substr(4);
+    }
 
     // A page of a calendar's intervals; Nothing where the service has none to give. The first page is asked
     // for with call id 0 and set-complete flag "N", each further one with those that the page before handed
     // back.
-    platform::ObjectRef List(const std::string& calendar, const DateWindow& window, platform::Long callId,
-                             const std::string& setComplete);
-    void Close();
+    platform::ObjectRef List(const std::string& calendar, platform::Long callId,
+                             const std::string& setComplete) {
+        constexpr int kAvailabilityTypeWidth = 6;
+        constexpr platform::Integer kStartOfDay = 0, kEndOfDay = 2400;
+        platform::Value pageSize = platform::Long{750}, id = callId, complete = setComplete;
+        const platform::Value page =
+            platform::Call(*manager_, "ListUTCActualCalendarForQRX", calendar, calendar, std::string(),
+                           runtime::MaxKeyString(kAvailabilityTypeWidth), from_, to_, kStartOfDay, kEndOfDay,
+                           platform::ByRef{pageSize}, platform::ByRef{id}, platform::ByRef{complete});
+        return page.Is<platform::ObjectRef>() ? page.As<platform::ObjectRef>() : platform::ObjectRef();
+    }
+
+    void Close() { platform::Call(*std::exchange(manager_, {}), "Close"); }
 
 private:
     platform::ObjectRef manager_;
+    std::string from_, to_;  // "yyyy-mm-dd"
 };
 
 }  // namespace iqrx::tables

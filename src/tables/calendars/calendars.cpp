@@ -2,12 +2,9 @@
 
 #include <vector>
 
-#include "engine/copy_pattern.h"
 #include "platform/conversions.h"
 #include "platform/error.h"
-#include "tables/calendars/calcodes_file.h"
 #include "tables/calendars/calendar_service.h"
-#include "tables/calendars/expansion.h"
 #include "tables/calendars/failure_log.h"
 
 namespace iqrx::tables {
@@ -26,6 +23,7 @@ constexpr const char* kTable = "tcccp030";
 constexpr Sql<0> kMark = "UPDATE tcccp030 SET upd_flag=1";
 constexpr Sql<0> kSweep = "DELETE FROM tcccp030 WHERE upd_flag = 1";
 constexpr Sql<1> kDelete = "DELETE FROM tcccp030 WHERE ccal = {ccal}";
+constexpr Sql<1> kDeleteExpanded = "DELETE FROM tcccp031 WHERE ccal = {ccal}";
 constexpr Sql<1> kEmployee = "SELECT * FROM tsmdm140 WHERE emno = {emno}";
 
 constexpr FailureText kCopyCalendar{"SLBL0049", "Copy Calender Of Employee"};
@@ -49,9 +47,9 @@ void InsertPage(CopyRun& run, const std::string& calendar, Object& page) {
 
 // The paged listing of one calendar; whether there was one. Without a first page the local rows stay as they
 // are and `beforeFirstInterval` is not called.
-bool CopyIntervals(CopyRun& run, CalendarService& service, const DateWindow& window,
-                   const std::string& calendar, const std::function<void()>& beforeFirstInterval) {
-    ObjectRef page = service.List(calendar, window, 0, "N");
+bool CopyIntervals(CopyRun& run, CalendarService& service, const std::string& calendar,
+                   const std::function<void()>& beforeFirstInterval) {
+    ObjectRef page = service.List(calendar, 0, "N");
     if (!page) return false;
     beforeFirstInterval();
     while (true) {
@@ -59,20 +57,19 @@ bool CopyIntervals(CopyRun& run, CalendarService& service, const DateWindow& win
         const std::string setComplete = platform::ToText(page->Get("getSetComplete"));
         if (setComplete == "Y") return true;
         const Long callId = platform::ToLong(page->Get("getCallId"));
-        page = platform::ToObject(service.List(calendar, window, callId, setComplete));
+        page = platform::ToObject(service.List(calendar, callId, setComplete));
     }
 }
 
 // The calendars in use, one after the other; a calendar whose listing fails is logged and passed over.
 // Whether each was listed to its end.
-bool CopyEach(CopyRun& run, CalendarService& service, const DateWindow& window,
-              const std::vector<std::string>& calendars,
+bool CopyEach(CopyRun& run, CalendarService& service, const std::vector<std::string>& calendars,
               const std::function<void(const std::string& calendar)>& beforeFirstInterval) {
     bool whole = true;
     for (const std::string& calendar : calendars) {
         bool listed = false;
         LogFailureAndGoOn(run, kActualCalendars, CalendarNamed(calendar), [&] {
-            listed = CopyIntervals(run, service, window, calendar, [&] { beforeFirstInterval(calendar); });
+            listed = CopyIntervals(run, service, calendar, [&] { beforeFirstInterval(calendar); });
         });
         whole = whole && listed;
     }
@@ -85,9 +82,24 @@ std::vector<std::string> CalendarsInUse(CopyRun& run) {
     return calendars;
 }
 
-void LogCountsAndClose(CopyRun& run, CalendarService& service) {
-    run.process.runLog.LogTableCounts(kTable, run.counters.inserted, 0, 0);
-    service.Close();
+// The frame of a copy. A failure is logged before the service that it left open is closed.
+template <class Copy>
+void WithService(CopyRun& run, const std::string& runParameter, const FailureText& text,
+                 const Subject& subject, Copy copy) {
+    CalendarService service;
+    LogFailure(run, text, subject, [&] {
+        service.Open(run, runParameter);
+        copy(service);
+        run.process.runLog.LogTableCounts(kTable, run.counters.inserted, 0, 0);
+        service.Close();
+    });
+}
+
+void Delete(CopyRun& run, const Sql<1>& rowsOfCalendar, const std::string& calendar) {
+    LogFailure(run, kDeleteCalendar, CalendarNamed(calendar), [&] {
+        run.Database().DbConnection().SetCommandTimeout(0);
+        run.Database().Execute(rowsOfCalendar(run.Literals().QuoteSqlString(calendar)));
+    });
 }
 
 bool CalendarsAreExpanded(CopyRun& run) {
@@ -112,49 +124,38 @@ void CopyCalendars(const control::TableCall& call) {
 
 // What is not listed to its end is not swept: an ERP that does not answer has not taken a calendar away.
 void CopyCalendarsFull(CopyRun& run, const std::string& runParameter) {
-    CalendarService service;
-    LogFailure(run, kActualCalendars, {}, [&] {
-        service.Open(run, runParameter);
-        const DateWindow window = ComputeDateWindow(run);
+    WithService(run, runParameter, kActualCalendars, {}, [&](CalendarService& service) {
         const std::vector<std::string> calendars = CalendarsInUse(run);
         if (!calendars.empty()) run.Database().Execute(kMark());
-        const bool whole = CopyEach(run, service, window, calendars,
+        const bool whole = CopyEach(run, service, calendars,
                                     [&](const std::string& calendar) { DeleteCalendar(run, calendar); });
         if (whole && !calendars.empty()) run.Database().Execute(kSweep());
-        LogCountsAndClose(run, service);
     });
 }
 
 void CopyCalendarsIncremental(CopyRun& run, const std::string& runParameter) {
     const CodesFileGuard guard{run};
-    CalendarService service;
-    LogFailure(run, kActualCalendars, {}, [&] {
-        service.Open(run, runParameter);
-        const DateWindow window = ComputeDateWindow(run);
+    WithService(run, runParameter, kActualCalendars, {}, [&](CalendarService& service) {
         const std::vector<std::string> calendars = CalendarsInUse(run);
         CreateCalcodesFile(run);
-        CopyEach(run, service, window, calendars, [&](const std::string& calendar) {
+        CopyEach(run, service, calendars, [&](const std::string& calendar) {
             DeleteCalendar(run, calendar);
             WriteCalcode(run, calendar);
         });
         if (run.calcodesFile) CloseCalcodesFile(run);
-        LogCountsAndClose(run, service);
     });
 }
 
 void CopyCalendar(CopyRun& run, const std::string& calendar, const std::string& runParameter) {
     const CodesFileGuard guard{run};
-    CalendarService service;
-    LogFailure(run, kCopyCalendar, CalendarNamed(calendar), [&] {
-        service.Open(run, runParameter);
+    WithService(run, runParameter, kCopyCalendar, CalendarNamed(calendar), [&](CalendarService& service) {
         run.counters.inserted = 0;
-        CopyIntervals(run, service, ComputeDateWindow(run), calendar, [&] {
+        CopyIntervals(run, service, calendar, [&] {
             CreateCalcodesFile(run);
             WriteCalcode(run, calendar);
             DeleteCalendar(run, calendar);
         });
         if (run.calcodesFile) CloseCalcodesFile(run);
-        LogCountsAndClose(run, service);
     });
 }
 
@@ -170,11 +171,9 @@ void CopyEmployeeCalendar(CopyRun& run, const std::string& employee, const std::
     });
 }
 
-void DeleteCalendar(CopyRun& run, const std::string& calendar) {
-    LogFailure(run, kDeleteCalendar, CalendarNamed(calendar), [&] {
-        run.Database().DbConnection().SetCommandTimeout(0);
-        run.Database().Execute(kDelete(run.Literals().QuoteSqlString(calendar)));
-    });
+void DeleteCalendar(CopyRun& run, const std::string& calendar) { Delete(run, kDelete, calendar); }
+void DeleteExpandedCalendar(CopyRun& run, const std::string& calendar) {
+    Delete(run, kDeleteExpanded, calendar);
 }
 
 void getEmployeeCalenderList(CopyRun& run, const std::function<void(const std::string& calendar)>& add) {

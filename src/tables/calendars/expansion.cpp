@@ -1,9 +1,7 @@
-#include "tables/calendars/expansion.h"
-
 #include "platform/conversions.h"
 #include "platform/date.h"
 #include "platform/error.h"
-#include "tables/calendars/calcodes_file.h"
+#include "tables/calendars/calendars.h"
 #include "tables/calendars/failure_log.h"
 
 namespace iqrx::tables {
@@ -23,7 +21,6 @@ constexpr Sql<0> kAllIntervals = "select * from tcccp030";
 constexpr Sql<1> kIntervals = "select * from tcccp030 WHERE  ccal={ccal}";
 constexpr Sql<0> kNoPieces = "select * from tcccp031 WHERE  1=0";
 constexpr Sql<0> kEmpty = "truncate table tcccp031 ";
-constexpr Sql<1> kDelete = "DELETE FROM tcccp031 WHERE ccal = {ccal}";
 
 struct Interval {
     Value calendar, availabilityType;  // texts
@@ -75,19 +72,15 @@ void ExpandRows(CopyRun& run, Recordset& source, Recordset& target, Subject& sub
     for (source.MoveFirst(); !source.Eof(); source.MoveNext()) ExpandRow(run, source, target, subject);
 }
 
-std::unique_ptr<Recordset> OpenSource(CopyRun& run, const platform::Statement& statement) {
-    return run.Database().OpenRecordset(statement, CursorType::ForwardOnly, LockType::Optimistic);
-}
-
-std::unique_ptr<Recordset> OpenTarget(CopyRun& run) {
-    return run.Database().OpenRecordset(kNoPieces(), CursorType::Keyset, LockType::Optimistic);
-}
-
-void ExpandCalendar(CopyRun& run, const std::string& calendar, Subject& subject) {
-    auto source = OpenSource(run, kIntervals(run.Literals().QuoteSqlString(calendar)));
-    DeleteExpandedCalendar(run, calendar);
-    auto target = OpenTarget(run);
+// Deletes the old pieces of the intervals once these can be read. The subject is a row's calendar while it is cut.
+template <class DeletePieces>
+void Expand(CopyRun& run, const platform::Statement& intervals, DeletePieces deletePieces, Subject& subject) {
+    const Subject whole = subject;
+    auto source = run.Database().OpenRecordset(intervals, CursorType::ForwardOnly, LockType::Optimistic);
+    deletePieces();
+    auto target = run.Database().OpenRecordset(kNoPieces(), CursorType::Keyset, LockType::Optimistic);
     ExpandRows(run, *source, *target, subject);
+    subject = whole;
     source->Close();
     target->Close();
 }
@@ -107,13 +100,8 @@ std::unique_ptr<platform::TextStream> OpenCalcodesFile(CopyRun& run) {
 void ExpandCalendars(CopyRun& run) {
     Subject subject;
     LogFailure(run, kExpandCalendars, subject, [&] {
-        auto source = OpenSource(run, kAllIntervals());
-        run.Database().Execute(kEmpty());
-        auto target = OpenTarget(run);
-        ExpandRows(run, *source, *target, subject);
-        subject = {};
-        source->Close();
-        target->Close();
+        Expand(
+            run, kAllIntervals(), [&] { run.Database().Execute(kEmpty()); }, subject);
         run.process.runLog.LogTableCounts("tcccp031", 0, 0, 0);
     });
 }
@@ -125,15 +113,10 @@ void ExpandListedCalendars(CopyRun& run) {
         while (codes && !codes->AtEndOfStream()) {
             const std::string calendar = codes->ReadLine();
             subject = CalendarNamed(calendar);
-            ExpandCalendar(run, calendar, subject);
+            Expand(
+                run, kIntervals(run.Literals().QuoteSqlString(calendar)),
+                [&] { DeleteExpandedCalendar(run, calendar); }, subject);
         }
-    });
-}
-
-void DeleteExpandedCalendar(CopyRun& run, const std::string& calendar) {
-    LogFailure(run, kDeleteCalendar, CalendarNamed(calendar), [&] {
-        run.Database().DbConnection().SetCommandTimeout(0);
-        run.Database().Execute(kDelete(run.Literals().QuoteSqlString(calendar)));
     });
 }
 

@@ -27,22 +27,19 @@ bool ConnectionIsGone(CopyRun& run) {
 
 }  // namespace
 
-bool LogFailure(CopyRun& run, const FailureText& text, const Subject& subject,
+void LogFailure(CopyRun& run, const FailureText& text, const Subject& subject,
                 const std::function<void()>& body) {
     try {
         body();
-        return true;
     } catch (...) {
         LogCurrentFailure(run, text, subject);
-        return false;
     }
 }
 
-bool LogFailureAndGoOn(CopyRun& run, const FailureText& text, const Subject& subject,
+void LogFailureAndGoOn(CopyRun& run, const FailureText& text, const Subject& subject,
                        const std::function<void()>& body) {
     try {
         body();
-        return true;
     } catch (const NothingGoesThrough&) {
         throw;  // logged where it began
     } catch (const platform::WritesLost& error) {
@@ -53,7 +50,6 @@ bool LogFailureAndGoOn(CopyRun& run, const FailureText& text, const Subject& sub
         const platform::RuntimeError error = platform::CurrentError();
         LogCurrentFailure(run, text, subject);
         if (isGone) throw NothingGoesThrough(error);
-        return false;
     }
 }
 

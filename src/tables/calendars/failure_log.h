@@ -27,14 +27,14 @@ inline Subject CalendarNamed(std::string code) { return {"calendar", std::move(c
 inline constexpr FailureText kActualCalendars{"STIT0023"};
 inline constexpr FailureText kDeleteCalendar{"SLBL0481", "Delete Calendar"};
 
-// Runs a routine's body; whether it went through. A failure goes to the run log with the text and the
+// Runs a routine's body. A failure goes to the run log with the text and the
 // subject, which the body may change as it goes on. Raises nothing.
-bool LogFailure(CopyRun& run, const FailureText& text, const Subject& subject,
+void LogFailure(CopyRun& run, const FailureText& text, const Subject& subject,
                 const std::function<void()>& body);
 
 // The same for a part of a routine that goes on with the next part. Where the connection is gone, or what it
 // wrote before is, the failure is raised again once it is logged: no further part would go through.
-bool LogFailureAndGoOn(CopyRun& run, const FailureText& text, const Subject& subject,
+void LogFailureAndGoOn(CopyRun& run, const FailureText& text, const Subject& subject,
                        const std::function<void()>& body);
 
 }  // namespace iqrx::tables

@@ -3,8 +3,6 @@
 
 namespace iqrx::tables {
 
-namespace {
-
 using namespace engine;
 
 constexpr Table kAvailabilityTypes = Checked({
@@ -24,8 +22,6 @@ constexpr Table kAvailabilityTypes = Checked({
               "VALUES({ract},{dsca},{ptmu},{hrsd},{avlb},0)",
     .remove = "DELETE FROM {table} WHERE ract= {ract}",
 });
-
-}  // namespace
 
 void CopyAvailabilityTypes(const TableCall& call) {
     ChooseCopy(call, CopyAvailabilityTypesFull, CopyAvailabilityTypesIncremental);

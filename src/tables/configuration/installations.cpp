@@ -3,8 +3,6 @@
 
 namespace iqrx::tables {
 
-namespace {
-
 using namespace engine;
 
 constexpr Table kInstallations = Checked({
@@ -36,8 +34,6 @@ constexpr Table kInstallations = Checked({
               "{dist},{trti},{ccal},{cadr},0)",
     .remove = "DELETE FROM {table} WHERE ccfg = {ccfg}",
 });
-
-}  // namespace
 
 void CopyInstallations(const TableCall& call) {
     ChooseCopy(call, CopyInstallationsFull, CopyInstallationsIncremental);

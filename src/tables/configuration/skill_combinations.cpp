@@ -3,8 +3,6 @@
 
 namespace iqrx::tables {
 
-namespace {
-
 using namespace engine;
 
 constexpr Table kSkillCombinations = Checked({
@@ -24,8 +22,6 @@ constexpr Table kSkillCombinations = Checked({
     .incrementalFailure = "SLBL0456",
     .countsEveryInsert = true,
 });
-
-}  // namespace
 
 void CopySkillCombinations(const TableCall& call) {
     ChooseCopy(call, CopySkillCombinationsFull, CopySkillCombinationsIncremental);

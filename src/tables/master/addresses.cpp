@@ -3,8 +3,6 @@
 
 namespace iqrx::tables {
 
-namespace {
-
 using namespace engine;
 
 constexpr Table kAddresses = Checked({
@@ -25,8 +23,6 @@ constexpr Table kAddresses = Checked({
               "VALUES({cadr},{nama},{namc},{hono},{name},{pstc},0)",
     .remove = "DELETE FROM {table} WHERE cadr={cadr}",
 });
-
-}  // namespace
 
 void CopyAddresses(const TableCall& call) { ChooseCopy(call, CopyAddressesFull, CopyAddressesIncremental); }
 void CopyAddressesFull(const TableCall& call) { FullCopy(call, kAddresses, UpsertAddress); }

@@ -3,8 +3,6 @@
 
 namespace iqrx::tables {
 
-namespace {
-
 using namespace engine;
 
 constexpr Table kEmployeeSkills = Checked({
@@ -22,8 +20,6 @@ constexpr Table kEmployeeSkills = Checked({
     .insert = "INSERT INTO {table} (emno, skll, cogr, afct, upd_flag) VALUES ({emno},{skll},{cogr},{afct},0)",
     .remove = "DELETE FROM {table} WHERE emno= {emno} AND skll = {skll} AND cogr = {cogr}",
 });
-
-}  // namespace
 
 void CopyEmployeeSkills(const TableCall& call) {
     ChooseCopy(call, CopyEmployeeSkillsFull, CopyEmployeeSkillsIncremental);

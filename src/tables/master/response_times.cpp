@@ -3,8 +3,6 @@
 
 namespace iqrx::tables {
 
-namespace {
-
 using namespace engine;
 
 constexpr Table kResponseTimes = Checked({
@@ -25,8 +23,6 @@ constexpr Table kResponseTimes = Checked({
               "VALUES( {crtc},{dsca},{ccal},{rctt},{enst},{sltn},0)",
     .remove = "DELETE FROM {table} WHERE crtc= {crtc}",
 });
-
-}  // namespace
 
 void CopyResponseTimes(const TableCall& call) {
     ChooseCopy(call, CopyResponseTimesFull, CopyResponseTimesIncremental);

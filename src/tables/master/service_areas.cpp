@@ -3,8 +3,6 @@
 
 namespace iqrx::tables {
 
-namespace {
-
 using namespace engine;
 
 constexpr Table kServiceAreas = Checked({
@@ -31,8 +29,6 @@ constexpr Table kServiceAreas = Checked({
               "VALUES ({csar},{dsca},{artp},{cmsa},{cwoc},{cwar},{trti},{dist},{ccha},{ccur},{clrt}, 0)",
     .remove = "DELETE FROM {table} WHERE csar= {csar}",
 });
-
-}  // namespace
 
 void CopyServiceAreas(const TableCall& call) {
     ChooseCopy(call, CopyServiceAreasFull, CopyServiceAreasIncremental);

@@ -3,8 +3,6 @@
 
 namespace iqrx::tables {
 
-namespace {
-
 using namespace engine;
 
 constexpr Table kServiceCenters = Checked({
@@ -29,8 +27,6 @@ constexpr Table kServiceCenters = Checked({
               "{cwoc},{dsca},{ccal},{wctp},{cmwc},{cwar},{clrt},{srtp},{srep},0)",
     .remove = "DELETE FROM {table} WHERE cwoc= {cwoc}",
 });
-
-}  // namespace
 
 void CopyServiceCenters(const TableCall& call) {
     ChooseCopy(call, CopyServiceCentersFull, CopyServiceCentersIncremental);

@@ -3,8 +3,6 @@
 
 namespace iqrx::tables {
 
-namespace {
-
 using namespace engine;
 
 constexpr Table kServiceEmployees = Checked({
@@ -30,8 +28,6 @@ constexpr Table kServiceEmployees = Checked({
               "VALUES ({emno},{dsca},{cwoc},{ccal},{cadr},{frmn},{csar},{ccar},{ouser},{mpod},0)",
     .remove = "DELETE FROM {table} WHERE emno= {emno}",
 });
-
-}  // namespace
 
 void CopyServiceEmployees(const TableCall& call) {
     ChooseCopy(call, CopyServiceEmployeesFull, CopyServiceEmployeesIncremental);

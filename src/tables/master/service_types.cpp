@@ -3,8 +3,6 @@
 
 namespace iqrx::tables {
 
-namespace {
-
 using namespace engine;
 
 constexpr Table kServiceTypes = Checked({
@@ -24,8 +22,6 @@ constexpr Table kServiceTypes = Checked({
         "INSERT INTO {table} (cstp,dsca,prod,ract,dahe,upd_flag) VALUES ({cstp},{dsca},{prod},{ract},{dahe},0)",
     .remove = "DELETE FROM {table} WHERE cstp= {cstp}",
 });
-
-}  // namespace
 
 void CopyServiceTypes(const TableCall& call) {
     ChooseCopy(call, CopyServiceTypesFull, CopyServiceTypesIncremental);

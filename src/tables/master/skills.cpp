@@ -3,8 +3,6 @@
 
 namespace iqrx::tables {
 
-namespace {
-
 using namespace engine;
 
 constexpr Table kSkills = Checked({
@@ -20,8 +18,6 @@ constexpr Table kSkills = Checked({
     .insert = "INSERT INTO {table} (skll,dsca,clrt,upd_flag) VALUES ({skll},{dsca},{clrt}, 0)",
     .remove = "DELETE FROM {table} WHERE skll= {skll}",
 });
-
-}  // namespace
 
 void CopySkills(const TableCall& call) { ChooseCopy(call, CopySkillsFull, CopySkillsIncremental); }
 void CopySkillsFull(const TableCall& call) { FullCopy(call, kSkills, UpsertSkill); }

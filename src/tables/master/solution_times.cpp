@@ -3,8 +3,6 @@
 
 namespace iqrx::tables {
 
-namespace {
-
 using namespace engine;
 
 constexpr Table kSolutionTimes = Checked({
@@ -21,8 +19,6 @@ constexpr Table kSolutionTimes = Checked({
     .insert = "INSERT INTO {table}(sltt,dsca,upd_flag) VALUES({sltt},{dsca},0)",
     .remove = "DELETE FROM {table} WHERE sltt={slttInLocale}",
 });
-
-}  // namespace
 
 void CopySolutionTimes(const TableCall& call) {
     ChooseCopy(call, CopySolutionTimesFull, CopySolutionTimesIncremental);

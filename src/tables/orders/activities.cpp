@@ -1,7 +1,6 @@
 #include "platform/conversions.h"
 #include "tables/orders/change_logged_copy.h"
 #include "tables/orders/orders.h"
-#include "tables/orders/status_ranges.h"
 
 namespace iqrx::tables {
 
@@ -70,11 +69,6 @@ constexpr runtime::Sql<2> kDeleteAudit = "DELETE FROM tssoc210_audit WHERE orno=
 constexpr runtime::Sql<4> kInsertAudit =
     "INSERT INTO tssoc210_audit(orno,acln,time,action) VALUES(  {orno},{acln},{time},{action})";
 
-void DeleteAndCount(CopyRun& run, const ActivityKey& key) {
-    DeleteServiceOrderActivity(run, key.orno, key.acln);
-    control::Add(run.counters.deleted, 1);
-}
-
 void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& change) {
     CopyRun& run = call.run;
     const ActivityKey key = KeyOf(change.element);
@@ -82,7 +76,7 @@ void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& 
         kLocalActivity.On(call.tableName, run.Literals().QuoteSqlString(key.orno), Literal::Whole(key.acln)));
     if (FilterIsActive(filterFlag) &&
         IsExcluded(filterFlag, platform::ToLong(change.element.Get("getActivityStatus")))) {
-        if (!local->Bof()) DeleteAndCount(run, key);
+        if (!local->Bof()) DeleteServiceOrderActivity(run, key.orno, key.acln);
         return;
     }
     UpsertServiceOrderActivity(call, change.element);
@@ -109,7 +103,11 @@ void CopyServiceOrderActivitiesIncremental(const TableCall& call) {
     Integer filterFlag = 0;
     IncrementalCopy(
         call, kActivities,
-        {.deleted = [&](const AuditElement& change) { DeleteAndCount(call.run, KeyOf(change.element)); },
+        {.deleted =
+             [&](const AuditElement& change) {
+                 const ActivityKey key = KeyOf(change.element);
+                 DeleteServiceOrderActivity(call.run, key.orno, key.acln);
+             },
          .changed = [&](const AuditElement& change) { ApplyChange(call, filterFlag, change); },
          .beforeLoop = [&] { filterFlag = call.run.process.controlTables.GetFilterFlag(call.tableName); }});
 }
@@ -124,6 +122,7 @@ void DeleteServiceOrderActivity(CopyRun& run, const std::string& orno, Long acln
     const Long deleted = run.Database().Execute(kDelete(
         run.Literals().QuoteSqlString(orno), Literal::Whole(acln, acln < 0 ? platform::kBare : kBlank)));
     if (deleted > 0) WriteServiceOrderActivityAudit(run, orno, acln, "D");
+    control::Add(run.counters.deleted, 1);
 }
 
 void WriteServiceOrderActivityAudit(CopyRun& run, const std::string& orno, Long acln, std::string_view action) {

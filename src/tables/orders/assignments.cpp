@@ -58,10 +58,7 @@ void CopyAssignmentsFull(const TableCall& call) {
         Mark(call);
         call.run.process.controlTables.MarkFullSyncStart(call.tableName);
         ForEachRecord(held, [&](Object& assignment) { UpsertAssignment(call, assignment); });
-        CountAllAsInserted(call.run);
-        Sweep(call);
-        StampAndLogFullCopy(call, startTime);
-        FinishFullSync(call);
+        FinishFullCopy(call, startTime);
     });
 }
 
@@ -71,7 +68,6 @@ void CopyAssignmentsIncremental(const TableCall& call) {
                     {.deleted =
                          [&](const AuditElement& change) {
                              DeleteAssignment(run, OrderNumber(change.element), Line(change.element));
-                             control::Add(run.counters.deleted, 1);
                          },
                      .changed =
                          [&](const AuditElement& change) {
@@ -94,6 +90,7 @@ void DeleteAssignment(CopyRun& run, const std::string& orno, Integer asln) {
         WriteAssignmentAudit(run, orno, asln, acln, "D");
     }
     local->Close();
+    control::Add(run.counters.deleted, 1);
 }
 
 void WriteAssignmentAudit(CopyRun& run, const std::string& orno, Integer asln, Integer acln,

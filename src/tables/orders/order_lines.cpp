@@ -5,8 +5,6 @@ namespace iqrx::tables {
 
 using namespace engine;
 
-namespace {
-
 constexpr Table kOrderLines = Checked({
     .name = "tssoc205",
     .titleLabel = "STIT0018",
@@ -23,8 +21,6 @@ constexpr Table kOrderLines = Checked({
     .fullFailure = "SLBL0512",
     .countsEveryInsert = true,
 });
-
-}  // namespace
 
 void CopyServiceOrderLines(const TableCall& call) {
     ChooseCopy(call, CopyServiceOrderLinesFull, CopyServiceOrderLinesIncremental);

@@ -5,8 +5,6 @@ namespace iqrx::tables {
 
 using namespace engine;
 
-namespace {
-
 // The activity number stands unquoted in an update and in a delete, quoted in an insert.
 constexpr Table kPlannedActivities = Checked({
     .name = "tsspc200",
@@ -46,8 +44,6 @@ constexpr Table kPlannedActivities = Checked({
     .fullFailure = "SLBL0512",
     .countsEveryInsert = true,
 });
-
-}  // namespace
 
 void CopyPlannedActivities(const TableCall& call) {
     ChooseCopy(call, CopyPlannedActivitiesFull, CopyPlannedActivitiesIncremental);

@@ -1,7 +1,6 @@
 #include "platform/conversions.h"
 #include "tables/orders/change_logged_copy.h"
 #include "tables/orders/orders.h"
-#include "tables/orders/status_ranges.h"
 
 namespace iqrx::tables {
 
@@ -87,11 +86,6 @@ ObjectRef FetchOrder(Object& manager, const std::string& orno) {
     return platform::ToObject(orders.Get("nextElement"));
 }
 
-void DeleteAndCount(CopyRun& run, const std::string& orno) {
-    DeleteServiceOrder(run, orno);
-    control::Add(run.counters.deleted, 1);
-}
-
 void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& change) {
     CopyRun& run = call.run;
     const std::string orno = OrderNumber(change.element);
@@ -100,7 +94,7 @@ void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& 
     const bool present = !local->Bof();
     if (FilterIsActive(filterFlag) &&
         IsExcluded(filterFlag, platform::ToLong(change.element.Get("getOrderStatus")))) {
-        if (present) DeleteAndCount(run, orno);
+        if (present) DeleteServiceOrder(run, orno);
         return;
     }
     ObjectRef fresh;
@@ -133,7 +127,8 @@ void CopyServiceOrdersIncremental(const TableCall& call) {
     Integer filterFlag = 0;
     IncrementalCopy(
         call, kServiceOrders,
-        {.deleted = [&](const AuditElement& change) { DeleteAndCount(call.run, OrderNumber(change.element)); },
+        {.deleted =
+             [&](const AuditElement& change) { DeleteServiceOrder(call.run, OrderNumber(change.element)); },
          .changed = [&](const AuditElement& change) { ApplyChange(call, filterFlag, change); },
          .beforeLoop = [&] { filterFlag = call.run.process.controlTables.GetFilterFlag(call.tableName); }});
 }
@@ -145,6 +140,7 @@ void UpsertServiceOrder(const TableCall& call, Object& order, bool withSoldToNam
 void DeleteServiceOrder(CopyRun& run, const std::string& orno) {
     const Long deleted = run.Database().Execute(kDelete(run.Literals().QuoteSqlString(orno)));
     if (deleted > 0) WriteServiceOrderAudit(run, orno, "D");
+    control::Add(run.counters.deleted, 1);
 }
 
 void WriteServiceOrderAudit(CopyRun& run, const std::string& orno, std::string_view action) {

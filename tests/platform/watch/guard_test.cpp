@@ -254,7 +254,6 @@ TEST(ARemovalLimit, IsByDefaultTheLargerOfTwo) {
     EXPECT_EQ(RemovalLimit().Text(), "limit 10 %");
     EXPECT_EQ(RemovalLimit().Text(), "limit 10 %");
     EXPECT_EQ(RemovalLimit().Text(), "limit 10 %");
-    EXPECT_EQ(RemovalLimit().Text(), "limit 10 %");
 }
 
 }  // namespace

@@ -6,10 +6,10 @@
 
 #include "platform/conversions.h"
 #include "platform/error.h"
-#include "platform/windows/apartment.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/dispatch_adapter.h"
 #include "platform/windows/variant.h"
+#include "support/apartment.h"
 
 namespace iqrx::platform::windows {
 namespace {

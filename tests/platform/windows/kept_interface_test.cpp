@@ -1,8 +1,7 @@
-#include "platform/windows/kept_interface.h"
+#include "support/apartment.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/windows/apartment.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/dispatch_adapter.h"
 

@@ -1,4 +1,4 @@
-#include "platform/windows/leave_process.h"
+#include "platform/windows/apartment.h"
 
 #include <gtest/gtest.h>
 

@@ -7,8 +7,8 @@
 
 #include "platform/date.h"
 #include "platform/error.h"
-#include "platform/windows/apartment.h"
 #include "platform/windows/com.h"
+#include "support/apartment.h"
 #include "support/temporary_directory.h"
 
 namespace iqrx::platform::windows {

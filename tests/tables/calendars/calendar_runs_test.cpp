@@ -8,7 +8,6 @@
 #include "platform/sqlite/sqlite_database.h"
 #include "support/test_process.h"
 #include "tables/calendars/calendars.h"
-#include "tables/calendars/expansion.h"
 
 namespace iqrx::testing {
 namespace {

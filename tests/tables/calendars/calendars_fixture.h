@@ -5,7 +5,6 @@
 
 #include "support/test_process.h"
 #include "tables/calendars/calendars.h"
-#include "tables/calendars/expansion.h"
 #include "tables/calendars/fake_calendar_service.h"
 
 namespace iqrx::testing {

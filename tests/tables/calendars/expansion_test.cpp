@@ -3,7 +3,6 @@
 #include <fstream>
 
 #include "platform/error.h"
-#include "tables/calendars/calcodes_file.h"
 #include "tables/calendars/calendars_fixture.h"
 
 namespace iqrx::testing {

@@ -1,4 +1,4 @@
-#include "tables/orders/status_ranges.h"
+#include "tables/orders/change_logged_copy.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

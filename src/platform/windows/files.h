@@ -1,11 +1,10 @@
-// The parts of the machine that have a file of their own.
+// The machine's files, by the system's own COM components.
 #pragma once
 
-#include "platform/windows/machine.h"
+#include "platform/machine.h"
 
 namespace iqrx::platform::windows {
 
-std::unique_ptr<MessageDisplay> CreateMessageBox(Audience audience, std::chrono::milliseconds limit);
 // Text files through the scripting run-time's file-system object: ANSI text, lines that end in CR LF. Files
 // that grow at their end through Win32.
 std::unique_ptr<TextFiles> CreateTextFiles();

@@ -1,6 +1,9 @@
-#include "platform/windows/kept_interface.h"
+#include "platform/windows/apartment.h"
 
-#include "platform/windows/com_error.h"
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
 #include "platform/windows/dispatch_adapter.h"
 
 namespace iqrx::platform::windows {
@@ -16,6 +19,16 @@ void KeepDispatchInterfaces() {
     const auto object = DispatchAdapter::Around(nullptr);
     KeepInterface(IID_IUnknown, object.Get());
     KeepInterface(IID_IDispatch, object.Get());
+}
+
+void LeaveProcess(int exitCode) {
+    std::cout.flush();
+    std::cerr.flush();
+    std::fflush(nullptr);
+    // Not ExitProcess, which calls the DLLs' entry points, nor exit, which ends there: they may wait for a
+    // thread or a lock of one that is gone.
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(exitCode));
+    std::abort();  // never reached
 }
 
 }  // namespace iqrx::platform::windows

@@ -1,4 +1,4 @@
-#include "sample/csv_file.h"
+#include "sample/files.h"
 
 #include "platform/date.h"
 #include "platform/error.h"
@@ -36,21 +36,6 @@ Record&& operator<<(Record&& record, const Cell& cell) {
     record.header += cell.column;
     AppendCell(record.line, cell.text);
     return std::move(record);
-}
-
-TextFile::TextFile(const std::filesystem::path& path)
-    : path_(path), stream_(path, std::ios::binary | std::ios::trunc) {
-    Check();
-}
-
-void TextFile::Write(std::string_view text) {
-    stream_ << text;
-    Check();
-}
-
-void TextFile::Close() {
-    stream_.close();
-    Check();
 }
 
 void TextFile::Check() const {
