@@ -2,6 +2,7 @@
 
 #include "composition/system.h"
 #include "erp/extract/extract_erp.h"
+#include "platform/date.h"
 #include "platform/error.h"
 #include "platform/ini_file.h"
 #include "platform/trace/tracing_database.h"
@@ -25,6 +26,15 @@ public:
 private:
     erp::ErpProvider& others_;
 };
+
+platform::watch::DateLiteral DateWriterOf(platform::Integer platform) {
+    return [frame = &runtime::DialectOf(platform).date](platform::Date moment) {
+        const std::string text = platform::IsoDateTime(moment);
+        std::string literal;
+        platform::Literal::Text(text, *frame).AppendTo(literal);
+        return literal;
+    };
+}
 
 }  // namespace
 
@@ -58,6 +68,10 @@ Composition::Composition(const Surroundings& surroundings)
     : system_(CreateSystem(surroundings, counts_)), erps_(std::make_unique<ErpChooser>(*system_)) {
     using namespace platform::watch;
     const auto around = [&](auto wrap) { databases_.push_back(wrap(Databases())); };
+    if (surroundings.removedRows)
+        around([&](auto& inner) {
+            return KeepRemovedRows(inner, *surroundings.removedRows, DateWriterOf(surroundings.platform));
+        });
     if (surroundings.limits) {
         limits_ = *surroundings.limits;
         around([&](auto& inner) { return GuardRemovals(inner, limits_, refused_); });

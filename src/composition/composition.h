@@ -11,6 +11,7 @@
 
 #include "control/process.h"
 #include "platform/host.h"
+#include "platform/watch/removed_rows.h"
 #include "platform/watch/watched_database.h"
 
 namespace iqrx::hosting {
@@ -26,6 +27,9 @@ struct Surroundings {
         {};                   // where the instance registry of a machine without one writes
     bool isEmbedded = false;  // COM started the process: nobody sees a message box
     std::optional<platform::watch::RemovalLimits> limits = {};  // how much a copy may remove; none: anything
+    // Who keeps what a sweep takes, if anybody, borrowed; its dates are written for this platform.
+    platform::watch::RemovedRows* removedRows = nullptr;
+    platform::Integer platform = runtime::kSqlServer;
     bool showsWaits = false;  // who started it does so; else a wait is told on standard error
     const platform::StopRequest* stop = nullptr;  // borrowed
 };

@@ -23,13 +23,6 @@ constexpr runtime::Sql<0> kRows = "SELECT count(*) FROM {table}";
 constexpr runtime::Sql<0> kUnconfirmed = "SELECT count(*) FROM {table} WHERE upd_flag = 1";
 constexpr std::string_view kExtract = "extract=";
 
-hosting::Surroundings SurroundingsOf(const CopyRun& run) {
-    hosting::Surroundings surroundings = run.place.surroundings;
-    surroundings.showsWaits = true;
-    surroundings.limits = run.copy.Limits(run.place.options);
-    return surroundings;
-}
-
 // Calendars are listed as they are: there is no trail of their changes.
 bool HasTrail(const std::string& table) { return table != "tcccp030"; }
 
@@ -59,8 +52,20 @@ ExitCode CodeOf(CopyOutcome outcome) {
     return kCodes[static_cast<int>(outcome)];
 }
 
+hosting::Surroundings CopyJob::Surroundings() {
+    hosting::Surroundings surroundings = run_.place.surroundings;
+    surroundings.showsWaits = true;
+    surroundings.limits = run_.copy.Limits(run_.place.options);
+    surroundings.platform = PlatformNumber(run_.place.options);
+    surroundings.removedRows = &undo_;
+    return surroundings;
+}
+
 CopyJob::CopyJob(const CopyRun& run)
-    : run_(run), parts_(SurroundingsOf(run)), process_(parts_.Ports(run.place.talk)) {
+    : run_(run),
+      undo_(run.books.directory, run.id),
+      parts_(Surroundings()),
+      process_(parts_.Ports(run.place.talk)) {
     PrepareProcess(process_, run.place.options);
 }
 
@@ -91,6 +96,8 @@ TableResult CopyJob::Copy(const std::string& table, bool full) {
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     result.copied = parts_.Counts().copied;
     result.removed = parts_.Counts().removed;
+    undo_.Settle(result.removed > 0);
+    if (!undo_.Problem().empty()) result.notes.push_back(undo_.Problem());
     Record(result, began);
     return result;
 }

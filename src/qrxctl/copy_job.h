@@ -8,6 +8,7 @@
 #include "qrxctl/books.h"
 #include "qrxctl/copy_options.h"
 #include "qrxctl/copy_result.h"
+#include "qrxctl/undo_file.h"
 
 namespace iqrx::qrxctl {
 
@@ -45,7 +46,10 @@ private:
     void SetLastUpdate(const std::string& table, Moment moment);
     std::optional<std::int64_t> Count(const platform::Statement& question);
 
+    hosting::Surroundings Surroundings();
+
     const CopyRun& run_;
+    UndoFile undo_;
     hosting::Composition parts_;
     control::Process process_;
 };

@@ -261,8 +261,8 @@ TEST_F(AStoppedCopy, ByASecondSignalEndsAtOnceAndIsTakenOverByTheNext) {
         SlowExport records(extract / "tsmdm030.csv");
         WaitUntilLocked();
         copy.Signal(SIGINT);
-        copy.Signal(SIGINT);
-        EXPECT_EQ(copy.Wait().exitCode, 128 + SIGINT);
+        copy.Signal(SIGTERM);  // two of a kind could be taken for one
+        EXPECT_THAT(copy.Wait().exitCode, ::testing::AnyOf(128 + SIGINT, 128 + SIGTERM));
     }
     EXPECT_TRUE(InUse("tsmdm030"));
     GivenPlainExport();

@@ -87,7 +87,7 @@ public:
     }
 
     std::vector<std::string> FieldNames() override {
-        return session_.Call([&] {
+        return connection_.Call([&] {
             RequireOpen();
             std::vector<std::string> names;
             for (const Column& column : columns_) names.push_back(column.name);
