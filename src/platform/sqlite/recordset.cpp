@@ -17,7 +17,8 @@ std::string Quoted(const std::string& name) { return "[" + name + "]"; }
 }  // namespace
 
 SqliteRecordset::Stream::Stream(Session& session, const Found& found)
-    : database(session.File(), Database::IfMissing::Fail, session.Handle().Notice()) {
+    : database(session.File(), session.Handle().IsReadOnly() ? Database::Access::Read : Database::Access::Write,
+               session.Handle().Notice()) {
     database.Run("PRAGMA query_only=1; BEGIN");  // one view of the data until the recordset is closed
     const std::string& sql = found.program->translation.statements.front();
     statement = Prepared(database, sql);

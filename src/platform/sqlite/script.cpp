@@ -4,7 +4,7 @@
 namespace iqrx::platform {
 
 void ApplySqliteScript(const std::filesystem::path& file, std::string_view script) {
-    sqlite::Database database(file, sqlite::Database::IfMissing::Create);
+    sqlite::Database database(file, sqlite::Database::Access::Create);
     sqlite::Transaction transaction(database);
     database.Run(std::string(script));
     transaction.Keep();
