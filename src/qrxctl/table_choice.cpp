@@ -1,0 +1,76 @@
+#include "qrxctl/table_choice.h"
+
+#include <algorithm>
+#include <array>
+#include <sstream>
+#include <string_view>
+
+#include "platform/text.h"
+#include "qrxctl/command.h"
+#include "qrxctl/help.h"
+
+namespace iqrx::qrxctl {
+
+namespace {
+
+struct Group {
+    std::string_view name, tables;
+};
+
+constexpr std::array kGroups{
+    Group{"master", "tsmdm030 tsmdm100 tsmdm105 tsmdm130 tsmdm135 tsmdm140 tsclm020 tsclm024 tccom130"},
+    Group{"configuration", "tsmdm000 tscfg220 tscfg200 tcccp001"},
+    Group{"orders", "tssoc200 tssoc205 tssoc206 tssoc210 tsspc200"},
+    Group{"calendars", "tcccp030 tcccp031"},
+};
+
+// '*' stands for any letters, '?' for one.
+bool Matches(std::string_view pattern, std::string_view name) {
+    if (pattern.empty()) return name.empty();
+    if (pattern.front() == '*')
+        return Matches(pattern.substr(1), name) || (!name.empty() && Matches(pattern, name.substr(1)));
+    return !name.empty() && (pattern.front() == '?' || pattern.front() == name.front()) &&
+           Matches(pattern.substr(1), name.substr(1));
+}
+
+std::vector<std::string> WordsOf(const std::vector<std::string>& wanted) {
+    std::vector<std::string> words;
+    for (const std::string& each : wanted) {
+        std::istringstream list(platform::Lower(each));
+        for (std::string word; std::getline(list, word, ',');)
+            if (!word.empty()) words.push_back(word);
+        if (each.empty()) words.emplace_back();
+    }
+    return words;
+}
+
+bool Names(const std::string& word, const std::string& table) {
+    const std::string lower = platform::Lower(table);
+    return Matches(word, lower) || GroupOf(lower) == word;
+}
+
+}  // namespace
+
+std::string GroupOf(const std::string& table) {
+    for (const Group& group : kGroups)
+        if (group.tables.find(table) != std::string_view::npos) return std::string(group.name);
+    return {};
+}
+
+std::vector<std::string> ChooseTables(const std::vector<std::string>& known,
+                                      const std::vector<std::string>& wanted) {
+    const std::vector<std::string> words = WordsOf(wanted);
+    for (const std::string& word : words)
+        if (std::ranges::none_of(known, [&](const std::string& table) { return Names(word, table); })) {
+            const std::string nearest = Nearest(word, known);
+            throw UsageError("no table \"" + word + "\" in the catalog" +
+                             (nearest.empty() ? "" : "; did you mean " + nearest + "?"));
+        }
+    std::vector<std::string> chosen;
+    for (const std::string& table : known)
+        if (std::ranges::any_of(words, [&](const std::string& word) { return Names(word, table); }))
+            chosen.push_back(table);
+    return chosen;
+}
+
+}  // namespace iqrx::qrxctl

@@ -1,0 +1,18 @@
+// Which tables a command is meant for.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace iqrx::qrxctl {
+
+// The tables of `known` that the words name, in the order of `known`, each once: names ("tssoc200"), lists of
+// them with commas, patterns ("tssoc*", "ts?dm030") and groups ("master", "configuration", "orders",
+// "calendars"). Large and small letters are the same. Raises UsageError for a word that names none.
+std::vector<std::string> ChooseTables(const std::vector<std::string>& known,
+                                      const std::vector<std::string>& wanted);
+
+// The group of a table; empty for one that is in none.
+std::string GroupOf(const std::string& table);
+
+}  // namespace iqrx::qrxctl
