@@ -1,6 +1,7 @@
 #include <array>
 
 #include "qrxctl/copy_command.h"
+#include "qrxctl/history_command.h"
 #include "qrxctl/init_command.h"
 #include "qrxctl/sample_command.h"
 #include "qrxctl/status_command.h"
@@ -13,6 +14,7 @@ constexpr std::array kCommands{
     CommandEntry{"First", "init", "put tables and catalog in place", MakeInit},
     CommandEntry{"Copy", "copy", "copy tables, in full or what changed", MakeCopy},
     CommandEntry{"Watch", "status", "how fresh, how many, who holds it", MakeStatus},
+    CommandEntry{"Watch", "history", "what ran, when, how it ended", MakeHistory},
     CommandEntry{"Help", "sample", "write an extract to play with", MakeSample},
 };
 

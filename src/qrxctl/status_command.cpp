@@ -1,105 +1,92 @@
 #include "qrxctl/status_command.h"
 
-#include <iomanip>
 #include <ostream>
-#include <vector>
 
-#include "platform/conversions.h"
-#include "platform/date.h"
-#include "platform/json_text.h"
+#include "platform/text.h"
+#include "qrxctl/moments.h"
+#include "qrxctl/screen.h"
+#include "qrxctl/status_output.h"
 
 namespace iqrx::qrxctl {
 
 namespace {
 
-constexpr runtime::Sql<1> kControlRow = "SELECT * FROM tstables WHERE tablename = {table name}";
-constexpr runtime::Sql<1> kFullSync = "SELECT * FROM tsfullsyncs WHERE tablename = {table name}";
-constexpr runtime::Sql<0> kRows = "SELECT count(*) FROM {table}";
-
-struct TableStatus {
-    std::string table;
-    platform::Value lastUpdate = {};
-    bool inUse = false;
-    platform::Long rows = 0;
-    std::string fullCopyMark = {};  // "none", "started" or "finished"
-};
-
-std::string FullCopyMark(runtime::DatabaseSession& session, const std::string& table) {
-    auto rows = session.OpenRecordset(kFullSync(session.Literals().QuoteSqlString(table)));
-    if (rows->Eof()) return "none";
-    // The finish mark of SQL Server is a date, that of Oracle is none: there the start mark is none either.
-    const bool unfinished =
-        rows->Field("finishtime").Is<platform::Null>() && !rows->Field("starttime").Is<platform::Null>();
-    return unfinished ? "started" : "finished";
-}
-
-TableStatus StatusOf(runtime::DatabaseSession& session, const std::string& table) {
-    TableStatus status{.table = table};
-    auto control = session.OpenRecordset(kControlRow(session.Literals().QuoteSqlString(table)));
-    if (!control->Eof()) {
-        status.lastUpdate = control->Field("lutm");
-        const platform::Value inUse = control->Field("in_use");
-        status.inUse = !inUse.Is<platform::Null>() && platform::ToLong(inUse) == 1;
-    }
-    status.rows = platform::ToLong(session.OpenRecordset(kRows.On(table))->Field(0));
-    status.fullCopyMark = FullCopyMark(session, table);
-    return status;
-}
-
-std::string LastUpdateText(const TableStatus& status) {
-    return status.lastUpdate.Is<platform::Date>()
-               ? platform::IsoDateTime(status.lastUpdate.As<platform::Date>())
-               : "";
-}
-
-void ShowTable(const std::vector<TableStatus>& tables, std::ostream& out) {
-    out << std::left << std::setw(10) << "table" << std::setw(21) << "last update" << std::setw(8) << "in use"
-        << std::right << std::setw(10) << "rows"
-        << "  full-copy mark\n";
-    for (const TableStatus& status : tables) {
-        const std::string lastUpdate = LastUpdateText(status);
-        out << std::left << std::setw(10) << status.table << std::setw(21)
-            << (lastUpdate.empty() ? "never" : lastUpdate) << std::setw(8) << (status.inUse ? "yes" : "no")
-            << std::right << std::setw(10) << status.rows << "  " << status.fullCopyMark << '\n';
-    }
-}
-
-void ShowJson(const std::vector<TableStatus>& tables, std::ostream& out) {
-    out << '[';
-    const char* separator = "\n";
-    for (const TableStatus& status : tables) {
-        const std::string lastUpdate = LastUpdateText(status);
-        out << separator << "  {\"table\":" << platform::JsonText(status.table)
-            << ",\"last_update\":" << (lastUpdate.empty() ? "null" : platform::JsonText(lastUpdate))
-            << ",\"in_use\":" << (status.inUse ? "true" : "false") << ",\"rows\":" << status.rows
-            << ",\"full_copy_mark\":" << platform::JsonText(status.fullCopyMark) << '}';
-        separator = ",\n";
-    }
-    out << "\n]\n";
-}
-
 class StatusCommand : public Command {
 public:
-    void AddOptions(CLI::App&) override {}
+    void AddOptions(CLI::App& command) override {
+        command.add_option("tables", question_.tables, "names, patterns (tssoc*) or groups; none: all");
+        watch_ = command
+                     .add_option("--watch", interval_, "show it again every 2s, or as often as said; q ends it")
+                     ->expected(0, 1)
+                     ->check(SpanText());
+        command.add_option("--max-age", maxAge_, "a table that was copied longer ago is wrong: 30m, 8h, 2d")
+            ->check(SpanText());
+        command.add_option("--prometheus", metrics_, "write metrics to this file and show nothing")
+            ->excludes(watch_);
+        command.add_flag("--read", read_, "which stretches of the trails were read, and the gaps");
+        command.add_flag("--count", question_.countAll, "count the rows of large tables, too");
+    }
+
     void Check(const Options& options) const override { RequireConnection(options); }
 
     ExitCode Run(const Workplace& place) override {
-        const Options& options = place.options;
         hosting::Composition parts(place.surroundings);
-        control::Process process(parts.Ports(place.talk));
-        PrepareProcess(process, options);
-        process.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
-        std::vector<TableStatus> tables;
-        for (int id = 0; id < control::TableCatalog::kLastId; ++id)
-            if (const std::string table = process.catalog.GetTableName(id); !table.empty())
-                tables.push_back(StatusOf(process.database, table));
-        process.database.CloseDatabase();
-        if (options.json)
-            ShowJson(tables, place.out);
-        else
-            ShowTable(tables, place.out);
-        return kAllWell;
+        return watch_->count() > 0 ? Watch(parts, place) : Show(parts, place);
     }
+
+private:
+    struct Shown {
+        std::string text;
+        ExitCode code;
+    };
+
+    Shown Look(hosting::Composition& parts, const Options& options) const {
+        const Overview overview = ReadOverview(parts, options, question_);
+        const auto judgements = Judge(overview, maxAge_.empty() ? std::nullopt : ParseSpan(maxAge_));
+        const ExitCode code = CodeOf(judgements);
+        if (!metrics_.empty()) WriteMetrics(parts.Host(), StatusMetrics(overview));
+        if (options.json) return {StatusJson(overview, judgements, parts.Host()), code};
+        if (options.quiet) return {FindingLines(overview, judgements, true), code};
+        if (!metrics_.empty()) return {"", code};
+        if (read_) return {ReadText(overview), code};
+        return {StatusText(overview, judgements, watch_->count() > 0), code};
+    }
+
+    // A new file is for every collector to read; one that is there keeps its permissions.
+    void WriteMetrics(platform::Host& host, const std::string& text) const {
+        using std::filesystem::perms;
+        const std::filesystem::path file = platform::Path(metrics_);
+        const bool isNew = !std::filesystem::exists(file);
+        host.Replace(file, text);
+        if (isNew)
+            std::filesystem::permissions(file, perms::group_read | perms::others_read,
+                                         std::filesystem::perm_options::add);
+    }
+
+    ExitCode Show(hosting::Composition& parts, const Workplace& place) const {
+        const Shown shown = Look(parts, place.options);
+        place.out << shown.text << std::flush;
+        return shown.code;
+    }
+
+    ExitCode Watch(hosting::Composition& parts, const Workplace& place) const {
+        constexpr std::int64_t kEveryTwoSeconds = 2;
+        const auto wanted = ParseSpan(interval_).value_or(kEveryTwoSeconds);
+        const std::chrono::seconds interval(std::max<std::int64_t>(1, wanted));
+        Screen screen;
+        const bool rewrites = screen.CanRewrite() && !place.options.json;
+        if (rewrites) place.out << "\x1b[2J";
+        for (;;) {
+            const Shown shown = Look(parts, place.options);
+            place.out << (rewrites ? Rewriting(shown.text, screen.Lines()) : shown.text) << std::flush;
+            if (screen.EndsWithin(interval)) return shown.code;
+        }
+    }
+
+    StatusQuestion question_;
+    std::string interval_, maxAge_, metrics_;
+    bool read_ = false;
+    CLI::Option* watch_ = nullptr;
 };
 
 }  // namespace

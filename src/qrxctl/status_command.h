@@ -1,4 +1,4 @@
-// Shows what the control tables say of each table of the catalog.
+// Shows how fresh the tables are, how many rows they have, who copies them and what is wrong; writes nothing.
 #pragma once
 
 #include "qrxctl/command.h"

@@ -315,7 +315,7 @@ protected:
         EXPECT_EQ(service.exitCode, 1);
         EXPECT_THAT(service.err, IsOneLineWith(text));
         EXPECT_THAT(service.err, HasSubstr(database.string()));
-        const Finished tool = Qrxctl({"status"});
+        const Finished tool = Qrxctl({"copy", "tsmdm030", "--full"});
         EXPECT_EQ(tool.exitCode, 1);
         EXPECT_THAT(tool.err, IsOneLineWith(text));
         EXPECT_THAT(tool.err, HasSubstr(database.string()));

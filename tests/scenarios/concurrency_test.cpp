@@ -158,7 +158,8 @@ TEST_F(ACrashInMidCopy, LeavesTheTableLockedWithItsRowsMarkedAndNoneLost) {
     EXPECT_THAT(Count(), AllOf(Gt(10), Lt(kRows + 5)));
     EXPECT_EQ(LastUpdate("tsmdm030"), "NULL");
     EXPECT_EQ(Cell("PRAGMA integrity_check"), "ok");
-    EXPECT_THAT(Qrxctl({"status"}).out, ::testing::ContainsRegex("tsmdm030 +never +yes"));
+    EXPECT_THAT(Qrxctl({"status"}).out,
+                ::testing::ContainsRegex("tsmdm030 .* (locked, unknown|LOCKED, no process)"));
 }
 
 TEST_F(ACrashInMidCopy, KeepsFurtherCopiesAwayUntilTheLockIsReleased) {

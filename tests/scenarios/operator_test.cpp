@@ -4,8 +4,6 @@
 namespace iqrx::testing {
 namespace {
 
-using ::testing::AllOf;
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -138,7 +136,7 @@ TEST_F(TheTool, TakesAnyOptionFromAVariable) {
 }
 
 TEST_F(TheTool, TakesTheOptionsOfACommandFromVariablesAndTheIniFileToo) {
-    EXPECT_THAT(Qrxctl({"status"}, {{"QRXCTL_JSON", "true"}}).out, ::testing::StartsWith("["));
+    EXPECT_THAT(Qrxctl({"status"}, {{"QRXCTL_JSON", "true"}}).out, ::testing::StartsWith("{"));
     EXPECT_EQ(Qrxctl({"copy", "tsmdm030"}, {{"QRXCTL_FULL", "true"}}).exitCode, 0);
     EXPECT_THAT(Rows(kSelectServiceTypes), SizeIs(3));
     GivenFile(directory / "site.ini", "[copy]\nincremental=true\nsince=\"2025-06-20 00:00:00\"");
@@ -161,39 +159,6 @@ TEST_F(TheTool, PrefersTheCommandLineToTheIniFileAndTheIniFileToAVariable) {
     grouped("VARIABLE");
     EXPECT_EQ(Qrxctl({"status"}, variable).exitCode, 0);
     EXPECT_EQ(Qrxctl({"status"}).exitCode, 1);
-}
-
-TEST_F(TheTool, ShowsTheStateOfEveryTable) {
-    Qrxctl({"copy", "tsmdm030", "--full"});
-    Execute("UPDATE tstables SET in_use = 1 WHERE tablename = 'tsmdm100'");
-
-    const Finished run = Qrxctl({"status"});
-
-    EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.err, "");
-    EXPECT_THAT(Lines(run.out), SizeIs(1 + CatalogTables().size()));  // a heading and a line each
-    EXPECT_THAT(run.out, ::testing::ContainsRegex("tsmdm030 +[0-9-]+ [0-9:]+ +no +3"));
-    EXPECT_THAT(run.out, ::testing::ContainsRegex("tsmdm100 +never +yes +0"));
-}
-
-TEST_F(TheTool, ShowsTheStateOfEveryTableAsJson) {
-    Qrxctl({"copy", "tsmdm030", "--full"});
-    const Finished run = Qrxctl({"status", "--json"});
-    EXPECT_EQ(run.exitCode, 0);
-
-    const auto from = [&](const std::string& expression) {
-        return Cell("SELECT " + expression + " FROM (SELECT '" + run.out + "' AS j)");
-    };
-    EXPECT_EQ(from("json_valid(j)"), "1");
-    EXPECT_EQ(from("json_array_length(j)"), std::to_string(CatalogTables().size()));
-    EXPECT_THAT(Rows("SELECT json_extract(value, '$.table'), json_extract(value, '$.rows'),"
-                     " json_extract(value, '$.in_use'), json_type(value, '$.last_update')"
-                     " FROM json_each('" +
-                     run.out + "')"),
-                AllOf(Contains("tsmdm030|3|0|text"), Contains("tsmdm100|0|0|null")));
-    EXPECT_EQ(Cell("SELECT json_extract(value, '$.last_update') FROM json_each('" + run.out +
-                   "') WHERE json_extract(value, '$.table') = 'tsmdm030'"),
-              LastUpdate("tsmdm030"));
 }
 
 TEST_F(TheTool, LeavesWhatAnAdministratorSetWhenItInitialisesAgain) {

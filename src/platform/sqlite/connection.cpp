@@ -12,7 +12,7 @@ std::unique_ptr<Connection> CreateSqliteConnection(TableNames controlTables, Wai
 }
 
 void ApplySqliteScript(const std::filesystem::path& file, std::string_view script) {
-    sqlite::Database database(file, sqlite::Database::IfMissing::Create);
+    sqlite::Database database(file, sqlite::Database::Access::Create);
     sqlite::Transaction transaction(database);
     database.Run(std::string(script));
     transaction.Keep();
@@ -31,12 +31,15 @@ void SqliteConnection::SetCommandTimeout(int seconds) {
 
 void SqliteConnection::Open(const std::string& connectionString) {
     try {
-        const auto file = ConnectionString(connectionString).Find("Data Source");
+        const ConnectionString keys(connectionString);
+        const auto file = keys.Find("Data Source");
         if (!file || file->empty())
             throw DatabaseFailure(kDatabaseError, "The connection string names no file (Data Source=FILE)",
                                   "08001");
         Close();
-        session_ = std::make_unique<Session>(*file, errors_, controlTables_, listener_);
+        const bool readOnly = EqualIgnoringCase(keys.Find("Mode").value_or(""), "ReadOnly");
+        session_ = std::make_unique<Session>(*file, readOnly ? Database::Access::Read : Database::Access::Write,
+                                             errors_, controlTables_, listener_);
         session_->Handle().SetLockWait(commandTimeout_);
     } catch (...) {
         errors_ = {EntryOf(std::current_exception())};

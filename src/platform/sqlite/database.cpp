@@ -20,17 +20,19 @@ constexpr std::chrono::microseconds kPollInterval{500};
 }
 
 // Reasons that the database would describe poorly or find out late.
-void CheckFile(const fs::path& file, bool mayCreate) {
+void CheckFile(const fs::path& file, Database::Access access) {
     std::error_code failure;
     const fs::file_status status = fs::status(file, failure);
-    if (!fs::exists(status)) {
-        if (!mayCreate) RaiseFileError(file, SQLITE_CANTOPEN, "The database file does not exist");
+    const bool isHidden = failure == std::errc::permission_denied;  // of which opening the file tells
+    if (!fs::exists(status) && !(isHidden && access == Database::Access::Read)) {
+        if (access != Database::Access::Create)
+            RaiseFileError(file, SQLITE_CANTOPEN, "The database file does not exist");
         return;
     }
     if (fs::is_directory(status))
         RaiseFileError(file, SQLITE_CANTOPEN_ISDIR, "The database file is a directory");
     constexpr auto anyWrite = fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
-    if ((status.permissions() & anyWrite) == fs::perms::none)
+    if (access != Database::Access::Read && (status.permissions() & anyWrite) == fs::perms::none)
         RaiseFileError(file, SQLITE_READONLY, "The database file is read-only");
 }
 
@@ -43,29 +45,45 @@ void LeaveMemoryUncounted() {
 
 }  // namespace
 
-Database::Database(const fs::path& file, IfMissing ifMissing, WaitListener listener)
-    : lockWait_(std::make_unique<LockWait>(file, std::move(listener))) {
-    const bool mayCreate = ifMissing == IfMissing::Create;
-    CheckFile(file, mayCreate);
+Database::Database(const fs::path& file, Access access, WaitListener listener)
+    : access_(access), lockWait_(std::make_unique<LockWait>(file, std::move(listener))) {
+    CheckFile(file, access);
     LeaveMemoryUncounted();
-    sqlite3* handle = nullptr;
-    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE |
-                      (mayCreate ? SQLITE_OPEN_CREATE : 0);
-    const int code = sqlite3_open_v2(file.c_str(), &handle, flags, nullptr);
-    handle_.reset(handle);
-    if (code != SQLITE_OK) RaiseFileError(file, code, "The database file cannot be opened");
-    sqlite3_busy_handler(handle, WaitForLock, lockWait_.get());
+    Open(file);
+    sqlite3_busy_handler(Handle(), WaitForLock, lockWait_.get());
     Check(file);
+    // Readers and the writer don't wait for each other; a committed group survives a crash of the program.
+    if (!IsReadOnly()) Run("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL");
+    Run("PRAGMA temp_store=MEMORY");
+}
+
+void Database::Open(const fs::path& file) {
+    if (IsReadOnly() && Unlocked::IsPossible(file)) unlocked_.emplace(file);
+    const int flags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE |
+                      (IsReadOnly() ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) |
+                      (access_ == Access::Create ? SQLITE_OPEN_CREATE : 0) | (unlocked_ ? SQLITE_OPEN_URI : 0);
+    sqlite3* handle = nullptr;
+    const int code =
+        sqlite3_open_v2(unlocked_ ? unlocked_->Uri().c_str() : file.c_str(), &handle, flags, nullptr);
+    handle_.reset(handle);
+    if (code == SQLITE_OK) return;
+    const int cause = IsReadOnly() && handle ? sqlite3_system_errno(handle) : 0;
+    RaiseFileError(file, code,
+                   "The database file cannot be opened" +
+                       (cause ? " (" + std::generic_category().message(cause) + ")" : std::string()));
+}
+
+void Database::RequireUnchanged() const {
+    if (unlocked_ && unlocked_->HasChanged())
+        throw DatabaseFailure(SQLITE_BUSY_SNAPSHOT, "The database changed while it was read", "HYT00");
 }
 
 void Database::Check(const fs::path& file) {
-    if (sqlite3_db_readonly(Handle(), "main") == 1)
+    if (!IsReadOnly() && sqlite3_db_readonly(Handle(), "main") == 1)
         RaiseFileError(file, SQLITE_READONLY, "The database file is read-only");
     const int code = sqlite3_exec(Handle(), "PRAGMA schema_version", nullptr, nullptr, nullptr);
     if (code == SQLITE_NOTADB) RaiseFileError(file, code, "The file is not a database");
     if (code != SQLITE_OK) RaiseSqliteError(Handle(), code);
-    // Readers and the writer don't wait for each other; a committed group survives a crash of the program.
-    Run("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA temp_store=MEMORY;");
 }
 
 void Database::Run(const std::string& sql) {

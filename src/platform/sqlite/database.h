@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/sqlite/lock_wait.h"
+#include "platform/sqlite/unlocked.h"
 
 struct sqlite3;
 
@@ -14,11 +16,16 @@ namespace iqrx::platform::sqlite {
 
 class Database {
 public:
-    // Opens the file for reading and writing; it must exist unless it may be created. Waits for other
-    // processes' locks, looking often, without a limit unless one is set. One thread at a time may use the
-    // handle. Raises, naming the file, when it can't be opened, written or is not a database.
-    enum class IfMissing { Fail, Create };
-    Database(const std::filesystem::path& file, IfMissing ifMissing, WaitListener listener = {});
+    enum class Access { Write, Create, Read };
+    // Opens the file, which must exist unless it may be created. Waits for other processes' locks, looking
+    // often, without a limit unless one is set. One thread at a time may use the handle. Raises, naming the
+    // file, when it can't be opened, can't be written where that is wanted, or is not a database.
+    Database(const std::filesystem::path& file, Access access, WaitListener listener = {});
+
+    bool IsReadOnly() const { return access_ == Access::Read; }
+    // Raises when the file was read without locks, which the header of CreateSqliteConnection tells of, and
+    // changed since it was opened.
+    void RequireUnchanged() const;
 
     sqlite3* Handle() const { return handle_.get(); }
     void Run(const std::string& sql);  // any number of statements
@@ -31,10 +38,13 @@ private:
     struct Close {
         void operator()(sqlite3* handle) const;
     };
+    void Open(const std::filesystem::path& file);
     void Check(const std::filesystem::path& file);
 
     static int WaitForLock(void* lockWait, int previousCalls);
 
+    const Access access_;
+    std::optional<Unlocked> unlocked_;  // of a file that is read without locks
     std::unique_ptr<LockWait> lockWait_;
     std::unique_ptr<sqlite3, Close> handle_;
 };

@@ -18,7 +18,9 @@ std::string Quoted(const std::string& name) { return "[" + name + "]"; }
 // on meanwhile.
 struct Stream {
     Stream(Session& session, const Found& found)
-        : database(session.File(), Database::IfMissing::Fail, session.Handle().Listener()) {
+        : database(session.File(),
+                   session.Handle().IsReadOnly() ? Database::Access::Read : Database::Access::Write,
+                   session.Handle().Listener()) {
         database.Run("PRAGMA query_only=1; BEGIN");  // one view of the data until the recordset is closed
         const std::string& sql = found.program->translation.statements.front();
         statement = Prepared(database, sql);

@@ -32,11 +32,11 @@ constexpr const char* kSettings =
 
 }  // namespace
 
-Session::Session(const std::filesystem::path& file, Errors& errors, const TableNames& controlTables,
-                 WaitListener listener)
+Session::Session(const std::filesystem::path& file, Database::Access access, Errors& errors,
+                 const TableNames& controlTables, WaitListener listener)
     : file_(file),
       errors_(errors),
-      database_(file, Database::IfMissing::Fail, std::move(listener)),
+      database_(file, access, std::move(listener)),
       cache_(database_, controlTables),
       group_([this] { database_.Run("BEGIN IMMEDIATE"); }, [this] { CommitGroup(); }, GroupLimits()) {
     database_.Run(kSettings);
@@ -92,6 +92,7 @@ void Session::Settle() {
     const auto turn = group_.Lock();
     try {
         group_.Settle();
+        database_.RequireUnchanged();
     } catch (...) {
         errors_ = {EntryOf(std::current_exception())};
         MakeRoom();

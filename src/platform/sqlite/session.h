@@ -16,8 +16,8 @@ namespace iqrx::platform::sqlite {
 class Session {
 public:
     // `errors` and `controlTables` must outlive the session. Raises when the file can't be used.
-    Session(const std::filesystem::path& file, Errors& errors, const TableNames& controlTables,
-            WaitListener listener);
+    Session(const std::filesystem::path& file, Database::Access access, Errors& errors,
+            const TableNames& controlTables, WaitListener listener);
     ~Session();  // what was not committed is lost
 
     // Does one call's work. When it fails, its error is entered in the connection's Errors and what was written

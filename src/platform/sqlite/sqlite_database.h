@@ -10,7 +10,10 @@
 
 namespace iqrx::platform {
 
-// Opens strings of the form "Provider=SQLite;Data Source=FILE". The file must exist and hold a database.
+// Opens strings of the form "Provider=SQLite;Data Source=FILE", for reading only with ";Mode=ReadOnly". The file
+// must exist and hold a database. A file that is opened for reading only need not be writable, nor its directory, and
+// nothing is left there; while nobody has it open, it is read without locks, and Commit raises RuntimeError when it
+// changed since it was opened, so that what was read has to be read again.
 // Other writes are grouped into transactions of a fraction of a second; they are committed at the latest when
 // an error leaves the connection and at Close. Dates are kept as text "YYYY-MM-DD HH:MM:SS" in columns
 // declared DATETIME, and come back from recordsets as dates. While another program holds the database, calls

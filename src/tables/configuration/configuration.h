@@ -3,6 +3,9 @@
 // say so. All raise RuntimeError after they have logged the failure.
 #pragma once
 
+#include <string_view>
+#include <vector>
+
 #include "engine/routines.h"
 
 namespace iqrx::tables {
@@ -21,6 +24,7 @@ UpsertRoutine UpsertAvailabilityType;
 // tscfg220
 Routine CopyInstallations, CopyInstallationsFull, CopyInstallationsIncremental;
 UpsertRoutine UpsertInstallation;
+std::vector<std::string_view> InstallationColumnsBesideTrail();
 
 // tscfg200
 Routine CopyServiceObjects, CopyServiceObjectsFull, CopyServiceObjectsIncremental;

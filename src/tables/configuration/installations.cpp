@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "engine/trail.h"
 #include "tables/configuration/configuration.h"
 
 namespace iqrx::tables {
@@ -46,5 +47,7 @@ void CopyInstallationsIncremental(const TableCall& call) {
 }
 
 void UpsertInstallation(const TableCall& call, Object& record) { Upsert(call, kInstallations, record); }
+
+std::vector<std::string_view> InstallationColumnsBesideTrail() { return ColumnsBesideTrail(kInstallations); }
 
 }  // namespace iqrx::tables

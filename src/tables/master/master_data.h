@@ -4,6 +4,9 @@
 // logged the failure.
 #pragma once
 
+#include <string_view>
+#include <vector>
+
 #include "engine/routines.h"
 
 namespace iqrx::tables {
@@ -20,6 +23,7 @@ UpsertRoutine UpsertServiceType;
 // tsmdm100
 Routine CopyServiceCenters, CopyServiceCentersFull, CopyServiceCentersIncremental;
 UpsertRoutine UpsertServiceCenter;
+std::vector<std::string_view> ServiceCenterColumnsBesideTrail();
 
 // tsmdm105
 Routine CopyServiceAreas, CopyServiceAreasFull, CopyServiceAreasIncremental;
@@ -36,6 +40,7 @@ UpsertRoutine UpsertEmployeeSkill;
 // tsmdm140
 Routine CopyServiceEmployees, CopyServiceEmployeesFull, CopyServiceEmployeesIncremental;
 UpsertRoutine UpsertServiceEmployee;
+std::vector<std::string_view> ServiceEmployeeColumnsBesideTrail();
 
 // tsclm020
 Routine CopyResponseTimes, CopyResponseTimesFull, CopyResponseTimesIncremental;

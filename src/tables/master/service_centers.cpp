@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "engine/trail.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -39,5 +40,9 @@ void CopyServiceCentersIncremental(const TableCall& call) {
 }
 
 void UpsertServiceCenter(const TableCall& call, Object& record) { Upsert(call, kServiceCenters, record); }
+
+std::vector<std::string_view> ServiceCenterColumnsBesideTrail() {
+    return ColumnsBesideTrail(kServiceCenters);
+}
 
 }  // namespace iqrx::tables

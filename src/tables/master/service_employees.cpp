@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "engine/trail.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -42,5 +43,9 @@ void CopyServiceEmployeesIncremental(const TableCall& call) {
 }
 
 void UpsertServiceEmployee(const TableCall& call, Object& record) { Upsert(call, kServiceEmployees, record); }
+
+std::vector<std::string_view> ServiceEmployeeColumnsBesideTrail() {
+    return ColumnsBesideTrail(kServiceEmployees);
+}
 
 }  // namespace iqrx::tables

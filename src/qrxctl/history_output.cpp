@@ -1,0 +1,117 @@
+#include "qrxctl/history_output.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "platform/date.h"
+#include "qrxctl/lines.h"
+#include "qrxctl/moments.h"
+#include "qrxctl/run_log_excerpt.h"
+
+namespace iqrx::qrxctl {
+
+namespace {
+
+using journal::RunEntry;
+using Json = nlohmann::ordered_json;
+
+constexpr const char* kService = "iQRXyQRXSync";
+constexpr std::size_t kIndent = 16;
+
+std::string Figure(const std::optional<std::int64_t>& number) { return number ? Grouped(*number) : "-"; }
+
+Json OrNull(const std::optional<std::int64_t>& number) { return number ? Json(*number) : Json(nullptr); }
+
+// Whoever found the table in use has not copied anything, whatever the figures say.
+std::string HeadOf(const RunEntry& entry, bool namesTable) {
+    const bool copied = entry.outcome != "in use";
+    return fmt::format("{:<15} {}{:<11} {:>9} {:>7} {:>7}  ", entry.run,
+                       namesTable ? fmt::format("{:<8} ", entry.table) : "", entry.method,
+                       copied ? Figure(entry.copied) : "-", copied ? Figure(entry.removed) : "-",
+                       Seconds(entry.seconds));
+}
+
+std::string LineOf(const RunEntry& entry, bool namesTable) {
+    const std::string head = HeadOf(entry, namesTable);
+    const std::string service = entry.program == kService ? " (service)" : "";
+    const std::string end = EndOf(entry) + service;
+    if (head.size() + end.size() <= kColumns) return head + end + '\n';
+    return head + entry.outcome + service + '\n' + std::string(kIndent, ' ') +
+           Wrapped(EndOf(entry), kIndent) + '\n';
+}
+
+std::string MomentOf(const std::string& rfc3339) {
+    const auto moment = journal::ParseRfc3339(rfc3339);
+    if (!moment) return rfc3339.empty() ? "-" : rfc3339;
+    return platform::IsoDateTime(moment->local) + " (" + ZoneName(moment->offsetMinutes) + ")";
+}
+
+std::string Described(std::string_view what, const std::string& text) {
+    constexpr std::size_t kWhatWidth = 10;
+    return fmt::format("{:<{}}{}\n", what, kWhatWidth, Wrapped(text.empty() ? "-" : text, kWhatWidth));
+}
+
+std::string TableText(const RunEntry& entry, platform::Machine& machine, const std::string& logDirectory) {
+    std::string text = '\n' + Described("table", entry.table + " " + entry.method);
+    text += Described("began", MomentOf(entry.began));
+    text += Described("ended", MomentOf(entry.ended) + ", " + Seconds(entry.seconds) + " s");
+    text += Described("outcome", EndOf(entry));
+    text += Described("rows", Figure(entry.copied) + " copied, " + Figure(entry.removed) + " removed, " +
+                                  Figure(entry.rows) + " afterwards");
+    const RunLogExcerpt excerpt = ExcerptOf(entry, machine, logDirectory);
+    text += Described("log", excerpt.file + (excerpt.problem.empty() ? "" : ": " + excerpt.problem));
+    for (const std::string& line : excerpt.lines) text += Described("", line);
+    return text;
+}
+
+}  // namespace
+
+std::string EndOf(const RunEntry& entry) {
+    if (entry.outcome == "ok") return entry.outcome;
+    std::string end = entry.outcome;
+    if (!entry.cause.empty()) end += (entry.cause.starts_with("by ") ? " " : ": ") + entry.cause;
+    if (entry.outcome == "stopped" && !entry.by.empty()) end += " (" + entry.by + ")";
+    return end;
+}
+
+std::string HistoryTable(const std::vector<RunEntry>& newestFirst) {
+    if (newestFirst.empty()) return {};
+    const bool namesTables = std::ranges::any_of(
+        newestFirst, [&](const RunEntry& entry) { return entry.table != newestFirst.front().table; });
+    std::string text =
+        fmt::format("{:<15} {}{:<11} {:>9} {:>7} {:>7}  {}\n", "run", namesTables ? "table    " : "",
+                    "method", "copied", "removed", "seconds", "ended");
+    for (const RunEntry& entry : newestFirst) text += LineOf(entry, namesTables);
+    return text;
+}
+
+std::string RunText(const std::vector<RunEntry>& entries, platform::Machine& machine,
+                    const std::string& logDirectory) {
+    const RunEntry& first = entries.front();
+    std::string text =
+        Described("run", first.run) + Described("program", first.program) + Described("by", first.by);
+    for (const RunEntry& entry : entries) text += TableText(entry, machine, logDirectory);
+    return text;
+}
+
+std::string HistoryJson(const std::vector<RunEntry>& newestFirst, const journal::Damage& damage) {
+    Json runs = Json::array();
+    for (const RunEntry& entry : newestFirst) {
+        Json run{{"run", entry.run},       {"table", entry.table},
+                 {"method", entry.method}, {"program", entry.program},
+                 {"by", entry.by},         {"outcome", entry.outcome},
+                 {"cause", entry.cause},   {"began", entry.began},
+                 {"ended", entry.ended},   {"copied", OrNull(entry.copied)}};
+        run["removed"] = OrNull(entry.removed);
+        run["rows"] = OrNull(entry.rows);
+        run["seconds"] = entry.seconds;
+        runs.push_back(std::move(run));
+    }
+    Json history{{"schema", 1}, {"damaged_lines", damage.lines}, {"damaged_places", damage.places}};
+    history["runs"] = std::move(runs);
+    return history.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+}
+
+}  // namespace iqrx::qrxctl

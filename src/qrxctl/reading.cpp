@@ -1,0 +1,78 @@
+#include "qrxctl/reading.h"
+
+#include "platform/connection_string.h"
+#include "platform/error.h"
+
+namespace iqrx::qrxctl {
+
+namespace {
+
+bool IsEmbedded(const platform::ConnectionString& keys) {
+    return platform::EqualIgnoringCase(keys.Find("Provider").value_or(""), "SQLite");
+}
+
+// Of a text that is not a list of keys, which some providers take.
+std::optional<platform::ConnectionString> KeysOf(const std::string& connection) {
+    try {
+        return platform::ConnectionString(connection);
+    } catch (const platform::RuntimeError&) {
+        return std::nullopt;
+    }
+}
+
+}  // namespace
+
+std::string ForReading(const std::string& connection) {
+    auto keys = KeysOf(connection);
+    if (!keys || !IsEmbedded(*keys)) return connection;
+    keys->Remove("Mode");
+    return keys->Text() + "Mode=ReadOnly";
+}
+
+std::string DatabaseName(const Options& options) {
+    const auto keys = KeysOf(options.connection);
+    if (!keys) return options.database.empty() ? "database" : options.database;
+    if (IsEmbedded(*keys))
+        return platform::Utf8(platform::Path(keys->Find("Data Source").value_or("")).filename());
+    std::string name;
+    for (const char* key : {"Server", "Servername", "Data Source", "DSN"})
+        if (name.empty()) name = keys->Find(key).value_or("");
+    std::string database = options.database;
+    for (const char* key : {"Database", "Initial Catalog"})
+        if (database.empty()) database = keys->Find(key).value_or("");
+    return name.empty() ? database : database.empty() ? name : name + " " + database;
+}
+
+bool IsEmbedded(const Options& options) {
+    const auto keys = KeysOf(options.connection);
+    return keys && IsEmbedded(*keys);
+}
+
+std::vector<std::string> CatalogTables(hosting::Composition& parts, const Options& options) {
+    control::TableCatalog catalog;
+    catalog.LoadTableCatalog(parts.PlainDatabases(), ForReading(options.connection), options.database,
+                             PlatformNumber(options), options.group);
+    std::vector<std::string> tables;
+    for (int id = 0; id < control::TableCatalog::kLastId; ++id)
+        if (std::string table = catalog.GetTableName(id); !table.empty()) tables.push_back(std::move(table));
+    return tables;
+}
+
+void ReadDatabase(hosting::Composition& parts, const Options& options,
+                  const std::function<void(runtime::DatabaseSession& session)>& read) {
+    constexpr int kMostAttempts = 5;
+    platform::Machine machine = parts.Machine();
+    runtime::DatabaseSession session(machine, parts.PlainDatabases());
+    for (int attempt = 1;; ++attempt) {
+        session.OpenDatabase(ForReading(options.connection), options.database, PlatformNumber(options));
+        read(session);
+        try {
+            session.Commit();
+            return session.CloseDatabase();
+        } catch (const platform::RuntimeError&) {
+            if (attempt == kMostAttempts) throw;
+        }
+    }
+}
+
+}  // namespace iqrx::qrxctl

@@ -1,0 +1,29 @@
+// How the tool looks at the database when it only looks.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "qrxctl/command.h"
+#include "runtime/database_session.h"
+
+namespace iqrx::qrxctl {
+
+// A connection string with which nothing is written and nothing is left beside an embedded database, so that
+// it serves whoever may only read.
+std::string ForReading(const std::string& connection);
+
+// What stands in a heading: the file's name, or the server and the database.
+std::string DatabaseName(const Options& options);
+
+// Whether the database is a file that is read here, row by row, to count its rows.
+bool IsEmbedded(const Options& options);
+
+// The tables of the options' group, in the catalog's order. Raises RuntimeError.
+std::vector<std::string> CatalogTables(hosting::Composition& parts, const Options& options);
+
+// Opens the database for reading and reads. Once more when it changed meanwhile: `read` begins anew each time.
+void ReadDatabase(hosting::Composition& parts, const Options& options,
+                  const std::function<void(runtime::DatabaseSession& session)>& read);
+
+}  // namespace iqrx::qrxctl

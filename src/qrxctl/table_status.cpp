@@ -1,0 +1,36 @@
+#include "qrxctl/table_status.h"
+
+#include <fmt/format.h>
+
+#include "qrxctl/moments.h"
+
+namespace iqrx::qrxctl {
+
+std::optional<journal::Timestamp> BeganAt(const std::optional<journal::RunEntry>& entry) {
+    if (!entry) return std::nullopt;
+    const auto began = journal::ParseRfc3339(entry->began);
+    return began ? began : journal::ParseRfc3339(entry->ended);
+}
+
+std::optional<std::int64_t> SecondsHeld(const TableStatus& status, const journal::Timestamp& now) {
+    const auto since = journal::ParseRfc3339(status.holder.since);
+    if (!since) return std::nullopt;
+    return std::max<std::int64_t>(0, SecondsBetween(*since, now));
+}
+
+std::string Described(const journal::SheetText& holder) {
+    std::string text = holder.by.pid > 0 ? fmt::format("pid {}", holder.by.pid) : "a process";
+    std::string who = holder.program;
+    if (!holder.by.user.empty()) who += (who.empty() ? "" : ", ") + holder.by.user;
+    return who.empty() ? text : text + " (" + who + ")";
+}
+
+std::int64_t GapSeconds(const TableStatus& status) {
+    std::int64_t seconds = 0;
+    if (status.read)
+        for (const journal::Stretch& gap : status.read->gaps)
+            seconds += gap.to.secondsSince1970 - gap.from.secondsSince1970;
+    return seconds;
+}
+
+}  // namespace iqrx::qrxctl

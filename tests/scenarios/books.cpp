@@ -1,0 +1,93 @@
+#include "scenarios/books.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <ctime>
+#include <fstream>
+#include <stdexcept>
+
+namespace iqrx::testing {
+
+namespace {
+
+std::string TimeText(long secondsAgo, const char* form) {
+    const std::time_t then = std::time(nullptr) - secondsAgo;
+    std::tm local{};
+    localtime_r(&then, &local);
+    char text[40];
+    return {text, std::strftime(text, sizeof text, form, &local)};
+}
+
+std::string Number(const std::optional<long>& number) { return number ? std::to_string(*number) : "null"; }
+
+std::string LineOf(const PastRun& run) {
+    const auto text = [](const char* key, const std::string& value) {
+        return std::string(",\"") + key + "\":\"" + value + "\"";
+    };
+    return "{\"schema\":1" + text("run", run.run) + text("table", run.table) + text("method", run.method) +
+           text("program", run.program) + text("by", run.by) + text("outcome", run.outcome) +
+           text("cause", run.cause) + text("began", SecondsAgo(run.secondsAgo + run.took)) +
+           text("ended", SecondsAgo(run.secondsAgo)) + ",\"copied\":" + Number(run.copied) +
+           ",\"removed\":" + Number(run.removed) + ",\"rows\":" + Number(run.rows) + ",\"seconds\":0.02}";
+}
+
+}  // namespace
+
+std::string ThisHost() {
+    char name[256] = {};
+    gethostname(name, sizeof name - 1);
+    return name;
+}
+
+std::string SecondsAgo(long seconds) {
+    std::string text = TimeText(seconds, "%Y-%m-%dT%H:%M:%S%z");
+    return text.insert(text.size() - 2, ":");
+}
+
+std::string LocalSecondsAgo(long seconds) { return TimeText(seconds, "%Y-%m-%d %H:%M:%S"); }
+
+void SiteWithBooks::GivenRuns(const std::vector<PastRun>& runs) const {
+    for (const PastRun& run : runs) GivenHistoryLine(LineOf(run));
+}
+
+void SiteWithBooks::GivenHistoryLine(const std::string& line) const {
+    fs::create_directories(State());
+    std::ofstream(State() / "history.jsonl", std::ios::binary | std::ios::app) << line << '\n';
+}
+
+void SiteWithBooks::GivenLedger(const std::string& readTo, const std::string& gaps) const {
+    fs::create_directories(State());
+    GivenFile(State() / "ledger.json",
+              "{\"schema\":1,\"tables\":{\"tsmdm030\":{\"read_to\":\"" + readTo + "\",\"gaps\":[" + gaps +
+                  "],\"noted\":\"2026-01-01 00:00:00\",\"uptime\":1,\"boot\":\"b\"}}}");
+}
+
+// No process has a number as high as this one.
+void SiteWithBooks::GivenSheet(const std::string& table, const std::string& host, long secondsAgo) const {
+    fs::create_directories(State() / "running");
+    GivenFile(State() / "running" / table,
+              "{\"schema\":1,\"table\":\"" + table +
+                  "\",\"run\":\"20261121-103619\",\"program\":\"qrxctl copy --all --full\",\"method\":\"full\","
+                  "\"since\":\"" +
+                  SecondsAgo(secondsAgo) + "\",\"pid\":99999999,\"user\":\"anna\",\"host\":\"" + host +
+                  "\",\"terminal\":\"tty1\"}");
+}
+
+void SiteWithBooks::Lock(const std::string& table) const {
+    Execute("UPDATE tstables SET in_use = 1 WHERE tablename = '" + table + "'");
+}
+
+void SiteWithBooks::ExpectNarrow(const std::string& text) {
+    constexpr std::size_t kColumns = 80;
+    for (const std::string& line : Lines(text)) EXPECT_LE(line.size(), kColumns) << line;
+}
+
+SheetHolder::SheetHolder(const fs::path& sheet) : file_(open(sheet.c_str(), O_RDWR | O_CLOEXEC)) {
+    if (file_ < 0 || flock(file_, LOCK_EX) != 0) throw std::runtime_error("the sheet cannot be held");
+}
+
+SheetHolder::~SheetHolder() { close(file_); }
+
+}  // namespace iqrx::testing
