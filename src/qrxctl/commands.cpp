@@ -4,6 +4,7 @@
 #include "qrxctl/init_command.h"
 #include "qrxctl/sample_command.h"
 #include "qrxctl/status_command.h"
+#include "qrxctl/unlock_command.h"
 
 namespace iqrx::qrxctl {
 
@@ -13,6 +14,7 @@ constexpr std::array kCommands{
     CommandEntry{"First", "init", "put tables and catalog in place", MakeInit},
     CommandEntry{"Copy", "copy", "copy tables, in full or what changed", MakeCopy},
     CommandEntry{"Watch", "status", "how fresh, how many, who holds it", MakeStatus},
+    CommandEntry{"Run", "unlock", "release a table that nobody copies any more", MakeUnlock},
     CommandEntry{"Help", "sample", "write an extract to play with", MakeSample},
 };
 
