@@ -13,14 +13,14 @@
 namespace iqrx::journal {
 
 struct RunEntry {
-    std::string run, table;
-    std::string method;        // "full" or "incremental"
-    std::string program;       // "qrxctl copy --all --full"
-    std::string by;            // "anna", "tty1, anna"
-    std::string outcome;       // "ok", "failed", "in use", "guard" or "stopped"
-    std::string cause;         // one line; empty when all went well
-    std::string began, ended;  // RFC 3339
-    std::optional<std::int64_t> copied, removed, rows;
+    std::string run = {}, table = {};
+    std::string method = {};             // "full" or "incremental"
+    std::string program = {};            // "qrxctl copy --all --full"
+    std::string by = {};                 // "anna", "tty1, anna"
+    std::string outcome = {};            // "ok", "failed", "in use", "guard" or "stopped"
+    std::string cause = {};              // one line; empty when all went well
+    std::string began = {}, ended = {};  // RFC 3339
+    std::optional<std::int64_t> copied = {}, removed = {}, rows = {};
     double seconds = 0;
     bool operator==(const RunEntry&) const = default;
 };

@@ -12,11 +12,11 @@
 namespace iqrx::journal {
 
 struct SheetText {
-    std::string table, run;
-    std::string program;  // "qrxctl copy --all --full"
-    std::string method;   // "full" or "incremental"
-    std::string since;    // RFC 3339
-    platform::ProcessIdentity by;
+    std::string table = {}, run = {};
+    std::string program = {};  // "qrxctl copy --all --full"
+    std::string method = {};   // "full" or "incremental"
+    std::string since = {};    // RFC 3339
+    platform::ProcessIdentity by = {};
     bool operator==(const SheetText&) const = default;
 };
 

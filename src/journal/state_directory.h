@@ -33,6 +33,7 @@ public:
     std::string Problem() const;
     // Neither a file, nor unreadable, nor of a newer version. One that does not exist is usable and empty.
     bool IsUsable() const { return usable_; }
+    bool IsWritable() const { return writable_; }
 
     const std::filesystem::path& Directory() const { return directory_; }
     std::filesystem::path Sheets() const { return directory_ / "running"; }
@@ -43,9 +44,10 @@ public:
     platform::Host& Host() const { return host_; }
     platform::TextFiles& Files() const { return files_; }
 
-    // For the parts of the journal. Does it while no other process or thread does such a thing in this
-    // directory; false when it was left out or raised an error, which is then the problem.
+    // For the parts of the journal: makes the change while no other thread or process makes one in this
+    // directory. Write: false when it was left out or raised an error, which is then the problem.
     bool Write(const std::function<void()>& change);
+    void WriteOrRaise(const std::function<void()>& change);
     void Note(const std::string& problem);
 
 private:

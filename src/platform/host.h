@@ -14,7 +14,7 @@ namespace iqrx::platform {
 
 struct ProcessIdentity {
     long pid = 0;
-    std::string user, host, terminal;  // terminal: "tty1", "pts/0"; empty without one
+    std::string user = {}, host = {}, terminal = {};  // terminal: "tty1", "pts/0"; empty without one
     bool operator==(const ProcessIdentity&) const = default;
 };
 
@@ -22,6 +22,7 @@ struct ProcessIdentity {
 class HeldFile {
 public:
     virtual ~HeldFile() = default;                  // lets go; the file stays
+    virtual bool IsNew() const = 0;                 // it was not there before
     virtual void Write(std::string_view text) = 0;  // in place of what the file holds
     // Lets go of the file and removes it, so that nobody finds it free and stale. Raises nothing: a file that
     // cannot be removed stays, and is free.
