@@ -1,5 +1,6 @@
 #include "engine/copy_pattern.h"
 #include "tables/configuration/configuration.h"
+#include "tables/definitions.h"
 
 namespace iqrx::tables {
 
@@ -38,6 +39,8 @@ constexpr Table kInstallations = Checked({
 });
 
 }  // namespace
+
+const Table& Installations() { return kInstallations; }
 
 void CopyInstallations(const TableCall& call) {
     ChooseCopy(call, CopyInstallationsFull, CopyInstallationsIncremental);

@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -27,6 +28,8 @@ constexpr Table kAddresses = Checked({
 });
 
 }  // namespace
+
+const Table& Addresses() { return kAddresses; }
 
 void CopyAddresses(const TableCall& call) { ChooseCopy(call, CopyAddressesFull, CopyAddressesIncremental); }
 void CopyAddressesFull(const TableCall& call) { FullCopy(call, kAddresses, UpsertAddress); }

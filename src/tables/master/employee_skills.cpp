@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -24,6 +25,8 @@ constexpr Table kEmployeeSkills = Checked({
 });
 
 }  // namespace
+
+const Table& EmployeeSkills() { return kEmployeeSkills; }
 
 void CopyEmployeeSkills(const TableCall& call) {
     ChooseCopy(call, CopyEmployeeSkillsFull, CopyEmployeeSkillsIncremental);

@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -27,6 +28,8 @@ constexpr Table kResponseTimes = Checked({
 });
 
 }  // namespace
+
+const Table& ResponseTimes() { return kResponseTimes; }
 
 void CopyResponseTimes(const TableCall& call) {
     ChooseCopy(call, CopyResponseTimesFull, CopyResponseTimesIncremental);

@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -33,6 +34,8 @@ constexpr Table kServiceAreas = Checked({
 });
 
 }  // namespace
+
+const Table& ServiceAreas() { return kServiceAreas; }
 
 void CopyServiceAreas(const TableCall& call) {
     ChooseCopy(call, CopyServiceAreasFull, CopyServiceAreasIncremental);

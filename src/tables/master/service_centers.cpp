@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -31,6 +32,8 @@ constexpr Table kServiceCenters = Checked({
 });
 
 }  // namespace
+
+const Table& ServiceCenters() { return kServiceCenters; }
 
 void CopyServiceCenters(const TableCall& call) {
     ChooseCopy(call, CopyServiceCentersFull, CopyServiceCentersIncremental);

@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -32,6 +33,8 @@ constexpr Table kServiceEmployees = Checked({
 });
 
 }  // namespace
+
+const Table& ServiceEmployees() { return kServiceEmployees; }
 
 void CopyServiceEmployees(const TableCall& call) {
     ChooseCopy(call, CopyServiceEmployeesFull, CopyServiceEmployeesIncremental);

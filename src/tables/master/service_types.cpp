@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -26,6 +27,8 @@ constexpr Table kServiceTypes = Checked({
 });
 
 }  // namespace
+
+const Table& ServiceTypes() { return kServiceTypes; }
 
 void CopyServiceTypes(const TableCall& call) {
     ChooseCopy(call, CopyServiceTypesFull, CopyServiceTypesIncremental);

@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -22,6 +23,8 @@ constexpr Table kSkills = Checked({
 });
 
 }  // namespace
+
+const Table& Skills() { return kSkills; }
 
 void CopySkills(const TableCall& call) { ChooseCopy(call, CopySkillsFull, CopySkillsIncremental); }
 void CopySkillsFull(const TableCall& call) { FullCopy(call, kSkills, UpsertSkill); }

@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -23,6 +24,8 @@ constexpr Table kSolutionTimes = Checked({
 });
 
 }  // namespace
+
+const Table& SolutionTimes() { return kSolutionTimes; }
 
 void CopySolutionTimes(const TableCall& call) {
     ChooseCopy(call, CopySolutionTimesFull, CopySolutionTimesIncremental);

@@ -1,4 +1,5 @@
 #include "platform/conversions.h"
+#include "tables/definitions.h"
 #include "tables/orders/change_logged_copy.h"
 #include "tables/orders/orders.h"
 #include "tables/orders/status_ranges.h"
@@ -90,6 +91,8 @@ void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& 
 }
 
 }  // namespace
+
+const Table& Activities() { return kActivities; }
 
 void CopyServiceOrderActivities(const TableCall& call) {
     ChooseCopy(call, CopyServiceOrderActivitiesFull, CopyServiceOrderActivitiesIncremental);

@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/orders/orders.h"
 
 namespace iqrx::tables {
@@ -25,6 +26,8 @@ constexpr Table kOrderLines = Checked({
 });
 
 }  // namespace
+
+const Table& OrderLines() { return kOrderLines; }
 
 void CopyServiceOrderLines(const TableCall& call) {
     ChooseCopy(call, CopyServiceOrderLinesFull, CopyServiceOrderLinesIncremental);
