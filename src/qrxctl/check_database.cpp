@@ -98,20 +98,23 @@ void WrongTable(Findings& findings, const std::string& table, const std::string&
         findings.Wrong(table, text, step);
 }
 
-void CompareColumns(Findings& findings, const TableText& expected, const TableText& found) {
+// What is wrong with a table's columns, in one line; empty when nothing is.
+std::string WrongColumns(const TableText& expected, const TableText& found) {
+    std::vector<std::string> missing;
+    std::string others;
     for (const TableText::Column& column : expected.columns) {
         const auto same = std::ranges::find_if(found.columns, [&](const TableText::Column& other) {
             return platform::EqualIgnoringCase(other.name, column.name);
         });
-        const std::string step = "qrxctl init --show " + expected.name;
         if (same == found.columns.end())
-            WrongTable(findings, expected.name, "has no column " + column.name, step);
+            missing.push_back(column.name);
         else if (same->type != column.type)
-            WrongTable(findings, expected.name,
-                       fmt::format("column {} is {}, expected {}", column.name,
-                                   same->type.empty() ? "of no type" : same->type, column.type),
-                       step);
+            others += fmt::format("{}column {} is {}, expected {}", others.empty() ? "" : "; ", column.name,
+                                  same->type.empty() ? "of no type" : same->type, column.type);
     }
+    if (missing.empty()) return others;
+    return (missing.size() == 1 ? "has no column " : "has no columns ") + Some(missing) +
+           (others.empty() ? "" : "; " + others);
 }
 
 std::string KindsOf(const std::vector<TableText>& tables) {
@@ -186,10 +189,10 @@ bool CheckTables(const Site& site) {
                 ? EmbeddedTables(database)
                 : ServerTables(database, PlatformNumber(site.options) == runtime::kOracle);
         for (const TableText& table : expected)
-            if (const TableText* other = FindTable(found, table.name))
-                CompareColumns(findings, table, *other);
-            else
+            if (const TableText* other = FindTable(found, table.name); other == nullptr)
                 WrongTable(findings, table.name, "is missing", "qrxctl init");
+            else if (const std::string wrong = WrongColumns(table, *other); !wrong.empty())
+                WrongTable(findings, table.name, wrong, "qrxctl init --show " + table.name);
         if (findings.Count(Finding::Grade::Wrong) == before) findings.Ok("tables", KindsOf(expected));
     } catch (...) {
         findings.Note("tables", "cannot be looked at: " + ErrorText());

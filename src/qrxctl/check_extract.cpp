@@ -79,14 +79,6 @@ private:
     std::vector<std::string> names_, missing_, wrong_;
 };
 
-// "a, b, c and 9 more".
-std::string Some(const std::vector<std::string>& names) {
-    constexpr std::size_t kMost = 5;
-    std::string text;
-    for (std::size_t i = 0; i < std::min(kMost, names.size()); ++i) text += (i > 0 ? ", " : "") + names[i];
-    return names.size() > kMost ? fmt::format("{} and {} more", text, names.size() - kMost) : text;
-}
-
 void TellOfMoment(const Site& site, const fs::path& directory, const std::vector<std::string>& files) {
     const journal::ExportMoment moment = journal::ExportMomentOf(directory, files, site.parts.Host());
     if (!moment.problem.empty()) site.findings.Note("extract", moment.problem);

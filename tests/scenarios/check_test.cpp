@@ -15,7 +15,9 @@ using ::testing::StartsWith;
 
 class ASiteThatIsChecked : public Site {
 protected:
-    ASiteThatIsChecked() { fs::copy(Sample(), extract, fs::copy_options::overwrite_existing); }
+    ASiteThatIsChecked() {
+        fs::copy(Sample(), extract, fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+    }
 
     Finished Check(const std::vector<std::string>& more = {}, const Environment& environment = {}) const {
         std::vector<std::string> arguments{"check"};
@@ -43,7 +45,7 @@ protected:
         EXPECT_THAT(Fact(run.out, "wrong    " + subject), HasSubstr(text)) << run.out;
         // Only a path may be wider: it is not broken.
         for (const std::string& line : Lines(run.out))
-            if (line.find('/') == std::string::npos) EXPECT_LE(line.size(), 80U) << line;
+            EXPECT_TRUE(line.size() <= 80 || line.find('/') != std::string::npos) << line;
     }
 };
 
@@ -81,6 +83,7 @@ TEST_F(ASiteThatIsChecked, HasColumnsOfTheTypesThatAreExpected) {
         "DROP TABLE tssoc210; CREATE TABLE tssoc210 (orno NVARCHAR(9), asta TEXT);"
         "ALTER TABLE tsmdm030 DROP COLUMN prod");
     ExpectWrong("tssoc210", "column asta is TEXT, expected INTEGER -> qrxctl init --show tssoc210");
+    ExpectWrong("tssoc210", "has no columns acln, ");
     ExpectWrong("tsmdm030", "has no column prod");
 }
 
@@ -143,6 +146,7 @@ TEST_F(ASiteThatIsChecked, HasFilesThatTheCopyCanRead) {  // C1
     ExpectWrong("extract", "is separated by ';'");
     GivenExtract("tsmdm030.csv", std::string("\xFF\xFE") + std::string("c\0", 2));
     ExpectWrong("extract", "looks like UTF-16");
+    GivenExtract("tsmdm030.csv", kServiceTypes);
     GivenExtract("calendars.csv", "calendar");
     ExpectWrong("extract", "calendars.csv has no columns");
 }
@@ -204,8 +208,10 @@ TEST_F(ASiteThatIsChecked, HasAStateDirectoryThatIsOne) {
 }
 
 TEST_F(ASiteThatIsChecked, IsToldAsJson) {
-    const std::string json = Check({"--json"}).out;
+    std::string json = Check({"--json"}).out;
     EXPECT_THAT(json, StartsWith("{\"schema\":1,"));
+    for (std::size_t at = 0; (at = json.find('\'', at)) != std::string::npos; at += 2)
+        json.insert(at, 1, '\'');
     EXPECT_EQ(Cell("SELECT json_extract('" + json + "', '$.wrong')"), "0");
 }
 

@@ -94,7 +94,7 @@ TEST_F(AnError, OfARunParameterWithoutADirectorySaysSo) {  // C1
 }
 
 TEST_F(AnError, OfAFilterFlagThatIsNullNamesColumnAndTable) {  // C1
-    fs::copy(Sample(), extract, fs::copy_options::overwrite_existing);
+    fs::copy(Sample(), extract, fs::copy_options::recursive | fs::copy_options::overwrite_existing);
     Execute("UPDATE tstables SET FilterFlag = NULL WHERE tablename = 'tssoc200'");
     const Finished run = Qrxctl({"copy", "tssoc200", "--full"});
     EXPECT_EQ(run.exitCode, 1);
