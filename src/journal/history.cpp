@@ -112,14 +112,15 @@ std::string History::NewRunId(platform::Date now) {
                 if (other && other->second == id.second) id.number = std::max(id.number, other->number + 1);
                 return true;
             });
-        directory_.Host().Replace(file, given.With(id));
+        // What a crash leaves of it is either understood or looked up in the history: it need not last.
+        if (const auto held = directory_.Host().TryHold(file)) held->Write(given.With(id));
     });
     return Text(id);
 }
 
 History::Pruned History::Prune(const Timestamp& before) {
     Pruned pruned;
-    directory_.WriteOrRaise([&] {
+    const auto keptLines = [&] {
         std::string kept;
         bool keepsDamaged = false;  // it is as old as the runs around it
         LineReader lines(directory_.HistoryFile());
@@ -132,6 +133,10 @@ History::Pruned History::Prune(const Timestamp& before) {
             ++(keep ? pruned.kept : pruned.removed);
             if (keep) kept.append(*line).append(1, '\n');
         }
+        return kept;
+    };
+    directory_.WriteOrRaise([&] {
+        const std::string kept = keptLines();  // the file is closed: some systems replace no open one
         if (pruned.removed > 0) directory_.Host().Replace(directory_.HistoryFile(), kept);
     });
     return pruned;

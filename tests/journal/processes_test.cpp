@@ -52,7 +52,7 @@ TEST_F(ProcessesTest, NoLineOfTheHistoryIsLostBetweenThem) {
 }
 
 TEST_F(ProcessesTest, NoLineIsLostByPruningMeanwhile) {
-    constexpr int kRuns = 200;
+    constexpr int kRuns = 50;
     InProcesses(2, [this](StateDirectory& state, int process) {
         History history(state);
         for (int run = 0; run < kRuns; ++run) {

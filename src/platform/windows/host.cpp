@@ -107,12 +107,26 @@ private:
     const bool isNew_;
 };
 
-// Whether somebody has the file open for writing, and not only to ask. Shared with those who ask, too.
+// Where a holder's lock lies: far from the text, which others read.
+OVERLAPPED MarkOfHolder() {
+    OVERLAPPED place{};
+    place.OffsetHigh = 0x40000000;
+    return place;
+}
+
+// Nothing: it cannot be told, and GetLastError says why.
 std::optional<bool> IsTaken(const std::filesystem::path& file) {
-    const Handle asked = Open(file, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_EXISTING);
-    if (asked) return false;
-    if (GetLastError() == ERROR_SHARING_VIOLATION) return true;
-    if (GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND) return false;
+    const Handle asked = Open(file, GENERIC_READ, kForAll, OPEN_EXISTING);
+    if (!asked) {
+        if (GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND) return false;
+        return std::nullopt;
+    }
+    OVERLAPPED mark = MarkOfHolder();
+    if (LockFileEx(asked.Get(), LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &mark) != 0) {
+        UnlockFileEx(asked.Get(), 0, 1, 0, &mark);
+        return false;
+    }
+    if (GetLastError() == ERROR_LOCK_VIOLATION || GetLastError() == ERROR_IO_PENDING) return true;
     return std::nullopt;
 }
 
@@ -176,6 +190,9 @@ std::unique_ptr<HeldFile> WindowsHost::TryHold(const std::filesystem::path& file
             const DWORD failure = GetLastError();
             if (opened) {
                 RequireRegular(opened, file);
+                // It waits for those who ask, for a moment: nobody else can want it.
+                OVERLAPPED mark = MarkOfHolder();
+                LockFileEx(opened.Get(), LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &mark);
                 isNew = failure != ERROR_ALREADY_EXISTS;
                 handle = std::move(opened);
                 return true;

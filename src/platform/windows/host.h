@@ -1,6 +1,5 @@
-// The host of a Windows machine. A file is held by its share mode: the system knows no moment at which a new one
-// is there and not held, and whoever shares its file with a writer can read it. A question whether a file is held
-// opens it for a moment; who wants the file for itself tells such a question from a holder and tries again.
+// The host of a Windows machine. A file is held by its share mode, so that there is no moment at which a new one is
+// there and not held, and a lock far after its text tells so to those who ask, without excluding anybody.
 #pragma once
 
 #include <atomic>

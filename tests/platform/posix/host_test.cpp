@@ -169,6 +169,7 @@ TEST_F(HostTest, OnlyOneHoldsAFileThatComesAndGoes) {
                     const auto held = host.TryHold(file);
                     if (!held) continue;
                     if (++inside > 1) ++together;
+                    std::this_thread::yield();  // long enough to be met inside
                     ++times;
                     --inside;
                     held->Remove();
