@@ -49,7 +49,7 @@ public:
         const auto tables = wanted_.all ? LockedTables() : TablesNamed(process_.catalog, wanted_.tables);
         ExitCode worst = kAllWell;
         for (const std::string& table : tables) worst = Worse(worst, Unlock(table));
-        if (tables.empty()) Say(Fact("ok", "", "no table is locked"));
+        if (tables.empty()) Say(Fact("ok", "lock", "no table is locked"));
         process_.database.CloseDatabase();
         if (options.json) place_.out << Json{{"schema", 1}, {"tables", told_}}.dump() << '\n';
         return worst;
