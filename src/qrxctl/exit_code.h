@@ -1,7 +1,6 @@
 // What the tool tells the shell, the scheduler and the monitor that started it.
 #pragma once
 
-#include <algorithm>
 #include <array>
 
 namespace iqrx::qrxctl {
@@ -21,7 +20,9 @@ enum ExitCode : int {
 constexpr ExitCode Worse(ExitCode one, ExitCode other) {
     constexpr std::array kWorstFirst{kUsedWrongly, kStopped, kFailed,     kGuarded,
                                      kDiffers,     kStale,   kTableInUse, kAllWell};
-    return *std::ranges::find_if(kWorstFirst, [&](ExitCode code) { return code == one || code == other; });
+    for (const ExitCode code : kWorstFirst)
+        if (code == one || code == other) return code;
+    return kAllWell;
 }
 
 }  // namespace iqrx::qrxctl
