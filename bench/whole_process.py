@@ -76,7 +76,7 @@ def orders_by_size(site):
     print("service orders, full copy, 32 columns:")
     print(f"  {'orders':>9}  {'seconds':>8}  {'us a row':>8}  {'peak MiB':>8}")
     for orders in (1_000, 10_000, 100_000, 1_000_000):
-        run([f"{BUILD}/qrxctl", "sample", site.extract, "--orders", str(orders), "--changes", "0"])
+        run([f"{BUILD}/qrxctl", "sample", site.extract, "--orders", str(orders), "--changes", "0", "--force"])
         site.renew()
         seconds, peak = site.copy(10)
         print(f"  {orders:>9,}  {seconds:>8.2f}  {seconds / orders * 1e6:>8.1f}  {peak:>8.0f}")

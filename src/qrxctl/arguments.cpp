@@ -114,6 +114,7 @@ void Arguments::Take(const std::vector<CLI::ConfigItem>& items,
 
 void Arguments::ReadFile() {
     if (config_.empty()) config_ = variables_(kConfigVariable).value_or("");
+    options_.configFile = config_;
     if (config_.empty()) return;
     const std::filesystem::path file(std::u8string(config_.begin(), config_.end()));
     std::error_code unknown;

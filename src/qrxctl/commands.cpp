@@ -1,10 +1,13 @@
 #include <array>
 
+#include "qrxctl/check_command.h"
 #include "qrxctl/copy_command.h"
 #include "qrxctl/history_command.h"
 #include "qrxctl/init_command.h"
 #include "qrxctl/sample_command.h"
 #include "qrxctl/status_command.h"
+#include "qrxctl/undo_command.h"
+#include "qrxctl/unlock_command.h"
 
 namespace iqrx::qrxctl {
 
@@ -12,9 +15,12 @@ namespace {
 
 constexpr std::array kCommands{
     CommandEntry{"First", "init", "put tables and catalog in place", MakeInit},
+    CommandEntry{"First", "check", "is everything as it should be?", MakeCheck},
     CommandEntry{"Copy", "copy", "copy tables, in full or what changed", MakeCopy},
+    CommandEntry{"Copy", "undo", "bring back what a full copy removed", MakeUndo},
     CommandEntry{"Watch", "status", "how fresh, how many, who holds it", MakeStatus},
     CommandEntry{"Watch", "history", "what ran, when, how it ended", MakeHistory},
+    CommandEntry{"Run", "unlock", "release a table that nobody copies any more", MakeUnlock},
     CommandEntry{"Help", "sample", "write an extract to play with", MakeSample},
 };
 

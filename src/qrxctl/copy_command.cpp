@@ -16,15 +16,12 @@ namespace iqrx::qrxctl {
 namespace {
 
 // The catalog as the tool reads it to choose; each job loads its own.
-std::vector<std::string> TablesOf(hosting::Composition& parts, const Workplace& place) {
+std::vector<std::string> CatalogTables(hosting::Composition& parts, const Workplace& place) {
     control::Ports ports = parts.Ports(place.talk);
     ports.databases = parts.PlainDatabases();
     control::Process process(ports);
     PrepareProcess(process, place.options);
-    std::vector<std::string> tables;
-    for (platform::Integer id = 0; id < control::kAllTables; ++id)
-        if (const std::string name = process.catalog.GetTableName(id); !name.empty()) tables.push_back(name);
-    return tables;
+    return TablesOf(process.catalog);
 }
 
 // A wrong moment of the future would pass over every change until then.
@@ -71,7 +68,7 @@ ExitCode CopyCommand::Run(const Workplace& place) {
     hosting::Composition parts(watched.surroundings);
     const platform::Date now = parts.Machine().clock.Now();
     RefuseFuture(copy_, now);
-    const std::vector<std::string> known = TablesOf(parts, watched);
+    const std::vector<std::string> known = CatalogTables(parts, watched);
     std::vector<std::string> tables = copy_.all ? known : ChooseTables(known, copy_.tables);
     Books books(parts, place.options, copy_.dryRun ? journal::Use::Reading : journal::Use::Writing);
     if (copy_.dryRun) return SayWhatWouldBeDone(place, tables, books, now);

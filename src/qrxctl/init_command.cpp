@@ -1,11 +1,13 @@
 #include "qrxctl/init_command.h"
 
-#include <fstream>
+#include <fmt/format.h>
+
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <vector>
 
 #include "platform/csv_reader.h"
-#include "platform/error.h"
+#include "qrxctl/schema_script.h"
 #include "runtime/database_session.h"
 
 namespace iqrx::qrxctl {
@@ -15,6 +17,7 @@ namespace {
 using platform::CsvReader;
 using platform::Literal;
 using runtime::Sql;
+using Json = nlohmann::ordered_json;
 
 // The blocks of a script; a line with a single slash ends each.
 std::vector<std::string> Blocks(const std::string& script) {
@@ -30,14 +33,6 @@ std::vector<std::string> Blocks(const std::string& script) {
         return block.find_first_not_of(" \r\n") == std::string::npos;
     });
     return blocks;
-}
-
-std::string ReadScript(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream) platform::RaiseRuntimeError(platform::kFileNotFound, file.string());
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
 }
 
 void ApplySchema(hosting::Composition& parts, runtime::DatabaseSession& session, const Options& options,
@@ -80,20 +75,24 @@ constexpr Sql<2> kInsertText = "INSERT INTO tsi18ntext (label, text) VALUES ({la
 constexpr Sql<0> kParameters = "SELECT * FROM tsparameters";
 constexpr Sql<2> kInsertParameters = "INSERT INTO tsparameters (Qrxcal, tvkparam) VALUES ({days}, {expand})";
 
-void InsertWhereMissing(runtime::DatabaseSession& session, const platform::Statement& row,
+bool InsertWhereMissing(runtime::DatabaseSession& session, const platform::Statement& row,
                         const platform::Statement& insert) {
-    if (session.OpenRecordset(row)->Eof()) session.Execute(insert);
+    if (!session.OpenRecordset(row)->Eof()) return false;
+    session.Execute(insert);
+    return true;
 }
 
-void FillCatalog(runtime::DatabaseSession& session, const std::filesystem::path& folder) {
+void FillCatalog(runtime::DatabaseSession& session, const std::filesystem::path& folder, Initialised& done) {
     CsvReader csv(folder / "catalog.csv", "qrxctl init");
     const Row row(csv, session.Literals());
     while (csv.Next()) {
         const Literal name = row.Text("tablename"), id = row.Number("tableid"), group = row.Text("groupid"),
                       label = row.Text("label");
-        InsertWhereMissing(session, kTable(name),
-                           kInsertTable(name, row.Text("ERPTableID"), id, row.Text("productid"),
-                                        row.Number("FilterFlag"), row.Number("in_use"), row.Number("reqd")));
+        ++done.entries;
+        if (InsertWhereMissing(session, kTable(name),
+                               kInsertTable(name, row.Text("ERPTableID"), id, row.Text("productid"),
+                                            row.Number("FilterFlag"), row.Number("in_use"), row.Number("reqd"))))
+            ++done.newEntries;
         InsertWhereMissing(session, kNode(id, group), kInsertNode(id, group, label));
         InsertWhereMissing(session, kText(label), kInsertText(label, row.Text("text")));
     }
@@ -112,31 +111,69 @@ bool TakesSmallLettersForCapitals(runtime::DatabaseSession& session) {
 
 class InitCommand : public Command {
 public:
-    void AddOptions(CLI::App&) override {}
-    void Check(const Options& options) const override { RequireConnection(options); }
+    void AddOptions(CLI::App& command) override {
+        command.add_option("--show", table_, "print the statement that creates this table, and do nothing");
+    }
+    void Check(const Options& options) const override {
+        if (table_.empty()) RequireConnection(options);
+    }
 
     ExitCode Run(const Workplace& place) override {
         hosting::Composition parts(place.surroundings);
-        Init(parts, place.options, parts.Ports(place.talk).machine.programFolder / "schema", place.talk);
+        const std::filesystem::path folder = parts.Machine().programFolder / "schema";
+        if (!table_.empty())
+            Show(place, ReadScript(ScriptOf(place.options, folder)));
+        else
+            Tell(place, Init(parts, place.options, folder, place.talk));
         return kAllWell;
     }
+
+private:
+    void Show(const Workplace& place, const std::string& script) const {
+        const std::vector<TableText> tables = TablesOf(script);
+        const TableText* const table = FindTable(tables, table_);
+        if (table == nullptr) throw UsageError("no table \"" + table_ + "\" in the schema");
+        if (place.options.json)
+            place.out << Json{{"schema", 1}, {"table", table->name}, {"statement", table->statement}}.dump()
+                      << '\n';
+        else
+            place.out << table->statement << ";\n";
+    }
+
+    static void Tell(const Workplace& place, const Initialised& done) {
+        if (place.options.json)
+            place.out << Json{{"schema", 1},
+                              {"tables", done.tables},
+                              {"catalog_entries", done.entries},
+                              {"new_entries", done.newEntries}}
+                             .dump()
+                      << '\n';
+        else if (!place.options.quiet)
+            place.out << fmt::format("ok  {} tables, {} catalog entries, {} new\n", done.tables, done.entries,
+                                     done.newEntries);
+    }
+
+    std::string table_;
 };
 
 }  // namespace
 
 std::unique_ptr<Command> MakeInit() { return std::make_unique<InitCommand>(); }
 
-void Init(hosting::Composition& parts, const Options& options, const std::filesystem::path& schemaFolder,
-          std::ostream& warnings) {
+Initialised Init(hosting::Composition& parts, const Options& options,
+                 const std::filesystem::path& schemaFolder, std::ostream& warnings) {
+    Initialised done;
     control::Ports ports = parts.Ports(warnings);
     runtime::DatabaseSession session(ports.machine, ports.databases);
     ApplySchema(parts, session, options, schemaFolder);
-    FillCatalog(session, schemaFolder);
+    done.tables = static_cast<int>(TablesOf(ReadScript(ScriptOf(options, schemaFolder))).size());
+    FillCatalog(session, schemaFolder, done);
     if (PlatformNumber(options) != runtime::kOracle && TakesSmallLettersForCapitals(session))
         warnings << "qrxctl: the database does not tell a from A: two ERP keys that differ only in that meet in "
                     "one row. Make it anew with a collation that is case- and accent-sensitive"
                  << std::endl;
     session.CloseDatabase();
+    return done;
 }
 
 }  // namespace iqrx::qrxctl

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace iqrx::qrxctl {
 
 namespace {
@@ -56,6 +58,13 @@ std::string NextStep(std::string_view command) {
 
 std::string Counted(std::int64_t number, std::string_view thing) {
     return fmt::format("{} {}{}", Grouped(number), thing, number == 1 ? "" : "s");
+}
+
+std::string Some(const std::vector<std::string>& names) {
+    constexpr std::size_t kMost = 5;
+    std::string text;
+    for (std::size_t i = 0; i < std::min(kMost, names.size()); ++i) text += (i > 0 ? ", " : "") + names[i];
+    return names.size() > kMost ? fmt::format("{} and {} more", text, names.size() - kMost) : text;
 }
 
 std::string OneLine(std::string text) {

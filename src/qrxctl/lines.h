@@ -28,6 +28,9 @@ std::string NextStep(std::string_view command);
 // "1 table", "2 tables".
 std::string Counted(std::int64_t number, std::string_view thing);
 
+// "a, b, c, d, e and 9 more".
+std::string Some(const std::vector<std::string>& names);
+
 // A text without line breaks.
 std::string OneLine(std::string text);
 

@@ -15,6 +15,7 @@ struct Options {
     std::string erp;
     std::string group = "SYNC";
     std::string logDirectory;
+    std::string configFile;                    // the INI file; empty when there is none
     std::string stateDirectory;                // empty: beside the database or in the log directory
     bool json = false;                         // results as JSON
     bool quiet = false;                        // no word unless something is wrong

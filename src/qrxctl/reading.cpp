@@ -2,6 +2,7 @@
 
 #include "platform/connection_string.h"
 #include "platform/error.h"
+#include "qrxctl/table_choice.h"
 
 namespace iqrx::qrxctl {
 
@@ -52,10 +53,7 @@ std::vector<std::string> CatalogTables(hosting::Composition& parts, const Option
     control::TableCatalog catalog;
     catalog.LoadTableCatalog(parts.PlainDatabases(), ForReading(options.connection), options.database,
                              PlatformNumber(options), options.group);
-    std::vector<std::string> tables;
-    for (int id = 0; id < control::TableCatalog::kLastId; ++id)
-        if (std::string table = catalog.GetTableName(id); !table.empty()) tables.push_back(std::move(table));
-    return tables;
+    return TablesOf(catalog);
 }
 
 void ReadDatabase(hosting::Composition& parts, const Options& options,

@@ -51,6 +51,13 @@ bool Names(const std::string& word, const std::string& table) {
 
 }  // namespace
 
+std::vector<std::string> TablesOf(const control::TableCatalog& catalog) {
+    std::vector<std::string> tables;
+    for (int id = 0; id < control::TableCatalog::kLastId; ++id)
+        if (std::string table = catalog.GetTableName(id); !table.empty()) tables.push_back(std::move(table));
+    return tables;
+}
+
 std::string GroupOf(const std::string& table) {
     for (const Group& group : kGroups)
         if (group.tables.find(table) != std::string_view::npos) return std::string(group.name);

@@ -4,7 +4,11 @@
 #include <string>
 #include <vector>
 
+#include "control/table_catalog.h"
+
 namespace iqrx::qrxctl {
+
+std::vector<std::string> TablesOf(const control::TableCatalog& catalog);  // in the order of their ids
 
 // The tables of `known` that the words name, in the order of `known`, each once: names ("tssoc200"), lists of
 // them with commas, patterns ("tssoc*", "ts?dm030") and groups ("master", "configuration", "orders",

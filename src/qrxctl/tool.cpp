@@ -9,13 +9,15 @@
 #include "qrxctl/command.h"
 #include "qrxctl/help.h"
 #include "qrxctl/lines.h"
+#include "qrxctl/next_step.h"
 
 namespace iqrx::qrxctl {
 
 namespace {
 
 ExitCode Complain(const std::string& what, ExitCode code) {
-    std::cerr << "qrxctl: " << OneLine(what) << std::endl;
+    const std::string step = StepAfter(what);
+    std::cerr << "qrxctl: " << OneLine(what) << '\n' << (step.empty() ? "" : NextStep(step)) << std::flush;
     return code;
 }
 

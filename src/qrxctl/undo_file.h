@@ -9,19 +9,20 @@
 
 namespace iqrx::qrxctl {
 
-// undo/RUN-TABLE.sql in the state directory: a comment, then an INSERT statement a row. Raises nothing: a copy does not
-// suffer when they cannot be kept, and Problem() says why.
+// undo/RUN-TABLE.sql in the state directory: a comment, then an INSERT statement a row. Raises nothing: a
+// copy does not suffer when they cannot be kept, and Problem() says why.
 class UndoFile final : public platform::watch::RemovedRows {
 public:
-    UndoFile(journal::StateDirectory& directory, std::string run) : directory_(directory), run_(std::move(run)) {}
+    UndoFile(journal::StateDirectory& directory, std::string run)
+        : directory_(directory), run_(std::move(run)) {}
     ~UndoFile() override;
 
     void Begin(std::string_view table) override;
     void Row(std::string_view statement) override;
     void End() override;
 
-    // The rows of the last table are gone: from now on they can be brought back. Without it they are forgotten, since
-    // they are still in the table.
+    // The rows of the last table are gone: from now on they can be brought back. Without it they are
+    // forgotten, since they are still in the table.
     void Settle(bool removed);
 
     const std::string& Problem() const { return problem_; }

@@ -19,15 +19,25 @@ constexpr std::chrono::microseconds kPollInterval{500};
     throw DatabaseFailure(code, what + ": " + file.string(), "08001");
 }
 
+// What a file is missing for: its directory; empty when that is there.
+std::string MissingDirectory(const fs::path& file) {
+    const fs::path directory = file.parent_path();
+    std::error_code unknown;
+    if (directory.empty() || fs::exists(directory, unknown) || unknown) return {};
+    return "; there is no directory " + directory.string();
+}
+
 // Reasons that the database would describe poorly or find out late.
 void CheckFile(const fs::path& file, Database::Access access) {
     std::error_code failure;
     const fs::file_status status = fs::status(file, failure);
     const bool isHidden = failure == std::errc::permission_denied;  // of which opening the file tells
     if (!fs::exists(status) && !(isHidden && access == Database::Access::Read)) {
-        if (access != Database::Access::Create)
-            RaiseFileError(file, SQLITE_CANTOPEN, "The database file does not exist");
-        return;
+        const bool mayCreate = access == Database::Access::Create;
+        const std::string missing = MissingDirectory(file);
+        if (mayCreate && missing.empty()) return;
+        const std::string what = mayCreate ? "cannot be created: " : "does not exist: ";
+        throw DatabaseFailure(SQLITE_CANTOPEN, "The database file " + what + file.string() + missing, "08001");
     }
     if (fs::is_directory(status))
         RaiseFileError(file, SQLITE_CANTOPEN_ISDIR, "The database file is a directory");

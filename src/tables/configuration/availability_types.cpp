@@ -1,5 +1,6 @@
 #include "engine/copy_pattern.h"
 #include "tables/configuration/configuration.h"
+#include "tables/definitions.h"
 
 namespace iqrx::tables {
 
@@ -22,6 +23,8 @@ constexpr Table kAvailabilityTypes = Checked({
               "VALUES({ract},{dsca},{ptmu},{hrsd},{avlb},0)",
     .remove = "DELETE FROM {table} WHERE ract= {ract}",
 });
+
+const Table& AvailabilityTypes() { return kAvailabilityTypes; }
 
 void CopyAvailabilityTypes(const TableCall& call) {
     ChooseCopy(call, CopyAvailabilityTypesFull, CopyAvailabilityTypesIncremental);

@@ -24,7 +24,6 @@ UpsertRoutine UpsertAvailabilityType;
 // tscfg220
 Routine CopyInstallations, CopyInstallationsFull, CopyInstallationsIncremental;
 UpsertRoutine UpsertInstallation;
-std::vector<std::string_view> InstallationColumnsBesideTrail();
 
 // tscfg200
 Routine CopyServiceObjects, CopyServiceObjectsFull, CopyServiceObjectsIncremental;

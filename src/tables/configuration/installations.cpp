@@ -1,6 +1,6 @@
 #include "engine/copy_pattern.h"
-#include "engine/trail.h"
 #include "tables/configuration/configuration.h"
+#include "tables/definitions.h"
 
 namespace iqrx::tables {
 
@@ -36,6 +36,8 @@ constexpr Table kInstallations = Checked({
     .remove = "DELETE FROM {table} WHERE ccfg = {ccfg}",
 });
 
+const Table& Installations() { return kInstallations; }
+
 void CopyInstallations(const TableCall& call) {
     ChooseCopy(call, CopyInstallationsFull, CopyInstallationsIncremental);
 }
@@ -47,7 +49,5 @@ void CopyInstallationsIncremental(const TableCall& call) {
 }
 
 void UpsertInstallation(const TableCall& call, Object& record) { Upsert(call, kInstallations, record); }
-
-std::vector<std::string_view> InstallationColumnsBesideTrail() { return ColumnsBesideTrail(kInstallations); }
 
 }  // namespace iqrx::tables

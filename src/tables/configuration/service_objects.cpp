@@ -2,6 +2,7 @@
 #include "engine/record_statements.h"
 #include "platform/conversions.h"
 #include "tables/configuration/configuration.h"
+#include "tables/definitions.h"
 
 namespace iqrx::tables {
 
@@ -135,6 +136,8 @@ void CopyPage(CopyRun& run, HeldObjects& held, const std::string& tableName) {
 }
 
 }  // namespace
+
+const Table& ServiceObjects() { return kServiceObjects; }
 
 void CopyServiceObjects(const TableCall& call) {
     ChooseCopy(call, CopyServiceObjectsFull, CopyServiceObjectsIncremental);

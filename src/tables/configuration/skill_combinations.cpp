@@ -1,5 +1,6 @@
 #include "engine/copy_pattern.h"
 #include "tables/configuration/configuration.h"
+#include "tables/definitions.h"
 
 namespace iqrx::tables {
 
@@ -22,6 +23,8 @@ constexpr Table kSkillCombinations = Checked({
     .incrementalFailure = "SLBL0456",
     .countsEveryInsert = true,
 });
+
+const Table& SkillCombinations() { return kSkillCombinations; }
 
 void CopySkillCombinations(const TableCall& call) {
     ChooseCopy(call, CopySkillCombinationsFull, CopySkillCombinationsIncremental);

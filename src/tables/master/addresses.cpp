@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -23,6 +24,8 @@ constexpr Table kAddresses = Checked({
               "VALUES({cadr},{nama},{namc},{hono},{name},{pstc},0)",
     .remove = "DELETE FROM {table} WHERE cadr={cadr}",
 });
+
+const Table& Addresses() { return kAddresses; }
 
 void CopyAddresses(const TableCall& call) { ChooseCopy(call, CopyAddressesFull, CopyAddressesIncremental); }
 void CopyAddressesFull(const TableCall& call) { FullCopy(call, kAddresses, UpsertAddress); }

@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -20,6 +21,8 @@ constexpr Table kEmployeeSkills = Checked({
     .insert = "INSERT INTO {table} (emno, skll, cogr, afct, upd_flag) VALUES ({emno},{skll},{cogr},{afct},0)",
     .remove = "DELETE FROM {table} WHERE emno= {emno} AND skll = {skll} AND cogr = {cogr}",
 });
+
+const Table& EmployeeSkills() { return kEmployeeSkills; }
 
 void CopyEmployeeSkills(const TableCall& call) {
     ChooseCopy(call, CopyEmployeeSkillsFull, CopyEmployeeSkillsIncremental);

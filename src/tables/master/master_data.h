@@ -23,7 +23,6 @@ UpsertRoutine UpsertServiceType;
 // tsmdm100
 Routine CopyServiceCenters, CopyServiceCentersFull, CopyServiceCentersIncremental;
 UpsertRoutine UpsertServiceCenter;
-std::vector<std::string_view> ServiceCenterColumnsBesideTrail();
 
 // tsmdm105
 Routine CopyServiceAreas, CopyServiceAreasFull, CopyServiceAreasIncremental;
@@ -40,7 +39,6 @@ UpsertRoutine UpsertEmployeeSkill;
 // tsmdm140
 Routine CopyServiceEmployees, CopyServiceEmployeesFull, CopyServiceEmployeesIncremental;
 UpsertRoutine UpsertServiceEmployee;
-std::vector<std::string_view> ServiceEmployeeColumnsBesideTrail();
 
 // tsclm020
 Routine CopyResponseTimes, CopyResponseTimesFull, CopyResponseTimesIncremental;

@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -23,6 +24,8 @@ constexpr Table kResponseTimes = Checked({
               "VALUES( {crtc},{dsca},{ccal},{rctt},{enst},{sltn},0)",
     .remove = "DELETE FROM {table} WHERE crtc= {crtc}",
 });
+
+const Table& ResponseTimes() { return kResponseTimes; }
 
 void CopyResponseTimes(const TableCall& call) {
     ChooseCopy(call, CopyResponseTimesFull, CopyResponseTimesIncremental);

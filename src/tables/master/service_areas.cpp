@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -29,6 +30,8 @@ constexpr Table kServiceAreas = Checked({
               "VALUES ({csar},{dsca},{artp},{cmsa},{cwoc},{cwar},{trti},{dist},{ccha},{ccur},{clrt}, 0)",
     .remove = "DELETE FROM {table} WHERE csar= {csar}",
 });
+
+const Table& ServiceAreas() { return kServiceAreas; }
 
 void CopyServiceAreas(const TableCall& call) {
     ChooseCopy(call, CopyServiceAreasFull, CopyServiceAreasIncremental);

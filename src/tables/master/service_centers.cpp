@@ -1,5 +1,5 @@
 #include "engine/copy_pattern.h"
-#include "engine/trail.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -29,6 +29,8 @@ constexpr Table kServiceCenters = Checked({
     .remove = "DELETE FROM {table} WHERE cwoc= {cwoc}",
 });
 
+const Table& ServiceCenters() { return kServiceCenters; }
+
 void CopyServiceCenters(const TableCall& call) {
     ChooseCopy(call, CopyServiceCentersFull, CopyServiceCentersIncremental);
 }
@@ -40,9 +42,5 @@ void CopyServiceCentersIncremental(const TableCall& call) {
 }
 
 void UpsertServiceCenter(const TableCall& call, Object& record) { Upsert(call, kServiceCenters, record); }
-
-std::vector<std::string_view> ServiceCenterColumnsBesideTrail() {
-    return ColumnsBesideTrail(kServiceCenters);
-}
 
 }  // namespace iqrx::tables

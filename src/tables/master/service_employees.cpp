@@ -1,5 +1,5 @@
 #include "engine/copy_pattern.h"
-#include "engine/trail.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -30,6 +30,8 @@ constexpr Table kServiceEmployees = Checked({
     .remove = "DELETE FROM {table} WHERE emno= {emno}",
 });
 
+const Table& ServiceEmployees() { return kServiceEmployees; }
+
 void CopyServiceEmployees(const TableCall& call) {
     ChooseCopy(call, CopyServiceEmployeesFull, CopyServiceEmployeesIncremental);
 }
@@ -43,9 +45,5 @@ void CopyServiceEmployeesIncremental(const TableCall& call) {
 }
 
 void UpsertServiceEmployee(const TableCall& call, Object& record) { Upsert(call, kServiceEmployees, record); }
-
-std::vector<std::string_view> ServiceEmployeeColumnsBesideTrail() {
-    return ColumnsBesideTrail(kServiceEmployees);
-}
 
 }  // namespace iqrx::tables

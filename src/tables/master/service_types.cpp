@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -22,6 +23,8 @@ constexpr Table kServiceTypes = Checked({
         "INSERT INTO {table} (cstp,dsca,prod,ract,dahe,upd_flag) VALUES ({cstp},{dsca},{prod},{ract},{dahe},0)",
     .remove = "DELETE FROM {table} WHERE cstp= {cstp}",
 });
+
+const Table& ServiceTypes() { return kServiceTypes; }
 
 void CopyServiceTypes(const TableCall& call) {
     ChooseCopy(call, CopyServiceTypesFull, CopyServiceTypesIncremental);

@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -18,6 +19,8 @@ constexpr Table kSkills = Checked({
     .insert = "INSERT INTO {table} (skll,dsca,clrt,upd_flag) VALUES ({skll},{dsca},{clrt}, 0)",
     .remove = "DELETE FROM {table} WHERE skll= {skll}",
 });
+
+const Table& Skills() { return kSkills; }
 
 void CopySkills(const TableCall& call) { ChooseCopy(call, CopySkillsFull, CopySkillsIncremental); }
 void CopySkillsFull(const TableCall& call) { FullCopy(call, kSkills, UpsertSkill); }

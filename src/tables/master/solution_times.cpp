@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/master/master_data.h"
 
 namespace iqrx::tables {
@@ -19,6 +20,8 @@ constexpr Table kSolutionTimes = Checked({
     .insert = "INSERT INTO {table}(sltt,dsca,upd_flag) VALUES({sltt},{dsca},0)",
     .remove = "DELETE FROM {table} WHERE sltt={slttInLocale}",
 });
+
+const Table& SolutionTimes() { return kSolutionTimes; }
 
 void CopySolutionTimes(const TableCall& call) {
     ChooseCopy(call, CopySolutionTimesFull, CopySolutionTimesIncremental);

@@ -1,4 +1,5 @@
 #include "platform/conversions.h"
+#include "tables/definitions.h"
 #include "tables/orders/change_logged_copy.h"
 #include "tables/orders/orders.h"
 
@@ -84,6 +85,8 @@ void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& 
 }
 
 }  // namespace
+
+const Table& Activities() { return kActivities; }
 
 void CopyServiceOrderActivities(const TableCall& call) {
     ChooseCopy(call, CopyServiceOrderActivitiesFull, CopyServiceOrderActivitiesIncremental);

@@ -1,4 +1,5 @@
 #include "platform/conversions.h"
+#include "tables/definitions.h"
 #include "tables/orders/change_logged_copy.h"
 #include "tables/orders/orders.h"
 
@@ -45,6 +46,8 @@ constexpr runtime::Sql<5> kInsertAudit =
     "INSERT INTO tssoc206_audit(orno,acln,asln,time,action) VALUES( {orno},{acln},{asln},{time},{action})";
 
 }  // namespace
+
+const Table& Assignments() { return kAssignments; }
 
 void CopyAssignments(const TableCall& call) {
     ChooseCopy(call, CopyAssignmentsFull, CopyAssignmentsIncremental);

@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/orders/orders.h"
 
 namespace iqrx::tables {
@@ -21,6 +22,8 @@ constexpr Table kOrderLines = Checked({
     .fullFailure = "SLBL0512",
     .countsEveryInsert = true,
 });
+
+const Table& OrderLines() { return kOrderLines; }
 
 void CopyServiceOrderLines(const TableCall& call) {
     ChooseCopy(call, CopyServiceOrderLinesFull, CopyServiceOrderLinesIncremental);

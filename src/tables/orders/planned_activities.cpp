@@ -1,4 +1,5 @@
 #include "engine/copy_pattern.h"
+#include "tables/definitions.h"
 #include "tables/orders/orders.h"
 
 namespace iqrx::tables {
@@ -44,6 +45,8 @@ constexpr Table kPlannedActivities = Checked({
     .fullFailure = "SLBL0512",
     .countsEveryInsert = true,
 });
+
+const Table& PlannedActivities() { return kPlannedActivities; }
 
 void CopyPlannedActivities(const TableCall& call) {
     ChooseCopy(call, CopyPlannedActivitiesFull, CopyPlannedActivitiesIncremental);

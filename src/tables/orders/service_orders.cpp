@@ -1,4 +1,5 @@
 #include "platform/conversions.h"
+#include "tables/definitions.h"
 #include "tables/orders/change_logged_copy.h"
 #include "tables/orders/orders.h"
 
@@ -108,6 +109,8 @@ void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& 
 }
 
 }  // namespace
+
+const Table& ServiceOrders() { return kServiceOrders; }
 
 void CopyServiceOrders(const TableCall& call) {
     ChooseCopy(call, CopyServiceOrdersFull, CopyServiceOrdersIncremental);

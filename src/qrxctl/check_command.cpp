@@ -1,0 +1,47 @@
+#include "qrxctl/check_command.h"
+
+#include <ostream>
+
+#include "qrxctl/checks.h"
+
+namespace iqrx::qrxctl {
+
+namespace {
+
+class CheckCommand : public Command {
+public:
+    void AddOptions(CLI::App&) override {}
+    void Check(const Options& options) const override { RequireConnection(options); }
+
+    ExitCode Run(const Workplace& place) override {
+        hosting::Composition parts(place.surroundings);
+        control::Ports ports = parts.Ports(place.talk);
+        ports.databases = parts.PlainDatabases();
+        control::Process process(ports);
+        Books books(parts, place.options, journal::Use::Reading);
+        Findings findings;
+        LookAtAll({place.options, parts, process, books, findings});
+        process.database.CloseDatabase();
+        place.out << (place.options.json ? findings.Json() + '\n' : findings.Text(place.options.quiet));
+        return findings.Count(Finding::Grade::Wrong) > 0 ? kFailed : kAllWell;
+    }
+
+private:
+    static void LookAtAll(const Site& site) {
+        const bool hasCatalog = CheckDatabase(site) && CheckTables(site) && CheckCatalog(site);
+        if (hasCatalog) CheckFilters(site);
+        CheckTexts(site);
+        CheckLogs(site);
+        CheckExtract(site);
+        CheckClock(site);
+        if (hasCatalog) CheckLocks(site);
+        CheckSecrets(site);
+        CheckState(site);
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeCheck() { return std::make_unique<CheckCommand>(); }
+
+}  // namespace iqrx::qrxctl

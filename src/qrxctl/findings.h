@@ -1,0 +1,33 @@
+// What a look at the site has found.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace iqrx::qrxctl {
+
+struct Finding {
+    enum class Grade : std::uint8_t { Ok, Note, Wrong };
+    Grade grade = Grade::Ok;
+    std::string subject, text;
+    std::string step;  // what to do; may be empty
+};
+
+class Findings {
+public:
+    void Ok(std::string subject, std::string text, std::string step = {});
+    void Note(std::string subject, std::string text, std::string step = {});
+    void Wrong(std::string subject, std::string text, std::string step = {});
+
+    const std::vector<Finding>& All() const { return all_; }
+    std::int64_t Count(Finding::Grade grade) const;
+
+    std::string Text(bool onlyWhatIsWrong) const;  // lines; the last says how many there are
+    std::string Json() const;                      // one object
+
+private:
+    std::vector<Finding> all_;
+};
+
+}  // namespace iqrx::qrxctl

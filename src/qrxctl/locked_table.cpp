@@ -1,0 +1,59 @@
+#include "qrxctl/locked_table.h"
+
+#include <fmt/format.h>
+
+#include "platform/conversions.h"
+#include "platform/date.h"
+#include "qrxctl/lines.h"
+
+namespace iqrx::qrxctl {
+
+namespace {
+
+constexpr runtime::Sql<0> kUnconfirmed = "SELECT count(*) FROM {table} WHERE upd_flag = 1";
+constexpr runtime::Sql<0> kRows = "SELECT count(*) FROM {table}";
+
+std::int64_t Count(runtime::DatabaseSession& database, const platform::Statement& statement) {
+    return platform::ToLong(database.OpenRecordset(statement)->Field(0));
+}
+
+}  // namespace
+
+RowsLeft RowsLeftOf(runtime::DatabaseSession& database, const std::string& table) {
+    return {Count(database, kUnconfirmed.On(table)), Count(database, kRows.On(table))};
+}
+
+std::string AgeOf(const journal::SheetText& sheet, const journal::Timestamp& now) {
+    const auto since = journal::ParseRfc3339(sheet.since);
+    return since ? Duration(now.Utc().secondsSince1970 - since->Utc().secondsSince1970) : "";
+}
+
+std::string SinceText(const journal::SheetText& sheet) {
+    const auto since = journal::ParseRfc3339(sheet.since);
+    return since ? platform::IsoDateTime(since->local) : "";
+}
+
+std::string LockedSince(const journal::SheetText& sheet, const journal::Timestamp& now) {
+    const std::string since = SinceText(sheet);
+    return since.empty() ? "locked" : fmt::format("locked since {} ({})", since, AgeOf(sheet, now));
+}
+
+std::string HolderText(const journal::SheetText& sheet, const platform::Host& host) {
+    std::string text = sheet.program.empty() ? "an unknown program" : sheet.program;
+    text += fmt::format(", pid {}", sheet.by.pid);
+    if (!sheet.by.user.empty()) text += ", user " + sheet.by.user;
+    return text + (sheet.by.host == host.Self().host ? ", on this machine" : ", on host " + sheet.by.host);
+}
+
+std::string WithoutProof(const journal::SheetState& state) {
+    const std::string& host = state.sheet.by.host;
+    const std::string since = SinceText(state.sheet);
+    const std::string who =
+        state.holder != journal::Holder::Elsewhere || host.empty()
+            ? "locked by a program that keeps no run sheet here"
+            : fmt::format("locked by a program on host {}{}, or by one that keeps no run sheet", host,
+                          since.empty() ? "" : " since " + since);
+    return who + "; nothing here can prove that it ended";
+}
+
+}  // namespace iqrx::qrxctl
