@@ -13,6 +13,7 @@
 #include "qrxctl/lines.h"
 #include "qrxctl/table_choice.h"
 #include "qrxctl/terminal.h"
+#include "tables/blanked.h"
 
 namespace iqrx::qrxctl {
 
@@ -36,7 +37,7 @@ std::int64_t RecordsIn(const std::filesystem::path& file) {
 std::int64_t Expected(const CopyRun& run, const std::string& table) {
     constexpr std::string_view kExtract = "extract=";
     const std::string& erp = run.place.options.erp;
-    if (!run.copy.full || !erp.starts_with(kExtract)) return 0;
+    if (!erp.starts_with(kExtract)) return 0;
     const auto extract = platform::Path(std::string_view(erp).substr(kExtract.size()));
     return RecordsIn(extract / (GroupOf(table) == "calendars" ? "calendars.csv" : table + ".csv"));
 }
@@ -69,10 +70,10 @@ public:
 
     void Tell(CopyReport& report) {
         for (std::size_t i = 0; i < tables_.size(); ++i)
-            if (results_[i])
-                report.results.push_back(*results_[i]);
-            else
+            if (results_[i].empty())
                 report.notBegun.push_back(tables_[i]);
+            else
+                report.results.insert(report.results.end(), results_[i].begin(), results_[i].end());
     }
 
 private:
@@ -109,15 +110,25 @@ private:
     }
 
     void CopyTable(CopyJob& job, std::size_t place) {
-        const std::string& table = tables_[place];
-        progress_.Begin(table, job.Counts(), Expected(run_, table));
-        TableResult result = job.Copy(table, run_.copy.full);
-        progress_.End(table, EndOf(result), result.seconds);
+        const bool leftBlank = CopyOnce(job, place, run_.copy.full);
+        if (leftBlank && !IsStopped()) CopyOnce(job, place, true);
         const std::lock_guard lock(mutex_);
-        if (run_.place.options.json) run_.place.out << JsonOf(result, run_.id, job.Now()) << std::endl;
-        results_[place] = std::move(result);
         --copying_;
         changed_.notify_all();
+    }
+
+    // Whether a full copy has to fill what this one has left blank.
+    bool CopyOnce(CopyJob& job, std::size_t place, bool full) {
+        const std::string& table = tables_[place];
+        progress_.Begin(table, place + 1, job.Counts(), full ? Expected(run_, table) : 0);
+        TableResult result = job.Copy(table, full);
+        progress_.End(table, EndOf(result), result.seconds);
+        const bool leftBlank = !full && !run_.copy.thenFull.empty() && result.outcome == CopyOutcome::Copied &&
+                               result.copied > 0 && !tables::BlankedColumns(platform::Lower(table)).empty();
+        const std::lock_guard lock(mutex_);
+        if (run_.place.options.json) run_.place.out << JsonOf(result, run_.id, job.Now()) << std::endl;
+        results_[place].push_back(std::move(result));
+        return leftBlank;
     }
 
     void Watch() {
@@ -137,7 +148,7 @@ private:
 
     const CopyRun& run_;
     const std::vector<std::string>& tables_;
-    std::vector<std::optional<TableResult>> results_;
+    std::vector<std::vector<TableResult>> results_;  // of each table; two where a full copy followed
     CopyProgress progress_;
     std::mutex mutex_;
     std::condition_variable changed_;

@@ -11,6 +11,7 @@
 #include "platform/error.h"
 #include "platform/text.h"
 #include "qrxctl/lines.h"
+#include "qrxctl/next_step.h"
 #include "runtime/sql.h"
 
 namespace iqrx::qrxctl {
@@ -96,6 +97,7 @@ TableResult CopyJob::Copy(const std::string& table, bool full) {
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     result.copied = parts_.Counts().copied;
     result.removed = parts_.Counts().removed;
+    if (result.outcome == CopyOutcome::Failed) result.nextStep = StepAfter(result.cause);
     undo_.Settle(result.removed > 0);
     if (!undo_.Problem().empty()) result.notes.push_back(undo_.Problem());
     Record(result, began);

@@ -39,11 +39,11 @@ Showing ShowingOf(bool quiet, bool onTerminal, const std::string& terminalType) 
     return onTerminal && terminalType != "dumb" ? Showing::Live : Showing::Lines;
 }
 
-void CopyProgress::Begin(const std::string& table, const platform::watch::RowCounts& counts,
-                         std::int64_t expected) {
+void CopyProgress::Begin(const std::string& table, std::size_t place,
+                         const platform::watch::RowCounts& counts, std::int64_t expected) {
     const std::lock_guard lock(mutex_);
     const auto now = Clock::now();
-    running_.emplace(table, Running{++begun_, counts, expected, now, now});
+    running_.emplace(table, Running{place, counts, expected, now, now});
 }
 
 void CopyProgress::End(const std::string& table, const std::string& outcome, double seconds) {

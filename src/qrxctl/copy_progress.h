@@ -25,8 +25,10 @@ public:
     CopyProgress(std::ostream& talk, Showing showing, std::size_t tables)
         : talk_(talk), showing_(showing), tables_(tables) {}
 
-    // The counts are borrowed until End. `expected`: rows in all, 0 when nobody knows.
-    void Begin(const std::string& table, const platform::watch::RowCounts& counts, std::int64_t expected);
+    // The table's place is counted from 1. The counts are borrowed until End. `expected`: rows in all, 0 when
+    // nobody knows.
+    void Begin(const std::string& table, std::size_t place, const platform::watch::RowCounts& counts,
+               std::int64_t expected);
     // `outcome` is what the line says of the table.
     void End(const std::string& table, const std::string& outcome, double seconds);
     // A line of its own, above what is rewritten.
@@ -51,7 +53,6 @@ private:
     std::ostream& talk_;
     const Showing showing_;
     const std::size_t tables_;
-    std::size_t begun_ = 0;
     int drawn_ = 0;  // live lines on the screen
     std::map<std::string, Running> running_;
     std::mutex mutex_;

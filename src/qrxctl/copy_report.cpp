@@ -60,6 +60,7 @@ std::string Word(CopyOutcome outcome) {
 struct Trouble {
     const TableResult* first;
     std::vector<std::string> tables;
+    std::string nextStep;  // of all of them; empty where each has its own
 };
 
 std::vector<Trouble> TroublesOf(const std::vector<TableResult>& results) {
@@ -70,9 +71,11 @@ std::vector<Trouble> TroublesOf(const std::vector<TableResult>& results) {
             return trouble.first->outcome == result.outcome && trouble.first->cause == result.cause;
         });
         if (same == troubles.end())
-            troubles.push_back({&result, {result.table}});
-        else
+            troubles.push_back({&result, {result.table}, result.nextStep});
+        else {
             same->tables.push_back(result.table);
+            if (same->nextStep != result.nextStep) same->nextStep.clear();
+        }
     }
     return troubles;
 }
@@ -90,7 +93,7 @@ void ShowTrouble(const Trouble& trouble, std::ostream& out) {
     const auto count = static_cast<std::int64_t>(trouble.tables.size());
     out << Fact(Word(first.outcome), count == 1 ? first.table : Counted(count, "table"), WhatStopped(first));
     if (count > 1) out << Fact("", "", Names(trouble.tables));
-    if (count == 1 && !first.nextStep.empty()) out << NextStep(first.nextStep);
+    if (!trouble.nextStep.empty()) out << NextStep(trouble.nextStep);
 }
 
 std::int64_t Sum(const CopyReport& report, std::int64_t TableResult::*figure) {
@@ -100,8 +103,23 @@ std::int64_t Sum(const CopyReport& report, std::int64_t TableResult::*figure) {
     return sum;
 }
 
-auto CountOf(const CopyReport& report, CopyOutcome outcome) {
-    return std::ranges::count(report.results, outcome, &TableResult::outcome);
+// A table that was copied incrementally and then in full has two results, side by side.
+std::int64_t CountOf(const CopyReport& report, CopyOutcome outcome) {
+    std::int64_t count = 0;
+    for (std::size_t i = 0; i < report.results.size(); ++i) {
+        const bool isLast =
+            i + 1 == report.results.size() || report.results[i + 1].table != report.results[i].table;
+        if (isLast && report.results[i].outcome == outcome) ++count;
+    }
+    return count;
+}
+
+std::int64_t TablesOf(const CopyReport& report) {
+    std::int64_t count = static_cast<std::int64_t>(report.notBegun.size());
+    for (const CopyOutcome outcome : {CopyOutcome::Copied, CopyOutcome::Failed, CopyOutcome::InUse,
+                                      CopyOutcome::Guarded, CopyOutcome::Stopped})
+        count += CountOf(report, outcome);
+    return count;
 }
 
 }  // namespace
@@ -116,9 +134,8 @@ void ShowClosingTable(const CopyReport& report, std::ostream& out) {
     out << fmt::format("{:<9}{:>8}{:>9}{:>8}{:>10}{:>10}\n", "table", "copied", "removed", "failed",
                        "rows now", "seconds");
     for (const TableResult& result : report.results) ShowRow(result, out);
-    const auto tables = static_cast<std::int64_t>(report.results.size() + report.notBegun.size());
     out << fmt::format("{} of {} copied, {}, {} removed, {:.1f} s   run {}\n",
-                       CountOf(report, CopyOutcome::Copied), Counted(tables, "table"),
+                       CountOf(report, CopyOutcome::Copied), Counted(TablesOf(report), "table"),
                        Counted(Sum(report, &TableResult::copied), "row"),
                        Grouped(Sum(report, &TableResult::removed)), report.seconds, report.run);
 }
@@ -130,7 +147,7 @@ void ShowTroubles(const CopyReport& report, std::ostream& out) {
     if (report.notBegun.empty()) return;
     const std::size_t others = report.notBegun.size() - 1;
     out << fmt::format("done     {} of {} tables; not begun: {}{}\n", CountOf(report, CopyOutcome::Copied),
-                       report.results.size() + report.notBegun.size(), report.notBegun.front(),
+                       TablesOf(report), report.notBegun.front(),
                        others == 0 ? "" : fmt::format(" and {} more", others));
     out << NextStep(report.resume);
 }
@@ -158,7 +175,7 @@ std::string JsonOf(const CopyReport& report, const std::string& at) {
     const Json line{{"schema", 1},
                     {"event", "end"},
                     {"run", report.run},
-                    {"tables", report.results.size()},
+                    {"tables", TablesOf(report)},
                     {"copied", CountOf(report, CopyOutcome::Copied)},
                     {"failed", CountOf(report, CopyOutcome::Failed)},
                     {"in_use", CountOf(report, CopyOutcome::InUse)},

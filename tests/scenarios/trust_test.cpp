@@ -181,6 +181,34 @@ TEST_F(ABadExtract, DirectoryThatIsMissingFailsTheCalendarsInBothPrograms) {
     EXPECT_THAT(service.err, IsOneLineWith("/nosuch"));
 }
 
+// A6: rows that the trail left blank.
+TEST_F(ABadExtract, DoesNotHideWhatAnIncrementalCopyLeavesBlankAndThenFullFillsIt) {
+    const auto blank = [&] { return Count("tsmdm140 WHERE nama = ''"); };
+    EXPECT_EQ(blank(), 0);
+    EXPECT_EQ(Qrxctl({"copy", "tsmdm140", "-i", "--since", "2025-06-20"}).exitCode, 0);
+    EXPECT_GT(blank(), 0);
+    EXPECT_THAT(Qrxctl({"status"}).out, HasSubstr("rows blanked"));
+    const Finished run =
+        Qrxctl({"copy", "tsmdm140", "tsmdm030", "-i", "--since", "2025-06-20", "--then-full", "blanked"});
+    EXPECT_EQ(run.exitCode, 0) << run.out;
+    EXPECT_THAT(run.out, HasSubstr("2 of 2 tables copied"));
+    EXPECT_EQ(blank(), 0);
+}
+
+// What a sweep took comes back.
+TEST_F(ABadExtract, ThatWasAllowedToRemoveRowsIsUndone) {
+    const auto before = Rows("SELECT * FROM tssoc200 ORDER BY orno");
+    GivenCut("tssoc200.csv", 3);
+    const Finished run = Qrxctl({"copy", "tssoc200", "-f", "--max-removed", "any"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(Count("tssoc200"), 3);
+    const std::string id = run.out.substr(run.out.find("   run ") + 7, 15);
+    const Finished undo = Qrxctl({"undo", id});
+    EXPECT_EQ(undo.exitCode, 0) << undo.err;
+    EXPECT_THAT(undo.out, HasSubstr("37 rows brought back"));
+    EXPECT_EQ(Rows("SELECT * FROM tssoc200 ORDER BY orno"), before);
+}
+
 // A3 and A4: locks.
 class AStoppedCopy : public Site {
 protected:

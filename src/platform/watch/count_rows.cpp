@@ -12,6 +12,9 @@ namespace {
 
 using Count = std::atomic<std::int64_t>;
 
+// The calendars' rows day by day: made here from those that were copied, and no rows of the ERP.
+constexpr std::string_view kExpansion = "tcccp031";
+
 // One thread writes: no need for an addition that is atomic as a whole.
 void Add(Count& count, std::int64_t rows) {
     count.store(count.load(std::memory_order_relaxed) + rows, std::memory_order_relaxed);
@@ -77,7 +80,7 @@ public:
         Wrapped().Open(source, cursor, lock);
         if (lock == LockType::ReadOnly) return;
         Meaning meaning = MeaningOf(source.Text());
-        isCopied_ = meaning.kind == TableKind::Copied;
+        isCopied_ = meaning.kind == TableKind::Copied && meaning.table != kExpansion;
         table_ = std::move(meaning.table);
     }
     void Close() override {
@@ -134,6 +137,7 @@ public:
 private:
     void Note(const Statement& statement, std::int64_t affected) {
         const Meaning& meaning = meanings_.Of(statement);
+        if (meaning.table == kExpansion) return;
         switch (meaning.OnCopiedRows()) {
             case Deed::Update:
                 return counter_.Written(meaning.table, affected);
