@@ -183,7 +183,7 @@ TEST_F(ABadExtract, DirectoryThatIsMissingFailsTheCalendarsInBothPrograms) {
 
 // A6: rows that the trail left blank.
 TEST_F(ABadExtract, DoesNotHideWhatAnIncrementalCopyLeavesBlankAndThenFullFillsIt) {
-    const auto blank = [&] { return Count("tsmdm140 WHERE nama = ''"); };
+    const auto blank = [&] { return Count("tsmdm140 WHERE dsca = ''"); };
     EXPECT_EQ(blank(), 0);
     EXPECT_EQ(Qrxctl({"copy", "tsmdm140", "-i", "--since", "2025-06-20"}).exitCode, 0);
     EXPECT_GT(blank(), 0);
