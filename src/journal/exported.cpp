@@ -40,7 +40,8 @@ ExportMoment ExportMomentOf(const std::filesystem::path& extract, const std::vec
     try {
         if (const auto text = ReadText(extract / "EXPORTED")) {
             moment.at = ParseMoment(*text);
-            if (moment.at) return moment;
+            moment.isStated = moment.at.has_value();
+            if (moment.isStated) return moment;
             moment.problem =
                 platform::Utf8(extract / "EXPORTED") + ": it does not hold one line YYYY-MM-DD HH:MM:SS";
         }

@@ -12,6 +12,7 @@ namespace iqrx::journal {
 
 struct ExportMoment {
     std::optional<platform::Date> at;  // local time; nothing: none of the files is there
+    bool isStated = false;             // by EXPORTED, not by the files' own time
     std::string problem;               // one line when EXPORTED is there and does not say when
 };
 

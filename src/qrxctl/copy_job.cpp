@@ -136,7 +136,7 @@ void CopyJob::Request(const std::string& table, TableResult& result) {
     const journal::Begin begin = run_.books.ledger.BeginAt(process_.machine.clock.Now());
     const Moment from = full ? std::nullopt : WindowBegin(table, begin);
     const Moment before = full ? std::nullopt : LastUpdate(table);
-    const Moment exported = ExportMoment(table, full);
+    const Moment exported = ExportMoment(table, full, begin);
     if (from) SetLastUpdate(table, from);
     control::CopyRequest request = RequestOf(run_.place.options);
     request.tableId = IdOf(process_.catalog, table);
@@ -171,12 +171,18 @@ void CopyJob::Judge(TableResult& result, control::Outcome outcome) {
     }
 }
 
-CopyJob::Moment CopyJob::ExportMoment(const std::string& table, bool full) {
+// A trail that is written as changes are made has the time of its last one. When that second was over, the file
+// holds all of it, and the next window begins after it: otherwise each copy would tell that change again.
+CopyJob::Moment CopyJob::ExportMoment(const std::string& table, bool full, const journal::Begin& begin) {
+    constexpr std::int64_t kSettled = 2;  // seconds: a change is written a moment after it was stamped
     const std::string& erp = run_.place.options.erp;
     if (!erp.starts_with(kExtract) || !HasTrail(table)) return std::nullopt;
-    return journal::ExportMomentOf(platform::Path(std::string_view(erp).substr(kExtract.size())),
-                                   {table + (full ? ".csv" : ".audit.csv")}, parts_.Host())
-        .at;
+    auto [at, isStated, problem] =
+        journal::ExportMomentOf(platform::Path(std::string_view(erp).substr(kExtract.size())),
+                                {table + (full ? ".csv" : ".audit.csv")}, parts_.Host());
+    if (at && !isStated && at->secondsSince1970 + kSettled <= begin.local.secondsSince1970)
+        ++at->secondsSince1970;
+    return at;
 }
 
 // What the export could not hold is not read, whatever the window said.

@@ -39,7 +39,7 @@ private:
     Moment WindowBegin(const std::string& table, const journal::Begin& begin);
     void Request(const std::string& table, TableResult& result);
     void Judge(TableResult& result, control::Outcome outcome);
-    Moment ExportMoment(const std::string& table, bool full);
+    Moment ExportMoment(const std::string& table, bool full, const journal::Begin& begin);
     void NoteWhatWasRead(const TableResult& result, Moment from, Moment exported, const journal::Begin& begin);
     void Record(const TableResult& result, const std::string& began);
     Moment LastUpdate(const std::string& table);

@@ -20,10 +20,12 @@ protected:
     std::string MomentOf(const std::vector<std::string>& files) {
         const ExportMoment moment = ExportMomentOf(place, files, host);
         problem = moment.problem;
+        isStated = moment.isStated;
         return moment.at ? platform::IsoDateTime(*moment.at) : "none";
     }
 
     std::string problem;
+    bool isStated = false;
     const std::int64_t noon = At("12:00:00").secondsSince1970;
     const std::vector<std::string> both = {"tsmdm030.csv", "tsmdm030.audit.csv"};
 };
@@ -36,6 +38,7 @@ TEST_F(ExportedTest, IsWhatTheExportSays) {
         Fill("EXPORTED", text);
         EXPECT_EQ(MomentOf(both), "2026-11-21 01:00:00") << text;
         EXPECT_EQ(problem, "");
+        EXPECT_TRUE(isStated);
     }
 }
 
@@ -45,6 +48,7 @@ TEST_F(ExportedTest, IsOtherwiseTheOldestLocalChangeOfTheFilesThatAreRead) {
     Changed("tsmdm100.csv", 0);
     EXPECT_EQ(MomentOf(both), "2026-11-21 13:00:00");  // an hour east of Greenwich
     EXPECT_EQ(MomentOf({"tsmdm030.csv"}), "2026-11-21 13:01:00");
+    EXPECT_FALSE(isStated);
     EXPECT_EQ(problem, "");
 }
 
