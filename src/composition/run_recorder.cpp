@@ -45,8 +45,8 @@ struct RunRecorder::Run {
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
 };
 
-RunRecorder::RunRecorder(Composition& parts, std::ostream& diagnostics)
-    : parts_(parts), diagnostics_(diagnostics) {}
+RunRecorder::RunRecorder(Composition& parts, std::ostream& diagnostics, const platform::StopRequest& stop)
+    : parts_(parts), diagnostics_(diagnostics), stop_(stop) {}
 
 RunRecorder::~RunRecorder() = default;
 
@@ -92,6 +92,8 @@ void RunRecorder::RunEnded(control::Outcome outcome, const std::string& cause) t
         entry.outcome = "in use";
     else if (outcome == control::Outcome::Complete && cause.empty())
         entry.outcome = "ok";
+    else if (stop_.Asked())
+        entry.outcome = "stopped";
     entry.copied = parts_.Counts().copied;
     entry.removed = parts_.Counts().removed;
     entry.ended = journal::Rfc3339({parts_.Machine().clock.Now(), parts_.Host().UtcOffsetMinutes()});

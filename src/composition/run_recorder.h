@@ -14,8 +14,8 @@ namespace iqrx::hosting {
 
 class RunRecorder final : public control::RunWitness {
 public:
-    // Both are borrowed. What cannot be written is told there, in one line a run, and the copy goes on.
-    RunRecorder(Composition& parts, std::ostream& diagnostics);
+    // All is borrowed. What cannot be written is told there, in one line a run, and the copy goes on.
+    RunRecorder(Composition& parts, std::ostream& diagnostics, const platform::StopRequest& stop);
     ~RunRecorder() override;
 
     void RunBegins(const control::CopyRequest& request, const std::string& table) override;
@@ -26,6 +26,7 @@ private:
 
     Composition& parts_;
     std::ostream& diagnostics_;
+    const platform::StopRequest& stop_;
     std::unique_ptr<Run> run_;
 };
 

@@ -123,10 +123,13 @@ void Arguments::ReadFile() {
     std::stringstream text;
     text << stream.rdbuf();
     std::vector<CLI::ConfigItem> items = get_config_formatter()->from_config(text);
+    const CLI::Option* limit = OptionOf({{"copy"}, "max-removed", {}});
+    const bool isLimitGiven = limit && IsSet(limit);
     std::erase_if(items, [&](const CLI::ConfigItem& item) {
         if (item.name == "++" || item.name == "--") return true;  // the library's marks of a section's ends
         if (item.parents != std::vector<std::string>{"guard"}) return false;
-        options_.guard[item.name] = item.inputs.empty() ? "" : item.inputs.front();
+        // The command line's limit is meant for every table.
+        if (!isLimitGiven) options_.guard[item.name] = item.inputs.empty() ? "" : item.inputs.front();
         return true;
     });
     Take(items, [&](const CLI::ConfigItem& item) {

@@ -9,6 +9,7 @@
 #include "qrxctl/copy_crew.h"
 #include "qrxctl/copy_report.h"
 #include "qrxctl/lines.h"
+#include "qrxctl/reading.h"
 #include "qrxctl/table_choice.h"
 
 namespace iqrx::qrxctl {
@@ -16,11 +17,13 @@ namespace iqrx::qrxctl {
 namespace {
 
 // The catalog as the tool reads it to choose; each job loads its own.
-std::vector<std::string> CatalogTables(hosting::Composition& parts, const Workplace& place) {
+std::vector<std::string> CatalogTables(hosting::Composition& parts, const Workplace& place, bool onlyLooks) {
     control::Ports ports = parts.Ports(place.talk);
     ports.databases = parts.PlainDatabases();
     control::Process process(ports);
-    PrepareProcess(process, place.options);
+    Options options = place.options;
+    if (onlyLooks) options.connection = ForReading(options.connection);
+    PrepareProcess(process, options);
     return TablesOf(process.catalog);
 }
 
@@ -30,16 +33,16 @@ void RefuseFuture(const CopyOptions& copy, platform::Date now) {
         throw UsageError("--since " + *copy.since + " lies in the future");
 }
 
-// The run that --resume goes on with: the last one of this method by the tool.
+// The run that --resume goes on with: the last one that had this aim.
 struct EarlierRun {
     std::string id;
     std::vector<std::string> done;
 };
 
-EarlierRun LastRun(const journal::History& history, const std::string& method) {
+EarlierRun LastRun(const journal::History& history, const std::string& aim) {
     EarlierRun last;
     history.ForEach([&](const journal::RunEntry& entry) {
-        if (entry.method != method || !entry.program.starts_with("qrxctl")) return true;
+        if (entry.program != aim && !entry.program.starts_with(aim + " ")) return true;
         if (entry.run != last.id) last = {entry.run, {}};
         if (entry.outcome == "ok") last.done.push_back(entry.table);
         return true;
@@ -56,6 +59,8 @@ public:
 private:
     ExitCode SayWhatWouldBeDone(const Workplace& place, const std::vector<std::string>& tables, Books& books,
                                 platform::Date now) const;
+    void LeaveOutWhatIsDone(const journal::History& history, std::vector<std::string>& tables,
+                            CopyReport& report) const;
     void Show(const Workplace& place, const CopyReport& report, const std::string& at) const;
 
     CopyOptions copy_;
@@ -68,18 +73,13 @@ ExitCode CopyCommand::Run(const Workplace& place) {
     hosting::Composition parts(watched.surroundings);
     const platform::Date now = parts.Machine().clock.Now();
     RefuseFuture(copy_, now);
-    const std::vector<std::string> known = CatalogTables(parts, watched);
+    const std::vector<std::string> known = CatalogTables(parts, watched, copy_.dryRun);
     std::vector<std::string> tables = copy_.all ? known : ChooseTables(known, copy_.tables);
     Books books(parts, place.options, copy_.dryRun ? journal::Use::Reading : journal::Use::Writing);
     if (copy_.dryRun) return SayWhatWouldBeDone(place, tables, books, now);
 
     CopyReport report{.run = {}, .resume = copy_.CommandLine() + " --resume"};
-    if (copy_.resume) {
-        EarlierRun earlier = LastRun(books.history, copy_.Method());
-        std::erase_if(tables, [&](const auto& table) { return std::ranges::count(earlier.done, table) > 0; });
-        report.run = earlier.id;
-        report.doneBefore = std::move(earlier.done);
-    }
+    if (copy_.resume) LeaveOutWhatIsDone(books.history, tables, report);
     if (report.run.empty()) report.run = books.history.NewRunId(now);
     const CopyRun run{watched, copy_, books, report.run};
     const auto begin = std::chrono::steady_clock::now();
@@ -89,6 +89,14 @@ ExitCode CopyCommand::Run(const Workplace& place) {
     if (const std::string problem = books.directory.Problem(); !problem.empty())
         place.talk << Fact("note", "state", problem);
     return CodeOf(report);
+}
+
+void CopyCommand::LeaveOutWhatIsDone(const journal::History& history, std::vector<std::string>& tables,
+                                     CopyReport& report) const {
+    EarlierRun earlier = LastRun(history, copy_.Aim());
+    std::erase_if(tables, [&](const auto& table) { return std::ranges::count(earlier.done, table) > 0; });
+    report.run = earlier.id;
+    report.doneBefore = std::move(earlier.done);
 }
 
 void CopyCommand::Show(const Workplace& place, const CopyReport& report, const std::string& at) const {
@@ -118,7 +126,10 @@ ExitCode CopyCommand::SayWhatWouldBeDone(const Workplace& place, const std::vect
         else if (!copy_.full && from)
             text = "changes since " + platform::IsoDateTime(*from);
         if (books.sheets.StateOf(table).holder == journal::Holder::Living) text += "; is being copied now";
-        place.out << Fact("would", table, "copy " + text);
+        if (place.options.json)
+            place.out << JsonOfIntent(table, copy_.Method(), text) << '\n';
+        else
+            place.out << Fact("would", table, "copy " + text);
     }
     return kAllWell;
 }

@@ -61,15 +61,19 @@ platform::watch::RemovalLimits CopyOptions::Limits(const Options& options) const
     platform::watch::RemovalLimits limits;
     if (!maxRemoved.empty()) limits.all = LimitOf(maxRemoved, "--max-removed");
     for (const auto& [table, text] : options.guard)
-        if (maxRemoved.empty()) limits.ofTable[platform::Lower(table)] = LimitOf(text, "[guard] " + table);
+        limits.ofTable[platform::Lower(table)] = LimitOf(text, "[guard] " + table);
     return limits;
 }
 
-std::string CopyOptions::CommandLine() const {
+std::string CopyOptions::Aim() const {
     std::string line = "qrxctl copy";
     if (all) line += " --all";
     for (const std::string& table : tables) line += " " + table;
-    line += full ? " --full" : " --incremental";
+    return line + (full ? " --full" : " --incremental");
+}
+
+std::string CopyOptions::CommandLine() const {
+    std::string line = Aim();
     if (!maxRemoved.empty()) line += " --max-removed " + maxRemoved;
     if (since) line += " --since \"" + *since + "\"";
     return line;

@@ -29,9 +29,11 @@ struct CopyOptions {
     void Check(const Options& options) const;
 
     const char* Method() const { return full ? "full" : "incremental"; }
-    // Of the command line and of the INI file's section [guard]. Raises CLI::ParseError.
+    // A table's own limit, from the INI file's section [guard], goes before that of all. Raises CLI::ParseError.
     platform::watch::RemovalLimits Limits(const Options& options) const;
-    // "qrxctl copy --all --full"; as an operator would type it, without connection or password.
+    // "qrxctl copy --all --full": what is copied, and how.
+    std::string Aim() const;
+    // The same with how far it may go; as an operator would type it, without connection or password.
     std::string CommandLine() const;
 };
 

@@ -171,6 +171,10 @@ std::string JsonOf(const TableResult& result, const std::string& run, const std:
     return line.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+std::string JsonOfIntent(const std::string& table, const std::string& method, const std::string& what) {
+    return Json{{"schema", 1}, {"event", "would"}, {"table", table}, {"method", method}, {"copies", what}}.dump();
+}
+
 std::string JsonOf(const CopyReport& report, const std::string& at) {
     const Json line{{"schema", 1},
                     {"event", "end"},

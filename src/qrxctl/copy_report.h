@@ -27,5 +27,7 @@ void ShowTroubles(const CopyReport& report, std::ostream& out);
 // A table's result as a line of JSON, and the run's.
 std::string JsonOf(const TableResult& result, const std::string& run, const std::string& at);
 std::string JsonOf(const CopyReport& report, const std::string& at);
+// Of a copy that is only spoken of.
+std::string JsonOfIntent(const std::string& table, const std::string& method, const std::string& what);
 
 }  // namespace iqrx::qrxctl

@@ -42,6 +42,10 @@ TEST_F(TheTool, SaysItsVersionAsTheServiceDoes) {
     const Finished service = RunToEnd({IQRX_SERVICE, "--version"}, directory);
     EXPECT_EQ(service.out, "iQRXyQRXSync " IQRX_VERSION "\n");
     EXPECT_EQ(service.exitCode, 0);
+    const Finished help = RunToEnd({IQRX_SERVICE, "--help"}, directory);
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_THAT(Lines(help.out),
+                ElementsAre("iQRXyQRXSync " IQRX_VERSION, HasSubstr("CONNECTION{}DATABASE{}TABLEID")));
 }
 
 TEST_F(TheTool, ShowsItsCommandsToWhoeverTypesItsNameAlone) {

@@ -350,7 +350,7 @@ TEST_F(AStoppedCopy, OfManyTablesIsResumedWhereItStopped) {
     GivenExtract("tsmdm130.csv", "skll,desc,clrt\nMECH,Mechanic,L1");
     GivenExtract("tsmdm000.csv", "seqn,skla,sklb,sklc,untd\n1,MECH,HYDR,,hour");
     std::vector<std::string> command = Command();
-    command.insert(command.end() - 1, {"tsmdm130", "tsmdm000"});
+    command.insert(command.end() - 1, {"tsmdm000", "tsmdm130"});
     Child copy(command, directory);
     SlowExport records(extract / "tsmdm030.csv");
     WaitUntilLocked();
@@ -362,7 +362,7 @@ TEST_F(AStoppedCopy, OfManyTablesIsResumedWhereItStopped) {
     EXPECT_THAT(run.out, HasSubstr(" --resume"));
     GivenPlainExport();
     const Finished resumed =
-        Qrxctl({"copy", "tsmdm000", "tsmdm030", "tsmdm130", "--full", "--resume", "--max-removed", "any"});
+        Qrxctl({"copy", "tsmdm030", "tsmdm000", "tsmdm130", "--full", "--resume", "--max-removed", "any"});
     EXPECT_THAT(resumed.out, Not(ContainsRegex("\ntsmdm000 ")));
     EXPECT_THAT(resumed.out, ContainsRegex("\ntsmdm030 +3 "));
 }

@@ -9,14 +9,14 @@
 int main(int argc, char** argv) {
     try {
         const std::vector<std::string> words(argv, argv + argc);
-        if (words.size() == 2 && words[1] == "--version") {
-            std::cout << iqrx::hosting::VersionLine("iQRXyQRXSync") << '\n';
+        if (const auto answer = iqrx::hosting::AnswerAboutItself(words)) {
+            std::cout << *answer;
             return iqrx::hosting::kCompleted;
         }
         const auto stop = iqrx::hosting::ListenForStop();
         iqrx::hosting::Composition parts(
             iqrx::hosting::SurroundingsOfService(iqrx::hosting::Variable, stop.get()));
-        iqrx::hosting::RunRecorder recorder(parts, std::cerr);
+        iqrx::hosting::RunRecorder recorder(parts, std::cerr, *stop);
         iqrx::control::Process process(parts.Ports(std::cerr, &recorder));
         return iqrx::hosting::SubMain(process, iqrx::hosting::RequestText(words));
     } catch (...) {

@@ -35,15 +35,14 @@ int Run(const std::vector<std::string>& words) {
     const std::string first = words.size() > 1 ? words[1] : "";
     const bool isEmbedded = IsSwitch(first, "Embedding");
     if (!isEmbedded) UseConsoleOfParent();
-    if (words.size() == 2 && first == "--version")
-        return std::cout << VersionLine("iQRXyQRXSync") << std::endl, kCompleted;
+    if (const auto answer = AnswerAboutItself(words)) return std::cout << *answer << std::flush, kCompleted;
     if (IsSwitch(first, "regserver")) return RegisterServer(), kCompleted;
     if (IsSwitch(first, "unregserver")) return UnregisterServer(), kCompleted;
     const auto stop = ListenForStop();
     Surroundings surroundings = SurroundingsOfService(Variable, stop.get());
     surroundings.isEmbedded = isEmbedded;
     Composition parts(surroundings);
-    RunRecorder recorder(parts, std::cerr);
+    RunRecorder recorder(parts, std::cerr, *stop);
     control::Process process(parts.Ports(std::cerr, &recorder));
     if (isEmbedded) return RunServer(process), kCompleted;
     return SubMain(process, RequestText(words));
