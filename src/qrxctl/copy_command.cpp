@@ -16,17 +16,6 @@ namespace iqrx::qrxctl {
 
 namespace {
 
-// The catalog as the tool reads it to choose; each job loads its own.
-std::vector<std::string> CatalogTables(hosting::Composition& parts, const Workplace& place, bool onlyLooks) {
-    control::Ports ports = parts.Ports(place.talk);
-    ports.databases = parts.PlainDatabases();
-    control::Process process(ports);
-    Options options = place.options;
-    if (onlyLooks) options.connection = ForReading(options.connection);
-    PrepareProcess(process, options);
-    return TablesOf(process.catalog);
-}
-
 // A wrong moment of the future would pass over every change until then.
 void RefuseFuture(const CopyOptions& copy, platform::Date now) {
     if (copy.since && platform::ParseIsoDate(*copy.since)->secondsSince1970 > now.secondsSince1970)
@@ -73,7 +62,7 @@ ExitCode CopyCommand::Run(const Workplace& place) {
     hosting::Composition parts(watched.surroundings);
     const platform::Date now = parts.Machine().clock.Now();
     RefuseFuture(copy_, now);
-    const std::vector<std::string> known = CatalogTables(parts, watched, copy_.dryRun);
+    const std::vector<std::string> known = CatalogTables(parts, place.options);
     std::vector<std::string> tables = copy_.all ? known : ChooseTables(known, copy_.tables);
     Books books(parts, place.options, copy_.dryRun ? journal::Use::Reading : journal::Use::Writing);
     if (copy_.dryRun) return SayWhatWouldBeDone(place, tables, books, now);

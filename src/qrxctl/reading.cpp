@@ -1,5 +1,7 @@
 #include "qrxctl/reading.h"
 
+#include <iostream>
+
 #include "platform/connection_string.h"
 #include "platform/error.h"
 #include "qrxctl/table_choice.h"
@@ -50,10 +52,13 @@ bool IsEmbedded(const Options& options) {
 }
 
 std::vector<std::string> CatalogTables(hosting::Composition& parts, const Options& options) {
-    control::TableCatalog catalog;
-    catalog.LoadTableCatalog(parts.PlainDatabases(), ForReading(options.connection), options.database,
-                             PlatformNumber(options), options.group);
-    return TablesOf(catalog);
+    control::Ports ports = parts.Ports(std::cerr);
+    ports.databases = parts.PlainDatabases();
+    control::Process process(ports);
+    Options looking = options;
+    looking.connection = ForReading(options.connection);
+    PrepareProcess(process, looking);
+    return TablesOf(process.catalog);
 }
 
 void ReadDatabase(hosting::Composition& parts, const Options& options,

@@ -19,7 +19,8 @@ std::string DatabaseName(const Options& options);
 // Whether the database is a file that is read here, row by row, to count its rows.
 bool IsEmbedded(const Options& options);
 
-// The tables of the options' group, in the catalog's order. Raises RuntimeError.
+// The tables of the options' group, in the catalog's order, as a look that writes nothing finds them. Raises
+// RuntimeError, and UsageError for a group that is not there.
 std::vector<std::string> CatalogTables(hosting::Composition& parts, const Options& options);
 
 // Opens the database for reading and reads. Once more when it changed meanwhile: `read` begins anew each time.

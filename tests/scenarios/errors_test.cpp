@@ -30,7 +30,7 @@ protected:
     void ExpectCopyFails(const std::string& cause) const {
         const Finished run = CopyServiceTypes();
         EXPECT_EQ(run.exitCode, 1);
-        EXPECT_THAT(run.out + run.err, HasSubstr(cause));
+        EXPECT_THAT(Unwrapped(run.out + run.err), HasSubstr(cause));
     }
 };
 
@@ -90,7 +90,7 @@ TEST_F(AnError, OfARunParameterWithoutADirectorySaysSo) {  // C1
     const Finished run = BareQrxctl({"--connection", Connection(), "--log-dir", logs.string(), "--erp",
                                      "extract=", "copy", "tsmdm030", "--full"});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_THAT(run.out + run.err, HasSubstr("which takes extract=DIRECTORY"));
+    EXPECT_THAT(Unwrapped(run.out), HasSubstr("which takes extract=DIRECTORY"));
 }
 
 TEST_F(AnError, OfAFilterFlagThatIsNullNamesColumnAndTable) {  // C1

@@ -131,6 +131,16 @@ std::string Site::Today() {
     return {text, std::strftime(text, sizeof text, "%Y%m%d", std::localtime(&now))};
 }
 
+std::string Unwrapped(const std::string& text) {
+    std::string line;
+    for (const char c : text)
+        if (c != '\n' && (c != ' ' || !line.ends_with(' ')))
+            line += c;
+        else if (!line.ends_with(' '))
+            line += ' ';
+    return line;
+}
+
 std::string Site::RunLog(const std::string& table) const {
     for (const auto& entry : fs::directory_iterator(logs)) {
         const std::string name = entry.path().filename().string();

@@ -88,6 +88,9 @@ inline const char* const kOneCalendar =
 inline const char* const kSelectServiceTypes =
     "SELECT cstp, dsca, prod, ract, dahe, upd_flag FROM tsmdm030 ORDER BY cstp";
 
+// A text whose lines were broken between its words, in one line.
+std::string Unwrapped(const std::string& text);
+
 // Text of one line, its line break included, that contains `part`.
 MATCHER_P(IsOneLineWith, part, "") {
     return !arg.empty() && arg.find('\n') == arg.size() - 1 && arg.find(part) != std::string::npos;

@@ -88,7 +88,7 @@ TEST_F(ABadExtract, ThatIsAnEmptyDirectoryRemovesNothingAndTellsEqualCausesOnce)
     fs::remove(extract);
     const Finished without = Qrxctl({"copy", "--all", "--full"});
     EXPECT_THAT(without.out, HasSubstr("failed   19 tables "));
-    EXPECT_EQ(Lines(without.out.substr(without.out.find("failed   19"))).size(), 5U) << without.out;
+    EXPECT_EQ(Lines(without.out.substr(without.out.find("failed   19"))).size(), 6U) << without.out;
 }
 
 TEST_F(ABadExtract, WithAMisspeltColumnFailsAndNamesFileAndColumn) {
