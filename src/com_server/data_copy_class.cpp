@@ -126,7 +126,11 @@ void DataCopyClass::Serve(control::CopyRequest& request, const VARIANT& database
     } catch (...) {
         return Refuse(request, platform::CurrentError());
     }
+    control::Process& process = requests_.Process();
+    control::RunWitness* const witness = process.witness;
+    if (witness) witness->RunBegins(request, control::TableOf(process.catalog, request));
     dataCopy_.StartDataCopy(request);
+    if (witness) witness->RunEnded(dataCopy_.LastOutcome(), process.runLog.FirstError());
 }
 
 // A client that waits for the outcome hears of the failure as of any other; the log that names its cause is

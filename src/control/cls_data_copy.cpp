@@ -21,6 +21,11 @@ std::string FailedMessage(runtime::MessageCatalog& messages, const std::string& 
     return runtime::Fill(runtime::Fill(messages.GetI18nText("SLBL0507"), "%1", title), "%2", text);
 }
 
+std::string TableOf(const TableCatalog& catalog, const CopyRequest& request) {
+    const platform::Integer id = IsCalendarRun(request.tableId) ? kCalendarTable : request.tableId;
+    return TableCatalog::HasRoomFor(id) ? catalog.GetTableName(id) : std::string();
+}
+
 clsDataCopy::clsDataCopy(Process& process, std::span<const TableRoutine> tables,
                          const CalendarRoutines& calendars, DataCopyEvents& events)
     : process_(process), tables_(tables), calendars_(calendars), events_(events), run_(process) {}

@@ -45,6 +45,9 @@ inline constexpr platform::Integer kAllTables = 128;
 inline constexpr platform::Integer kCalendarTable =
     18;  // the catalog id whose table the calendar runs lock and fill
 
+// The local table that a request copies into; empty for an id that has none.
+std::string TableOf(const TableCatalog& catalog, const CopyRequest& request);
+
 class clsDataCopy {
 public:
     // All four are borrowed. `tables` is searched in its order.

@@ -19,20 +19,12 @@ namespace {
 enum SyncStatus : Integer { kSyncStarted = 1, kSyncComplete = 2, kSyncFailed = 3 };
 enum TableStatus : Integer { kTableStarted = 2, kTableComplete = 4, kTableInUse = 8, kTableFailed = 16 };
 
-// The local table that a request copies into; empty for an id that has none.
-std::string TableOf(const control::TableCatalog& catalog, const control::CopyRequest& request) {
-    const bool isCalendarRun =
-        request.tableId == control::kCalendarOfOne || request.tableId == control::kCalendarOfEmployee;
-    const Integer id = isCalendarRun ? control::kCalendarTable : request.tableId;
-    return control::TableCatalog::HasRoomFor(id) ? catalog.GetTableName(id) : std::string();
-}
-
 }  // namespace
 
 void clsDataCopyHandler::HandleDataCopy(const control::CopyRequest& request) {
     outcome_ = Outcome::Error;
     control::RunWitness* const witness = process_.witness;
-    if (witness) witness->RunBegins(request, TableOf(process_.catalog, request));
+    if (witness) witness->RunBegins(request, control::TableOf(process_.catalog, request));
     std::string failure;
     try {
         Handle(request);

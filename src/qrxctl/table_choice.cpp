@@ -36,7 +36,7 @@ bool Matches(std::string_view pattern, std::string_view name) {
 std::vector<std::string> WordsOf(const std::vector<std::string>& wanted) {
     std::vector<std::string> words;
     for (const std::string& each : wanted) {
-        std::istringstream list(platform::Lower(each));
+        std::istringstream list(each);
         for (std::string word; std::getline(list, word, ',');)
             if (!word.empty()) words.push_back(word);
         if (each.empty()) words.emplace_back();
@@ -45,8 +45,8 @@ std::vector<std::string> WordsOf(const std::vector<std::string>& wanted) {
 }
 
 bool Names(const std::string& word, const std::string& table) {
-    const std::string lower = platform::Lower(table);
-    return Matches(word, lower) || GroupOf(lower) == word;
+    const std::string lower = platform::Lower(table), wanted = platform::Lower(word);
+    return Matches(wanted, lower) || GroupOf(lower) == wanted;
 }
 
 }  // namespace
@@ -69,7 +69,7 @@ std::vector<std::string> ChooseTables(const std::vector<std::string>& known,
     const std::vector<std::string> words = WordsOf(wanted);
     for (const std::string& word : words)
         if (std::ranges::none_of(known, [&](const std::string& table) { return Names(word, table); })) {
-            const std::string nearest = Nearest(word, known);
+            const std::string nearest = Nearest(platform::Lower(word), known);
             throw UsageError("no table \"" + word + "\" in the catalog" +
                              (nearest.empty() ? "" : "; did you mean " + nearest + "?"));
         }

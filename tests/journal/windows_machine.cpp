@@ -1,7 +1,7 @@
 #include "journal/machine.h"
-#include "platform/windows/apartment.h"
 #include "platform/windows/host.h"
 #include "platform/windows/machine.h"
+#include "support/apartment.h"
 
 namespace iqrx::testing {
 

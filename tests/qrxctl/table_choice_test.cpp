@@ -33,7 +33,9 @@ TEST(TableChoice, RefusesAWordThatNamesNoTableAndGuessesWhatWasMeant) {
         }
     };
     EXPECT_THAT(complaint({"tsmdm030", "tssoc299"}), HasSubstr("no table \"tssoc299\""));
+    EXPECT_THAT(complaint({"TSSOC299"}), HasSubstr("no table \"TSSOC299\""));
     EXPECT_THAT(complaint({"tsmdm031"}), HasSubstr("did you mean tsmdm030?"));
+    EXPECT_THAT(complaint({"TSMDM031"}), HasSubstr("did you mean tsmdm030?"));
     EXPECT_THAT(complaint({"x*"}), HasSubstr("no table \"x*\""));
     EXPECT_THAT(complaint({""}), HasSubstr("no table \"\""));
 }

@@ -67,6 +67,9 @@ private:
         if (name == "AddNew") return recordset.AddNew(), Value();
         if (name == "Update") return recordset.Update(), Value();
         if (name == "Delete") return recordset.Delete(), Value();
+        if (name == "CountFields") return static_cast<Long>(recordset.FieldNames().size());
+        if (name == "GetFieldName")
+            return recordset.FieldNames().at(static_cast<std::size_t>(ToLong(request.at(2))));
         if (name == "GetField")
             return request.at(2).Is<std::string>() ? recordset.Field(request.at(2).As<std::string>())
                                                    : recordset.Field(ToLong(request.at(2)));

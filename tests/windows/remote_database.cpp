@@ -123,8 +123,8 @@ class FieldObject : public Object {
 public:
     FieldObject(std::shared_ptr<Bridge> bridge, Value recordset, Value which)
         : bridge_(std::move(bridge)), recordset_(std::move(recordset)), which_(std::move(which)) {}
-    Value Invoke(std::string_view, std::span<Argument>) override {
-        return bridge_->Call("GetField", recordset_, which_);
+    Value Invoke(std::string_view member, std::span<Argument>) override {
+        return bridge_->Call(member == "Name" ? "GetFieldName" : "GetField", recordset_, which_);
     }
     void Set(std::string_view, const Value& value) override {
         bridge_->Call("SetField", recordset_, which_, value);
@@ -139,7 +139,8 @@ class FieldsObject : public Object {
 public:
     FieldsObject(std::shared_ptr<Bridge> bridge, Value recordset)
         : bridge_(std::move(bridge)), recordset_(std::move(recordset)) {}
-    Value Invoke(std::string_view, std::span<Argument> arguments) override {
+    Value Invoke(std::string_view member, std::span<Argument> arguments) override {
+        if (member == "Count") return bridge_->Call("CountFields", recordset_);
         return ObjectRef(std::make_shared<FieldObject>(bridge_, recordset_, arguments[0].value));
     }
 

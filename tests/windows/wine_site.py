@@ -5,6 +5,7 @@ database_bridge lends to it, so that both systems copy into the same kind of dat
 """
 import csv
 import datetime
+import json
 import os
 import pathlib
 import re
@@ -99,6 +100,7 @@ class Database:
         for suffix in ("", "-wal", "-shm"):
             pathlib.Path(f"{self.file}{suffix}").unlink(missing_ok=True)
         self.connection = f"Provider=SQLite;Data Source={self.file}"
+        self.of_server = f"Provider=MSOLEDBSQL;Data Source={self.file}"  # the same: the bridge takes any provider
         subprocess.run([LINUX / "qrxctl", "init", "--connection", self.connection], check=True, capture_output=True)
 
     def query(self, sql):
@@ -113,6 +115,24 @@ def logs(name):
     shutil.rmtree(directory, ignore_errors=True)
     directory.mkdir(parents=True)
     return directory
+
+
+class State:
+    """What the programs keep of their runs with the logs of a directory."""
+
+    def __init__(self, log_directory):
+        self.directory = log_directory / ".qrx"
+
+    def sheet(self, table):
+        """The run sheet of a table; empty while there is none."""
+        try:
+            return json.loads((self.directory / "running" / table).read_text() or "{}")
+        except FileNotFoundError:
+            return {}
+
+    def history(self):
+        file = self.directory / "history.jsonl"
+        return [json.loads(line) for line in file.read_text().splitlines()] if file.exists() else []
 
 
 def text_of(directory):
@@ -213,9 +233,9 @@ class Scenario(unittest.TestCase):
         return ["cscript.exe", "//nologo", windows_path(ROOT / "tests/windows" / name), *arguments]
 
     @staticmethod
-    def sink(database, directory, table=2, method=FULL):
+    def sink(database, directory, table=2, method=FULL, connection=None):
         """The program that hears the events of a run."""
-        return [WINDOWS / "event_client.exe", database.connection, table, method, windows_path(directory), "ERP"]
+        return [WINDOWS / "event_client.exe", connection or database.connection, table, method, windows_path(directory), "ERP"]
 
     def called(self):
         lines = self.site.calls.read_text().splitlines() if self.site.calls.exists() else []
