@@ -23,7 +23,7 @@ public:
         LookAtAll({place.options, parts, process, books, findings});
         process.database.CloseDatabase();
         place.out << (place.options.json ? findings.Json() + '\n' : findings.Text(place.options.quiet));
-        return findings.Count(Finding::Grade::Wrong) > 0 ? kFailed : kAllWell;
+        return findings.Count(CheckedItem::Grade::Wrong) > 0 ? kFailed : kAllWell;
     }
 
 private:

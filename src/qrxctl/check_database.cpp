@@ -180,7 +180,7 @@ bool CheckDatabase(const Site& site) {
 
 bool CheckTables(const Site& site) {
     Findings& findings = site.findings;
-    const std::int64_t before = findings.Count(Finding::Grade::Wrong);
+    const std::int64_t before = findings.Count(CheckedItem::Grade::Wrong);
     try {
         const fs::path folder = site.process.machine.programFolder / "schema";
         const std::vector<TableText> expected = TablesOf(ReadScript(ScriptOf(site.options, folder)));
@@ -194,7 +194,7 @@ bool CheckTables(const Site& site) {
                 WrongTable(findings, table.name, "is missing", "qrxctl init");
             else if (const std::string wrong = WrongColumns(table, *other); !wrong.empty())
                 WrongTable(findings, table.name, wrong, "qrxctl init --show " + table.name);
-        if (findings.Count(Finding::Grade::Wrong) == before) findings.Ok("tables", KindsOf(expected));
+        if (findings.Count(CheckedItem::Grade::Wrong) == before) findings.Ok("tables", KindsOf(expected));
     } catch (...) {
         findings.Note("tables", "cannot be looked at: " + ErrorText());
     }

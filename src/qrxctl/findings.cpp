@@ -11,7 +11,7 @@ namespace iqrx::qrxctl {
 
 namespace {
 
-using Grade = Finding::Grade;
+using Grade = CheckedItem::Grade;
 
 const char* WordOf(Grade grade) {
     if (grade == Grade::Ok) return "ok";
@@ -32,11 +32,13 @@ void Findings::Wrong(std::string subject, std::string text, std::string step) {
     all_.push_back({Grade::Wrong, std::move(subject), std::move(text), std::move(step)});
 }
 
-std::int64_t Findings::Count(Grade grade) const { return std::ranges::count(all_, grade, &Finding::grade); }
+std::int64_t Findings::Count(Grade grade) const {
+    return std::ranges::count(all_, grade, &CheckedItem::grade);
+}
 
 std::string Findings::Text(bool onlyWhatIsWrong) const {
     std::string lines;
-    for (const Finding& finding : all_) {
+    for (const CheckedItem& finding : all_) {
         if (onlyWhatIsWrong && finding.grade != Grade::Wrong) continue;
         lines += Fact(WordOf(finding.grade), finding.subject, finding.text);
         if (!finding.step.empty()) lines += NextStep(finding.step);
@@ -50,7 +52,7 @@ std::string Findings::Text(bool onlyWhatIsWrong) const {
 std::string Findings::Json() const {
     using nlohmann::ordered_json;
     ordered_json items = ordered_json::array();
-    for (const Finding& finding : all_) {
+    for (const CheckedItem& finding : all_) {
         ordered_json item{
             {"grade", WordOf(finding.grade)}, {"subject", finding.subject}, {"text", finding.text}};
         if (!finding.step.empty()) item["step"] = finding.step;

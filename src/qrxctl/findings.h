@@ -7,7 +7,7 @@
 
 namespace iqrx::qrxctl {
 
-struct Finding {
+struct CheckedItem {
     enum class Grade : std::uint8_t { Ok, Note, Wrong };
     Grade grade = Grade::Ok;
     std::string subject, text;
@@ -20,14 +20,14 @@ public:
     void Note(std::string subject, std::string text, std::string step = {});
     void Wrong(std::string subject, std::string text, std::string step = {});
 
-    const std::vector<Finding>& All() const { return all_; }
-    std::int64_t Count(Finding::Grade grade) const;
+    const std::vector<CheckedItem>& All() const { return all_; }
+    std::int64_t Count(CheckedItem::Grade grade) const;
 
     std::string Text(bool onlyWhatIsWrong) const;  // lines; the last says how many there are
     std::string Json() const;                      // one object
 
 private:
-    std::vector<Finding> all_;
+    std::vector<CheckedItem> all_;
 };
 
 }  // namespace iqrx::qrxctl
