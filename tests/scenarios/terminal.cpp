@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
@@ -33,8 +34,9 @@ Terminal::~Terminal() {
 }
 
 bool Terminal::Shows(const std::string& text) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     while (screen_.find(text) == std::string::npos)
-        if (!Read()) return false;
+        if (std::chrono::steady_clock::now() > end || !Read()) return false;
     return true;
 }
 

@@ -16,7 +16,7 @@ public:
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
 
-    // Reads on until the screen shows the text; false when the program ended, or said nothing for a minute.
+    // Reads on until the screen shows the text; false when the program ended, or a minute went by.
     bool Shows(const std::string& text);
     void Type(const std::string& line);  // and the return key
     int Wait();                          // the exit code

@@ -41,6 +41,17 @@ public:
         isInUnit_ = false;
     }
 
+    // The section in which a table is taken; nothing of it has happened when it fails.
+    void RunExclusively(const Connection::Work& work) {
+        try {
+            connection_.RunExclusively(work);
+        } catch (...) {
+            hasKeptFromTaking_ = Asked().has_value();
+            throw;
+        }
+    }
+    bool HasKeptFromTaking() const { return hasKeptFromTaking_; }
+
 private:
     std::optional<std::string> Asked() const { return isInUnit_ ? std::nullopt : request_.Asked(); }
 
@@ -61,6 +72,7 @@ private:
     Connection& connection_;
     const StopRequest& request_;
     bool isInUnit_ = false;
+    bool hasKeptFromTaking_ = false;
     std::string refilled_;  // the table whose rows were deleted and are coming anew
 };
 
@@ -92,6 +104,12 @@ private:
     Meaning source_;
 };
 
+// Who holds the database would be waited for, to free a table that was not taken.
+bool Frees(const Statement& statement) {
+    constexpr std::string_view kFree = "UPDATE tstables SET in_use = 0";
+    return std::string_view(statement.Text()).starts_with(kFree);
+}
+
 class StoppableConnection final : public ConnectionWrapper {
 public:
     StoppableConnection(std::unique_ptr<Connection> connection, const StopRequest& stop)
@@ -99,11 +117,13 @@ public:
 
     std::int32_t Execute(const Statement& statement) override {
         stop_.Check(statement);
+        if (stop_.HasKeptFromTaking() && Frees(statement)) return 1;
         const std::int32_t affected = Wrapped().Execute(statement);
         if (stop_.IsRefilling() || !OnlyWritesARow(statement)) stop_.Sent(meanings_.Of(statement));
         return affected;
     }
     void RunAsUnit(const Work& work) override { stop_.RunAsUnit(work); }
+    void RunExclusively(const Work& work) override { stop_.RunExclusively(work); }
     std::unique_ptr<Recordset> CreateRecordset() override {
         return std::make_unique<StoppableRecordset>(Wrapped().CreateRecordset(), stop_);
     }

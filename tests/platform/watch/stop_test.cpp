@@ -73,6 +73,24 @@ TEST_F(AStop, LetsTheTableBeFreedAndTheOutcomeTold) {
     EXPECT_EQ(database.executed.size(), 1u);
 }
 
+// Otherwise whoever asked while another program held the database would wait for it all the same.
+TEST_F(AStop, FreesNothingWhenTheTableWasNeverTaken) {
+    EXPECT_THROW(connection->RunExclusively([&] {
+        Ask();
+        throw RuntimeError(5, "x", "database is locked");
+    }),
+                 RuntimeError);
+    EXPECT_EQ(connection->Execute("UPDATE tstables SET in_use = 0WHERE tablename = N'tsmdm030'"), 1);
+    EXPECT_THAT(database.executed, IsEmpty());
+}
+
+TEST_F(AStop, AfterATakingThatFailedByItselfStillFreesTheTable) {
+    EXPECT_THROW(connection->RunExclusively([] { throw RuntimeError(5, "x", "no connection"); }), RuntimeError);
+    Ask();
+    connection->Execute("UPDATE tstables SET in_use = 0WHERE tablename = N'tsmdm030'");
+    EXPECT_EQ(database.executed.size(), 1u);
+}
+
 TEST_F(AStop, EndsACopyThatLogsItsFailuresAndGoesOn) {
     Ask();
     ExpectStopped("UPDATE tcccp030 SET upd_flag=1");
