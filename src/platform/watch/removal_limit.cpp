@@ -62,8 +62,7 @@ bool RemovalLimit::Allows(std::int64_t removed, std::int64_t of) const {
 
 std::string RemovalLimit::Text() const {
     if (kind_ == Kind::Any) return "no limit";
-    if (kind_ == Kind::Percent || kind_ == Kind::Default)
-        return "limit " + Shown(percent_) + " %";
+    if (kind_ == Kind::Percent || kind_ == Kind::Default) return "limit " + Shown(percent_) + " %";
     return "limit " + std::to_string(rows_) + (rows_ == 1 ? " row" : " rows");
 }
 
