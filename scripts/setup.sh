@@ -8,7 +8,7 @@ packages=(
   libsqlite3-dev unixodbc-dev libpugixml-dev libcli11-dev libutfcpp-dev nlohmann-json3-dev libfmt-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev googletest librapidcheck-dev libbenchmark-dev
-  faketime sqlite3 python3 libsqliteodbc odbc-postgresql tdsodbc odbcinst postgresql
+  sqlite3 python3 tzdata libsqliteodbc odbc-postgresql tdsodbc odbcinst postgresql
   # checks of the source
   clang-format clang-tidy
   # the Windows build and its tests
