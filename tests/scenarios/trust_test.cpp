@@ -127,7 +127,9 @@ TEST_F(ABadExtract, OrAFilterThatLeavesOutEveryStatusEmptiesNoTable) {
 TEST_F(ABadExtract, IsGuardedPerTableByTheIniFileAndOnItsDeletionsToo) {
     GivenFile(directory / "site.ini", "[guard]\ntssoc200=any");
     GivenCut("tssoc200.csv", 3);
-    EXPECT_EQ(Qrxctl({"--config", "site.ini", "copy", "tssoc200", "-f"}).exitCode, 0);
+    EXPECT_EQ(Qrxctl({"--config", "site.ini", "copy", "tssoc200", "-f", "--max-removed", "1"}).exitCode, 4);
+    EXPECT_EQ(
+        Qrxctl({"--config", "site.ini", "copy", "tssoc200", "-f"}, {{"QRXCTL_MAX_REMOVED", "1"}}).exitCode, 0);
     EXPECT_EQ(Count("tssoc200"), 3);
 
     GivenExtract("tsmdm030.audit.csv", std::string("changed_at,change,") + kTypesHeader +
