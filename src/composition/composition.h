@@ -45,7 +45,7 @@ std::unique_ptr<platform::StopRequest> ListenForStop();
 
 class System;
 
-// One per process; everything that it hands out is borrowed from it.
+// One per process, or per thread of it that copies; everything that it hands out is borrowed from it.
 class Composition {
 public:
     // Raises RuntimeError when what the surroundings name cannot be used.

@@ -146,6 +146,9 @@ void CopyJob::Request(const std::string& table, TableResult& result) {
     Judge(result, handler.LastOutcome());
     if (from && result.outcome != CopyOutcome::Copied && result.outcome != CopyOutcome::InUse)
         SetLastUpdate(table, before);
+    if (result.outcome == CopyOutcome::Copied && before == Date{0} && HasTrail(table))
+        result.notes.push_back("was never copied in full: it holds what changed, and nothing else; qrxctl copy " +
+                               table + " --full brings the rest");
     if (result.outcome == CopyOutcome::Copied) NoteWhatWasRead(result, from ? from : before, exported, begin);
     result.rows = Count(kRows.On(table));
     if (full && result.outcome != CopyOutcome::Copied)

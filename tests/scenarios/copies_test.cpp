@@ -104,6 +104,8 @@ TEST_F(ServiceTypes, AreReadFromTheTrailOnceSinceEachCopyGoesOnWhereTheLastOneBe
 
     // A table that was never copied reads the whole trail: two rows new to it, and a removal that finds nothing.
     EXPECT_THAT(ClosingTable(first), ElementsAre("tsmdm030 2 0 2"));
+    EXPECT_THAT(first.out, HasSubstr("note     tsmdm030  was never copied in full"));
+    EXPECT_THAT(second.out, ::testing::Not(HasSubstr("never copied")));
     EXPECT_THAT(ClosingTable(second), ElementsAre("tsmdm030 0 0 2"));
     EXPECT_THAT(ClosingTable(again), ElementsAre("tsmdm030 1 0 2"));
 }
