@@ -67,7 +67,7 @@ std::string Some(const std::vector<std::string>& names) {
     return names.size() > kMost ? fmt::format("{} and {} more", text, names.size() - kMost) : text;
 }
 
-std::string OneLine(std::string text) {
+std::string OneLine(std::string_view text) {
     std::string line;
     for (const char c : text)
         if (c == '\n')

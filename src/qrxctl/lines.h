@@ -32,6 +32,6 @@ std::string Counted(std::int64_t number, std::string_view thing);
 std::string Some(const std::vector<std::string>& names);
 
 // A text without line breaks.
-std::string OneLine(std::string text);
+std::string OneLine(std::string_view text);
 
 }  // namespace iqrx::qrxctl

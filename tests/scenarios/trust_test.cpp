@@ -204,7 +204,8 @@ TEST_F(ABadExtract, ThatWasAllowedToRemoveRowsIsUndone) {
     const Finished run = Qrxctl({"copy", "tssoc200", "-f", "--max-removed", "any"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(Count("tssoc200"), 3);
-    const std::string id = run.out.substr(run.out.find("   run ") + 7, 15);
+    std::string id = run.out.substr(run.out.find("   run ") + 7);
+    id.resize(id.find('\n'));
     const Finished undo = Qrxctl({"undo", id});
     EXPECT_EQ(undo.exitCode, 0) << undo.err;
     EXPECT_THAT(undo.out, HasSubstr("37 rows brought back"));
