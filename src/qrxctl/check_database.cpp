@@ -86,6 +86,7 @@ std::vector<TableText> ServerTables(runtime::DatabaseSession& database, bool ora
             {platform::ToText(rows->Field(1)), platform::Upper(platform::ToText(rows->Field(2)))});
     }
     std::vector<TableText> list;
+    list.reserve(tables.size());
     for (auto& [name, table] : tables) list.push_back(std::move(table));
     return list;
 }

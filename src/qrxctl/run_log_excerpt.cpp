@@ -40,7 +40,7 @@ private:
     std::string TimeIn(const std::string& line) const {
         constexpr std::size_t kRoom = 24;
         for (const std::string& day : days_)
-            if (const auto found = line.find(day); found != std::string::npos && found < kRoom)
+            if (const auto found = line.find(day); found < kRoom)
                 return line.substr(found + day.size(), kRoom);
         return {};
     }
