@@ -74,10 +74,12 @@ std::string Legend(const Overview& overview) {
 
 std::string StatusText(const Overview& overview, const std::vector<Judgement>& judgements, bool runningFirst) {
     std::vector<const Judgement*> order;
+    order.reserve(judgements.size());
     for (const Judgement& judgement : judgements) order.push_back(&judgement);
     if (runningFirst)
-        std::ranges::stable_partition(
-            order, [](const Judgement* judgement) { return judgement->status->lock == Lock::Copying; });
+        std::stable_partition(order.begin(), order.end(), [](const Judgement* judgement) {
+            return judgement->status->lock == Lock::Copying;
+        });
     std::string text = fmt::format("{}  {} ({})\n", overview.database, Minute(overview.now.local),
                                    ZoneName(overview.now.offsetMinutes));
     text += Line("table", "rows", "last copy", "age", "trail read to", "state");
