@@ -5,22 +5,21 @@
 #include "platform/date.h"
 #include "platform/error.h"
 #include "platform/ini_file.h"
+#include "platform/text.h"
 #include "platform/trace/tracing_database.h"
 
 namespace iqrx::hosting {
 
 namespace {
 
-std::filesystem::path Path(const std::string& utf8) { return std::u8string(utf8.begin(), utf8.end()); }
-
 class ErpChooser : public erp::ErpProvider {
 public:
     explicit ErpChooser(erp::ErpProvider& others) : others_(others) {}
 
     std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice& notice) override {
-        constexpr std::string_view kExtract = "extract=";
-        if (!runParameter.starts_with(kExtract)) return others_.Open(runParameter, notice);
-        return erp::extract::OpenExtract(Path(runParameter.substr(kExtract.size())), notice);
+        if (const auto directory = ExtractOf(runParameter))
+            return erp::extract::OpenExtract(*directory, notice);
+        return others_.Open(runParameter, notice);
     }
 
 private:
@@ -38,9 +37,15 @@ platform::watch::DateLiteral DateWriterOf(platform::Integer platform) {
 
 }  // namespace
 
+std::optional<std::filesystem::path> ExtractOf(std::string_view runParameter) {
+    constexpr std::string_view kExtract = "extract=";
+    if (!runParameter.starts_with(kExtract)) return std::nullopt;
+    return platform::Path(runParameter.substr(kExtract.size()));
+}
+
 Surroundings SurroundingsOf(const Variables& variables) {
     const auto file = [&](const char* name) -> std::optional<std::filesystem::path> {
-        if (const auto value = variables(name)) return Path(*value);
+        if (const auto value = variables(name)) return platform::Path(*value);
         return std::nullopt;
     };
     return {.trace = file("QRX_SQL_TRACE"), .instances = file("QRX_INSTANCE")};

@@ -39,6 +39,9 @@ Surroundings SurroundingsOf(const Variables& variables);
 Surroundings SurroundingsOfService(const Variables& variables, const platform::StopRequest* stop);
 std::filesystem::path ProgramFolder();
 
+// The directory of a run parameter that names an extract; nothing for one that names anything else.
+std::optional<std::filesystem::path> ExtractOf(std::string_view runParameter);
+
 // From now on whoever asks the process to end is heard: signals, or what a console and a shutdown send. A
 // second request ends it at once.
 std::unique_ptr<platform::StopRequest> ListenForStop();

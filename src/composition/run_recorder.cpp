@@ -5,6 +5,7 @@
 
 #include "control/cls_data_copy.h"
 #include "journal/timestamp.h"
+#include "platform/printable.h"
 
 namespace iqrx::hosting {
 
@@ -22,13 +23,6 @@ const char* MethodOf(const control::CopyRequest& request) {
 bool IsRun(const control::CopyRequest& request, const std::string& table) {
     const bool hasMethod = request.syncMethod == control::kFull || request.syncMethod == control::kIncremental;
     return !table.empty() && (hasMethod || MethodOf(request) == std::string("full"));
-}
-
-std::string OneLine(std::string text) {
-    std::erase(text, '\r');
-    for (char& c : text)
-        if (c == '\n') c = ' ';
-    return text;
 }
 
 }  // namespace
@@ -84,7 +78,7 @@ void RunRecorder::RunEnded(control::Outcome outcome, const std::string& cause) t
     if (!run_) return;
     journal::RunEntry& entry = run_->entry;
     const auto& refused = parts_.Refused();
-    entry.cause = OneLine(refused ? refused->Text() : cause);
+    entry.cause = platform::OneLine(refused ? refused->Text() : cause);
     entry.outcome = "failed";
     if (refused)
         entry.outcome = "guard";

@@ -30,6 +30,13 @@ std::string Printable(std::string_view text, std::size_t longest) {
     return printable;
 }
 
+std::string OneLine(std::string_view text) {
+    std::string line;
+    for (const char c : text)
+        if (c != '\r') line += c == '\n' ? ' ' : c;
+    return line;
+}
+
 std::string Shown(const std::filesystem::path& path) { return Printable(Utf8(path)); }
 
 std::string Quoted(std::string_view text) {

@@ -11,6 +11,8 @@ namespace iqrx::platform {
 // characters it is cut, which "..." then says.
 std::string Printable(std::string_view text, std::size_t longest = std::string_view::npos);
 
+std::string OneLine(std::string_view text);  // its line breaks as blanks
+
 std::string Shown(const std::filesystem::path& path);
 std::string Quoted(std::string_view text);  // 'text', cut where a reader has seen enough
 

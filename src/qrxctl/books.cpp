@@ -1,5 +1,7 @@
 #include "qrxctl/books.h"
 
+#include <fmt/format.h>
+
 #include <iostream>
 
 #include "journal/timestamp.h"
@@ -18,6 +20,13 @@ std::filesystem::path Place(const Options& options) {
 
 Books::Books(hosting::Composition& parts, const Options& options, journal::Use use)
     : directory(parts.Host(), parts.Machine().files, Place(options), use) {}
+
+std::string Described(const journal::SheetText& holder) {
+    std::string text = holder.by.pid > 0 ? fmt::format("pid {}", holder.by.pid) : "a process";
+    std::string who = holder.program;
+    if (!holder.by.user.empty()) who += (who.empty() ? "" : ", ") + holder.by.user;
+    return who.empty() ? text : text + " (" + who + ")";
+}
 
 std::string Now(hosting::Composition& parts) {
     return journal::Rfc3339({parts.Machine().clock.Now(), parts.Host().UtcOffsetMinutes()});

@@ -18,6 +18,9 @@ struct Books {
     journal::Ledger ledger{directory};
 };
 
+// "pid 17552 (qrxctl copy --all --full, anna)"; of a damaged sheet what can be read of it.
+std::string Described(const journal::SheetText& holder);
+
 // "2026-11-21T10:40:32+01:00" of the machine's clock.
 std::string Now(hosting::Composition& parts);
 

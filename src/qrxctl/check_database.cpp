@@ -132,7 +132,7 @@ std::string KindsOf(const std::vector<TableText>& tables) {
                        Counted(logs, "change log"), controls);
 }
 
-std::string ErrorText() { return OneLine(platform::CurrentError().description); }
+std::string ErrorText() { return platform::OneLine(platform::CurrentError().description); }
 
 // The error being handled, as what is wrong with a part.
 void WrongBy(const Site& site, const char* subject) {

@@ -6,7 +6,6 @@
 #include "platform/date.h"
 #include "platform/object.h"
 #include "platform/printable.h"
-#include "platform/text.h"
 #include "qrxctl/checks.h"
 #include "qrxctl/lines.h"
 #include "runtime/sql_literals.h"
@@ -21,8 +20,6 @@ using platform::ByRef;
 using platform::Call;
 using platform::ObjectRef;
 using platform::Value;
-
-constexpr std::string_view kExtract = "extract=";
 
 // The ERP's own checks of a file are those of its reader, which is opened and nothing read.
 class Files {
@@ -71,7 +68,7 @@ private:
             if (error.number == platform::kFileNotFound)
                 missing_.push_back(file);
             else
-                wrong_.push_back(OneLine(error.description));
+                wrong_.push_back(platform::OneLine(error.description));
         }
     }
 
@@ -121,12 +118,13 @@ void CheckExtract(const Site& site) {
     const std::string& erp = site.options.erp;
     if (erp.empty())
         return site.findings.Note("extract", "no ERP is named", "name it with --erp extract=DIRECTORY");
-    if (!erp.starts_with(kExtract))
+    const auto extract = hosting::ExtractOf(erp);
+    if (!extract)
         return site.findings.Note("extract", "the ERP's own classes are named; they are not looked at");
     try {
-        CheckFiles(site, platform::Path(erp.substr(kExtract.size())));
+        CheckFiles(site, *extract);
     } catch (...) {
-        site.findings.Wrong("extract", OneLine(platform::CurrentError().description));
+        site.findings.Wrong("extract", platform::OneLine(platform::CurrentError().description));
     }
 }
 

@@ -35,11 +35,9 @@ std::int64_t RecordsIn(const std::filesystem::path& file) {
 }
 
 std::int64_t Expected(const CopyRun& run, const std::string& table) {
-    constexpr std::string_view kExtract = "extract=";
-    const std::string& erp = run.place.options.erp;
-    if (!erp.starts_with(kExtract)) return 0;
-    const auto extract = platform::Path(std::string_view(erp).substr(kExtract.size()));
-    return RecordsIn(extract / (GroupOf(table) == "calendars" ? "calendars.csv" : table + ".csv"));
+    const auto extract = hosting::ExtractOf(run.place.options.erp);
+    if (!extract) return 0;
+    return RecordsIn(*extract / (GroupOf(table) == "calendars" ? "calendars.csv" : table + ".csv"));
 }
 
 std::string EndOf(const TableResult& result) {

@@ -9,7 +9,7 @@
 #include "platform/conversions.h"
 #include "platform/date.h"
 #include "platform/error.h"
-#include "platform/text.h"
+#include "platform/printable.h"
 #include "qrxctl/lines.h"
 #include "qrxctl/next_step.h"
 #include "runtime/sql.h"
@@ -22,17 +22,12 @@ using platform::Date;
 
 constexpr runtime::Sql<0> kRows = "SELECT count(*) FROM {table}";
 constexpr runtime::Sql<0> kUnconfirmed = "SELECT count(*) FROM {table} WHERE upd_flag = 1";
-constexpr std::string_view kExtract = "extract=";
 
 // Calendars are listed as they are: there is no trail of their changes.
 bool HasTrail(const std::string& table) { return table != "tcccp030"; }
 
 std::string Who(const platform::ProcessIdentity& by) {
     return by.terminal.empty() ? by.user : by.terminal + ", " + by.user;
-}
-
-std::string Described(const journal::SheetText& sheet) {
-    return "pid " + std::to_string(sheet.by.pid) + " (" + sheet.program + ")";
 }
 
 platform::Integer IdOf(const control::TableCatalog& catalog, const std::string& table) {
@@ -89,7 +84,7 @@ TableResult CopyJob::Copy(const std::string& table, bool full) {
             if (TakeOver(taken.found, result)) Request(table, result);
         } catch (...) {
             result.outcome = CopyOutcome::Failed;
-            result.cause = OneLine(platform::CurrentError().description);
+            result.cause = platform::OneLine(platform::CurrentError().description);
         }
         // The lock of somebody whose sheet this was: he is to be found by it.
         if (result.outcome == CopyOutcome::InUse && taken.sheet) taken.sheet->PutBack();
@@ -157,7 +152,7 @@ void CopyJob::Request(const std::string& table, TableResult& result) {
 
 void CopyJob::Judge(TableResult& result, control::Outcome outcome) {
     constexpr CopyOutcome kOutcomes[] = {CopyOutcome::Copied, CopyOutcome::Failed, CopyOutcome::InUse};
-    result.cause = OneLine(process_.runLog.FirstError());
+    result.cause = platform::OneLine(process_.runLog.FirstError());
     result.outcome = kOutcomes[hosting::ExitCodeOf(result.cause, outcome)];
     const platform::StopRequest* stop = run_.place.surroundings.stop;
     if (result.outcome == CopyOutcome::InUse) {
@@ -178,11 +173,10 @@ void CopyJob::Judge(TableResult& result, control::Outcome outcome) {
 // holds all of it, and the next window begins after it: otherwise each copy would tell that change again.
 CopyJob::Moment CopyJob::ExportMoment(const std::string& table, bool full, const journal::Begin& begin) {
     constexpr std::int64_t kSettled = 2;  // seconds: a change is written a moment after it was stamped
-    const std::string& erp = run_.place.options.erp;
-    if (!erp.starts_with(kExtract) || !HasTrail(table)) return std::nullopt;
+    const auto extract = hosting::ExtractOf(run_.place.options.erp);
+    if (!extract || !HasTrail(table)) return std::nullopt;
     auto [at, isStated, problem] =
-        journal::ExportMomentOf(platform::Path(std::string_view(erp).substr(kExtract.size())),
-                                {table + (full ? ".csv" : ".audit.csv")}, parts_.Host());
+        journal::ExportMomentOf(*extract, {table + (full ? ".csv" : ".audit.csv")}, parts_.Host());
     if (at && !isStated && at->secondsSince1970 + kSettled <= begin.local.secondsSince1970)
         ++at->secondsSince1970;
     return at;

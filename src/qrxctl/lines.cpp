@@ -67,14 +67,4 @@ std::string Some(const std::vector<std::string>& names) {
     return names.size() > kMost ? fmt::format("{} and {} more", text, names.size() - kMost) : text;
 }
 
-std::string OneLine(std::string_view text) {
-    std::string line;
-    for (const char c : text)
-        if (c == '\n')
-            line += ' ';
-        else if (c != '\r')
-            line += c;
-    return line;
-}
-
 }  // namespace iqrx::qrxctl

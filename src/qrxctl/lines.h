@@ -31,7 +31,4 @@ std::string Counted(std::int64_t number, std::string_view thing);
 // "a, b, c, d, e and 9 more".
 std::string Some(const std::vector<std::string>& names);
 
-// A text without line breaks.
-std::string OneLine(std::string_view text);
-
 }  // namespace iqrx::qrxctl

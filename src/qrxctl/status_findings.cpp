@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "qrxctl/books.h"
 #include "qrxctl/damage.h"
 #include "qrxctl/lines.h"
 #include "qrxctl/moments.h"

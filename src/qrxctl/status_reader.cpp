@@ -3,6 +3,7 @@
 
 #include "platform/conversions.h"
 #include "platform/error.h"
+#include "platform/printable.h"
 #include "platform/text.h"
 #include "qrxctl/books.h"
 #include "qrxctl/lines.h"
@@ -69,7 +70,7 @@ private:
             overview.historyFile = platform::Utf8(books_.directory.HistoryFile());
             overview.damage = books_.history.ForEach(take);
         } catch (const platform::RuntimeError& error) {
-            books_.directory.Note(OneLine(error.description));
+            books_.directory.Note(platform::OneLine(error.description));
         }
         for (const auto& [table, read] : books_.ledger.All())
             if (const auto found = known_.find(table); found != known_.end()) found->second.read = read;
@@ -83,7 +84,7 @@ private:
         } catch (const platform::RuntimeError& error) {
             const platform::Errors* errors = session.LastErrors();
             status.isMissing = errors && !errors->empty() && errors->front().sqlState == "42S02";
-            status.problem = status.isMissing ? "no such table" : OneLine(error.description);
+            status.problem = status.isMissing ? "no such table" : platform::OneLine(error.description);
         }
         return status;
     }

@@ -1,7 +1,5 @@
 #include "qrxctl/table_status.h"
 
-#include <fmt/format.h>
-
 #include "qrxctl/moments.h"
 
 namespace iqrx::qrxctl {
@@ -16,13 +14,6 @@ std::optional<std::int64_t> SecondsHeld(const TableStatus& status, const journal
     const auto since = journal::ParseRfc3339(status.holder.since);
     if (!since) return std::nullopt;
     return std::max<std::int64_t>(0, SecondsBetween(*since, now));
-}
-
-std::string Described(const journal::SheetText& holder) {
-    std::string text = holder.by.pid > 0 ? fmt::format("pid {}", holder.by.pid) : "a process";
-    std::string who = holder.program;
-    if (!holder.by.user.empty()) who += (who.empty() ? "" : ", ") + holder.by.user;
-    return who.empty() ? text : text + " (" + who + ")";
 }
 
 std::int64_t GapSeconds(const TableStatus& status) {

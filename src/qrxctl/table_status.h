@@ -59,8 +59,6 @@ Overview ReadOverview(hosting::Composition& parts, const Options& options, const
 std::optional<journal::Timestamp> BeganAt(const std::optional<journal::RunEntry>& entry);
 // Of the sheet's holder; nothing when the sheet does not say since when.
 std::optional<std::int64_t> SecondsHeld(const TableStatus& status, const journal::Timestamp& now);
-// "pid 17552 (qrxctl copy --all --full, anna)".
-std::string Described(const journal::SheetText& holder);
 std::int64_t GapSeconds(const TableStatus& status);
 
 }  // namespace iqrx::qrxctl

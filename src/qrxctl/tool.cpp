@@ -5,6 +5,7 @@
 
 #include "hosting/version.h"
 #include "platform/error.h"
+#include "platform/printable.h"
 #include "qrxctl/arguments.h"
 #include "qrxctl/command.h"
 #include "qrxctl/help.h"
@@ -17,7 +18,8 @@ namespace {
 
 ExitCode Complain(const std::string& what, ExitCode code) {
     const std::string step = StepAfter(what);
-    std::cerr << "qrxctl: " << OneLine(what) << '\n' << (step.empty() ? "" : NextStep(step)) << std::flush;
+    std::cerr << "qrxctl: " << platform::OneLine(what) << '\n'
+              << (step.empty() ? "" : NextStep(step)) << std::flush;
     return code;
 }
 

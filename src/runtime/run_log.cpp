@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/conversions.h"
+#include "platform/printable.h"
 #include "platform/text.h"
 
 namespace iqrx::runtime {
@@ -79,10 +80,7 @@ void RunLog::Append(const Lines& lines) {
 }
 
 std::string DiagnosticLine(const std::string& description) {
-    std::string line = "iQRXyQRXSync: ";
-    for (const char c : description)
-        if (c != '\r') line += c == '\n' ? ' ' : c;
-    return line;
+    return "iQRXyQRXSync: " + platform::OneLine(description);
 }
 
 std::string RequestErrorLog(const platform::Machine& machine, const std::string& logDirectory) {

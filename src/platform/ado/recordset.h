@@ -56,6 +56,7 @@ public:
         return Calling([&] {
             std::vector<std::string> names;
             const Long count = ToLong(ToObject(fields_)->Get("Count"));
+            names.reserve(static_cast<std::size_t>(count));
             for (Long i = 0; i < count; ++i) names.push_back(ToText(FieldAt(i).Get("Name")));
             return names;
         });
