@@ -2,6 +2,7 @@
 
 Service types, 200,000 new rows: the service against a ten-line Python script, in turns.
 Service orders, full copies of growing size: time per row and peak memory of the service.
+All tables by the operator's tool, one and several at once.
 """
 import os
 import shutil
@@ -82,8 +83,27 @@ def orders_by_size(site):
         print(f"  {orders:>9,}  {seconds:>8.2f}  {seconds / orders * 1e6:>8.1f}  {peak:>8.0f}")
 
 
+def tables_at_once(site, orders=100_000):
+    run([f"{BUILD}/qrxctl", "sample", site.extract, "--orders", str(orders), "--changes", "0", "--force"])
+    command = [f"{BUILD}/qrxctl", "--connection", f"Provider=SQLite;Data Source={site.database}",
+               "--erp", f"extract={site.extract}", "--log-dir", site.directory, "copy", "--all", "--full", "-q"]
+    print(f"all tables of {orders:,} orders by qrxctl on {os.cpu_count()} processors, into an empty database and again, "
+          f"medians of {ROUNDS}:")
+    taken = {}
+    for _ in range(ROUNDS):
+        for jobs in (1, 2, 4):
+            site.renew()
+            shutil.rmtree(site.database + ".state", ignore_errors=True)
+            for kind in ("new", "again"):
+                taken.setdefault((jobs, kind), []).append(run(command + ["-j", str(jobs)])[0])
+    for (jobs, kind), seconds in sorted(taken.items()):
+        ratio = median(a / b for a, b in zip(seconds, taken[1, kind]))
+        print(f"  -j {jobs}  {kind:>5}  {median(seconds):6.2f} s   ratio to one at a time {ratio:.2f}")
+
+
 if __name__ == "__main__":
     with tempfile.TemporaryDirectory(prefix="iqrx-bench-") as temporary:
         place = Site(temporary)
         against_python(place)
         orders_by_size(place)
+        tables_at_once(place)

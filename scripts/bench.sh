@@ -7,11 +7,14 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh
 cmake --preset release >/dev/null
 cmake --build --preset release --target \
-  iQRXyQRXSync qrxctl plain_loop copy_bench sqlite_bench orders_bench calendars_bench odbc_bench
+  iQRXyQRXSync qrxctl plain_loop copy_bench sqlite_bench orders_bench calendars_bench odbc_bench watch_bench
 
 quiet=(--benchmark_color=false)
 echo "== Full copies against the plain prepared loop (ratio: time, cpu_ratio: processor time)"
 build/release/copy_bench --benchmark_format=json | python3 bench/copy_table.py
+echo
+echo "== Counts, guard and stop: a full copy with them against one without"
+build/release/watch_bench
 echo
 echo "== Whole processes"
 python3 bench/whole_process.py build/release
