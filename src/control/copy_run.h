@@ -18,6 +18,22 @@ struct Counters {
 // Raises "overflow" past the largest 32-bit number.
 void Add(platform::Long& counter, platform::Long amount);
 
+// Counts rows as the database answers.
+class UpsertCounts final : public platform::Answers {
+public:
+    UpsertCounts(Counters& counters, bool everyInsert) : counters_(counters), everyInsert_(everyInsert) {}
+    void Updated(platform::Long affected) override {
+        if (affected != 0) Add(counters_.updated, 1);
+    }
+    void Inserted(platform::Long affected) override {
+        if (affected == 1 || everyInsert_) Add(counters_.inserted, 1);
+    }
+
+private:
+    Counters& counters_;
+    const bool everyInsert_;  // whatever number of rows the server reports
+};
+
 enum SyncMethod : platform::Integer { kFull = 1, kIncremental = 2 };
 
 struct CopyRun {
@@ -32,6 +48,7 @@ struct CopyRun {
 
     Process& process;
     Counters counters;
+    UpsertCounts rows{counters, false}, rowsHoweverReported{counters, true};
     std::unique_ptr<platform::TextStream> calcodesFile;  // between CreateCalcodesFile and CloseCalcodesFile
 
 private:

@@ -107,10 +107,21 @@ void ReadAuditTrail(const TableCall& call, const Table& table, Trail& trail, con
          platform::ByRef{criteria});
     steps.beforeLoop();
     ForEachChange(process.database, trail, steps);
+    process.database.AwaitAnswers();
     if (const auto stamp = call.run.Literals().UtcDateLiteral(to))
         process.controlTables.SetTableLastUpdate(call.tableName, *stamp);
     const control::Counters& counters = call.run.counters;
     process.runLog.LogTableCounts(call.tableName, counters.inserted, counters.updated, counters.deleted);
+}
+
+// Records before the one that failed may still wait for their answers: what failed there came first.
+platform::RuntimeError FirstError(runtime::DatabaseSession& database, const platform::RuntimeError& error) {
+    try {
+        database.AwaitAnswers();
+        return error;
+    } catch (...) {
+        return platform::CurrentError();
+    }
 }
 
 }  // namespace
@@ -157,6 +168,7 @@ void HeldObjects::LetGo() {
 }
 
 void CountAllAsInserted(CopyRun& run) {
+    run.Database().AwaitAnswers();
     control::Add(run.counters.inserted, run.counters.updated);
     run.counters.updated = 0;
 }
@@ -172,8 +184,8 @@ void WithFailureReport(const TableCall& call, const Table& table, std::string_vi
     try {
         body();
     } catch (...) {
-        const platform::RuntimeError error = platform::CurrentError();
         control::Process& process = call.run.process;
+        const platform::RuntimeError error = FirstError(process.database, platform::CurrentError());
         process.runLog.LogError("", error);
         CloseAfterFailure(held.manager);
         held.LetGo();
@@ -236,12 +248,9 @@ void Upsert(const TableCall& call, const Table& table, Object& record) {
 void Upsert(const TableCall& call, const Table& table, const TableStatement& update, Object& record) {
     CopyRun& run = call.run;
     RecordStatements statements(table, record, call.tableName, run.Literals());
-    if (run.Database().Execute(statements.Fill(update)) != 0) {
-        control::Add(run.counters.updated, 1);
-    } else {
-        const platform::Long affected = run.Database().Execute(statements.Fill(table.insert));
-        if (affected == 1 || table.def.countsEveryInsert) control::Add(run.counters.inserted, 1);
-    }
+    run.Database().Upsert(
+        statements.Fill(update), [&] { return statements.Fill(table.insert); },
+        table.def.countsEveryInsert ? run.rowsHoweverReported : run.rows);
 }
 
 platform::Long Remove(const TableCall& call, const Table& table, Object& element) {

@@ -1,5 +1,5 @@
-// The database as the copy sees it: a connection that executes statements and recordsets opened on
-// statements. The members mirror ADO's. One thread uses a connection and its recordsets.
+// The database as the copy sees it: a connection that executes statements, and the recordsets that it opens.
+// The members mirror ADO's. One thread uses a connection and its recordsets.
 #pragma once
 
 #include <cstdint>
@@ -10,9 +10,10 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/answers.h"
 #include "platform/error.h"
+#include "platform/recordset.h"
 #include "platform/statement.h"
-#include "platform/value.h"
 
 namespace iqrx::platform {
 
@@ -30,16 +31,6 @@ using Errors = std::vector<ErrorEntry>;
 // when it is reported done. Names in lower case, without a schema.
 using TableNames = std::set<std::string, std::less<>>;
 
-// How connections and recordsets refuse calls that their state does not allow: the numbers that ADO has
-// for them.
-enum RecordsetError : std::int32_t {
-    kNoCurrentRecord = -2146825267,
-    kItemNotFound = -2146825023,
-    kObjectClosed = -2146824584,
-    kObjectOpen = -2146824583,
-    kNotUpdatable = -2146825037,
-};
-
 // Writes that were reported done are not in the database. Every call on the connection raises it from then
 // on, so that nothing is built on what is missing, until Commit has raised it.
 struct WritesLost : RuntimeError {
@@ -48,38 +39,6 @@ struct WritesLost : RuntimeError {
 
 // Whether one of the entries says that there is no connection to the server any more.
 bool SpeakOfLostConnection(const Errors& errors);
-
-enum class CursorType : int { ForwardOnly = 0, Keyset = 1, Dynamic = 2, Static = 3 };
-enum class LockType : int { ReadOnly = 1, Pessimistic = 2, Optimistic = 3 };
-
-class Recordset {
-public:
-    virtual ~Recordset() = default;  // closes
-
-    // Every member raises RuntimeError on failure, after the connection's Errors were filled.
-    virtual void Open(const Statement& source, CursorType cursor, LockType lock) = 0;
-    virtual void Close() = 0;
-
-    virtual bool Bof() const = 0;
-    virtual bool Eof() const = 0;
-    virtual std::int32_t RecordCount() = 0;
-    virtual void MoveFirst() = 0;
-    virtual void MoveNext() = 0;
-
-    // Fields of the current row by name (not case-sensitive) or by position from 0, with the type of the
-    // column.
-    virtual Value Field(std::string_view name) = 0;
-    virtual Value Field(int position) = 0;
-    virtual std::vector<std::string> FieldNames() = 0;  // by position, also where there is no row
-
-    // A new row: AddNew, its fields by position, Update. The row is in the table when Update returns or,
-    // where the adapter sends rows in batches, when Close does.
-    virtual void AddNew() = 0;
-    virtual void SetField(int position, const Value& value) = 0;
-    virtual void Update() = 0;
-
-    virtual void Delete() = 0;  // the current row
-};
 
 class Connection {
 public:
@@ -93,6 +52,17 @@ public:
 
     // Runs the statement and returns the number of rows that it affected.
     virtual std::int32_t Execute(const Statement& statement) = 0;
+
+    // As Execute, for who does not wait for the count: an adapter may hand over many statements in one trip.
+    // They reach the database in the order of the calls; every other member first waits for all answers. An
+    // error is raised once, by the call that meets it, after the answers of the statements before the one
+    // that failed; of those after it none has happened. `answers` must live until it was told.
+    virtual void Send(const Statement& statement, Answers& answers);
+    using MakeStatement = std::function<Statement()>;
+    // The update, and where it affects no row the insert, in the same way. The insert is made when it is
+    // needed, or at once by an adapter that does not wait for the update's answer.
+    virtual void Upsert(const Statement& update, const MakeStatement& insert, Answers& answers);
+    virtual void AwaitAnswers() {}
 
     virtual std::string DefaultDatabase() = 0;
     virtual void SetDefaultDatabase(const std::string& name) = 0;

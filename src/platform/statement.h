@@ -45,6 +45,12 @@ public:
     // All is borrowed. The values fill the holes in their order; the table's name fills those of its own.
     Statement(const Shape& shape, std::string_view table, std::span<const Literal> values)
         : shape_(shape), table_(table), values_(values) {}
+    // The text of a shape is made anew.
+    Statement(Statement&& made) noexcept
+        : shape_(made.shape_),
+          table_(made.table_),
+          values_(made.values_),
+          text_(shape_.pieces.empty() ? made.text_ : std::string_view()) {}
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
 

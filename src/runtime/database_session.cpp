@@ -40,6 +40,10 @@ platform::Connection& DatabaseSession::DbConnection() {
 
 platform::Errors* DatabaseSession::LastErrors() { return connection_ ? &connection_->LastErrors() : nullptr; }
 
+void DatabaseSession::AwaitAnswers() {
+    if (connection_) connection_->AwaitAnswers();
+}
+
 std::unique_ptr<platform::Recordset> DatabaseSession::OpenRecordset(const platform::Statement& statement,
                                                                     platform::CursorType cursor,
                                                                     platform::LockType lock) {

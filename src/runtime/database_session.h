@@ -31,6 +31,13 @@ public:
 
     // The number of rows affected.
     platform::Long Execute(const platform::Statement& statement) { return DbConnection().Execute(statement); }
+    // Without waiting for the counts; of the connection, see there. The count of what is sent is not asked for.
+    void Send(const platform::Statement& statement) { DbConnection().Send(statement, unasked_); }
+    void Upsert(const platform::Statement& update, const platform::Connection::MakeStatement& insert,
+                platform::Answers& answers) {
+        DbConnection().Upsert(update, insert, answers);
+    }
+    void AwaitAnswers();  // nothing is under way while there is no connection
     std::unique_ptr<platform::Recordset> OpenRecordset(
         const platform::Statement& statement, platform::CursorType cursor = platform::CursorType::ForwardOnly,
         platform::LockType lock = platform::LockType::ReadOnly);
@@ -45,6 +52,7 @@ public:
 private:
     platform::DatabaseProvider& provider_;
     SqlLiterals literals_;
+    platform::Answers unasked_;
     std::unique_ptr<platform::Connection> connection_;
     std::string currentDatabase_;
 };

@@ -43,6 +43,7 @@ const auto kAdo = ::testing::Values(AdapterMaker{"Objects", [] { return std::mak
 
 INSTANTIATE_TEST_SUITE_P(Ado, RecordsetContract, kAdo, NameOf);
 INSTANTIATE_TEST_SUITE_P(Ado, DatabaseContract, kAdo, NameOf);
+INSTANTIATE_TEST_SUITE_P(Ado, AnswersContract, kAdo, NameOf);
 INSTANTIATE_TEST_SUITE_P(Ado, BatchContract, kAdo, NameOf);
 INSTANTIATE_TEST_SUITE_P(Ado, AnyNameContract, kAdo, NameOf);
 INSTANTIATE_TEST_SUITE_P(Ado, FrameContract, kAdo, NameOf);

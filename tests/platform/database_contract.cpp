@@ -115,4 +115,24 @@ std::vector<int> FrameContract::KeysThatOthersSee() {
     return keys;
 }
 
+void HeardAnswers::Executed(std::int32_t affected) { said.push_back("executed " + std::to_string(affected)); }
+void HeardAnswers::Updated(std::int32_t affected) { said.push_back("updated " + std::to_string(affected)); }
+void HeardAnswers::Inserted(std::int32_t affected) { said.push_back("inserted " + std::to_string(affected)); }
+void HeardAnswers::Failed(const platform::RuntimeError&) { said.emplace_back("failed"); }
+void HeardAnswers::NotSent() { said.emplace_back("not sent"); }
+
+void AnswersContract::Upsert(int id, const std::string& name) {
+    const std::string key = std::to_string(id);
+    const std::string update = "UPDATE items SET name = '" + name + "' WHERE id = " + key;
+    const std::string insert = "INSERT INTO items (id, name) VALUES (" + key + ", '" + name + "')";
+    connection->Upsert(
+        update, [&] { return platform::Statement(insert); }, heard);
+}
+
+std::vector<std::string> AnswersContract::Names() {
+    std::vector<std::string> names;
+    for (const auto& item : Items()) names.push_back(platform::ToText(item.at(1)));
+    return names;
+}
+
 }  // namespace iqrx::testing

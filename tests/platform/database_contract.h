@@ -92,6 +92,25 @@ protected:
 
 class RecordsetContract : public DatabaseContract {};
 
+// What was said of statements that were sent.
+struct HeardAnswers : platform::Answers {
+    void Executed(std::int32_t affected) override;
+    void Updated(std::int32_t affected) override;
+    void Inserted(std::int32_t affected) override;
+    void Failed(const platform::RuntimeError& error) override;
+    void NotSent() override;
+    std::vector<std::string> said;  // "updated 0", "inserted 1", "failed", ...
+};
+
+class AnswersContract : public DatabaseContract {
+protected:
+    void Send(const std::string& text) { connection->Send(text, heard); }
+    void Upsert(int id, const std::string& name);  // an item
+    std::vector<std::string> Names();              // of the items, by id
+
+    HeardAnswers heard;
+};
+
 // Adapters that take a text of several statements, and those that refuse it.
 class BatchContract : public DatabaseContract {};
 class NoBatchContract : public DatabaseContract {};

@@ -5,6 +5,7 @@
 
 #include "platform/database_contract.h"
 #include "platform/sqlite/sqlite_database.h"
+#include "support/late_database.h"
 
 namespace iqrx::testing {
 namespace {
@@ -37,15 +38,30 @@ private:
     Quirks quirks_{.uncounted = {"SET DATEFORMAT YMD", "truncate table items "}};
 };
 
+// The tests' connection that answers late keeps the contract, too.
+class Late : public Embedded {
+public:
+    std::unique_ptr<platform::Connection> CreateConnection() override {
+        return std::make_unique<LateConnection>(Embedded::CreateConnection(), 10);
+    }
+};
+
 const auto kEmbedded = ::testing::Values(AdapterMaker{"File", [] { return std::make_unique<Embedded>(); }});
 
 INSTANTIATE_TEST_SUITE_P(Embedded, RecordsetContract, kEmbedded, NameOf);
 INSTANTIATE_TEST_SUITE_P(Embedded, DatabaseContract, kEmbedded, NameOf);
+INSTANTIATE_TEST_SUITE_P(Embedded, AnswersContract, kEmbedded, NameOf);
 INSTANTIATE_TEST_SUITE_P(Embedded, BatchContract, kEmbedded, NameOf);
 INSTANTIATE_TEST_SUITE_P(Embedded, AnyNameContract, kEmbedded, NameOf);
 INSTANTIATE_TEST_SUITE_P(Embedded, FrameContract, kEmbedded, NameOf);
 INSTANTIATE_TEST_SUITE_P(Embedded, LockContract, kEmbedded, NameOf);
 INSTANTIATE_TEST_SUITE_P(Embedded, GroupContract, kEmbedded, NameOf);
+
+const auto kLate = ::testing::Values(AdapterMaker{"File", [] { return std::make_unique<Late>(); }});
+
+INSTANTIATE_TEST_SUITE_P(Late, DatabaseContract, kLate, NameOf);
+INSTANTIATE_TEST_SUITE_P(Late, AnswersContract, kLate, NameOf);
+INSTANTIATE_TEST_SUITE_P(Late, FrameContract, kLate, NameOf);
 
 }  // namespace
 }  // namespace iqrx::testing

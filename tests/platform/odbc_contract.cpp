@@ -102,6 +102,7 @@ using ::testing::Values;
 const auto kSqlite = Values(Sqlite("EachByItself", kEachByItself), Sqlite("Grouped", kGrouped));
 INSTANTIATE_TEST_SUITE_P(OdbcSqlite, RecordsetContract, kSqlite, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcSqlite, DatabaseContract, kSqlite, NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcSqlite, AnswersContract, kSqlite, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcSqlite, NoBatchContract, kSqlite, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcSqlite, AnyNameContract, kSqlite, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcSqlite, FrameContract, kSqlite, NameOf);
@@ -114,6 +115,7 @@ INSTANTIATE_TEST_SUITE_P(OdbcSqlite, NoGroupContract, Values(Sqlite("EachByItsel
 const auto kPostgres = Values(Postgres("EachByItself", kEachByItself), Postgres("Grouped", kGrouped));
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, RecordsetContract, kPostgres, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, DatabaseContract, kPostgres, NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, AnswersContract, kPostgres, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, BatchContract, kPostgres, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, OneNameContract, kPostgres, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, FrameContract, kPostgres, NameOf);

@@ -16,17 +16,21 @@ std::string Start(std::string_view op, std::string_view sql) {
     return "{\"op\":\"" + std::string(op) + "\",\"sql\":" + JsonText(sql);
 }
 
+void AppendFailure(AppendingFile& trace, const std::string& line, const RuntimeError& failure) {
+    try {
+        trace.Append(line + ",\"error\":" + JsonText(failure.description) + "}\n");
+    } catch (const RuntimeError&) {
+        // The statement's own error is the one that its caller needs.
+    }
+}
+
 // Runs the action; when it fails, appends the line with its error.
 template <class Action>
 void TraceFailure(AppendingFile& trace, const std::string& line, Action action) {
     try {
         action();
     } catch (...) {
-        try {
-            trace.Append(line + ",\"error\":" + JsonText(CurrentError().description) + "}\n");
-        } catch (const RuntimeError&) {
-            // The statement's own error is the one that its caller needs.
-        }
+        AppendFailure(trace, line, CurrentError());
         throw;
     }
 }
@@ -88,12 +92,43 @@ private:
     std::vector<Value> values_;
 };
 
+// The lines of statements whose counts are not known yet.
+struct StatementLines {
+    std::string statement;
+    std::string insert = {};  // of an update that may find no row
+};
+
+class TracedAnswers final : public AnswersInTurn<StatementLines> {
+public:
+    explicit TracedAnswers(std::shared_ptr<AppendingFile> trace) : trace_(std::move(trace)) {}
+
+private:
+    void Append(const std::string& line, std::int32_t affected) {
+        trace_->Append(line + ",\"affected\":" + std::to_string(affected) + "}\n");
+    }
+    void HearExecuted(StatementLines& lines, std::int32_t affected) override {
+        Append(lines.statement, affected);
+    }
+    void HearUpdated(StatementLines& lines, std::int32_t affected) override {
+        Append(std::exchange(lines.statement, ""), affected);
+    }
+    void HearInserted(StatementLines& lines, std::int32_t affected) override {
+        Append(lines.insert, affected);
+    }
+    void HearFailed(StatementLines& lines, const RuntimeError& error) override {
+        AppendFailure(*trace_, lines.statement.empty() ? lines.insert : lines.statement, error);
+    }
+
+    std::shared_ptr<AppendingFile> trace_;
+};
+
 class TracingConnection final : public ConnectionWrapper {
 public:
     TracingConnection(std::unique_ptr<Connection> connection, std::shared_ptr<AppendingFile> trace)
-        : ConnectionWrapper(std::move(connection)), trace_(std::move(trace)) {}
+        : ConnectionWrapper(std::move(connection)), trace_(std::move(trace)), answers_(trace_) {}
 
     std::int32_t Execute(const Statement& statement) override {
+        AwaitAnswers();
         std::int32_t affected = 0;
         const std::string line = Start("execute", statement.Text());
         TraceFailure(*trace_, line, [&] { affected = Wrapped().Execute(statement); });
@@ -101,12 +136,24 @@ public:
         return affected;
     }
 
+    void Send(const Statement& statement, Answers& answers) override {
+        Wrapped().Send(statement, answers_.Await(answers, {Start("execute", statement.Text())}));
+    }
+    void Upsert(const Statement& update, const MakeStatement& insert, Answers& answers) override {
+        const auto traced = [&] {
+            Statement made = insert();
+            answers_.Last().insert = Start("execute", made.Text());
+            return made;
+        };
+        Wrapped().Upsert(update, traced, answers_.Await(answers, {Start("execute", update.Text())}));
+    }
     std::unique_ptr<Recordset> CreateRecordset() override {
         return std::make_unique<TracingRecordset>(Wrapped().CreateRecordset(), trace_);
     }
 
 private:
     std::shared_ptr<AppendingFile> trace_;
+    TracedAnswers answers_;
 };
 
 std::shared_ptr<AppendingFile> Opened(TextFiles& files, const std::filesystem::path& file) {

@@ -137,6 +137,14 @@ public:
         if (deed == Deed::Delete) guard_.Removed(meaning, affected);
         return affected;
     }
+    // What removes rows waits for its count: the next removal is judged by it.
+    void Send(const Statement& statement, Answers& answers) override {
+        meanings_.LeaveCopiedRows(statement) ? Wrapped().Send(statement, answers)
+                                             : Connection::Send(statement, answers);
+    }
+    void Upsert(const Statement& update, const MakeStatement& insert, Answers& answers) override {
+        Wrapped().Upsert(update, insert, answers);
+    }
     std::unique_ptr<Recordset> CreateRecordset() override {
         return std::make_unique<GuardedRecordset>(Wrapped().CreateRecordset(), guard_);
     }

@@ -85,6 +85,13 @@ public:
         if (deed == Deed::Mark) Marked(meaning.table, affected);
         return affected;
     }
+    void Send(const Statement& statement, Answers& answers) override {
+        meanings_.LeaveCopiedRows(statement) ? Wrapped().Send(statement, answers)
+                                             : Connection::Send(statement, answers);
+    }
+    void Upsert(const Statement& update, const MakeStatement& insert, Answers& answers) override {
+        Wrapped().Upsert(update, insert, answers);
+    }
 
 private:
     void Marked(const std::string& table, std::int32_t rows) {

@@ -132,6 +132,10 @@ bool OnlyWritesARow(const Statement& statement) {
     return first == 'U' || first == 'I';
 }
 
+bool Meanings::LeaveCopiedRows(const Statement& statement) {
+    return OnlyWritesARow(statement) || Of(statement).kind == TableKind::ChangeLog;
+}
+
 const Meaning& Meanings::Of(const Statement& statement) {
     if (statement.Form().pieces.empty()) return last_ = MeaningOf(statement.Text());
     const Shape::Key shape = statement.Form().Identity();

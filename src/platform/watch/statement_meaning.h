@@ -4,9 +4,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "platform/statement.h"
 
@@ -52,7 +52,9 @@ bool OnlyWritesARow(const Statement& statement);
 // Remembers the shapes that it was asked about.
 class Meanings {
 public:
-    const Meaning& Of(const Statement& statement);  // valid until the next call
+    const Meaning& Of(const Statement& statement);  // of a shape forever, of a text until the next call
+    // Whether every copied row is still there after it.
+    bool LeaveCopiedRows(const Statement& statement);
 
 private:
     struct Known {
@@ -60,7 +62,7 @@ private:
         std::string table;
         Meaning meaning;
     };
-    std::vector<Known> known_;
+    std::deque<Known> known_;
     std::array<std::size_t, 2> usual_{};  // a row has two statements, which take turns
     Meaning last_;
 };

@@ -122,6 +122,17 @@ public:
         if (stop_.IsRefilling() || !OnlyWritesARow(statement)) stop_.Sent(meanings_.Of(statement));
         return affected;
     }
+    void Send(const Statement& statement, Answers& answers) override {
+        if (stop_.IsRefilling() || !meanings_.LeaveCopiedRows(statement))
+            return Connection::Send(statement, answers);
+        stop_.Check(statement);
+        Wrapped().Send(statement, answers);
+    }
+    void Upsert(const Statement& update, const MakeStatement& insert, Answers& answers) override {
+        if (stop_.IsRefilling()) return Connection::Upsert(update, insert, answers);
+        stop_.Check(update);
+        Wrapped().Upsert(update, insert, answers);
+    }
     void RunAsUnit(const Work& work) override { stop_.RunAsUnit(work); }
     void RunExclusively(const Work& work) override { stop_.RunExclusively(work); }
     std::unique_ptr<Recordset> CreateRecordset() override {

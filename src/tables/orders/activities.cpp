@@ -131,8 +131,8 @@ void DeleteServiceOrderActivity(CopyRun& run, const std::string& orno, Long acln
 void WriteServiceOrderActivityAudit(CopyRun& run, const std::string& orno, Long acln, std::string_view action) {
     const runtime::SqlLiterals& literals = run.Literals();
     const Literal order = literals.QuoteSqlString(orno), line = Literal::Whole(acln);
-    run.Database().Execute(kDeleteAudit(order, line));
-    run.Database().Execute(kInsertAudit(order, line, ChangeLogTime(literals), literals.QuoteSqlString(action)));
+    run.Database().Send(kDeleteAudit(order, line));
+    run.Database().Send(kInsertAudit(order, line, ChangeLogTime(literals), literals.QuoteSqlString(action)));
 }
 
 }  // namespace iqrx::tables

@@ -100,9 +100,9 @@ void WriteAssignmentAudit(CopyRun& run, const std::string& orno, Integer asln, I
                           std::string_view action) {
     const runtime::SqlLiterals& literals = run.Literals();
     const Literal order = literals.QuoteSqlString(orno), line = Literal::Whole(asln);
-    run.Database().Execute(kDeleteAudit(order, line));
-    run.Database().Execute(kInsertAudit(order, Literal::Whole(acln), line, ChangeLogTime(literals),
-                                        literals.QuoteSqlString(action)));
+    run.Database().Send(kDeleteAudit(order, line));
+    run.Database().Send(kInsertAudit(order, Literal::Whole(acln), line, ChangeLogTime(literals),
+                                     literals.QuoteSqlString(action)));
 }
 
 }  // namespace iqrx::tables

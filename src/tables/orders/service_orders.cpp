@@ -149,8 +149,8 @@ void DeleteServiceOrder(CopyRun& run, const std::string& orno) {
 void WriteServiceOrderAudit(CopyRun& run, const std::string& orno, std::string_view action) {
     const runtime::SqlLiterals& literals = run.Literals();
     const Literal order = literals.QuoteSqlString(orno);
-    run.Database().Execute(kDeleteAudit(order));
-    run.Database().Execute(kInsertAudit(order, ChangeLogTime(literals), literals.QuoteSqlString(action)));
+    run.Database().Send(kDeleteAudit(order));
+    run.Database().Send(kInsertAudit(order, ChangeLogTime(literals), literals.QuoteSqlString(action)));
 }
 
 }  // namespace iqrx::tables

@@ -10,6 +10,7 @@
 #include "platform/date.h"
 #include "platform/sqlite/sqlite_database.h"
 #include "platform/watch/watched_database.h"
+#include "support/late_database.h"
 #include "support/test_process.h"
 #include "tables/master/master_data.h"
 #include "tables/orders/orders.h"
@@ -52,7 +53,8 @@ struct Request : StopRequest {
     }
 };
 
-class WatchedCopies : public ::testing::Test {
+// The parameter: how many rows a trip to the database takes.
+class WatchedCopies : public ::testing::TestWithParam<std::size_t> {
 protected:
     WatchedCopies() {
         ApplySqliteScript(file, testing::Contents(IQRX_SOURCE_DIRECTORY "/schema/sqlite.sql"));
@@ -95,7 +97,10 @@ protected:
     std::optional<RefusedRemoval> refused;
     Request stop;
     Kept kept;
-    std::unique_ptr<DatabaseProvider> counted = CountRows(embedded, counts),
+    testing::LateDatabases late{embedded, GetParam()};
+    std::unique_ptr<DatabaseProvider> counted = CountRows(
+                                          GetParam() == 1 ? static_cast<DatabaseProvider&>(embedded) : late,
+                                          counts),
                                       keeping = KeepRemovedRows(*counted, kept, Moment),
                                       guarded = GuardRemovals(*keeping, limits, refused),
                                       watched = StopBetweenStatements(*guarded, stop);
@@ -103,7 +108,7 @@ protected:
     const std::filesystem::path file = site.directory.path / "local.db";
 };
 
-TEST_F(WatchedCopies, CountWhatACutExtractRemovesOnceItIsAllowed) {
+TEST_P(WatchedCopies, CountWhatACutExtractRemovesOnceItIsAllowed) {
     WriteTypes(40);
     Copy(kFull);
     ExpectCounts(40, 0);
@@ -118,7 +123,7 @@ TEST_F(WatchedCopies, CountWhatACutExtractRemovesOnceItIsAllowed) {
     EXPECT_EQ(Rows(), 3);
 }
 
-TEST_F(WatchedCopies, StopBeforeACutExtractRemovesARow) {
+TEST_P(WatchedCopies, StopBeforeACutExtractRemovesARow) {
     WriteTypes(40);
     Copy(kFull);
     WriteTypes(3);
@@ -131,7 +136,7 @@ TEST_F(WatchedCopies, StopBeforeACutExtractRemovesARow) {
     EXPECT_THAT(site.RunLog(), HasSubstr("tsmdm030: would remove 37 of 40 rows (92 %, limit 10 %)"));
 }
 
-TEST_F(WatchedCopies, StopBeforeAnEmptyExtractEmptiesASmallTable) {
+TEST_P(WatchedCopies, StopBeforeAnEmptyExtractEmptiesASmallTable) {
     WriteTypes(5);
     Copy(kFull);
     WriteTypes(0);
@@ -141,7 +146,7 @@ TEST_F(WatchedCopies, StopBeforeAnEmptyExtractEmptiesASmallTable) {
     EXPECT_EQ(refused->Text(), "would remove 5 of 5 rows (100 %, limit: never all rows)");
 }
 
-TEST_F(WatchedCopies, StopAnIncrementalCopyAtTheDeleteThatIsOneTooMany) {
+TEST_P(WatchedCopies, StopAnIncrementalCopyAtTheDeleteThatIsOneTooMany) {
     site.process.database.Execute(
         "INSERT INTO tstables(tablename,lutm,in_use,reqd) VALUES(N'tsmdm030',"
         "CONVERT(DATETIME,'2026-03-01 10:00:00',120),0,1)");
@@ -158,7 +163,7 @@ TEST_F(WatchedCopies, StopAnIncrementalCopyAtTheDeleteThatIsOneTooMany) {
     EXPECT_EQ(refused->Text(), "would remove 21 of 40 rows (52 %, limit 10 %)");
 }
 
-TEST_F(WatchedCopies, KeepTheRowsThatTheyRemoveAsStatementsThatBringThemBack) {
+TEST_P(WatchedCopies, KeepTheRowsThatTheyRemoveAsStatementsThatBringThemBack) {
     runtime::DatabaseSession& database = site.process.database;
     const auto rows = [&] {
         std::string text;
@@ -189,7 +194,7 @@ TEST_F(WatchedCopies, KeepTheRowsThatTheyRemoveAsStatementsThatBringThemBack) {
     EXPECT_EQ(rows(), before);
 }
 
-TEST_F(WatchedCopies, StopBetweenTwoRowsWithoutASweep) {
+TEST_P(WatchedCopies, StopBetweenTwoRowsWithoutASweep) {
     WriteTypes(40);
     Copy(kFull);
     WriteTypes(3);
@@ -202,6 +207,9 @@ TEST_F(WatchedCopies, StopBetweenTwoRowsWithoutASweep) {
     EXPECT_EQ(Rows(), 40);
     EXPECT_THAT(site.RunLog(), HasSubstr("stopped by SIGTERM"));
 }
+
+INSTANTIATE_TEST_SUITE_P(ByTrips, WatchedCopies, ::testing::Values(std::size_t{1}, std::size_t{7}),
+                         ::testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace iqrx::platform::watch
