@@ -5,6 +5,7 @@
 #include "hosting/cls_data_copy_handler.h"
 #include "hosting/sub_main.h"
 #include "journal/exported.h"
+#include "journal/heartbeat.h"
 #include "journal/timestamp.h"
 #include "platform/conversions.h"
 #include "platform/date.h"
@@ -81,6 +82,8 @@ TableResult CopyJob::Copy(const std::string& table, bool full) {
         result.cause = "is being copied now by " + Described(taken.found.sheet);
     } else {
         try {
+            const journal::Heartbeat heartbeat(taken.sheet.get(), parts_.Host(),
+                                               [this] { return parts_.Counts().copied.load(); });
             if (TakeOver(taken.found, result)) Request(table, result);
         } catch (...) {
             result.outcome = CopyOutcome::Failed;
