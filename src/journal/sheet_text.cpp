@@ -29,7 +29,7 @@ std::uint64_t CheckOf(std::string_view sheet, std::string_view sign) {
     return check;
 }
 
-std::string Padded(std::string text, std::size_t width, char with) {
+std::string Padded(const std::string& text, std::size_t width, char with) {
     return std::string(width - std::min(width, text.size()), with) + text;
 }
 
