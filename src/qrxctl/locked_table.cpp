@@ -40,7 +40,7 @@ std::string LastSign(const std::optional<journal::SignOfLife>& sign, const journ
 }
 
 std::string HowFar(const journal::SheetState& state, const journal::Timestamp& now) {
-    const std::string age = AgeOf(state.sheet, now);
+    std::string age = AgeOf(state.sheet, now);
     if (!state.sign) return age;
     return Counted(state.sign->rows, "row") + (age.empty() ? "" : ", " + age);
 }

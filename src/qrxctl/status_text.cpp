@@ -62,7 +62,8 @@ std::string Copying(const TableStatus& status, const journal::Timestamp& now) {
         text =
             fmt::format("{}, {}/s, ", Counted(status.sign->rows, "row"), Grouped(RowsPerSecond(*status.sign)));
     if (const auto seconds = SecondsHeld(status, now)) text += Duration(*seconds) + ", ";
-    return Fact("copying", status.table, text + fmt::format("by pid {}", status.holder.by.pid));
+    const long pid = status.holder.by.pid;  // 0: the disk was full, and the sheet is empty
+    return Fact("copying", status.table, text + (pid > 0 ? fmt::format("by pid {}", pid) : "by a process"));
 }
 
 std::string Legend(const Overview& overview) {

@@ -227,6 +227,13 @@ TEST_F(TheStatus, ShowsACopyThatHasNotToldYetHowFarItIs) {
     EXPECT_EQ(FromJson(Qrxctl({"status", "--json"}), "lock.rows", "tsmdm030"), "NULL");
 }
 
+TEST_F(TheStatus, ShowsACopyWhoseSheetCouldNotBeWritten) {
+    fs::create_directories(State() / "running");
+    GivenFile(State() / "running" / "tsmdm030", "");
+    const SheetHolder holder(State() / "running" / "tsmdm030");
+    EXPECT_EQ(Lines(Qrxctl({"status", "tsmdm030"}).out).at(1), "copying  tsmdm030  by a process");
+}
+
 TEST_F(TheStatus, PutsWhatIsBeingCopiedOnTopOfTheScreenThatIsWatched) {  // B3
     setenv("TERM", "xterm", 1);
     GivenSheet("tccom130", ThisHost(), 8);
