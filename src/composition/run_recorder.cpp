@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "control/cls_data_copy.h"
+#include "journal/heartbeat.h"
 #include "journal/timestamp.h"
 #include "platform/printable.h"
 
@@ -36,6 +37,7 @@ struct RunRecorder::Run {
     journal::StateDirectory directory;
     journal::RunEntry entry;
     journal::TakenSheet taken;
+    std::optional<journal::Heartbeat> heartbeat = {};
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
 };
 
@@ -70,12 +72,15 @@ void RunRecorder::RunBegins(const control::CopyRequest& request, const std::stri
                              .method = run_->entry.method,
                              .since = began,
                              .by = self});
+    run_->heartbeat.emplace(run_->taken.sheet.get(), parts_.Host(),
+                            [this] { return parts_.Counts().copied.load(); });
 } catch (...) {
     run_.reset();
 }
 
 void RunRecorder::RunEnded(control::Outcome outcome, const std::string& cause) try {
     if (!run_) return;
+    run_->heartbeat.reset();
     journal::RunEntry& entry = run_->entry;
     const auto& refused = parts_.Refused();
     entry.cause = platform::OneLine(refused ? refused->Text() : cause);

@@ -87,10 +87,11 @@ Damage History::ForEach(const std::function<bool(const RunEntry&)>& take) const 
         throw platform::RuntimeError(platform::kPathFileAccess, platform::kProgram, directory_.Problem());
     Damage damage;
     LineReader lines(directory_.HistoryFile());
+    RunEntry entry;
     while (const auto line = lines.Next()) {
         if (line->empty()) continue;
-        if (const auto entry = ReadEntry(*line)) {
-            if (!take(*entry)) break;
+        if (ReadEntry(*line, entry)) {
+            if (!take(entry)) break;
             continue;
         }
         constexpr std::size_t kPlaces = 10;
@@ -124,10 +125,10 @@ History::Pruned History::Prune(const Timestamp& before) {
         std::string kept;
         bool keepsDamaged = false;  // it is as old as the runs around it
         LineReader lines(directory_.HistoryFile());
+        RunEntry entry;
         while (const auto line = lines.Next()) {
             if (line->empty()) continue;
-            const auto entry = ReadEntry(*line);
-            const auto ended = entry ? ParseRfc3339(entry->ended) : std::nullopt;
+            const auto ended = ReadEntry(*line, entry) ? ParseRfc3339(entry.ended) : std::nullopt;
             const bool keep = ended ? ended->Utc() >= before.Utc() : keepsDamaged;
             keepsDamaged = keepsDamaged || keep;
             ++(keep ? pruned.kept : pruned.removed);

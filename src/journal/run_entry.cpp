@@ -28,7 +28,10 @@ constexpr CountMember kCounts[] = {
 
 void Set(RunEntry& entry, std::string_view key, std::string_view value) {
     for (const TextMember& text : kTexts)
-        if (text.key == key) (entry.*text.member).assign(value);
+        if (text.key == key) {
+            (entry.*text.member).assign(value);
+            return;
+        }
 }
 
 void Set(RunEntry& entry, std::string_view key, std::int64_t value) {
@@ -51,8 +54,10 @@ std::string LineOf(const RunEntry& entry) {
     return line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
 }
 
-std::optional<RunEntry> ReadEntry(std::string_view line) {
-    RunEntry entry;
+bool ReadEntry(std::string_view line, RunEntry& entry) {
+    for (const TextMember& text : kTexts) (entry.*text.member).clear();
+    for (const CountMember& count : kCounts) (entry.*count.member).reset();
+    entry.seconds = 0;
     bool known = false;
     const bool whole = ReadObject(line, [&](std::string_view key, const Scalar& value) {
         if (const auto* text = std::get_if<std::string_view>(&value)) return Set(entry, key, *text);
@@ -63,8 +68,7 @@ std::optional<RunEntry> ReadEntry(std::string_view line) {
             Set(entry, key, *number);
         }
     });
-    if (!whole || !known || entry.run.empty() || entry.table.empty()) return std::nullopt;
-    return entry;
+    return whole && known && !entry.run.empty() && !entry.table.empty();
 }
 
 }  // namespace iqrx::journal

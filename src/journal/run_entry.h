@@ -1,7 +1,6 @@
 // A run as a line of the history.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -10,7 +9,8 @@
 namespace iqrx::journal {
 
 std::string LineOf(const RunEntry& entry);  // with its line break
-// Nothing: the line is damaged, or not a run.
-std::optional<RunEntry> ReadEntry(std::string_view line);
+// In place of what the entry held, whose room serves again. False: the line is damaged, or not a run; the
+// entry is anything then.
+bool ReadEntry(std::string_view line, RunEntry& entry);
 
 }  // namespace iqrx::journal

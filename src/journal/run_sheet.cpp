@@ -1,61 +1,16 @@
 #include "journal/run_sheet.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <system_error>
 
 #include "journal/files.h"
-#include "journal/flat_json.h"
+#include "journal/sheet_text.h"
 #include "platform/error.h"
 #include "platform/text.h"
 
 namespace iqrx::journal {
 
 namespace {
-
-std::string TextOf(const SheetText& sheet) {
-    const nlohmann::ordered_json text{{"schema", 1},
-                                      {"table", sheet.table},
-                                      {"run", sheet.run},
-                                      {"program", sheet.program},
-                                      {"method", sheet.method},
-                                      {"since", sheet.since},
-                                      {"pid", sheet.by.pid},
-                                      {"user", sheet.by.user},
-                                      {"host", sheet.by.host},
-                                      {"terminal", sheet.by.terminal}};
-    return text.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
-}
-
-void Set(SheetText& sheet, std::string_view key, std::string_view value) {
-    std::string* const member = key == "run"        ? &sheet.run
-                                : key == "program"  ? &sheet.program
-                                : key == "method"   ? &sheet.method
-                                : key == "since"    ? &sheet.since
-                                : key == "user"     ? &sheet.by.user
-                                : key == "host"     ? &sheet.by.host
-                                : key == "terminal" ? &sheet.by.terminal
-                                                    : nullptr;
-    if (member != nullptr) member->assign(value);
-}
-
-SheetText ReadSheet(const std::string& table, std::string_view text) {
-    SheetText sheet;
-    sheet.table = table;
-    ReadObject(text, [&](std::string_view key, const Scalar& value) {
-        if (const auto* words = std::get_if<std::string_view>(&value)) Set(sheet, key, *words);
-        if (const auto* number = std::get_if<std::int64_t>(&value); number != nullptr && key == "pid")
-            sheet.by.pid = static_cast<long>(*number);
-    });
-    return sheet;
-}
-
-// Of a sheet that nobody holds. One that names no host was written here, or not to its end: a file system
-// that is shared would show another host's in whole.
-SheetState FreeSheet(SheetText sheet, const platform::Host& host) {
-    const bool here = sheet.by.host.empty() || sheet.by.host == host.Self().host;
-    return {here ? Holder::Dead : Holder::Elsewhere, std::move(sheet)};
-}
 
 // Other files may lie beside the sheets: those that are about to become one.
 bool IsTable(std::string_view name) {
@@ -71,23 +26,57 @@ std::filesystem::path SheetFile(const StateDirectory& directory, const std::stri
     return directory.Sheets() / table;
 }
 
+SheetState Unread(const std::string& table, Holder holder) {
+    SheetState state{.holder = holder, .sheet = {}};
+    state.sheet.table = table;
+    return state;
+}
+
+// Of a sheet that nobody holds. One that names no host was written here, or not to its end: a file system
+// that is shared would show another host's in whole.
+SheetState Free(SheetState state, const platform::Host& host) {
+    const bool here = state.sheet.by.host.empty() || state.sheet.by.host == host.Self().host;
+    state.holder = here ? Holder::Dead : Holder::Elsewhere;
+    return state;
+}
+
+// Nothing when there is no sheet.
+std::optional<SheetState> Read(const std::string& table, const std::filesystem::path& file) {
+    constexpr int kTries = 3;  // a sign is written in no time, once a second
+    for (int attempt = 1;; ++attempt) {
+        const auto text = ReadText(file);
+        if (!text) return std::nullopt;
+        SheetState state = ReadSheet(table, *text);
+        if (!HasUnreadSign(state, *text) || attempt == kTries) return state;
+    }
+}
+
 SheetState Look(const StateDirectory& directory, const std::string& table) {
     const auto file = SheetFile(directory, table);
     const bool held = directory.Host().IsHeld(file);
-    const auto text = ReadText(file);
-    if (!text) return {Holder::Nobody, ReadSheet(table, {})};
-    SheetText sheet = ReadSheet(table, *text);
-    if (held) return {Holder::Living, std::move(sheet)};
-    return FreeSheet(std::move(sheet), directory.Host());
+    auto state = Read(table, file);
+    if (!state) return Unread(table, Holder::Nobody);
+    return held ? *std::move(state) : Free(*std::move(state), directory.Host());
 }
 
 }  // namespace
 
-RunSheet::RunSheet(std::unique_ptr<platform::HeldFile> file, std::string before)
-    : file_(std::move(file)), before_(std::move(before)) {}
+RunSheet::RunSheet(std::unique_ptr<platform::HeldFile> file, std::string text, std::string before)
+    : file_(std::move(file)), text_(std::move(text)), before_(std::move(before)) {}
 
 RunSheet::~RunSheet() {
     if (file_) file_->Remove();
+}
+
+void RunSheet::Write() { file_->Write(text_); }
+
+void RunSheet::Tell(const SignOfLife& sign) noexcept {
+    if (!file_) return;
+    try {
+        file_->Write(text_ + TextOf(sign, text_));
+    } catch (...) {
+        // The disk is full: the last sign stays.
+    }
 }
 
 void RunSheet::PutBack() noexcept {
@@ -104,9 +93,9 @@ SheetState RunSheets::StateOf(const std::string& table) const {
     try {
         if (directory_.IsUsable()) return Look(directory_, table);
     } catch (...) {
-        return {Holder::Elsewhere, ReadSheet(table, {})};
+        return Unread(table, Holder::Elsewhere);
     }
-    return {Holder::Nobody, ReadSheet(table, {})};
+    return Unread(table, Holder::Nobody);
 }
 
 std::vector<SheetState> RunSheets::All() const {
@@ -123,20 +112,19 @@ std::vector<SheetState> RunSheets::All() const {
 }
 
 TakenSheet RunSheets::Take(const SheetText& text) {
-    TakenSheet taken{nullptr, {Holder::Nobody, ReadSheet(text.table, {})}};
+    TakenSheet taken{nullptr, Unread(text.table, Holder::Nobody)};
     if (!directory_.IsWritable()) return taken;
     try {
         const auto file = SheetFile(directory_, text.table);
         auto held = directory_.Host().TryHold(file);
         if (!held) {
-            taken.found = {Holder::Living, ReadSheet(text.table, ReadText(file).value_or(""))};
+            taken.found = ReadSheet(text.table, ReadText(file).value_or(""));
             return taken;
         }
         const std::string before = ReadText(file).value_or("");
-        if (!held->IsNew()) taken.found = FreeSheet(ReadSheet(text.table, before), directory_.Host());
-        platform::HeldFile& sheet = *held;
-        taken.sheet = std::make_unique<RunSheet>(std::move(held), before);
-        sheet.Write(TextOf(text));
+        if (!held->IsNew()) taken.found = Free(ReadSheet(text.table, before), directory_.Host());
+        taken.sheet = std::make_unique<RunSheet>(std::move(held), TextOf(text), before);
+        taken.sheet->Write();
     } catch (...) {
         // A sheet that could not be written is held all the same: it keeps others away.
         directory_.Note("the run sheet cannot be written: " + platform::CurrentError().description);

@@ -2,6 +2,7 @@
 // so that the end of the process is proved, whatever ended it.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,6 +21,14 @@ struct SheetText {
     bool operator==(const SheetText&) const = default;
 };
 
+// What a holder tells of his copy from time to time.
+struct SignOfLife {
+    std::int64_t rows = 0;          // copied until then
+    std::int64_t milliseconds = 0;  // that this has taken
+    std::string at = {};            // RFC 3339
+    bool operator==(const SignOfLife&) const = default;
+};
+
 enum class Holder {
     Nobody,    // there is no sheet
     Living,    // a process holds it
@@ -31,15 +40,22 @@ enum class Holder {
 struct SheetState {
     Holder holder = Holder::Nobody;
     SheetText sheet;
+    std::optional<SignOfLife> sign = {};  // the last one; nothing while there was none
 };
 
 // Held for as long as the object lives; its end removes the sheet.
 class RunSheet {
 public:
-    RunSheet(std::unique_ptr<platform::HeldFile> file, std::string before);
+    // Not yet written.
+    RunSheet(std::unique_ptr<platform::HeldFile> file, std::string text, std::string before);
     ~RunSheet();
     RunSheet(const RunSheet&) = delete;
     RunSheet& operator=(const RunSheet&) = delete;
+
+    void Write();  // raises RuntimeError
+    // In place, since the file that is held must stay the one that has the name. Raises nothing: a sign that
+    // cannot be written is left out.
+    void Tell(const SignOfLife& sign) noexcept;
 
     // Lets go of the sheet and leaves it as it was found: for a run that found the table locked by the one
     // whose sheet it was. Raises nothing.
@@ -47,6 +63,7 @@ public:
 
 private:
     std::unique_ptr<platform::HeldFile> file_;
+    const std::string text_;    // without a sign
     const std::string before_;  // what the sheet said when it was taken; empty when there was none
 };
 

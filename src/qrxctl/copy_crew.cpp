@@ -7,6 +7,7 @@
 #include <mutex>
 #include <ostream>
 #include <thread>
+#include <utility>
 
 #include "platform/text.h"
 #include "qrxctl/copy_progress.h"
@@ -79,6 +80,10 @@ private:
         const platform::StopRequest* stop = run_.place.surroundings.stop;
         return stop && stop->Asked();
     }
+    int TimesAskedHowFar() const {
+        const platform::StopRequest* stop = run_.place.surroundings.stop;
+        return stop ? stop->TimesAskedHowFar() : 0;
+    }
     std::size_t Begun() const { return next_; }
 
     void DoJob() {
@@ -131,12 +136,15 @@ private:
 
     void Watch() {
         std::unique_lock lock(mutex_);
+        int answered = 0;
         for (bool told = false; working_ > 0; changed_.wait_for(lock, kGlance)) {
             lock.unlock();
             if (!told && IsStopped()) {
                 told = true;
                 progress_.Say("stopping after this statement; once more stops hard");
             }
+            if (const int asked = TimesAskedHowFar(); asked != std::exchange(answered, asked))
+                progress_.Answer();
             progress_.Refresh();
             lock.lock();
         }

@@ -5,12 +5,13 @@
 #include "hosting/cls_data_copy_handler.h"
 #include "hosting/sub_main.h"
 #include "journal/exported.h"
+#include "journal/heartbeat.h"
 #include "journal/timestamp.h"
-#include "platform/conversions.h"
 #include "platform/date.h"
 #include "platform/error.h"
 #include "platform/printable.h"
 #include "qrxctl/lines.h"
+#include "qrxctl/look.h"
 #include "qrxctl/next_step.h"
 #include "runtime/sql.h"
 
@@ -28,6 +29,12 @@ bool HasTrail(const std::string& table) { return table != "tcccp030"; }
 
 std::string Who(const platform::ProcessIdentity& by) {
     return by.terminal.empty() ? by.user : by.terminal + ", " + by.user;
+}
+
+std::optional<std::int64_t> CountOf(Look& look, const platform::Statement& question) try {
+    return look.Count(question);
+} catch (...) {
+    return std::nullopt;  // a figure for the eye; the copy is done
 }
 
 platform::Integer IdOf(const control::TableCatalog& catalog, const std::string& table) {
@@ -81,6 +88,8 @@ TableResult CopyJob::Copy(const std::string& table, bool full) {
         result.cause = "is being copied now by " + Described(taken.found.sheet);
     } else {
         try {
+            const journal::Heartbeat heartbeat(taken.sheet.get(), parts_.Host(),
+                                               [this] { return parts_.Counts().copied.load(); });
             if (TakeOver(taken.found, result)) Request(table, result);
         } catch (...) {
             result.outcome = CopyOutcome::Failed;
@@ -130,7 +139,8 @@ void CopyJob::Request(const std::string& table, TableResult& result) {
     const bool full = result.method == "full";
     const journal::Begin begin = run_.books.ledger.BeginAt(process_.machine.clock.Now());
     const Moment from = full ? std::nullopt : WindowBegin(table, begin);
-    const Moment before = full ? std::nullopt : LastUpdate(table);
+    Look look(process_.machine, parts_.PlainDatabases(), run_.place.options);
+    const Moment before = full ? std::nullopt : Moment(look.LastUpdate(table));
     const Moment exported = ExportMoment(table, full, begin);
     if (from) SetLastUpdate(table, from);
     control::CopyRequest request = RequestOf(run_.place.options);
@@ -145,9 +155,9 @@ void CopyJob::Request(const std::string& table, TableResult& result) {
         result.notes.push_back("was never copied in full: it holds what changed, and nothing else; qrxctl copy " +
                                table + " --full brings the rest");
     if (result.outcome == CopyOutcome::Copied) NoteWhatWasRead(result, from ? from : before, exported, begin);
-    result.rows = Count(kRows.On(table));
+    result.rows = CountOf(look, kRows.On(table));
     if (full && result.outcome != CopyOutcome::Copied)
-        result.waiting = Count(kUnconfirmed.On(table)).value_or(0);
+        result.waiting = CountOf(look, kUnconfirmed.On(table)).value_or(0);
 }
 
 void CopyJob::Judge(TableResult& result, control::Outcome outcome) {
@@ -209,14 +219,6 @@ void CopyJob::Record(const TableResult& result, const std::string& began) {
                                .seconds = result.seconds});
 }
 
-// None while it is in use: the copy that holds it stamps it itself.
-CopyJob::Moment CopyJob::LastUpdate(const std::string& table) {
-    const Options& options = run_.place.options;
-    runtime::DatabaseSession session(process_.machine, parts_.PlainDatabases());
-    session.OpenDatabase(options.connection, options.database, PlatformNumber(options));
-    return control::ControlTables(process_.machine.clock, session).GetTableLastUpdate(table);
-}
-
 // As it stands: the audit window begins at what the control table holds. The copy that holds a table stamps it itself.
 void CopyJob::SetLastUpdate(const std::string& table, Moment moment) {
     const Options& options = run_.place.options;
@@ -228,15 +230,6 @@ void CopyJob::SetLastUpdate(const std::string& table, Moment moment) {
                        ? platform::Literal::Unknown("NULL")
                        : process_.database.Literals().WrapDateLiteral(runtime::FormatIsoDateTime(*moment)));
     process_.database.CloseDatabase();
-}
-
-std::optional<std::int64_t> CopyJob::Count(const platform::Statement& question) try {
-    const Options& options = run_.place.options;
-    runtime::DatabaseSession session(process_.machine, parts_.PlainDatabases());
-    session.OpenDatabase(options.connection, options.database, PlatformNumber(options));
-    return platform::ToLong(session.OpenRecordset(question)->Field(0));
-} catch (...) {
-    return std::nullopt;  // a figure for the eye; the copy is done
 }
 
 }  // namespace iqrx::qrxctl

@@ -42,9 +42,7 @@ private:
     Moment ExportMoment(const std::string& table, bool full, const journal::Begin& begin);
     void NoteWhatWasRead(const TableResult& result, Moment from, Moment exported, const journal::Begin& begin);
     void Record(const TableResult& result, const std::string& began);
-    Moment LastUpdate(const std::string& table);
     void SetLastUpdate(const std::string& table, Moment moment);
-    std::optional<std::int64_t> Count(const platform::Statement& question);
 
     hosting::Surroundings Surroundings();
 

@@ -42,7 +42,7 @@ Showing ShowingOf(bool quiet, bool onTerminal, const std::string& terminalType) 
 void CopyProgress::Begin(const std::string& table, std::size_t place,
                          const platform::watch::RowCounts& counts, std::int64_t expected) {
     const std::lock_guard lock(mutex_);
-    const auto now = Clock::now();
+    const auto now = now_();
     running_.emplace(table, Running{place, counts, expected, now, now});
 }
 
@@ -70,19 +70,19 @@ void CopyProgress::Refresh() {
     const std::lock_guard lock(mutex_);
     if (showing_ == Showing::Live) return Wipe(), Draw();
     if (showing_ == Showing::Nothing) return;
-    const auto now = Clock::now();
+    const auto now = now_();
     for (auto& [table, running] : running_) {
         if (now - running.told < kLineEvery) continue;
         running.told = now;
-        const double seconds = std::chrono::duration<double>(now - running.begun).count();
-        const Pace pace = PaceOf(running.counts.copied, running.expected, seconds);
-        talk_ << table << ' ' << pace.rows << " rows";
-        if (pace.percent >= 0) talk_ << ", " << pace.percent << " %";
-        talk_ << ", " << pace.perSecond << "/s";
-        if (const int waited = running.counts.waitedSeconds; waited >= kWaitWorthALine)
-            talk_ << ", " << Waiting(waited);
-        talk_ << std::endl;
+        talk_ << PlainLineOf(table, running) << std::endl;
     }
+}
+
+void CopyProgress::Answer() {
+    const std::lock_guard lock(mutex_);
+    Wipe();
+    for (const auto& [table, running] : running_) talk_ << PlainLineOf(table, running) << '\n';
+    Draw();
 }
 
 std::string CopyProgress::Head(std::size_t number, const std::string& table) const {
@@ -90,8 +90,7 @@ std::string CopyProgress::Head(std::size_t number, const std::string& table) con
 }
 
 std::string CopyProgress::LineOf(const std::string& table, const Running& running) const {
-    const double seconds = std::chrono::duration<double>(Clock::now() - running.begun).count();
-    const Pace pace = PaceOf(running.counts.copied, running.expected, seconds);
+    const Pace pace = PaceOf(running.counts.copied, running.expected, SecondsOf(running));
     std::string line = Head(running.number, table) + Grouped(pace.rows);
     if (pace.percent < 0) return line + fmt::format(" rows  {}/s", Grouped(pace.perSecond));
     line += fmt::format(" of about {} rows  {} %  {}/s", Grouped(running.expected), pace.percent,
@@ -99,6 +98,20 @@ std::string CopyProgress::LineOf(const std::string& table, const Running& runnin
     if (pace.secondsLeft >= 0)
         line += fmt::format("  {}:{:02} left", pace.secondsLeft / 60, pace.secondsLeft % 60);
     return line;
+}
+
+std::string CopyProgress::PlainLineOf(const std::string& table, const Running& running) const {
+    const Pace pace = PaceOf(running.counts.copied, running.expected, SecondsOf(running));
+    std::string line = fmt::format("{} {} rows", table, pace.rows);
+    if (pace.percent >= 0) line += fmt::format(", {} %", pace.percent);
+    line += fmt::format(", {}/s", pace.perSecond);
+    if (const int waited = running.counts.waitedSeconds; waited >= kWaitWorthALine)
+        line += ", " + Waiting(waited);
+    return line;
+}
+
+double CopyProgress::SecondsOf(const Running& running) const {
+    return std::chrono::duration<double>(now_() - running.begun).count();
 }
 
 void CopyProgress::Draw() {

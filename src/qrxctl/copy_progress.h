@@ -4,10 +4,12 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "platform/watch/row_counts.h"
 
@@ -21,9 +23,12 @@ Showing ShowingOf(bool quiet, bool onTerminal, const std::string& terminalType);
 // Members may be called in several threads at once.
 class CopyProgress {
 public:
+    using Clock = std::chrono::steady_clock;
+
     // `tables` is the number of those to copy.
-    CopyProgress(std::ostream& talk, Showing showing, std::size_t tables)
-        : talk_(talk), showing_(showing), tables_(tables) {}
+    CopyProgress(std::ostream& talk, Showing showing, std::size_t tables,
+                 std::function<Clock::time_point()> now = Clock::now)
+        : talk_(talk), showing_(showing), tables_(tables), now_(std::move(now)) {}
 
     // The table's place is counted from 1. The counts are borrowed until End. `expected`: rows in all, 0 when
     // nobody knows.
@@ -35,9 +40,10 @@ public:
     void Say(const std::string& line);
     // To be called a few times a second.
     void Refresh();
+    // A line for each table under way, whatever is shown otherwise: somebody asked.
+    void Answer();
 
 private:
-    using Clock = std::chrono::steady_clock;
     struct Running {
         std::size_t number;
         const platform::watch::RowCounts& counts;
@@ -47,12 +53,15 @@ private:
 
     std::string Head(std::size_t number, const std::string& table) const;
     std::string LineOf(const std::string& table, const Running& running) const;
+    std::string PlainLineOf(const std::string& table, const Running& running) const;
+    double SecondsOf(const Running& running) const;
     void Draw();
     void Wipe();
 
     std::ostream& talk_;
     const Showing showing_;
     const std::size_t tables_;
+    const std::function<Clock::time_point()> now_;
     int drawn_ = 0;  // live lines on the screen
     std::map<std::string, Running> running_;
     std::mutex mutex_;

@@ -7,6 +7,7 @@
 #include "qrxctl/books.h"
 #include "qrxctl/damage.h"
 #include "qrxctl/lines.h"
+#include "qrxctl/locked_table.h"
 #include "qrxctl/moments.h"
 
 namespace iqrx::qrxctl {
@@ -48,11 +49,13 @@ void FindLock(const TableStatus& status, const journal::Timestamp& now, Findings
              "qrxctl unlock {}", kStale});
     if (status.lock != Lock::Unknown) return;
     const std::string& host = status.holder.by.host;
+    const std::string lastSign = LastSign(status.sign, now);
     findings.push_back({Note, "locked, unknown",
                         host.empty() ? "locked by a program that keeps no run sheet here; nothing proves "
                                        "whether it still runs"
                                      : "locked" + since + " by " + Described(status.holder) + " on host " +
-                                           host + "; nothing here proves whether it still runs",
+                                           host + (lastSign.empty() ? "" : ", " + lastSign) +
+                                           "; nothing here proves whether it still runs",
                         "qrxctl unlock {}"});
 }
 

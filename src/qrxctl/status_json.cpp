@@ -27,6 +27,9 @@ Json LockJson(const TableStatus& status, const journal::Timestamp& now) {
     const journal::SheetText& holder = status.holder;
     return {{"holder", NameOf(status.lock)},
             {"age_seconds", OrNull(SecondsHeld(status, now))},
+            {"rows", status.sign ? Json(status.sign->rows) : Json(nullptr)},
+            {"rows_per_second", status.sign ? Json(RowsPerSecond(*status.sign)) : Json(nullptr)},
+            {"last_sign", status.sign ? TextOrNull(status.sign->at) : Json(nullptr)},
             {"since", TextOrNull(holder.since)},
             {"run", TextOrNull(holder.run)},
             {"program", TextOrNull(holder.program)},

@@ -8,8 +8,8 @@
 
 namespace iqrx::qrxctl {
 
-// For people: heading, a line a table, summary, what is wrong. With `runningFirst` tables that are being
-// copied stand on top.
+// For people: heading, what is being copied, a line a table, summary, what is wrong. With `runningFirst`
+// tables that are being copied stand on top.
 std::string StatusText(const Overview& overview, const std::vector<Judgement>& judgements, bool runningFirst);
 
 // What was read of each trail, and what was left out.

@@ -98,6 +98,7 @@ private:
             const bool locked = ReadControlRow(session, status);
             const journal::SheetState sheet = books_.sheets.StateOf(table);
             status.holder = sheet.sheet;
+            status.sign = sheet.sign;
             status.lock = sheet.holder == journal::Holder::Living ? Lock::Copying
                           : !locked                               ? Lock::Free
                           : sheet.holder == journal::Holder::Dead ? Lock::Left

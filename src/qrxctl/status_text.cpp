@@ -55,6 +55,17 @@ std::string Summary(const std::vector<Judgement>& judgements) {
     return fmt::format("{} ok, {} note, {} wrong\n", judgements.size() - wrong - note, note, wrong);
 }
 
+// A table that is being copied, as its holder tells of it.
+std::string Copying(const TableStatus& status, const journal::Timestamp& now) {
+    std::string text;
+    if (status.sign)
+        text =
+            fmt::format("{}, {}/s, ", Counted(status.sign->rows, "row"), Grouped(RowsPerSecond(*status.sign)));
+    if (const auto seconds = SecondsHeld(status, now)) text += Duration(*seconds) + ", ";
+    const long pid = status.holder.by.pid;  // 0: the disk was full, and the sheet is empty
+    return Fact("copying", status.table, text + (pid > 0 ? fmt::format("by pid {}", pid) : "by a process"));
+}
+
 std::string Legend(const Overview& overview) {
     std::string legend;
     if (std::ranges::any_of(overview.tables, [](const TableStatus& status) { return Rows(status)[0] == '~'; }))
@@ -82,6 +93,8 @@ std::string StatusText(const Overview& overview, const std::vector<Judgement>& j
         });
     std::string text = fmt::format("{}  {} ({})\n", overview.database, Minute(overview.now.local),
                                    ZoneName(overview.now.offsetMinutes));
+    for (const Judgement& judgement : judgements)
+        if (judgement.status->lock == Lock::Copying) text += Copying(*judgement.status, overview.now);
     text += Line("table", "rows", "last copy", "age", "trail read to", "state");
     for (const Judgement* judgement : order) text += Line(*judgement, overview.now);
     return text + Legend(overview) + Summary(judgements) + FindingLines(overview, judgements, false);

@@ -31,6 +31,7 @@ struct TableStatus {
     std::optional<platform::Date> lastUpdate = {};  // local time after a full copy, UTC after an incremental one
     Lock lock = Lock::Free;
     journal::SheetText holder = {};
+    std::optional<journal::SignOfLife> sign = {};    // the holder's last one
     std::optional<journal::RunEntry> lastCopy = {};  // that went well
     std::optional<journal::RunEntry> lastRun = {};   // whatever came of it; not the ones that found it in use
     std::map<std::string, std::int64_t> runs = {};   // by their outcome
@@ -59,6 +60,10 @@ Overview ReadOverview(hosting::Composition& parts, const Options& options, const
 std::optional<journal::Timestamp> BeganAt(const std::optional<journal::RunEntry>& entry);
 // Of the sheet's holder; nothing when the sheet does not say since when.
 std::optional<std::int64_t> SecondsHeld(const TableStatus& status, const journal::Timestamp& now);
+// Since the holder gave it; nothing while he has given none.
+std::optional<std::int64_t> SecondsSinceSign(const std::optional<journal::SignOfLife>& sign,
+                                             const journal::Timestamp& now);
+std::int64_t RowsPerSecond(const journal::SignOfLife& sign);
 std::int64_t GapSeconds(const TableStatus& status);
 
 }  // namespace iqrx::qrxctl

@@ -88,12 +88,12 @@ private:
     }
 
     ExitCode TellOfLiving(const std::string& table, const SheetState& state) {
-        const std::string age = AgeOf(state.sheet, Moment());
+        const std::string far = HowFar(state, Moment());
         const bool onWindows = ports_.machine.pathSeparator == '\\';
         Tell(table, "being copied", state);
         Warn(Fact("stopped", table,
                   fmt::format("is being copied now by pid {}{}", state.sheet.by.pid,
-                              age.empty() ? "" : " (" + age + ")")) +
+                              far.empty() ? "" : " (" + far + ")")) +
              NextStep(fmt::format("wait, or: {} {}", onWindows ? "taskkill /pid" : "kill", state.sheet.by.pid)));
         return kTableInUse;
     }
@@ -114,7 +114,8 @@ private:
     }
 
     ExitCode UnlockUnproved(const std::string& table, const SheetState& state) {
-        if (wanted_.all || !wanted_.force) Warn(Fact("note", table, WithoutProof(state)));
+        if (wanted_.all || !wanted_.force)
+            Warn(Fact("note", table, WithoutProof(state, LastSign(state.sign, Moment()))));
         if (wanted_.all) return Keep(table, state);
         if (wanted_.force) return Release(table, state);
         if (!MayAsk()) return Leave(table, state, "--force");

@@ -1,6 +1,12 @@
 #include "journal/run_sheet.h"
 
+#include <atomic>
+#include <thread>
+#include <utility>
+
+#include "journal/heartbeat.h"
 #include "journal/journal_fixture.h"
+#include "journal/timestamp.h"
 
 namespace iqrx::journal {
 namespace {
@@ -16,6 +22,8 @@ protected:
     void LeaveASheet(const std::string& text) const {
         Fill(std::filesystem::path("running") / "tssoc200", text);
     }
+
+    std::string SheetFile() const { return Contents(std::filesystem::path("running") / "tssoc200"); }
 
     StateDirectory state = Open();
     RunSheets sheets{state};
@@ -107,6 +115,160 @@ TEST_F(RunSheetTest, ThatWasNotThereIsNotPutBack) {
         const TakenSheet taken = sheets.Take(Sheet());
         taken.sheet->PutBack();
     }
+    EXPECT_TRUE(is_empty(state.Sheets()));
+}
+
+TEST_F(RunSheetTest, TellsTheLastSignOfItsCopy) {
+    const TakenSheet taken = sheets.Take(Sheet());
+    EXPECT_EQ(sheets.StateOf("tssoc200").sign, std::nullopt);
+    for (const std::int64_t rows : {0, 41'200, 999, 1'000'000'000}) {
+        const SignOfLife sign{rows, 8012, "2026-11-21T10:36:27+01:00"};
+        taken.sheet->Tell(sign);
+        const SheetState now = sheets.StateOf("tssoc200");
+        EXPECT_EQ(now.holder, Holder::Living);
+        EXPECT_EQ(now.sheet, Sheet());
+        EXPECT_EQ(now.sign, sign);
+    }
+    EXPECT_EQ(sheets.Take(Sheet()).found.sign->rows, 1'000'000'000);
+}
+
+TEST_F(RunSheetTest, KeepsTheLastSignOfACopyOfAnotherHost) {
+    const SignOfLife sign{41'200, 8012, "2026-11-21T10:36:27+01:00"};
+    host.self.host = "sched2";
+    std::string left;
+    {
+        const TakenSheet taken = sheets.Take(Sheet());
+        taken.sheet->Tell(sign);
+        left = SheetFile();
+    }
+    LeaveASheet(left);
+    host.self.host = "sched1";
+    const SheetState found = sheets.StateOf("tssoc200");
+    EXPECT_EQ(found.holder, Holder::Elsewhere);
+    EXPECT_EQ(found.sheet.by.host, "sched2");
+    EXPECT_EQ(found.sign, sign);
+}
+
+// Whoever reads while a sign is written finds some of its bytes new and the others old.
+TEST_F(RunSheetTest, NeverShowsASignThatIsHalfWritten) {
+    const SignOfLife first{999'999, 8999, "2026-11-21T10:36:59+01:00"};
+    const SignOfLife second{1'000'000, 9000, "2026-11-21T10:37:00+01:00"};
+    std::string none, before, after;
+    {
+        const TakenSheet taken = sheets.Take(Sheet());
+        none = SheetFile();
+        taken.sheet->Tell(first);
+        before = SheetFile();
+        taken.sheet->Tell(second);
+        after = SheetFile();
+    }
+    ASSERT_EQ(before.size(), after.size());
+    for (std::size_t size = none.size(); size < before.size(); ++size) {
+        LeaveASheet(before.substr(0, size));
+        EXPECT_EQ(sheets.StateOf("tssoc200").sign, std::nullopt) << size;
+    }
+    int unclear = 0;
+    for (std::size_t written = none.size(); written <= after.size(); ++written)
+        for (const auto& [begin, end] : {std::pair(after, before), std::pair(before, after)}) {
+            LeaveASheet(begin.substr(0, written) + end.substr(written));
+            const SheetState found = sheets.StateOf("tssoc200");
+            EXPECT_EQ(found.sheet, Sheet());
+            EXPECT_TRUE(!found.sign || found.sign == first || found.sign == second) << found.sign->rows;
+            unclear += found.sign ? 0 : 1;
+        }
+    EXPECT_GT(unclear, 0);
+}
+
+TEST_F(RunSheetTest, DoesNotTakeTheSignOfAFormerCopyForItsOwn) {
+    const SignOfLife sign{41'200, 8012, "2026-11-21T10:36:27+01:00"};
+    std::string own, line;
+    {
+        const TakenSheet taken = sheets.Take(Sheet());
+        own = SheetFile();
+        taken.sheet->Tell(sign);
+        line = SheetFile().substr(own.size());
+    }
+    std::string other = own;
+    other.replace(other.find("103600"), 6, "103601");
+    LeaveASheet(other + line);
+    EXPECT_EQ(sheets.StateOf("tssoc200").sign, std::nullopt);
+    LeaveASheet(own + line);
+    EXPECT_EQ(sheets.StateOf("tssoc200").sign, sign);
+}
+
+TEST_F(RunSheetTest, LosesNothingWhenTheDiskIsFullAsASignIsWritten) {
+    const TakenSheet taken = sheets.Take(Sheet());
+    host.diskIsFull = true;
+    taken.sheet->Tell({41'200, 8012, "2026-11-21T10:36:27+01:00"});
+    EXPECT_EQ(sheets.StateOf("tssoc200").holder, Holder::Living);
+    EXPECT_EQ(sheets.StateOf("tssoc200").sheet, Sheet());
+}
+
+TEST_F(RunSheetTest, IsPutBackWithTheSignThatItHad) {
+    const SignOfLife sign{41'200, 8012, "2026-11-21T10:36:27+01:00"};
+    std::string before;
+    {
+        const TakenSheet taken = sheets.Take(Sheet());
+        taken.sheet->Tell(sign);
+        before = SheetFile();
+    }
+    LeaveASheet(before);
+    {
+        const TakenSheet taken = sheets.Take({.table = "tssoc200", .run = "another"});
+        taken.sheet->Tell({1, 1, "2026-11-21T10:40:00+01:00"});
+        taken.sheet->PutBack();
+    }
+    EXPECT_EQ(SheetFile(), before);
+    EXPECT_EQ(sheets.StateOf("tssoc200").sign, sign);
+}
+
+class AHeartbeat : public RunSheetTest {
+protected:
+    // The rows that the sheet tells, read until it tells as many.
+    bool TellsSoon(std::int64_t rows) const {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (std::chrono::steady_clock::now() < end) {
+            const auto sign = sheets.StateOf("tssoc200").sign;
+            if (sign && sign->rows == rows) return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return false;
+    }
+
+    std::atomic<std::int64_t> copied{0};
+};
+
+TEST_F(AHeartbeat, WritesHowFarTheCopyIsAndForHowLong) {
+    const TakenSheet taken = sheets.Take(Sheet());
+    const auto begin = std::chrono::steady_clock::now();
+    const Heartbeat heartbeat(
+        taken.sheet.get(), host, [this] { return copied.load(); }, std::chrono::milliseconds(5));
+    EXPECT_TRUE(TellsSoon(0));
+    copied = 41'200;
+    EXPECT_TRUE(TellsSoon(41'200));
+    const SignOfLife sign = sheets.StateOf("tssoc200").sign.value();
+    const std::chrono::duration<double, std::milli> passed = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(sign.milliseconds, 5);
+    EXPECT_LE(static_cast<double>(sign.milliseconds), passed.count());
+    EXPECT_TRUE(ParseRfc3339(sign.at)) << sign.at;
+    EXPECT_EQ(sign.at.substr(sign.at.size() - 6), "+01:00");
+}
+
+TEST_F(AHeartbeat, WritesNothingWithinItsPeriodAndEndsAtOnce) {
+    const TakenSheet taken = sheets.Take(Sheet());
+    const std::string before = SheetFile();
+    const auto begin = std::chrono::steady_clock::now();
+    {
+        const Heartbeat heartbeat(
+            taken.sheet.get(), host, [this] { return copied.load(); }, std::chrono::hours(1));
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::minutes(1));
+    EXPECT_EQ(SheetFile(), before);
+}
+
+TEST_F(AHeartbeat, WithoutASheetIsNone) {
+    const Heartbeat heartbeat(
+        nullptr, host, [this] { return copied.load(); }, std::chrono::milliseconds(1));
     EXPECT_TRUE(is_empty(state.Sheets()));
 }
 

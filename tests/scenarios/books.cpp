@@ -4,6 +4,8 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <cstdint>
+#include <cstdio>
 #include <ctime>
 #include <fstream>
 #include <stdexcept>
@@ -31,6 +33,15 @@ std::string LineOf(const PastRun& run) {
            text("cause", run.cause) + text("began", SecondsAgo(run.secondsAgo + run.took)) +
            text("ended", SecondsAgo(run.secondsAgo)) + ",\"copied\":" + Number(run.copied) +
            ",\"removed\":" + Number(run.removed) + ",\"rows\":" + Number(run.rows) + ",\"seconds\":0.02}";
+}
+
+std::uint64_t Fnv1a(const std::string& text) {
+    std::uint64_t hash = 0xcbf29ce484222325;
+    for (const char byte : text) {
+        hash ^= static_cast<unsigned char>(byte);
+        hash *= 0x100000001b3;
+    }
+    return hash;
 }
 
 }  // namespace
@@ -73,6 +84,16 @@ void SiteWithBooks::GivenSheet(const std::string& table, const std::string& host
                   "\"since\":\"" +
                   SecondsAgo(secondsAgo) + "\",\"pid\":99999999,\"user\":\"anna\",\"host\":\"" + host +
                   "\",\"terminal\":\"tty1\"}");
+}
+
+void SiteWithBooks::GivenSign(const std::string& table, long rows, long milliseconds, long secondsAgo) const {
+    const fs::path file = State() / "running" / table;
+    const std::string sheet = ReadText(file);
+    char line[200], check[20];
+    std::snprintf(line, sizeof line, R"({"rows":%15ld,"milliseconds":%15ld,"at":"%s","check":")", rows,
+                  milliseconds, SecondsAgo(secondsAgo).c_str());
+    std::snprintf(check, sizeof check, "%016llx", static_cast<unsigned long long>(Fnv1a(sheet + line)));
+    std::ofstream(file, std::ios::binary | std::ios::app) << line << check << "\"}\n";
 }
 
 void SiteWithBooks::Lock(const std::string& table) const {

@@ -27,6 +27,8 @@ protected:
     // Of "tsmdm030"; what the clock and the uptime were then does not matter to who reads.
     void GivenLedger(const std::string& readTo, const std::string& gaps = "") const;
     void GivenSheet(const std::string& table, const std::string& host, long secondsAgo) const;
+    // What the holder of that sheet has told of his copy.
+    void GivenSign(const std::string& table, long rows, long milliseconds, long secondsAgo) const;
     void Lock(const std::string& table) const;
 
     static void ExpectNarrow(const std::string& text);

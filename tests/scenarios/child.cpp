@@ -93,6 +93,8 @@ void Child::Kill() { Signal(SIGKILL); }
 
 void Child::Signal(int signal) { kill(process_, signal); }
 
+std::string Child::ErrSoFar() const { return ReadText(err_); }
+
 Finished RunToEnd(const std::vector<std::string>& command, const fs::path& directory,
                   const Environment& environment) {
     return Child(command, directory, environment).Wait();

@@ -32,6 +32,7 @@ public:
     Finished Wait();
     void Kill();  // as a crash: no handler of the process runs
     void Signal(int signal);
+    std::string ErrSoFar() const;  // what it has written to standard error
 
 private:
     pid_t process_ = -1;

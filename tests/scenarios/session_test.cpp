@@ -2,9 +2,13 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 
+#include <csignal>
 #include <fstream>
+#include <functional>
+#include <optional>
+#include <thread>
 
-#include "scenarios/site.h"
+#include "scenarios/books.h"
 #include "scenarios/terminal.h"
 
 namespace iqrx::testing {
@@ -30,7 +34,7 @@ std::string TypeRecords(int count) {
     return records;
 }
 
-class ASession : public Site {
+class ASession : public SiteWithBooks {
 protected:
     ASession() {
         fs::remove(extract);
@@ -47,6 +51,11 @@ protected:
                          {"/usr/bin/env", "TERM=" + terminal, IQRX_QRXCTL, "--connection", Connection(),
                           "--erp", "extract=" + extract.string(), "--log-dir", logs.string()});
         return arguments;
+    }
+    // The rows of a copy under way, as another process is told of them.
+    std::string CopiedSoFar(const std::string& table) const {
+        const Finished status = Qrxctl({"status", table, "--json"});
+        return Cell("SELECT json_extract('" + status.out + "', '$.tables[0].lock.rows')");
     }
     // What stays on the screen of a run that has ended: the lines that were rewritten are gone.
     static std::vector<std::string> LeftOf(const std::string& screen) {
@@ -180,6 +189,79 @@ TEST_F(ASession, EndsItsWaitForTheDatabaseWhenItIsInterrupted) {  // B2
                                          HasSubstr("stopped  tsmdm030  by SIGINT after 0 rows"),
                                          HasSubstr("not begun: tsmdm100\n")));
     EXPECT_FALSE(InUse("tsmdm030"));
+}
+
+// False when it does not come true within some seconds: long before the line that comes every half minute.
+bool Soon(const std::function<bool()>& isTrue) {
+    constexpr std::chrono::seconds kSoon{15};
+    const auto end = std::chrono::steady_clock::now() + kSoon;
+    while (!isTrue()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return true;
+}
+
+bool SaysSoon(const Child& process, const std::string& pattern) {
+    return Soon([&] { return ::testing::Matches(ContainsRegex(pattern))(process.ErrSoFar()); });
+}
+
+TEST_F(ASession, ThroughAPipeTellsAtOnceHowFarItIsWhenItIsAskedBySigusr1) {  // B3
+    std::optional<Child> copy;
+    {
+        AnExportUnderWay records(extract / "tsmdm030.csv");
+        copy.emplace(Command({"copy", "tsmdm030", "--full"}, "xterm"), directory);
+        records.HandOut(2000);
+        ASSERT_TRUE(Soon([&] { return CopiedSoFar("tsmdm030") == "2000"; })) << CopiedSoFar("tsmdm030");
+        EXPECT_EQ(copy->ErrSoFar(), "");
+        copy->Signal(SIGUSR1);
+        EXPECT_TRUE(SaysSoon(*copy, "^tsmdm030 2000 rows, [0-9]+/s\n$")) << copy->ErrSoFar();
+    }
+    const Finished run = copy->Wait();
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_THAT(Lines(run.err), SizeIs(2)) << run.err;
+}
+
+TEST_F(ASession, OfTheServiceTellsOthersHowFarItIs) {  // B3
+    std::optional<Child> copy;
+    {
+        AnExportUnderWay records(extract / "tsmdm030.csv");
+        copy.emplace(ServiceCommand(FullCopy()), directory);
+        records.HandOut(2000);
+        EXPECT_TRUE(Soon([&] { return CopiedSoFar("tsmdm030") == "2000"; })) << CopiedSoFar("tsmdm030");
+        EXPECT_THAT(Qrxctl({"unlock", "tsmdm030"}).out,
+                    ContainsRegex("is being copied now by pid [0-9]+ [(]2,000 rows, [0-9]+ s[)]\n"));
+    }
+    EXPECT_EQ(copy->Wait().exitCode, 0);
+    EXPECT_FALSE(fs::exists(State() / "running" / "tsmdm030"));
+}
+
+TEST_F(ASession, ThatIsAskedHowFarItIsTellsThePartThatIsDone) {  // B3
+    GivenManyTypes();
+    auto writer = std::make_unique<AWriter>(database);
+    Child copy(Command({"copy", "tsmdm030", "--full", "-q"}, "xterm"), directory);
+    ASSERT_TRUE(Soon([&] { return fs::exists(State() / "running" / "tsmdm030"); }));
+    copy.Signal(SIGUSR1);
+    EXPECT_TRUE(SaysSoon(copy, "^tsmdm030 0 rows, 0 %, 0/s(, waiting [0-9]+ s for the database: [a-z ]+)?\n$"))
+        << copy.ErrSoFar();
+    writer.reset();
+    EXPECT_EQ(copy.Wait().exitCode, 0);
+}
+
+TEST_F(ASession, TellsAboveItsLiveLinesHowFarItIsWhenItIsAsked) {  // B3
+    std::optional<Terminal> terminal;
+    {
+        AnExportUnderWay records(extract / "tsmdm030.csv");
+        terminal.emplace(Command({"copy", "tsmdm030", "--full"}, "xterm"), directory);
+        records.HandOut(2000);
+        ASSERT_TRUE(terminal->Shows(" 1/1 tsmdm030  2,000 rows  ")) << terminal->Screen();
+        terminal->Signal(SIGUSR1);
+        EXPECT_TRUE(terminal->Shows("tsmdm030 2000 rows, ")) << terminal->Screen();
+    }
+    EXPECT_EQ(terminal->Wait(), 0);
+    const std::vector<std::string> left = LeftOf(terminal->Screen());
+    EXPECT_THAT(left.at(0), MatchesRegex("tsmdm030 2000 rows, [0-9]+/s"));
+    EXPECT_THAT(left.at(1), MatchesRegex(" 1/1 tsmdm030  copied 2,000 +[0-9.]+ s"));
 }
 
 TEST_F(ASession, ThroughAPipeIsALineATableWithoutEscapeSequences) {  // B3

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <fstream>
 #include <thread>
 
 #include "scenarios/books.h"
@@ -18,6 +19,7 @@ using ::testing::ContainsRegex;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
 using ::testing::Not;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
@@ -195,6 +197,69 @@ TEST_F(TheStatus, ShowsWhoCopiesATableNow) {
     const Finished run = Qrxctl({"status", "tsmdm030"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_THAT(LineOf(run, "tsmdm030"), ContainsRegex(" copying [0-9]+ s$"));
+}
+
+TEST_F(TheStatus, ShowsHowFarACopyIs) {  // B3
+    Lock("tsmdm030");
+    GivenSheet("tsmdm030", ThisHost(), 8);
+    GivenSign("tsmdm030", 41'200, 8000, 1);
+    const SheetHolder holder(State() / "running" / "tsmdm030");
+
+    const Finished run = Qrxctl({"status"});
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_THAT(Lines(run.out).at(1),
+                MatchesRegex("copying  tsmdm030  41,200 rows, 5,150/s, [0-9]+ s, by pid 99999999"));
+    EXPECT_THAT(Lines(run.out).at(2), StartsWith("table "));
+    ExpectNarrow(run.out.substr(0, run.out.find("         -> ")));
+    const Finished json = Qrxctl({"status", "--json"});
+    EXPECT_EQ(FromJson(json, "lock.rows", "tsmdm030"), "41200");
+    EXPECT_EQ(FromJson(json, "lock.rows_per_second", "tsmdm030"), "5150");
+    EXPECT_THAT(FromJson(json, "lock.last_sign", "tsmdm030"),
+                StartsWith(LocalSecondsAgo(0).substr(0, 10) + "T"));
+}
+
+TEST_F(TheStatus, ShowsACopyThatHasNotToldYetHowFarItIs) {
+    GivenSheet("tsmdm030", ThisHost(), 8);
+    const SheetHolder holder(State() / "running" / "tsmdm030");
+    EXPECT_THAT(Lines(Qrxctl({"status", "tsmdm030"}).out).at(1),
+                MatchesRegex("copying  tsmdm030  [0-9]+ s, by pid 99999999"));
+    EXPECT_EQ(FromJson(Qrxctl({"status", "--json"}), "lock.rows", "tsmdm030"), "NULL");
+}
+
+TEST_F(TheStatus, ShowsACopyWhoseSheetCouldNotBeWritten) {
+    fs::create_directories(State() / "running");
+    GivenFile(State() / "running" / "tsmdm030", "");
+    const SheetHolder holder(State() / "running" / "tsmdm030");
+    EXPECT_EQ(Lines(Qrxctl({"status", "tsmdm030"}).out).at(1), "copying  tsmdm030  by a process");
+}
+
+TEST_F(TheStatus, PutsWhatIsBeingCopiedOnTopOfTheScreenThatIsWatched) {  // B3
+    setenv("TERM", "xterm", 1);
+    GivenSheet("tccom130", ThisHost(), 8);
+    const fs::path sheet = State() / "running" / "tccom130";
+    const std::string begun = ReadText(sheet);
+    GivenSign("tccom130", 41'200, 8000, 1);
+    const SheetHolder holder(sheet);
+    Terminal terminal({IQRX_QRXCTL, "--connection", Connection(), "status", "--watch", "1s"}, directory);
+    ASSERT_TRUE(terminal.Shows(")\x1b[K\ncopying  tccom130  41,200 rows, 5,150/s, ")) << terminal.Screen();
+    ASSERT_TRUE(terminal.Shows(" state\x1b[K\ntccom130 ")) << terminal.Screen();
+    std::ofstream(sheet, std::ios::binary) << begun;
+    GivenSign("tccom130", 93'100, 10'000, 0);
+    ASSERT_TRUE(terminal.Shows(")\x1b[K\ncopying  tccom130  93,100 rows, 9,310/s, ")) << terminal.Screen();
+    terminal.Type("q");
+    EXPECT_EQ(terminal.Wait(), 0);
+}
+
+TEST_F(TheStatus, TellsWhenACopyOnAnotherHostHasGivenItsLastSign) {
+    Lock("tsmdm030");
+    GivenSheet("tsmdm030", "sched2", 10 * kMinute);
+    GivenSign("tsmdm030", 41'200, 400'000, 3 * kMinute);
+    const Finished run = Qrxctl({"status", "tsmdm030"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_THAT(Unwrapped(run.out),
+                HasSubstr("locked 10 m by pid 99999999 (qrxctl copy --all --full, anna) on host "
+                          "sched2, last sign 3 m ago; nothing here proves"));
 }
 
 TEST_F(TheStatus, ClaimsNothingOfALockThatItCannotProve) {

@@ -45,6 +45,8 @@ void Terminal::Type(const std::string& line) {
     if (write(master_, keys.data(), keys.size()) < 0) throw std::runtime_error("nobody reads the keys");
 }
 
+void Terminal::Signal(int signal) { kill(process_, signal); }
+
 int Terminal::Wait() {
     while (Read()) {
     }

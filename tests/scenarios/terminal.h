@@ -19,7 +19,8 @@ public:
     // Reads on until the screen shows the text; false when the program ended, or a minute went by.
     bool Shows(const std::string& text);
     void Type(const std::string& line);  // and the return key
-    int Wait();                          // the exit code
+    void Signal(int signal);
+    int Wait();  // the exit code
 
     const std::string& Screen() const { return screen_; }  // what was shown so far, lines ended by LF
 

@@ -3,7 +3,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-#include "scenarios/site.h"
+#include "scenarios/books.h"
 #include "scenarios/terminal.h"
 
 namespace iqrx::testing {
@@ -14,23 +14,13 @@ using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
 using ::testing::SizeIs;
 
-std::string ThisHost() {
-    char name[256] = {};
-    gethostname(name, sizeof name - 1);
-    return name;
-}
-
-class ALockedTable : public Site {
+class ALockedTable : public SiteWithBooks {
 protected:
     ALockedTable() {
         GivenExtract("tsmdm030.csv", kServiceTypes);
         Qrxctl({"copy", "tsmdm030", "--full"});
         Execute("UPDATE tsmdm030 SET upd_flag = 1 WHERE cstp <> 'ADV'");
         Lock("tsmdm030");
-    }
-
-    void Lock(const std::string& table) const {
-        Execute("UPDATE tstables SET in_use = 1 WHERE tablename = '" + table + "'");
     }
 
     // The run sheet that a process has left. No process has a number as high as this one.
@@ -42,18 +32,12 @@ protected:
                                     "\"pid\":99999999,\"user\":\"root\",\"host\":\"" +
                                     host + "\",\"terminal\":\"tty1\"}");
     }
-    fs::path Sheet(const std::string& table) const {
-        return directory / "scheduling.db.state" / "running" / table;
-    }
+    fs::path Sheet(const std::string& table) const { return State() / "running" / table; }
 
     std::vector<std::string> AtTheTerminal(const std::vector<std::string>& arguments) const {
         std::vector<std::string> command{IQRX_QRXCTL, "--connection", Connection(), "unlock"};
         command.insert(command.end(), arguments.begin(), arguments.end());
         return command;
-    }
-
-    static void ExpectNarrow(const std::string& text) {
-        for (const std::string& line : Lines(text)) EXPECT_LE(line.size(), 80U) << line;
     }
 };
 
@@ -114,6 +98,28 @@ TEST_F(ALockedTable, IsLeftAloneWhileItIsCopied) {
                                HasSubstr("-> wait, or: kill 99999999")));
     EXPECT_TRUE(InUse("tsmdm030"));
     close(held);
+}
+
+TEST_F(ALockedTable, ThatIsCopiedTellsHowFarItsCopyIs) {
+    SiteWithBooks::GivenSheet("tsmdm030", ThisHost(), 8);
+    GivenSign("tsmdm030", 41'200, 8000, 1);
+    const SheetHolder holder(Sheet("tsmdm030"));
+    const Finished run = Qrxctl({"unlock", "tsmdm030"});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_THAT(run.out, ContainsRegex("stopped  tsmdm030  is being copied now by pid 99999999 [(]41,200 rows, "
+                                       "[0-9]+ s[)]\n"));
+    ExpectNarrow(run.out);
+}
+
+TEST_F(ALockedTable, WithoutProofTellsWhenItsHolderGaveTheLastSign) {
+    SiteWithBooks::GivenSheet("tsmdm030", "SCHED2", 600);
+    GivenSign("tsmdm030", 41'200, 400'000, 190);
+    const Finished run = Qrxctl({"unlock", "tsmdm030"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(Unwrapped(run.out),
+                ContainsRegex("locked by a program on host SCHED2 since [0-9]+-[0-9]+-[0-9]+ [0-9:]+ "
+                              "[(]last sign 3 m ago[)], or by one that keeps no run sheet; nothing here"));
+    ExpectNarrow(run.out);
 }
 
 TEST_F(ALockedTable, WithoutProofIsReleasedWhenItsNameIsTyped) {

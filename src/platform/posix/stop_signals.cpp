@@ -15,6 +15,7 @@ constexpr std::array<Named, 3> kSignals{{{SIGINT, "SIGINT"}, {SIGTERM, "SIGTERM"
 
 // The first signal that came; 0: none. A handler has nothing else to write to.
 std::atomic<int> firstSignal{0};
+std::atomic<int> timesAskedHowFar{0};
 static_assert(std::atomic<int>::is_always_lock_free, "a handler must not wait");
 
 void TakeSignal(int number) {
@@ -24,21 +25,27 @@ void TakeSignal(int number) {
     raise(number);  // comes when the handler returns: until then the signal is blocked
 }
 
+void TakeQuestion(int) { ++timesAskedHowFar; }
+
 }  // namespace
 
 StopSignals::StopSignals() {
     firstSignal = 0;
+    timesAskedHowFar = 0;
+    for (const Named& each : kSignals) Handle(each.number, TakeSignal);
+    Handle(SIGUSR1, TakeQuestion);
+}
+
+void StopSignals::Handle(int number, void (*handler)(int)) {
     struct sigaction action {};
-    action.sa_handler = TakeSignal;
+    action.sa_handler = handler;
     action.sa_flags = SA_RESTART;  // a call of the system's is no statement: it goes on
     sigemptyset(&action.sa_mask);
-    for (const Named& each : kSignals) {
-        struct sigaction before {};
-        sigaction(each.number, nullptr, &before);
-        if (before.sa_handler == SIG_IGN) continue;
-        before_.emplace_back(each.number, before);
-        sigaction(each.number, &action, nullptr);
-    }
+    struct sigaction before {};
+    sigaction(number, nullptr, &before);
+    if (before.sa_handler == SIG_IGN) return;
+    before_.emplace_back(number, before);
+    sigaction(number, &action, nullptr);
 }
 
 StopSignals::~StopSignals() {
@@ -52,5 +59,7 @@ std::optional<std::string> StopSignals::Asked() const {
         if (each.number == number) return each.name;
     return std::nullopt;
 }
+
+int StopSignals::TimesAskedHowFar() const { return timesAskedHowFar.load(std::memory_order_relaxed); }
 
 }  // namespace iqrx::platform::posix

@@ -1,4 +1,4 @@
-// A stop request that signals make: SIGINT, SIGTERM and SIGHUP.
+// A stop request that signals make: SIGINT, SIGTERM and SIGHUP. SIGUSR1 asks how far the work is.
 #pragma once
 
 #include <signal.h>
@@ -21,8 +21,11 @@ public:
     StopSignals& operator=(const StopSignals&) = delete;
 
     std::optional<std::string> Asked() const override;  // "SIGINT", "SIGTERM" or "SIGHUP"
+    int TimesAskedHowFar() const override;
 
 private:
+    void Handle(int number, void (*handler)(int));
+
     std::vector<std::pair<int, struct sigaction>> before_;
 };
 

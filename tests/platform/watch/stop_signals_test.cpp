@@ -118,6 +118,27 @@ TEST(StopSignalsInAProcess, LeaveASignalIgnoredThatWasIgnored) {
     EXPECT_EQ(child.Ended(), kStopped);
 }
 
+TEST(StopSignalsInAProcess, CountHowOftenSigusr1HasAskedHowFarTheWorkIsAndGoOn) {
+    const Child child([](int ready, int go) {
+        const StopSignals stop;
+        if (stop.TimesAskedHowFar() != 0) return 1;
+        for (int asked = 1; asked <= 2; ++asked) {
+            Tell(ready);
+            while (stop.TimesAskedHowFar() < asked) usleep(1000);
+        }
+        return CopyUntilAsked(stop, ready, go, "SIGTERM");
+    });
+    for (int asked = 0; asked < 2; ++asked) {
+        child.AwaitReady();
+        child.Send(SIGUSR1);
+    }
+    child.AwaitReady();
+    child.Send(SIGTERM);
+    child.AwaitReady();
+    child.LetGo();
+    EXPECT_EQ(child.Ended(), kStopped);
+}
+
 TEST(StopSignalsInAProcess, PutBackWhatWasBefore) {
     const Child child([](int ready, int go) {
         { const StopSignals stop; }
