@@ -30,7 +30,8 @@ struct Surroundings {
     // Who keeps what a sweep takes, if anybody, borrowed; its dates are written for this platform.
     platform::watch::RemovedRows* removedRows = nullptr;
     platform::Integer platform = runtime::kSqlServer;
-    bool showsWaits = false;  // who started it does so; else a wait is told on standard error
+    // Who hears each minute that a copy waits for the database; else it is told on standard error, as the service.
+    std::function<void(const std::string& text)> onWait = {};
     const platform::StopRequest* stop = nullptr;  // borrowed
 };
 Surroundings SurroundingsOf(const Variables& variables);

@@ -32,7 +32,9 @@ struct RunRecorder::Run {
     Run(Composition& parts, const control::CopyRequest& request)
         : directory(parts.Host(), parts.Machine().files,
                     journal::StateDirectoryOf(request.connectionString, request.logFilePath),
-                    journal::Use::Writing) {}
+                    journal::Use::Writing,
+                    journal::DatabaseIdOf(request.connectionString, request.localDatabase,
+                                          request.databasePlatform == runtime::kOracle)) {}
 
     journal::StateDirectory directory;
     journal::RunEntry entry;

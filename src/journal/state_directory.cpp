@@ -72,8 +72,8 @@ std::filesystem::path StateDirectoryOf(const std::string& connectionString, cons
 }
 
 StateDirectory::StateDirectory(platform::Host& host, platform::TextFiles& files,
-                               std::filesystem::path directory, Use use)
-    : host_(host), files_(files), directory_(std::move(directory)) {
+                               std::filesystem::path directory, Use use, DatabaseId database)
+    : host_(host), files_(files), directory_(std::move(directory)), database_(std::move(database)) {
     try {
         Open(use);
     } catch (...) {
@@ -89,10 +89,19 @@ void StateDirectory::Open(Use use) {
     if (exists && error) Raise(platform::Utf8(directory_) + ": " + error.message());
     if (exists && !is_directory(status)) Raise(platform::Utf8(directory_) + ": it is not a directory");
     if (exists) RequireKnownVersion(directory_ / "VERSION");
+    if (exists) RequireOwn();
     usable_ = true;
     writable_ = use == Use::Writing;
     if (!writable_) return;
     writable_ = Write([this] { Make(); });
+    RequireOwn();  // another program may have made it meanwhile
+}
+
+void StateDirectory::RequireOwn() const {
+    if (!database_.IsKnown() || database_.Owns(directory_)) return;
+    const DatabaseId owner = ReadDatabaseId(ReadText(directory_ / "DATABASE").value_or(""));
+    if (!owner.MayBe(database_))
+        Raise(platform::Utf8(directory_) + " belongs to another database: " + owner.Shown());
 }
 
 void StateDirectory::Make() {
@@ -100,6 +109,10 @@ void StateDirectory::Make() {
     MakeDirectory(Undo());
     if (!std::filesystem::exists(directory_ / "VERSION"))
         host_.Replace(directory_ / "VERSION", std::to_string(kVersion) + '\n');
+    if (!database_.IsKnown()) return;
+    const auto owner = ReadText(directory_ / "DATABASE");
+    if (!owner || (database_.Owns(directory_) && *owner != database_.Text()))
+        host_.Replace(directory_ / "DATABASE", database_.Text());
 }
 
 std::string StateDirectory::Problem() const {

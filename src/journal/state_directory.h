@@ -1,6 +1,7 @@
 // The directory in which programs keep what they know of their runs:
-//   VERSION  running/TABLE (run sheets)  history.jsonl  ledger.json  undo/
-// Every program that copies into one database uses the same one.
+//   VERSION  DATABASE  running/TABLE (run sheets)  history.jsonl  ledger.json  undo/
+// Every program that copies into one database uses the same one, and none that copies into another: what was
+// read of a trail, and whose lock is dead, is true of one database.
 #pragma once
 
 #include <filesystem>
@@ -8,6 +9,7 @@
 #include <mutex>
 #include <string>
 
+#include "journal/database_id.h"
 #include "platform/host.h"
 #include "platform/machine.h"
 
@@ -26,12 +28,14 @@ enum class Use {
 // Safe to use in several threads at once.
 class StateDirectory {
 public:
-    StateDirectory(platform::Host& host, platform::TextFiles& files, std::filesystem::path directory, Use use);
+    // The first database that is known is the one that the directory belongs to.
+    StateDirectory(platform::Host& host, platform::TextFiles& files, std::filesystem::path directory, Use use,
+                   DatabaseId database = {});
 
     // The first thing that went wrong, as one line that names place and cause; empty while nothing has. It
     // may come with any write, as when the disk fills up: look again after each table.
     std::string Problem() const;
-    // Neither a file, nor unreadable, nor of a newer version. One that does not exist is usable and empty.
+    // Neither a file, nor unreadable, nor of a newer version or another database. One that does not exist is usable and empty.
     bool IsUsable() const { return usable_; }
     bool IsWritable() const { return writable_; }
 
@@ -52,11 +56,13 @@ public:
 
 private:
     void Open(Use use);
+    void RequireOwn() const;
     void Make();
 
     platform::Host& host_;
     platform::TextFiles& files_;
     const std::filesystem::path directory_;
+    const DatabaseId database_;
     bool usable_ = false, writable_ = false;
     mutable std::mutex mutex_;
     std::string problem_;

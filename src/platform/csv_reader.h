@@ -28,6 +28,7 @@ public:
         : CsvReader(std::make_shared<SourceFile>(file, errorSource)) {}
     explicit CsvReader(std::shared_ptr<SourceFile> file);
 
+    const std::vector<std::string>& Header() const { return header_; }
     std::optional<std::size_t> FindColumn(std::string_view name) const;
 
     bool Next();                                      // false at the end of the file

@@ -19,7 +19,9 @@ std::filesystem::path Place(const Options& options) {
 }  // namespace
 
 Books::Books(hosting::Composition& parts, const Options& options, journal::Use use)
-    : directory(parts.Host(), parts.Machine().files, Place(options), use) {}
+    : directory(parts.Host(), parts.Machine().files, Place(options), use,
+                journal::DatabaseIdOf(options.connection, options.database,
+                                      PlatformNumber(options) == runtime::kOracle)) {}
 
 std::string Described(const journal::SheetText& holder) {
     std::string text = holder.by.pid > 0 ? fmt::format("pid {}", holder.by.pid) : "a process";

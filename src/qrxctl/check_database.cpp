@@ -254,7 +254,8 @@ void CheckLocks(const Site& site) {
                                                 state.sheet.by.pid),
                                     step);
             else
-                site.findings.Note("lock", table + " is " + WithoutProof(state), step);
+                site.findings.Note("lock", table + " is " + WithoutProof(state, LastSign(state.sign, now)),
+                                   step);
         } catch (...) {
             WrongBy(site, "lock");
             ++left;

@@ -3,11 +3,13 @@
 #include <algorithm>
 
 #include "journal/exported.h"
+#include "platform/csv_reader.h"
 #include "platform/date.h"
 #include "platform/object.h"
 #include "platform/printable.h"
 #include "qrxctl/checks.h"
 #include "qrxctl/lines.h"
+#include "qrxctl/moments.h"
 #include "runtime/sql_literals.h"
 #include "tables/definitions.h"
 
@@ -24,7 +26,7 @@ using platform::Value;
 // The ERP's own checks of a file are those of its reader, which is opened and nothing read.
 class Files {
 public:
-    explicit Files(erp::Erp& erp) : erp_(erp) {}
+    Files(erp::Erp& erp, const fs::path& directory) : erp_(erp), directory_(directory) {}
 
     void LookAtRecords(const engine::Table& table) {
         Look(std::string(table.def.name) + ".csv",
@@ -32,12 +34,14 @@ public:
     }
 
     void LookAtTrail(const engine::Table& table) {
-        Look(std::string(table.def.name) + ".audit.csv", [&] {
+        const std::string file = std::string(table.def.name) + ".audit.csv";
+        Look(file, [&] {
             const ObjectRef criteria = erp_.CreateObject("com.orva.erp.audit.AuditCriteria");
             for (const std::string_view field : table.def.outputFields)
                 Call(*criteria, "addOutputField", std::string(field));
             Call(*erp_.CreateObject("com.orva.erp.audit.AuditReader"), "Initialize",
                  erp_.CreateManager(table.Layout()), erp_.CreateRecord(table.Layout()), criteria);
+            ReadToEnd(directory_ / platform::Path(file));
         });
     }
 
@@ -53,6 +57,7 @@ public:
         });
     }
 
+    const std::optional<platform::Date>& EndOfTrail() const { return endOfTrail_; }
     const std::vector<std::string>& Names() const { return names_; }
     const std::vector<std::string>& Missing() const { return missing_; }
     const std::vector<std::string>& Wrong() const { return wrong_; }
@@ -68,22 +73,67 @@ private:
             if (error.number == platform::kFileNotFound)
                 missing_.push_back(file);
             else
-                wrong_.push_back(platform::OneLine(error.description));
+                wrong_.push_back(platform::OneLine(error.description) + ColumnsOf(file, error.description));
         }
     }
 
+    // Nothing says that changes stand in the order of their moments. Each incremental copy reads every trail
+    // from its begin, row by row; once more when somebody asks costs no more than one of these.
+    void ReadToEnd(const fs::path& file) {
+        platform::CsvReader rows(file, "qrxctl check");
+        const std::size_t column = rows.FindColumn("changed_at").value();  // the reader before has seen it
+        while (rows.Next()) {
+            const auto moment = platform::ParseIsoDate(rows.Cell(column));
+            if (!moment) rows.FailAt(column, platform::Quoted(rows.Cell(column)) + " is not a moment");
+            if (!endOfTrail_ || *endOfTrail_ < *moment) endOfTrail_ = *moment;
+        }
+    }
+
+    // What a file has instead of a column that it lacks: as many of its columns as a line holds.
+    std::string ColumnsOf(const std::string& file, const std::string& problem) const try {
+        constexpr std::string_view kBegin = " (columns: ", kEnd = " and 999 more)";
+        if (problem.find(" has no column") == std::string::npos) return {};
+        const platform::CsvReader rows(directory_ / platform::Path(file), "qrxctl check");
+        std::string text(kBegin);
+        std::size_t shown = 0;
+        for (const std::string& name : rows.Header()) {
+            const std::string next = (shown > 0 ? ", " : "") + platform::Printable(name, kFactWidth);
+            if (shown > 0 && text.size() + next.size() + kEnd.size() > kFactWidth) break;
+            text += next;
+            ++shown;
+        }
+        const std::size_t more = rows.Header().size() - shown;
+        return text + (more > 0 ? fmt::format(" and {} more)", more) : ")");
+    } catch (...) {
+        return {};  // the file changes just now; what is wrong with it has been said
+    }
+
     erp::Erp& erp_;
+    const fs::path& directory_;
+    std::optional<platform::Date> endOfTrail_;
     std::vector<std::string> names_, missing_, wrong_;
 };
 
-void TellOfMoment(const Site& site, const fs::path& directory, const std::vector<std::string>& files) {
-    const journal::ExportMoment moment = journal::ExportMomentOf(directory, files, site.parts.Host());
+std::string AgoText(std::int64_t seconds) {
+    const std::int64_t days = seconds / platform::kSecondsPerDay;
+    return (days < 2 ? Duration(seconds) : Counted(days, "day")) + " ago";
+}
+
+std::string EndOfTrailText(const std::optional<platform::Date>& end, platform::Date now) {
+    if (!end) return "; the trail holds no change";
+    if (*end > now) return "; the trail ends " + Minute(*end) + ", which lies ahead of the clock";
+    return "; the trail ends " + (platform::DaysBetween(*end, now) == 0 ? "today" : Minute(*end));
+}
+
+void TellOfMoment(const Site& site, const fs::path& directory, const Files& files) {
+    const journal::ExportMoment moment = journal::ExportMomentOf(directory, files.Names(), site.parts.Host());
     if (!moment.problem.empty()) site.findings.Note("extract", moment.problem);
     if (!moment.at) return;
-    const std::int64_t age = site.process.machine.clock.Now().secondsSince1970 - moment.at->secondsSince1970;
-    const std::string text =
-        fmt::format("written {}{}", platform::IsoDateTime(*moment.at),
-                    age < 0 ? ", which lies ahead of the clock" : ", " + Duration(age) + " ago");
+    const platform::Date now = site.process.machine.clock.Now();
+    const std::int64_t age = now.secondsSince1970 - moment.at->secondsSince1970;
+    const std::string text = fmt::format("written {}, {}{}", Minute(*moment.at),
+                                         age < 0 ? "which lies ahead of the clock" : AgoText(age),
+                                         EndOfTrailText(files.EndOfTrail(), now));
     if (age < 0 || age > platform::kSecondsPerDay)
         site.findings.Note("extract", text);
     else
@@ -93,7 +143,7 @@ void TellOfMoment(const Site& site, const fs::path& directory, const std::vector
 void CheckFiles(const Site& site, const fs::path& directory) {
     const erp::Notice ignored = [](const std::string&) {};
     const std::unique_ptr<erp::Erp> erp = site.process.erps.Open(site.options.erp, ignored);
-    Files files(*erp);
+    Files files(*erp, directory);
     for (const tables::Definition* definition : tables::Definitions()) {
         files.LookAtRecords(definition());
         files.LookAtTrail(definition());
@@ -109,7 +159,7 @@ void CheckFiles(const Site& site, const fs::path& directory) {
         site.findings.Ok("extract",
                          fmt::format("{}, {}, every column there", platform::Shown(directory),
                                      Counted(static_cast<std::int64_t>(files.Names().size()), "file")));
-    TellOfMoment(site, directory, files.Names());
+    TellOfMoment(site, directory, files);
 }
 
 }  // namespace

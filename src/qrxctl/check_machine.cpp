@@ -12,6 +12,7 @@
 #include "qrxctl/checks.h"
 #include "qrxctl/labels.h"
 #include "qrxctl/lines.h"
+#include "qrxctl/next_step.h"
 
 namespace iqrx::qrxctl {
 
@@ -129,7 +130,7 @@ void CheckState(const Site& site) {
     if (problem.empty())
         site.findings.Ok("state", platform::Shown(site.books.directory.Directory()));
     else
-        site.findings.Wrong("state", problem);
+        site.findings.Wrong("state", problem, StepAfter(problem));
 }
 
 std::string SizeText(std::uintmax_t bytes) {

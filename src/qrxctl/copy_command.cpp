@@ -76,7 +76,7 @@ ExitCode CopyCommand::Run(const Workplace& place) {
     report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     Show(place, report, Now(parts));
     if (const std::string problem = books.directory.Problem(); !problem.empty())
-        place.talk << Fact("note", "state", problem);
+        place.talk << NoteOf("state", problem);
     return CodeOf(report);
 }
 

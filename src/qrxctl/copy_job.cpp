@@ -57,7 +57,7 @@ ExitCode CodeOf(CopyOutcome outcome) {
 
 hosting::Surroundings CopyJob::Surroundings() {
     hosting::Surroundings surroundings = run_.place.surroundings;
-    surroundings.showsWaits = true;
+    surroundings.onWait = [](const std::string&) {};  // the progress shows it
     surroundings.limits = run_.copy.Limits(run_.place.options);
     surroundings.platform = PlatformNumber(run_.place.options);
     surroundings.removedRows = &undo_;
@@ -67,8 +67,9 @@ hosting::Surroundings CopyJob::Surroundings() {
 CopyJob::CopyJob(const CopyRun& run)
     : run_(run),
       undo_(run.books.directory, run.id),
+      diagnostics_(run.place.talk),
       parts_(Surroundings()),
-      process_(parts_.Ports(run.place.talk)) {
+      process_(parts_.Ports(diagnostics_)) {
     PrepareProcess(process_, run.place.options);
 }
 
@@ -101,7 +102,7 @@ TableResult CopyJob::Copy(const std::string& table, bool full) {
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     result.copied = parts_.Counts().copied;
     result.removed = parts_.Counts().removed;
-    if (result.outcome == CopyOutcome::Failed) result.nextStep = StepAfter(result.cause);
+    if (result.outcome == CopyOutcome::Failed) result.nextStep = StepAfter(result.cause, result.table);
     undo_.Settle(result.removed > 0);
     if (!undo_.Problem().empty()) result.notes.push_back(undo_.Problem());
     Record(result, began);

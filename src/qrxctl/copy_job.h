@@ -8,6 +8,7 @@
 #include "qrxctl/books.h"
 #include "qrxctl/copy_options.h"
 #include "qrxctl/copy_result.h"
+#include "qrxctl/diagnostics.h"
 #include "qrxctl/undo_file.h"
 
 namespace iqrx::qrxctl {
@@ -48,6 +49,7 @@ private:
 
     const CopyRun& run_;
     UndoFile undo_;
+    Diagnostics diagnostics_;
     hosting::Composition parts_;
     control::Process process_;
 };

@@ -81,6 +81,7 @@ std::vector<Trouble> TroublesOf(const std::vector<TableResult>& results) {
 }
 
 std::string WhatStopped(const TableResult& result) {
+    if (result.outcome == CopyOutcome::Guarded) return InGroups(result.cause);
     if (result.outcome != CopyOutcome::Stopped) return result.cause;
     std::string text = result.cause + " after " + Counted(result.copied, "row") + "; released";
     if (result.waiting > 0)

@@ -5,16 +5,31 @@
 #include <algorithm>
 #include <numeric>
 
+#include "platform/text.h"
 #include "qrxctl/command.h"
 #include "qrxctl/lines.h"
 
 namespace iqrx::qrxctl {
 
+namespace {
+
+// "DIRECTORY", which has to be given, or "[TABLE...]", of which there may be none.
+std::string Usage(const CLI::Option& positional) {
+    std::string name = platform::Upper(positional.get_name(true));
+    if (positional.get_items_expected_max() == 1) return name;
+    if (name.ends_with('S')) name.pop_back();
+    return "[" + name + "...]";
+}
+
+}  // namespace
+
 HelpText::HelpText(const std::map<const CLI::Option*, std::string>& variables) : variables_(variables) {}
 
 std::string HelpText::make_usage(const CLI::App* app, std::string) const {
-    const std::string command = app->get_parent() ? app->get_name() : "COMMAND";
-    return "Usage: qrxctl " + command + " [options]\n";
+    std::string usage = "Usage: qrxctl " + (app->get_parent() ? app->get_name() : "COMMAND") + " [OPTIONS]";
+    for (const CLI::Option* option : app->get_options())
+        if (option->get_positional()) usage += " " + Usage(*option);
+    return usage + '\n';
 }
 
 std::string HelpText::make_option(const CLI::Option* option, bool isPositional) const {

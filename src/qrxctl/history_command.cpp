@@ -130,7 +130,8 @@ private:
             place.out << HistoryTable(entries);
         place.out << std::flush;
         if (entries.empty() && !place.options.json && !place.options.quiet)
-            place.talk << "no such run in " << platform::Utf8(books.directory.HistoryFile()) << std::endl;
+            place.talk << Wrapped("no such run in " + platform::Utf8(books.directory.HistoryFile()), 0)
+                       << std::endl;
         return ShowDamage(books, damage, place);
     }
 

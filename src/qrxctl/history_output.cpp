@@ -18,28 +18,36 @@ using journal::RunEntry;
 using Json = nlohmann::ordered_json;
 
 constexpr const char* kService = "iQRXyQRXSync";
-constexpr std::size_t kIndent = 16;
+constexpr std::size_t kRunWidth = std::string_view("20261121-104032").size();
 
 std::string Figure(const std::optional<std::int64_t>& number) { return number ? Grouped(*number) : "-"; }
 
 Json OrNull(const std::optional<std::int64_t>& number) { return number ? Json(*number) : Json(nullptr); }
 
+// Why a run ended as it did, and through whom; empty when there is nothing to say.
+std::string Detail(const RunEntry& entry) {
+    std::string text = entry.outcome == "guard" ? InGroups(entry.cause) : entry.cause;
+    if (entry.outcome == "stopped" && !entry.by.empty()) text += (text.empty() ? "(" : " (") + entry.by + ")";
+    return text;
+}
+
 // Whoever found the table in use has not copied anything, whatever the figures say.
-std::string HeadOf(const RunEntry& entry, bool namesTable) {
+std::string HeadOf(const RunEntry& entry, std::size_t runWidth, bool namesTable) {
     const bool copied = entry.outcome != "in use";
-    return fmt::format("{:<15} {}{:<11} {:>9} {:>7} {:>7}  ", entry.run,
+    return fmt::format("{:<{}} {}{:<11} {:>9} {:>7} {:>7}  ", entry.run, runWidth,
                        namesTable ? fmt::format("{:<8} ", entry.table) : "", entry.method,
                        copied ? Figure(entry.copied) : "-", copied ? Figure(entry.removed) : "-",
                        Seconds(entry.seconds));
 }
 
-std::string LineOf(const RunEntry& entry, bool namesTable) {
-    const std::string head = HeadOf(entry, namesTable);
+std::string LineOf(const RunEntry& entry, std::size_t runWidth, bool namesTable) {
+    const std::string head = HeadOf(entry, runWidth, namesTable);
     const std::string service = entry.program == kService ? " (service)" : "";
     const std::string end = EndOf(entry) + service;
     if (head.size() + end.size() <= kColumns) return head + end + '\n';
-    return head + entry.outcome + service + '\n' + std::string(kIndent, ' ') +
-           Wrapped(EndOf(entry), kIndent) + '\n';
+    const std::size_t indent = runWidth + 1;
+    return head + entry.outcome + service + '\n' + std::string(indent, ' ') + Wrapped(Detail(entry), indent) +
+           '\n';
 }
 
 std::string MomentOf(const std::string& rfc3339) {
@@ -69,21 +77,22 @@ std::string TableText(const RunEntry& entry, platform::Machine& machine, const s
 }  // namespace
 
 std::string EndOf(const RunEntry& entry) {
-    if (entry.outcome == "ok") return entry.outcome;
-    std::string end = entry.outcome;
-    if (!entry.cause.empty()) end += (entry.cause.starts_with("by ") ? " " : ": ") + entry.cause;
-    if (entry.outcome == "stopped" && !entry.by.empty()) end += " (" + entry.by + ")";
-    return end;
+    const std::string detail = Detail(entry);
+    if (entry.outcome == "ok" || detail.empty()) return entry.outcome;
+    const bool isSentence = detail.starts_with("by ") || detail.starts_with('(');
+    return entry.outcome + (isSentence ? " " : ": ") + detail;
 }
 
 std::string HistoryTable(const std::vector<RunEntry>& newestFirst) {
     if (newestFirst.empty()) return {};
     const bool namesTables = std::ranges::any_of(
         newestFirst, [&](const RunEntry& entry) { return entry.table != newestFirst.front().table; });
+    std::size_t width = kRunWidth;
+    for (const RunEntry& entry : newestFirst) width = std::max(width, entry.run.size());
     std::string text =
-        fmt::format("{:<15} {}{:<11} {:>9} {:>7} {:>7}  {}\n", "run", namesTables ? "table    " : "",
+        fmt::format("{:<{}} {}{:<11} {:>9} {:>7} {:>7}  {}\n", "run", width, namesTables ? "table    " : "",
                     "method", "copied", "removed", "seconds", "ended");
-    for (const RunEntry& entry : newestFirst) text += LineOf(entry, namesTables);
+    for (const RunEntry& entry : newestFirst) text += LineOf(entry, width, namesTables);
     return text;
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/csv_reader.h"
+#include "qrxctl/lines.h"
 #include "qrxctl/schema_script.h"
 #include "runtime/database_session.h"
 
@@ -169,9 +170,10 @@ Initialised Init(hosting::Composition& parts, const Options& options,
     done.tables = static_cast<int>(TablesOf(ReadScript(ScriptOf(options, schemaFolder))).size());
     FillCatalog(session, schemaFolder, done);
     if (PlatformNumber(options) != runtime::kOracle && TakesSmallLettersForCapitals(session))
-        warnings << "qrxctl: the database does not tell a from A: two ERP keys that differ only in that meet in "
-                    "one row. Make it anew with a collation that is case- and accent-sensitive"
-                 << std::endl;
+        warnings << Complaint(
+                        "the database does not tell a from A: two ERP keys that differ only in that meet in one "
+                        "row. Make it anew with a collation that is case- and accent-sensitive")
+                 << std::flush;
     session.CloseDatabase();
     return done;
 }

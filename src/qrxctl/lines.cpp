@@ -4,11 +4,30 @@
 
 #include <algorithm>
 
+#include "qrxctl/next_step.h"
+#include "qrxctl/terminal.h"
+
 namespace iqrx::qrxctl {
 
 namespace {
+
 constexpr std::size_t kWordWidth = 9, kSubjectWidth = 10;
+
+static_assert(kWordWidth + kSubjectWidth + kFactWidth == kColumns);
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+// A command's first word; what stands in double quotes is not broken.
+std::string_view TakeWord(std::string_view& command) {
+    std::size_t end = 0;
+    for (bool isQuoted = false; end < command.size() && (isQuoted || command[end] != ' '); ++end)
+        if (command[end] == '"') isQuoted = !isQuoted;
+    const std::string_view word = command.substr(0, end);
+    command.remove_prefix(std::min(command.find_first_not_of(' ', end), command.size()));
+    return word;
 }
+
+}  // namespace
 
 std::string Wrapped(std::string_view text, std::size_t indent) {
     std::string lines;
@@ -37,6 +56,24 @@ std::string Grouped(std::int64_t number) {
     return digits;
 }
 
+std::string InGroups(std::string_view text) {
+    std::string grouped;
+    while (!text.empty()) {
+        const auto digits = std::ranges::find_if_not(text, IsDigit) - text.begin();
+        if (digits == 0) {
+            grouped += text.front();
+            text.remove_prefix(1);
+            continue;
+        }
+        for (auto left = digits; left > 0; --left) {
+            grouped += text.front();
+            text.remove_prefix(1);
+            if (left > 1 && left % 3 == 1) grouped += ',';
+        }
+    }
+    return grouped;
+}
+
 std::string Seconds(double seconds) { return fmt::format("{:.2f}", seconds); }
 
 std::string Duration(std::int64_t seconds) {
@@ -53,7 +90,36 @@ std::string Fact(std::string_view word, std::string_view subject, std::string_vi
 }
 
 std::string NextStep(std::string_view command) {
-    return fmt::format("{:{}}-> {}\n", "", kWordWidth, command);
+    constexpr std::string_view kArrow = "-> ";
+    std::string lines = std::string(kWordWidth, ' ').append(kArrow);
+    const std::size_t indent = lines.size() + 2;
+    if (lines.size() + command.size() <= kColumns) return lines.append(command) + '\n';
+    const std::string goesOn = {' ', LineGoesOn()};
+    std::size_t column = lines.size();
+    while (!command.empty()) {
+        const std::string_view word = TakeWord(command);
+        const bool isFirst = lines.ends_with(kArrow);
+        if (!isFirst && column + 1 + word.size() + goesOn.size() > kColumns) {
+            lines += goesOn + '\n' + std::string(indent, ' ');
+            column = indent;
+        } else if (!isFirst) {
+            lines += ' ';
+            ++column;
+        }
+        lines += word;
+        column += word.size();
+    }
+    return lines + '\n';
+}
+
+std::string NoteOf(std::string_view subject, std::string_view problem) {
+    const std::string step = StepAfter(problem);
+    return Fact("note", subject, problem) + (step.empty() ? step : NextStep(step));
+}
+
+std::string Complaint(std::string_view text) {
+    constexpr std::string_view kName = "qrxctl: ";
+    return std::string(kName) + Wrapped(text, kName.size()) + '\n';
 }
 
 std::string Counted(std::int64_t number, std::string_view thing) {

@@ -57,6 +57,10 @@ std::int64_t SecondsBetween(const journal::Timestamp& from, const journal::Times
     return to.Utc().secondsSince1970 - from.Utc().secondsSince1970;
 }
 
+platform::Date InZoneOf(const journal::Timestamp& moment, const journal::Timestamp& now) {
+    return platform::AddMinutes(moment.Utc(), now.offsetMinutes);
+}
+
 std::string ZoneName(int offsetMinutes) {
     constexpr int kHour = 60;
     if (offsetMinutes == 0) return "UTC";

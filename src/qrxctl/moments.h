@@ -22,6 +22,9 @@ journal::Timestamp AtLocal(const platform::Host& host, platform::Date local);
 
 std::int64_t SecondsBetween(const journal::Timestamp& from, const journal::Timestamp& to);
 
+// The first moment as the clock showed it in the zone of the other.
+platform::Date InZoneOf(const journal::Timestamp& moment, const journal::Timestamp& now);
+
 // "UTC+1", "UTC-3:30", "UTC".
 std::string ZoneName(int offsetMinutes);
 

@@ -9,7 +9,7 @@ namespace {
 
 struct Step {
     std::array<std::string_view, 2> parts;  // of the error; the second may be empty
-    std::string_view todo;
+    std::string_view todo;                  // "{}" stands for the table
 };
 
 // The first that fits. A missing table is told in the words of the database that lacks it.
@@ -19,6 +19,11 @@ constexpr Step kSteps[] = {
     {{"no such table", ""}, "qrxctl init"},
     {{"Invalid object name", ""}, "qrxctl init"},
     {{"ORA-00942", ""}, "qrxctl init"},
+    {{"relation \"", "does not exist"}, "qrxctl init"},
+    {{"no such column", ""}, "qrxctl init --show {}"},
+    {{"Invalid column name", ""}, "qrxctl init --show {}"},
+    {{"ORA-00904", ""}, "qrxctl init --show {}"},
+    {{"column \"", "does not exist"}, "qrxctl init --show {}"},
     {{"tstables or tstreenodes table is empty", ""}, "qrxctl init"},
     {{"FilterFlag of ", "in tstables"}, "127 copies every status; see docs/local-database.md"},
     {{".csv", "does not exist"}, "qrxctl check"},
@@ -26,17 +31,22 @@ constexpr Step kSteps[] = {
     {{".csv", "has no column"}, "qrxctl check"},
     {{"database is locked", ""}, "another program writes; qrxctl status"},
     {{"The extract directory ", "does not exist"}, "name it with --erp extract=DIRECTORY"},
+    {{"belongs to another database", ""}, "name one of its own with --state-dir DIRECTORY"},
 };
 
 }  // namespace
 
-std::string StepAfter(std::string_view error) {
+std::string StepAfter(std::string_view error, std::string_view table) {
     const auto fits = [&](const Step& step) {
         return std::ranges::all_of(
             step.parts, [&](std::string_view part) { return error.find(part) != std::string_view::npos; });
     };
     const auto found = std::ranges::find_if(kSteps, fits);
-    return found == std::end(kSteps) ? std::string() : std::string(found->todo);
+    std::string todo(found == std::end(kSteps) ? "" : found->todo);
+    const auto hole = todo.find("{}");
+    if (hole == std::string::npos) return todo;
+    // What it is about is not known here, but found by a look at all.
+    return table.empty() ? "qrxctl check" : todo.replace(hole, 2, table);
 }
 
 }  // namespace iqrx::qrxctl

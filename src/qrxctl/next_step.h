@@ -6,7 +6,8 @@
 
 namespace iqrx::qrxctl {
 
-// A command that can be pasted, or a few words; empty where the error itself says all there is to say.
-std::string StepAfter(std::string_view error);
+// A command that can be pasted, or a few words; empty where the error itself says all there is to say. The
+// table is the one that was copied; empty: none.
+std::string StepAfter(std::string_view error, std::string_view table = {});
 
 }  // namespace iqrx::qrxctl

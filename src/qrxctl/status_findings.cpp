@@ -9,6 +9,7 @@
 #include "qrxctl/lines.h"
 #include "qrxctl/locked_table.h"
 #include "qrxctl/moments.h"
+#include "qrxctl/table_choice.h"
 
 namespace iqrx::qrxctl {
 
@@ -34,9 +35,10 @@ void FindFuture(const TableStatus& status, const journal::Timestamp& now, Findin
                             "qrxctl copy {} --full", kStale});
     const auto copied = BeganAt(status.lastCopy);
     if (copied && SecondsBetween(*copied, now) < -kClocksDiffer)
-        findings.push_back({Wrong, "in the future",
-                            "last copy " + Minute(copied->local) + " lies in the future: the clock was set",
-                            "qrxctl copy {} --full", kStale});
+        findings.push_back(
+            {Wrong, "in the future",
+             "last copy " + Minute(InZoneOf(*copied, now)) + " lies in the future: the clock was set",
+             "qrxctl copy {} --full", kStale});
 }
 
 void FindLock(const TableStatus& status, const journal::Timestamp& now, Findings& findings) {
@@ -85,8 +87,9 @@ void FindAge(const TableStatus& status, const journal::Timestamp& now, std::int6
 void FindLastRun(const TableStatus& status, Findings& findings) {
     if (!status.lastRun || status.lastRun->outcome == "ok") return;
     const journal::RunEntry& run = *status.lastRun;
+    const std::string cause = run.outcome == "guard" ? InGroups(run.cause) : run.cause;
     findings.push_back({Note, "last run " + run.outcome,
-                        "last run " + run.outcome + (run.cause.empty() ? "" : ": " + run.cause),
+                        "last run " + run.outcome + (cause.empty() ? "" : ": " + cause),
                         "qrxctl history " + run.run});
 }
 
@@ -138,9 +141,9 @@ std::vector<Shared> Together(const std::vector<Judgement>& judgements) {
     return all;
 }
 
-std::string LinesOf(const Shared& shared, std::size_t known) {
+std::string LinesOf(const Shared& shared, const Overview& overview) {
     const Finding& finding = *shared.finding;
-    const bool isAll = shared.tables.size() == known && known > 1;
+    const bool isAll = shared.tables.size() == overview.tables.size() && shared.tables.size() > 1;
     const std::string names = fmt::format("{}", fmt::join(shared.tables, " "));
     const std::string word = finding.word == Wrong ? "wrong" : "note";
     std::string lines = shared.tables.size() == 1
@@ -149,7 +152,7 @@ std::string LinesOf(const Shared& shared, std::size_t known) {
                                    finding.text + (isAll ? "" : ": " + names));
     std::string step = finding.step;
     if (const auto hole = step.find("{}"); hole != std::string::npos)
-        step.replace(hole, 2, isAll ? "--all" : names);
+        step.replace(hole, 2, WordsFor(shared.tables, overview.catalog));
     return lines + NextStep(step);
 }
 
@@ -189,9 +192,9 @@ std::optional<std::int64_t> Age(const TableStatus& status, const journal::Timest
 std::string FindingLines(const Overview& overview, const std::vector<Judgement>& judgements, bool wrongOnly) {
     std::string lines;
     for (const Shared& shared : Together(judgements))
-        if (!wrongOnly || shared.finding->word == Wrong) lines += LinesOf(shared, judgements.size());
+        if (!wrongOnly || shared.finding->word == Wrong) lines += LinesOf(shared, overview);
     if (wrongOnly) return lines;
-    if (!overview.booksProblem.empty()) lines += Fact("note", "books", overview.booksProblem);
+    if (!overview.booksProblem.empty()) lines += NoteOf("books", overview.booksProblem);
     if (overview.damage.lines > 0) lines += DamageLine(overview.historyFile, overview.damage);
     return lines;
 }

@@ -48,6 +48,7 @@ public:
         Overview overview{.database = DatabaseName(options_),
                           .now = {parts_.Machine().clock.Now(), parts_.Host().UtcOffsetMinutes()}};
         std::vector<std::string> names = CatalogTables(parts_, options_);
+        overview.catalog = names;
         if (!question_.tables.empty()) names = ChooseTables(names, question_.tables);
         ReadBooks(names, overview);
         ReadDatabase(parts_, options_, [&](runtime::DatabaseSession& session) {

@@ -13,13 +13,14 @@ namespace {
 // As the control table has it: of a table that no run is known of.
 bool HasLastUpdateOnly(const TableStatus& status) { return !status.lastCopy && status.lastUpdate; }
 
-std::string LastCopy(const TableStatus& status, platform::Date now) {
-    if (const auto began = BeganAt(status.lastCopy))
-        return ShortMoment(began->local, now) + " " +
-               (status.lastCopy->method == "incremental" && ShortMoment(began->local, now).size() > 5
-                    ? "incr."
-                    : status.lastCopy->method);
-    return HasLastUpdateOnly(status) ? ShortMoment(*status.lastUpdate, now) + " ?" : "-";
+std::string LastCopy(const TableStatus& status, const journal::Timestamp& now) {
+    constexpr std::size_t kOfToday = std::string_view("10:50").size();
+    if (const auto began = BeganAt(status.lastCopy)) {
+        const std::string moment = ShortMoment(InZoneOf(*began, now), now.local),
+                          &method = status.lastCopy->method;
+        return moment + " " + (method == "incremental" && moment.size() > kOfToday ? "incr." : method);
+    }
+    return HasLastUpdateOnly(status) ? ShortMoment(*status.lastUpdate, now.local) + " ?" : "-";
 }
 
 std::string Rows(const TableStatus& status) {
@@ -41,7 +42,7 @@ std::string Line(const std::string& table, const std::string& rows, const std::s
 
 std::string Line(const Judgement& judgement, const journal::Timestamp& now) {
     const TableStatus& status = *judgement.status;
-    return Line(status.table, Rows(status), LastCopy(status, now.local), AgeText(status, now),
+    return Line(status.table, Rows(status), LastCopy(status, now), AgeText(status, now),
                 status.read ? ShortMoment(status.read->readTo, now.local) : "-", judgement.State(now));
 }
 

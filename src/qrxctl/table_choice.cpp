@@ -1,5 +1,7 @@
 #include "qrxctl/table_choice.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <sstream>
@@ -62,6 +64,25 @@ std::string GroupOf(const std::string& table) {
     for (const Group& group : kGroups)
         if (group.tables.find(table) != std::string_view::npos) return std::string(group.name);
     return {};
+}
+
+std::string WordsFor(const std::vector<std::string>& tables, const std::vector<std::string>& catalog) {
+    const auto isMeant = [&](const std::string& table) {
+        return std::ranges::find(tables, table) != tables.end();
+    };
+    if (catalog.size() > 1 && std::ranges::all_of(catalog, isMeant)) return "--all";
+    std::vector<std::string> words;
+    for (const std::string& table : tables) {
+        const std::string group = GroupOf(platform::Lower(table));
+        const auto isOfIt = [&](const std::string& other) { return GroupOf(platform::Lower(other)) == group; };
+        const bool isWhole = !group.empty() && std::ranges::count_if(catalog, isOfIt) > 1 &&
+                             std::ranges::all_of(catalog, [&](const std::string& other) {
+                                 return !isOfIt(other) || isMeant(other);
+                             });
+        const std::string& word = isWhole ? group : table;
+        if (std::ranges::find(words, word) == words.end()) words.push_back(word);
+    }
+    return fmt::format("{}", fmt::join(words, " "));
 }
 
 std::vector<std::string> ChooseTables(const std::vector<std::string>& known,

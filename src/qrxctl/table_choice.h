@@ -16,6 +16,9 @@ std::vector<std::string> TablesOf(const control::TableCatalog& catalog);  // in 
 std::vector<std::string> ChooseTables(const std::vector<std::string>& known,
                                       const std::vector<std::string>& wanted);
 
+// The shortest words that name these tables of the catalog and no other, for a command: "--all", groups, names.
+std::string WordsFor(const std::vector<std::string>& tables, const std::vector<std::string>& catalog);
+
 // The group of a table; empty for one that is in none.
 std::string GroupOf(const std::string& table);
 

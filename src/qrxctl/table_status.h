@@ -48,8 +48,9 @@ struct Overview {
     std::string database;
     journal::Timestamp now;
     std::vector<TableStatus> tables = {};
-    std::string booksProblem = {};  // of the state directory
-    journal::Damage damage = {};    // of the history
+    std::vector<std::string> catalog = {};  // every table that could have been asked for
+    std::string booksProblem = {};          // of the state directory
+    journal::Damage damage = {};            // of the history
     std::string historyFile = {};
 };
 

@@ -18,8 +18,7 @@ namespace {
 
 ExitCode Complain(const std::string& what, ExitCode code) {
     const std::string step = StepAfter(what);
-    std::cerr << "qrxctl: " << platform::OneLine(what) << '\n'
-              << (step.empty() ? "" : NextStep(step)) << std::flush;
+    std::cerr << Complaint(platform::OneLine(what)) << (step.empty() ? "" : NextStep(step)) << std::flush;
     return code;
 }
 
@@ -84,7 +83,9 @@ ExitCode Run(std::vector<std::string> words, const hosting::Variables& variables
         if (error.get_exit_code() == 0) return app.exit(error), kAllWell;
         return Complain(WhatIsWrong(app, error), kUsedWrongly);
     }
-    return chosen->Run({options, hosting::SurroundingsOf(variables), std::cout, std::cerr});
+    hosting::Surroundings surroundings = hosting::SurroundingsOf(variables);
+    surroundings.onWait = [](const std::string& text) { std::cerr << Complaint(text) << std::flush; };
+    return chosen->Run({options, surroundings, std::cout, std::cerr});
 }
 
 }  // namespace

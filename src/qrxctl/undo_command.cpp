@@ -50,6 +50,9 @@ public:
 
     ExitCode Run(const std::vector<std::string>& names) {
         const Options& options = place_.options;
+        if (!books_.directory.IsUsable())  // the rows that it keeps may be of another database
+            throw platform::RuntimeError(platform::kPathFileAccess, platform::kProgram,
+                                         books_.directory.Problem());
         PrepareProcess(process_, options);
         schema_ = TablesOf(ReadScript(ScriptOf(options, ports_.machine.programFolder / "schema")));
         process_.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
@@ -111,8 +114,8 @@ private:
         std::error_code failure;
         std::filesystem::rename(file.file, UndoneName(file.file), failure);
         if (failure)
-            place_.talk << "qrxctl: " << platform::Shown(file.file)
-                        << " cannot be renamed: " << failure.message() << std::endl;
+            place_.talk << Complaint(platform::Shown(file.file) + " cannot be renamed: " + failure.message())
+                        << std::flush;
         TellOfRows(file.table, counts);
         return kAllWell;
     }

@@ -45,6 +45,8 @@ public:
     ExitCode Run() {
         const Options& options = place_.options;
         PrepareProcess(process_, options);
+        if (const std::string problem = books_.directory.Problem(); !problem.empty())
+            place_.talk << NoteOf("state", problem) << std::flush;
         process_.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
         const auto tables =
             wanted_.all ? LockedTables() : ChooseTables(TablesOf(process_.catalog), wanted_.tables);
@@ -114,9 +116,13 @@ private:
     }
 
     ExitCode UnlockUnproved(const std::string& table, const SheetState& state) {
-        if (wanted_.all || !wanted_.force)
-            Warn(Fact("note", table, WithoutProof(state, LastSign(state.sign, Moment()))));
-        if (wanted_.all) return Keep(table, state);
+        const std::string proof = WithoutProof(state, LastSign(state.sign, Moment()));
+        if (wanted_.all) {
+            Tell(table, "kept", state);
+            Warn(Fact("note", table, proof + "; it stays locked") + NextStep("qrxctl unlock " + table));
+            return kFailed;
+        }
+        if (!wanted_.force) Warn(Fact("note", table, proof));
         if (wanted_.force) return Release(table, state);
         if (!MayAsk()) return Leave(table, state, "--force");
         const std::string typed = Ask(place_.talk, "Release it all the same? Type " + table + ":");

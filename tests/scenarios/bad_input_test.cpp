@@ -318,7 +318,7 @@ protected:
         const Finished tool = Qrxctl({"copy", "tsmdm030", "--full"});
         EXPECT_EQ(tool.exitCode, 1);
         ASSERT_NE(tool.err, "");
-        EXPECT_THAT(Lines(tool.err).front(), AllOf(HasSubstr(text), HasSubstr(database.string())));
+        EXPECT_THAT(Unwrapped(tool.err), AllOf(HasSubstr(text), HasSubstr(database.string())));
     }
 };
 
@@ -503,7 +503,7 @@ TEST_F(BadTraceFile, ThatCannotBeOpenedStopsTheProgramBeforeItTouchesAnything) {
     ExpectUntouched();
     const Finished tool = Qrxctl({"status"}, {{"QRX_SQL_TRACE", trace}});
     EXPECT_EQ(tool.exitCode, 1);
-    EXPECT_THAT(tool.err, IsOneLineWith(trace));
+    EXPECT_THAT(tool.err, HasSubstr(trace));
 }
 
 TEST_F(BadTraceFile, ThatIsALinkOrADeviceStopsTheProgramBeforeItTouchesAnything) {

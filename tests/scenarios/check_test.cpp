@@ -1,4 +1,5 @@
 // One look at everything that a copy needs, before it is needed at night.
+#include <time.h>
 #include <unistd.h>
 
 #include "scenarios/site.h"
@@ -25,6 +26,13 @@ protected:
         Environment all = environment;
         all.try_emplace("TZ", "UTC");
         return Qrxctl(arguments, all);
+    }
+    // At noon of that day.
+    Finished CheckAt(const std::string& day) const {
+        std::tm noon{};
+        strptime((day + " 12:00:00").c_str(), "%Y-%m-%d %H:%M:%S", &noon);
+        return Check({}, {{"LD_PRELOAD", std::string(IQRX_SANITIZER_LIBRARY) + " " IQRX_SET_CLOCK},
+                          {"SET_CLOCK_NOW", std::to_string(timegm(&noon))}});
     }
     // What a fact says, its lines joined; empty when there is no such fact.
     static std::string Fact(const std::string& out, const std::string& begin) {
@@ -141,11 +149,25 @@ TEST_F(ASiteThatIsChecked, HasEveryColumnInItsExtract) {  // A1
     ExpectWrong("extract", "tsmdm030.csv has no column 'desc'");
 }
 
+TEST_F(ASiteThatIsChecked, NamesTheColumnsOfAFileThatLacksOne) {
+    GivenExtract("tsmdm030.csv", "cstp,description,proc,ract,dahe");
+    ExpectWrong("extract", "has no column 'desc' (columns: cstp, description, proc, ract, dahe)");
+}
+
+TEST_F(ASiteThatIsChecked, NamesAsManyColumnsAsALineHolds) {
+    std::string header = "cstp,proc,ract,dahe";
+    for (int i = 10; i < 30; ++i) header += ",of_export_" + std::to_string(i);
+    GivenExtract("tsmdm030.csv", header);
+    ExpectWrong("extract", "(columns: cstp, proc, ract, dahe, of_export_10 and 19 more)");
+}
+
 TEST_F(ASiteThatIsChecked, HasFilesThatTheCopyCanRead) {  // C1
     GivenExtract("tsmdm030.csv", "cstp;desc;proc;ract;dahe");
     ExpectWrong("extract", "is separated by ';'");
+    EXPECT_THAT(Check().out, Not(HasSubstr("columns:")));
     GivenExtract("tsmdm030.csv", std::string("\xFF\xFE") + std::string("c\0", 2));
     ExpectWrong("extract", "looks like UTF-16");
+    EXPECT_THAT(Check().out, Not(HasSubstr("columns:")));
     GivenExtract("tsmdm030.csv", kServiceTypes);
     GivenExtract("calendars.csv", "calendar");
     ExpectWrong("extract", "calendars.csv has no columns");
@@ -155,7 +177,41 @@ TEST_F(ASiteThatIsChecked, HasAnExtractOfToday) {
     GivenExtract("EXPORTED", "2020-02-03 01:02:00");
     const Finished run = Check();
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_THAT(Fact(run.out, "note     extract"), HasSubstr("written 2020-02-03 01:02:00"));
+    EXPECT_THAT(Fact(run.out, "note     extract"), HasSubstr("written 2020-02-03 01:02, "));
+}
+
+TEST_F(ASiteThatIsChecked, ShowsHowFarItsTrailReaches) {
+    GivenExtract("EXPORTED", "2026-11-18 01:02:03");
+    EXPECT_THAT(Fact(CheckAt("2026-11-21").out, "note     extract"),
+                HasSubstr("written 2026-11-18 01:02, 3 days ago; the trail ends 2025-06-20 "));
+    // The newest change need not be the last one of its file, nor its moment the first column.
+    GivenExtract("tsmdm030.audit.csv",
+                 "cstp,desc,proc,ract,dahe,change,changed_at\n"
+                 "INS,\"of two\nlines\",INSPECT,WRK,2,U,2026-11-21 00:10:00\n"
+                 "REP,Repair,REPAIR,ONC,1,U,2026-11-19 23:00:00");
+    EXPECT_THAT(Fact(CheckAt("2026-11-21").out, "note     extract"),
+                HasSubstr("written 2026-11-18 01:02, 3 days ago; the trail ends today"));
+    EXPECT_THAT(Fact(CheckAt("2026-11-20").out, "note     extract"),
+                HasSubstr("; the trail ends 2026-11-21 00:10, which lies ahead of the clock"));
+}
+
+TEST_F(ASiteThatIsChecked, SaysThatItsTrailHoldsNoChange) {
+    for (const auto& file : fs::directory_iterator(extract)) {
+        const std::string text = ReadText(file.path());
+        if (file.path().string().ends_with(".audit.csv"))
+            GivenExtract(file.path().filename(), text.substr(0, text.find('\n')));
+    }
+    EXPECT_THAT(Fact(Check().out, "ok       extract   written"), HasSubstr("ago; the trail holds no change"));
+}
+
+TEST_F(ASiteThatIsChecked, HasATrailThatCanBeReadToItsEnd) {
+    GivenExtract("tsmdm030.audit.csv",
+                 "changed_at,change,cstp,desc,proc,ract,dahe\n"
+                 "2025-06-20 08:00:00,U,INS,Inspection,INSPECT,WRK,2\n"
+                 "yesterday,U,INS,Inspection,INSPECT,WRK,2");
+    ExpectWrong("extract", "tsmdm030.audit.csv, line 3, column 'changed_at'");
+    GivenExtract("tsmdm030.audit.csv", "changed_at,change,cstp,desc,proc,ract,dahe\n2025-06-20 08:00:00,U");
+    ExpectWrong("extract", "tsmdm030.audit.csv, line 2");
 }
 
 TEST_F(ASiteThatIsChecked, HasAnExtractAtAll) {

@@ -55,7 +55,7 @@ TEST_F(TheHistory, ShowsTheRunsOfATableTheNewestFirst) {
                             "20261121-105000 incremental         -       -    0.02  in use: 20261121-103600",
                             "20261121-103600 full          412,300       0    0.02  stopped by SIGINT (anna)",
                             "20261120-023000 full                -       -    0.02  guard",
-                            "                guard: would remove 37 of 40"));
+                            "                would remove 37 of 40"));
     ExpectNarrow(run.out);
 }
 
@@ -72,6 +72,32 @@ TEST_F(TheHistory, NamesTheTablesWhereThereAreSeveralAndMarksRunsOfTheService) {
     const Finished unknown = Qrxctl({"history", "tssoc20"});
     EXPECT_EQ(unknown.exitCode, 64);
     EXPECT_THAT(unknown.err, IsOneLineWith("tssoc20"));
+}
+
+TEST_F(TheHistory, KeepsItsColumnsWhereRunsBeganInTheSameSecond) {
+    GivenRuns(
+        {{.run = "20261121-110000", .cause = ""},
+         {.run = "20261121-110000-2", .outcome = "failed", .cause = "no such table: tsmdm030, nor any other"},
+         {.run = "20261121-110001"}});
+    const Finished run = Qrxctl({"history"});
+    EXPECT_THAT(Lines(run.out), ElementsAre("run               method         copied removed seconds  ended",
+                                            "20261121-110001   full                5       0    0.02  ok",
+                                            "20261121-110000-2 full                5       0    0.02  failed",
+                                            "                  no such table: tsmdm030, nor any other",
+                                            "20261121-110000   full                5       0    0.02  ok"));
+    ExpectNarrow(run.out);
+}
+
+TEST_F(TheHistory, TellsWhatTheGuardStoppedOnceAndInGroupsOfThousands) {
+    GivenRuns({{.run = "20261121-110000",
+                .outcome = "guard",
+                .cause = "would remove 44252 of 44292 rows (99 %, limit 10 %)"}});
+    const Finished run = Qrxctl({"history"});
+    EXPECT_THAT(Lines(run.out).back(), "                would remove 44,252 of 44,292 rows (99 %, limit 10 %)");
+    EXPECT_THAT(Qrxctl({"history", "20261121-110000"}).out,
+                HasSubstr("outcome   guard: would remove 44,252 of 44,292 rows (99 %, limit 10 %)\n"));
+    EXPECT_THAT(Qrxctl({"status", "tsmdm030"}).out, HasSubstr("would remove 44,252 of 44,292 rows"));
+    EXPECT_THAT(Qrxctl({"history", "--json"}).out, HasSubstr("would remove 44252 of 44292 rows"));
 }
 
 TEST_F(TheHistory, ChoosesByOutcomeAndByAge) {

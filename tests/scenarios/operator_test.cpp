@@ -37,6 +37,36 @@ TEST_F(TheTool, HelpsOnEveryLevel) {
     ExpectHelp(BareQrxctl({"sample", "--help"}), {"--orders", "--changes", "--seed"});
 }
 
+TEST_F(TheTool, ShowsInItsUsageWhatACommandIsGiven) {
+    const auto usage = [&](const std::string& command) {
+        const std::string page = BareQrxctl({command, "--help"}).out;
+        return page.substr(page.find("Usage:"), page.find('\n', page.find("Usage:")) - page.find("Usage:"));
+    };
+    EXPECT_EQ(usage("copy"), "Usage: qrxctl copy [OPTIONS] [TABLE...]");
+    EXPECT_EQ(usage("status"), "Usage: qrxctl status [OPTIONS] [TABLE...]");
+    EXPECT_EQ(usage("undo"), "Usage: qrxctl undo [OPTIONS] RUN [TABLE...]");
+    EXPECT_EQ(usage("sample"), "Usage: qrxctl sample [OPTIONS] DIRECTORY");
+    EXPECT_EQ(usage("check"), "Usage: qrxctl check [OPTIONS]");
+    EXPECT_THAT(BareQrxctl({"--help"}).out, HasSubstr("Usage: qrxctl COMMAND [OPTIONS]\n"));
+}
+
+TEST_F(TheTool, ShowsTheDefinitionOfATableThatLacksAColumn) {
+    Execute("ALTER TABLE tsmdm030 DROP COLUMN prod");
+    const Finished run = Qrxctl({"copy", "tsmdm030", "--full", "-q"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out, "failed   tsmdm030  no such column: prod\n         -> qrxctl init --show tsmdm030\n");
+    EXPECT_THAT(Qrxctl({"init", "--show", "tsmdm030"}).out, HasSubstr("prod NVARCHAR(16)"));
+}
+
+TEST_F(TheTool, SpeaksInItsOwnNameOfALogThatCannotBeWritten) {
+    const Finished run =
+        BareQrxctl({"--connection", Connection(), "--erp", "extract=" + extract.string(), "--log-dir",
+                    (directory / "nowhere").string(), "copy", "tsmdm030", "--full", "-q"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_THAT(Unwrapped(run.err), HasSubstr("qrxctl: the run log cannot be written: "));
+    EXPECT_THAT(run.err, ::testing::Not(HasSubstr("iQRXyQRXSync")));
+}
+
 TEST_F(TheTool, SaysItsVersionAsTheServiceDoes) {
     EXPECT_EQ(BareQrxctl({"--version"}).out, "qrxctl " IQRX_VERSION "\n");
     const Finished service = RunToEnd({IQRX_SERVICE, "--version"}, directory);
@@ -224,7 +254,7 @@ TEST_F(TheTool, SaysThatADatabaseWasNeverInitialised) {
     fs::remove(database);
     const Finished missing = Qrxctl({"copy", "--all", "--full"});
     EXPECT_EQ(missing.exitCode, 1);
-    EXPECT_THAT(missing.err, AllOf(HasSubstr("does not exist"), HasSubstr("-> qrxctl init")));
+    EXPECT_THAT(Unwrapped(missing.err), AllOf(HasSubstr("does not exist"), HasSubstr("-> qrxctl init")));
     EXPECT_EQ(Qrxctl({"init"}).exitCode, 0);
     EXPECT_EQ(Qrxctl({"copy", "tsmdm030", "--full"}).exitCode, 0);
 }
@@ -241,7 +271,7 @@ TEST_F(TheTool, WritesTheSameSampleFromTheSameSeed) {
 TEST_F(TheTool, NamesADirectoryThatItCannotWriteASampleTo) {
     const Finished run = BareQrxctl({"sample", (database / "sample").string(), "--orders", "5"});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_THAT(run.err, IsOneLineWith(database.string()));
+    EXPECT_THAT(run.err, HasSubstr(database.string()));
 }
 
 }  // namespace

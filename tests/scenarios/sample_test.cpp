@@ -18,7 +18,10 @@ protected:
         const Finished run = Write();
         EXPECT_EQ(run.exitCode, 64);
         EXPECT_EQ(run.out, "");
-        EXPECT_THAT(run.err, AllOf(IsOneLineWith(place.string()), HasSubstr(file), HasSubstr("--force")));
+        EXPECT_THAT(Unwrapped(run.err),
+                    AllOf(::testing::StartsWith("qrxctl: " + place.string() + " holds " + file),
+                          HasSubstr("--force")));
+        for (const std::string& line : Lines(run.err)) EXPECT_LE(line.size(), 80U) << line;
     }
 
     const fs::path place = directory / "ext";

@@ -84,7 +84,41 @@ TEST_F(TheStatus, ShowsRowsLastCopyAgeTrailAndStateOfEveryTable) {
     EXPECT_THAT(LineOf(run, "tsmdm100"), ContainsRegex("^tsmdm100 +0 +- +- +- +never copied$"));
     EXPECT_THAT(run.out, HasSubstr("\n1 ok, 18 note, 0 wrong\nnote     18 tables never copied: tsmdm000 "));
     for (const std::string& table : CatalogTables()) EXPECT_NE(LineOf(run, table), "") << table;
-    ExpectNarrow(run.out.substr(0, run.out.find("         -> ")));
+    ExpectNarrow(run.out);
+}
+
+// What a shell makes of a step that was pasted into it.
+TEST_F(TheStatus, NamesWhatToDoInOneCommandHoweverManyTablesItIsFor) {
+    const auto pasted = [&](const Finished& run) {
+        ExpectNarrow(run.out);
+        const std::string step = run.out.substr(run.out.rfind("-> ") + 3);
+        GivenFile(directory / "step.sh", "qrxctl() { echo \"$#: $*\"; }\n" + step);
+        return RunToEnd({"/bin/sh", "step.sh"}, directory).out;
+    };
+    EXPECT_EQ(pasted(Qrxctl({"status"})), "3: copy --all --full\n");
+    CopyServiceTypes();
+    EXPECT_EQ(pasted(Qrxctl({"status"})),
+              "13: copy configuration tsmdm100 tsmdm105 tsmdm130 tsmdm135 tsmdm140 orders tsclm020 tsclm024 "
+              "tcccp030 tccom130 --full\n");
+    // The group has another table, which was not asked for.
+    EXPECT_EQ(pasted(Qrxctl({"status", "tssoc*"})), "6: copy tssoc200 tssoc205 tssoc206 tssoc210 --full\n");
+}
+
+TEST_F(TheStatus, ShowsRunsInTheZoneOfNow) {
+    const std::time_t then = std::time(nullptr) - 3600;
+    const auto at = [&](long offset, const char* form) {
+        const std::time_t local = then + offset;
+        char text[40];
+        return std::string(text, std::strftime(text, sizeof text, form, std::gmtime(&local)));
+    };
+    const std::string began = at(5 * 3600, "%Y-%m-%dT%H:%M:%S+05:00");
+    GivenHistoryLine(
+        "{\"schema\":1,\"run\":\"20261121-105500\",\"table\":\"tsmdm030\",\"method\":\"full\",\"outcome\":"
+        "\"ok\",\"began\":\"" +
+        began + "\",\"ended\":\"" + began + "\",\"rows\":0,\"seconds\":0.1}");
+    EXPECT_THAT(LineOf(Qrxctl({"status"}, {{"TZ", "UTC"}}), "tsmdm030"), HasSubstr(at(0, "%H:%M full ")));
+    EXPECT_THAT(LineOf(Qrxctl({"status"}, {{"TZ", "EST5"}}), "tsmdm030"),
+                HasSubstr(at(-5 * 3600, "%H:%M full ")));
 }
 
 TEST_F(TheStatus, AnswersAMonitorThatMayReadTheFileAndNothingElse) {  // B1
@@ -106,8 +140,8 @@ TEST_F(TheStatus, SaysThatAFileMayNotBeRead) {  // B1
     const Finished run = AsAMonitor({"status"});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.out, "");
-    EXPECT_THAT(run.err,
-                IsOneLineWith("The database file cannot be opened (Permission denied): " + database.string()));
+    EXPECT_THAT(Unwrapped(run.err),
+                HasSubstr("The database file cannot be opened (Permission denied): " + database.string()));
 }
 
 TEST_F(TheStatus, WritesNothingAndLeavesNothing) {  // B1

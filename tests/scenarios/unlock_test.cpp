@@ -160,6 +160,10 @@ TEST_F(ALockedTable, IsReleasedWithAllOthersWhoseEndIsProved) {
     EXPECT_FALSE(InUse("tsmdm030"));
     EXPECT_TRUE(InUse("tsmdm100"));
     EXPECT_THAT(run.out, ContainsRegex("note +tsmdm100 +locked by a program that keeps no run sheet"));
+    EXPECT_THAT(Unwrapped(run.out), HasSubstr("nothing here can prove that it ended; it stays locked "
+                                              "-> qrxctl unlock tsmdm100"));
+    EXPECT_EQ(Unwrapped(run.out).find("note tsmdm100"), Unwrapped(run.out).rfind("note tsmdm100"));
+    ExpectNarrow(run.out);
 }
 
 TEST_F(ALockedTable, IsToldAsJson) {

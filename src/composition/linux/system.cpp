@@ -21,8 +21,6 @@ namespace {
 
 void TellOfWaiting(const std::string& text) { std::cerr << runtime::DiagnosticLine(text) << std::endl; }
 
-void Silence(const std::string&) {}
-
 bool IsEmbedded(const platform::ConnectionString& keys) {
     const auto provider = keys.Find("Provider");
     return provider && platform::EqualIgnoringCase(*provider, "SQLite");
@@ -37,7 +35,7 @@ public:
     LinuxSystem(const Surroundings& surroundings, platform::watch::RowCounts& counts)
         : counts_(counts),
           stop_(surroundings.stop),
-          tell_(platform::TellingEachMinute(surroundings.showsWaits ? Silence : TellOfWaiting)),
+          tell_(platform::TellingEachMinute(surroundings.onWait ? surroundings.onWait : TellOfWaiting)),
           objects_(surroundings.instances) {
         TakeFileSizeLimitAsError();
     }

@@ -13,4 +13,6 @@ std::string TerminalType() {
     return type ? type : "";
 }
 
+char LineGoesOn() { return '\\'; }
+
 }  // namespace iqrx::qrxctl

@@ -21,4 +21,6 @@ bool TalksToTerminal() { return _isatty(_fileno(stderr)) != 0; }
 
 std::string TerminalType() { return TakesSequences() ? "console" : "dumb"; }
 
+char LineGoesOn() { return '^'; }
+
 }  // namespace iqrx::qrxctl
