@@ -53,8 +53,17 @@ Child::Child(const std::vector<std::string>& command, const fs::path& directory,
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out_.c_str(), O_WRONLY | O_CREAT, 0600);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err_.c_str(), O_WRONLY | O_CREAT, 0600);
-    const int failure = posix_spawn(&process_, command[0].c_str(), &actions, nullptr,
+    // Whatever the tests were started by ignores: a process behind a shell does not hear Ctrl-C.
+    sigset_t heard;
+    sigemptyset(&heard);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&heard, number);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setsigdefault(&attributes, &heard);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    const int failure = posix_spawn(&process_, command[0].c_str(), &actions, &attributes,
                                     Pointers(arguments).data(), Pointers(variables).data());
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     if (failure != 0) throw std::runtime_error("cannot start " + command[0]);
 }

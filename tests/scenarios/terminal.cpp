@@ -21,6 +21,8 @@ Terminal::Terminal(const std::vector<std::string>& command, const std::filesyste
     process_ = forkpty(&master_, nullptr, nullptr, &size);
     if (process_ < 0) throw std::runtime_error("no terminal");
     if (process_ > 0) return;
+    // Whatever the tests were started by ignores: a process behind a shell does not hear Ctrl-C.
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) signal(number, SIG_DFL);
     if (chdir(directory.c_str()) == 0) execv(arguments[0], arguments.data());
     _exit(127);
 }
