@@ -1,17 +1,18 @@
-#include "platform/sqlite/translator.h"
+#include "platform/dialect/translator.h"
 
 #include <algorithm>
 
-#include "platform/sqlite/errors.h"
+#include "platform/dialect/syntax_error.h"
 #include "platform/text.h"
 
-namespace iqrx::platform::sqlite {
+namespace iqrx::platform::dialect {
 
 namespace {
 
 class Translator {
 public:
-    Translator(std::string_view text, const std::vector<Token>& tokens) : text_(text), tokens_(tokens) {}
+    Translator(std::string_view text, const std::vector<Token>& tokens, const Grammar& grammar)
+        : text_(text), tokens_(tokens), grammar_(grammar) {}
 
     Translation Run() {
         if (Accept("ALTER")) {
@@ -26,7 +27,7 @@ public:
         } else if (Accept("TRUNCATE")) {
             AddStep(Step::Kind::RunSilent, [&] {
                 Expect("TABLE");
-                Write("DELETE FROM");
+                Write(grammar_.empty);
                 Table();
             });
         } else {
@@ -40,7 +41,7 @@ public:
 private:
     const Token& token() const { return tokens_[at_]; }
     [[noreturn]] void Unknown(const char* message = "The statement is not understood") const {
-        RaiseSyntaxError(text_, token().place, message);
+        RaiseSyntaxError(grammar_, text_, token().place, message);
     }
 
     // A word in capitals or a symbol. No literal is one: a text of a literal may read like it.
@@ -109,7 +110,7 @@ private:
 
     void TakeLiteral() {
         if (token().kind != Token::Kind::Literal) Unknown();
-        Write("?");
+        Write(grammar_.place);
         ++literal_;
         ++at_;
     }
@@ -159,7 +160,7 @@ private:
         if (Is("UPDATE") && Stands(tokens_[at_ + 1], "STATISTICS")) {
             at_ += 2;
             AddStep(Step::Kind::RunSilent, [&] {
-                Write("ANALYZE");
+                Write(grammar_.statistics);
                 Table();
             });
         } else if (Is("UPDATE")) {
@@ -321,6 +322,7 @@ private:
 
     const std::string_view text_;
     const std::vector<Token>& tokens_;
+    const Grammar& grammar_;
     std::size_t at_ = 0;
     std::size_t literal_ = 0;  // the next one's index
     std::string_view variable_;
@@ -330,8 +332,8 @@ private:
 
 }  // namespace
 
-Translation Translate(std::string_view text, const std::vector<Token>& tokens) {
-    return Translator(text, tokens).Run();
+Translation Translate(std::string_view text, const std::vector<Token>& tokens, const Grammar& grammar) {
+    return Translator(text, tokens, grammar).Run();
 }
 
-}  // namespace iqrx::platform::sqlite
+}  // namespace iqrx::platform::dialect

@@ -1,4 +1,4 @@
-// Translates a statement text into the database's own statements. The dialect is what the copy and its tools
+// Translates a statement text into a database's own statements. The dialect is what the copy and its tools
 // send: single-table changes, selects, the session statements and the batches of count-then-insert-or-update
 // blocks. Anything else is an error.
 #pragma once
@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/sqlite/lexer.h"
+#include "platform/dialect/lexer.h"
 
-namespace iqrx::platform::sqlite {
+namespace iqrx::platform::dialect {
 
 // A statement runs as a list of steps; all but the batches have one step or none.
 struct Step {
@@ -35,7 +35,7 @@ struct Translation {
     bool isSelect = false;
 };
 
-// Raises with the place that it does not know.
-Translation Translate(std::string_view text, const std::vector<Token>& tokens);
+// Raises with the place that it does not know. The grammar is of the database whose statements are made.
+Translation Translate(std::string_view text, const std::vector<Token>& tokens, const Grammar& grammar);
 
-}  // namespace iqrx::platform::sqlite
+}  // namespace iqrx::platform::dialect
