@@ -45,7 +45,7 @@ INSTANTIATE_TEST_SUITE_P(Embedded, BatchContract, kEmbedded, NameOf);
 INSTANTIATE_TEST_SUITE_P(Embedded, AnyNameContract, kEmbedded, NameOf);
 INSTANTIATE_TEST_SUITE_P(Embedded, FrameContract, kEmbedded, NameOf);
 INSTANTIATE_TEST_SUITE_P(Embedded, LockContract, kEmbedded, NameOf);
-INSTANTIATE_TEST_SUITE_P(Embedded, GroupContract, kEmbedded, NameOf);
+INSTANTIATE_TEST_SUITE_P(Embedded, UnitContract, kEmbedded, NameOf);
 
 }  // namespace
 }  // namespace iqrx::testing

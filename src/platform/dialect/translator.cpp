@@ -84,6 +84,7 @@ private:
     void AddStep(Step::Kind kind, Body body) {
         Step step{kind, 0, literal_, 0, 0};
         sql_.clear();
+        firstLiteral_ = literal_;
         body();
         step.literalCount = literal_ - step.firstLiteral;
         auto same = std::find(result_.statements.begin(), result_.statements.end(), sql_);
@@ -94,12 +95,15 @@ private:
 
     std::string_view Name() {
         if (token().kind != Token::Kind::Word || token().text.front() == '@') Unknown();
+        if (token().text.size() > grammar_.longestName) Unknown("The name is longer than the database keeps");
         return tokens_[at_++].text;
     }
 
     void Table() {
-        const std::string_view name = Name();
+        std::string_view name = Name();
         Write(name);
+        if (grammar_.namesCatalog && EqualIgnoringCase(name, "INFORMATION_SCHEMA") && Take("."))
+            Write(name = Name());
         result_.tables.push_back(Lower(name));
     }
 
@@ -112,11 +116,18 @@ private:
         if (token().kind != Token::Kind::Literal) Unknown();
         Write(grammar_.place);
         ++literal_;
+        if (grammar_.placesAreNumbered) sql_ += std::to_string(literal_ - firstLiteral_);
         ++at_;
     }
 
     void SignedLiteral() {
-        if (!Take("-")) Take("+");
+        if (!grammar_.valuesHaveSigns) {
+            if (!Take("-")) Take("+");
+        } else if (Accept("-")) {
+            result_.negative.push_back(literal_);
+        } else {
+            Accept("+");
+        }
         TakeLiteral();
     }
 
@@ -214,10 +225,17 @@ private:
         } while (Take("UNION"));
         if (!Take("ORDER")) return;
         Need("BY");
-        List([&] {
-            Column();
-            if (!Take("ASC")) Take("DESC");
-        });
+        const bool byResult = grammar_.ordersUnionsByResult && sql_.find(" UNION ") != std::string::npos;
+        List([&] { Order(byResult); });
+    }
+
+    void Order(bool byResult) {
+        if (byResult && tokens_[at_ + 1].text == ".") at_ += 2;
+        Column();
+        const bool isDescending = Take("DESC");
+        if (!isDescending) Take("ASC");
+        const std::string_view rule = isDescending ? grammar_.descending : grammar_.ascending;
+        if (!rule.empty()) Write(rule);
     }
 
     void SelectItem() {
@@ -237,6 +255,7 @@ private:
     void AlterSession() {
         Expect("SESSION", "SET", "CURRENT_SCHEMA", "=");
         if (token().kind == Token::Kind::End) Unknown("The name of the schema is missing");
+        result_.schema = Trim(text_.substr(token().place));
         at_ = tokens_.size() - 1;
     }
 
@@ -324,7 +343,8 @@ private:
     const std::vector<Token>& tokens_;
     const Grammar& grammar_;
     std::size_t at_ = 0;
-    std::size_t literal_ = 0;  // the next one's index
+    std::size_t literal_ = 0;       // the next one's index
+    std::size_t firstLiteral_ = 0;  // of the statement
     std::string_view variable_;
     std::string sql_;
     Translation result_;

@@ -31,7 +31,9 @@ struct Step {
 struct Translation {
     std::vector<std::string> statements;  // each once
     std::vector<Step> steps;
-    std::vector<std::string> tables;  // in lower case
+    std::vector<std::string> tables;    // in lower case
+    std::vector<std::size_t> negative;  // literals whose sign is the value's
+    std::string schema;                 // that the session is moved to; the statement does nothing else
     bool isSelect = false;
 };
 
