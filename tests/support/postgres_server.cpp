@@ -146,6 +146,17 @@ void PostgresServer::Stop() { StopBy(SIGQUIT); }
 
 void PostgresServer::ShutDown() { StopBy(SIGINT); }
 
+void PostgresServer::Crash() {
+    if (!Running()) return;
+    const std::string pid = std::to_string(process_);
+    kill(process_, SIGSTOP);  // it would start others
+    std::ifstream children("/proc/" + pid + "/task/" + pid + "/children");
+    for (pid_t child; children >> child;) kill(child, SIGKILL);
+    kill(process_, SIGKILL);
+    WaitFor(process_);
+    process_ = 0;
+}
+
 void PostgresServer::StopBy(int signal) {
     if (!Running()) return;
     kill(process_, signal);

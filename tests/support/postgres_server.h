@@ -27,6 +27,7 @@ public:
     void Start();
     void Stop();      // at once, as if it had crashed
     void ShutDown();  // connections are told
+    void Crash();     // no process of it gets to write down anything
     bool Running() const { return process_ > 0; }
     int Port() const { return port_; }  // database and user are called "postgres"
     std::string Host() const;

@@ -139,6 +139,8 @@ std::int32_t PostgresConnection::Execute(const platform::Statement& statement) {
         if (statement.Form().pieces.empty() && IsDefinition(statement.Text())) {
             ForgetTables();
             session_->RunScript(std::string(statement.Text()));
+            isAhead_ = true;
+            Settle();
             return 0;
         }
         try {
@@ -155,7 +157,10 @@ std::int32_t PostgresConnection::Execute(const platform::Statement& statement) {
 
 std::int64_t PostgresConnection::Run(const dialect::Found& found) {
     const dialect::Translation& translation = found.program->translation;
-    if (!translation.schema.empty()) MoveTo(std::string(translation.schema));
+    if (const std::string schema = translation.schema; !schema.empty()) {
+        MoveTo(schema);
+        return 0;
+    }
     if (translation.isSelect || translation.steps.empty()) return 0;
     if (translation.steps.size() > 1) return RunBatch(found);
     const dialect::Step& step = translation.steps.front();
@@ -293,12 +298,16 @@ void PostgresConnection::Commit() {
     Call([&] {
         Opened();
         SendPending();
-        if (!isAhead_ || frame_ == Frame::Unit || frame_ == Frame::Exclusive) return;
-        session_->Queue(kWaitForDisk);
-        session_->Queue(kLeaveMark);
-        session_->Finish();
-        isAhead_ = false;
+        Settle();
     });
+}
+
+void PostgresConnection::Settle() {
+    if (!isAhead_ || frame_ == Frame::Unit || frame_ == Frame::Exclusive) return;
+    session_->Queue(kWaitForDisk);
+    session_->Queue(kLeaveMark);
+    session_->Finish();
+    isAhead_ = false;
 }
 
 void PostgresConnection::RunAsUnit(const Work& work) {

@@ -75,6 +75,7 @@ private:
     void BeginWrite(bool touchesControlTable);
     void EndWrite(bool touchesControlTable);
     void CommitTransaction();
+    void Settle();
     void RollBack() noexcept;
 
     const TableNames controlTables_;

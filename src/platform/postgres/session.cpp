@@ -84,13 +84,16 @@ void Session::Queue(const char* command, std::initializer_list<const char*> text
                             nullptr, nullptr, 0));
 }
 
-// A command has one answer, after which comes a null, and the end of a trip is one by itself.
+// A command has one answer, after which comes a null, and the end of a trip is one by itself. Where the
+// server ends the session, its words come first and the end of the connection after them.
 Answer Session::Receive() {
     Answer answer(PQgetResult(link_.get()));
-    if (PQstatus(link_.get()) == CONNECTION_BAD) Fail(answer.get());
     if (answer && PQresultStatus(answer.get()) != PGRES_PIPELINE_SYNC)
         while (Answer(PQgetResult(link_.get())))
             ;
+    const bool isOver =
+        PQresultStatus(answer.get()) == PGRES_FATAL_ERROR && SaidOf(answer.get(), link_.get()).endsSession;
+    if (isOver || PQstatus(link_.get()) == CONNECTION_BAD) Fail(answer.get());
     return answer;
 }
 

@@ -17,6 +17,8 @@ namespace iqrx::platform::postgres {
 class Session {
 public:
     explicit Session(const Settings& settings);  // raises
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
 
     // Where a trip fails, all of these raise, once the connection is lost for good.
     std::shared_ptr<const Prepared> Prepare(const std::string& sql);  // a trip of its own; nothing may be queued
