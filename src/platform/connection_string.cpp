@@ -105,6 +105,10 @@ std::vector<std::string> ConnectionString::Keys() const {
     return keys;
 }
 
+std::string ConnectionString::Provider() const {
+    return Find("Provider").value_or(Has("Service") ? "PostgreSQL" : "");
+}
+
 void ConnectionString::Remove(std::string_view key) {
     std::erase_if(pairs_, [&](const Pair& pair) { return EqualIgnoringCase(pair.key, key); });
 }

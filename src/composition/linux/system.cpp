@@ -24,15 +24,8 @@ void TellOfWaiting(const std::string& text) { std::cerr << runtime::DiagnosticLi
 
 void Silence(const std::string&) {}
 
-bool HasProvider(const platform::ConnectionString& keys, std::string_view name) {
-    const auto provider = keys.Find("Provider");
-    return provider && platform::EqualIgnoringCase(*provider, name);
-}
-
-bool IsEmbedded(const platform::ConnectionString& keys) { return HasProvider(keys, "SQLite"); }
-
-bool IsPostgres(const platform::ConnectionString& keys) {
-    return HasProvider(keys, "PostgreSQL") || (!keys.Has("Provider") && keys.Has("Service"));
+bool IsEmbedded(const platform::ConnectionString& keys) {
+    return platform::EqualIgnoringCase(keys.Provider(), "SQLite");
 }
 
 // A file that grows beyond the process's limit is then an error of the write, which can be told and leaves
@@ -59,7 +52,8 @@ public:
         const platform::ConnectionString keys(text);
         if (IsEmbedded(keys))
             return platform::CreateSqliteConnection(control::CoordinatingTables(), Waiting());
-        if (IsPostgres(keys)) return platform::CreatePostgresConnection(control::CoordinatingTables());
+        if (platform::EqualIgnoringCase(keys.Provider(), "PostgreSQL"))
+            return platform::CreatePostgresConnection(control::CoordinatingTables());
         if (keys.Has("Driver") || keys.Has("DSN"))
             return platform::CreateOdbcConnection(control::CoordinatingTables());
         platform::RaiseRuntimeError(
