@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "scenarios/child.h"
+#include "scenarios/site_database.h"
 
 namespace iqrx::testing {
 
@@ -33,7 +34,9 @@ protected:
 
     // The sample that the source tree carries, and a run parameter for any other extract.
     static fs::path Sample();
-    std::string Connection() const { return "Provider=SQLite;Data Source=" + database.string(); }
+    std::string Connection() const { return rows_->Connection(); }
+    // Where the programs keep their books.
+    fs::path State() const { return OnPostgres() ? logs / ".qrx" : directory / "scheduling.db.state"; }
     Request FullCopy() const;
     Request IncrementalCopy() const;
 
@@ -51,8 +54,10 @@ protected:
     Finished BareQrxctl(std::vector<std::string> arguments, const Environment& environment = {}) const;
 
     // What a reading application finds: a line per row, cells joined by '|', NULL for Null.
-    std::vector<std::string> Rows(const std::string& sql) const { return RowsOf(database, sql); }
-    static std::vector<std::string> RowsOf(const fs::path& database, const std::string& sql);
+    std::vector<std::string> Rows(const std::string& sql) const { return rows_->Rows(sql); }
+    static std::vector<std::string> RowsOf(const fs::path& database, const std::string& sql) {
+        return EmbeddedSiteDatabase(database)->Rows(sql);
+    }
     std::string Cell(const std::string& sql) const;
     void Execute(const std::string& sql) const;
     std::vector<std::string> CatalogTables() const;  // in the order of their ids
@@ -68,6 +73,9 @@ protected:
     const fs::path database = directory / "scheduling.db";
     const fs::path extract = directory / "extract";
     const fs::path logs = directory / "log";
+
+private:
+    const std::unique_ptr<SiteDatabase> rows_ = SiteDatabaseAt(database);
 };
 
 // Five service types as an ERP has them, a day's changes to them, and what the local table then holds.

@@ -265,7 +265,7 @@ TEST_F(AStoppedCopy, BySignalFreesItsTableTellsWhatWasDoneAndEndsWith130) {
         EXPECT_THAT(run.out,
                     ContainsRegex(std::string("stopped  tsmdm030  by ") + name + " after [0-9,]+ rows?"));
         EXPECT_FALSE(InUse("tsmdm030"));
-        EXPECT_FALSE(fs::exists(directory / "scheduling.db.state" / "running" / "tsmdm030"));
+        EXPECT_FALSE(fs::exists(State() / "running" / "tsmdm030"));
     }
     GivenPlainExport();
     EXPECT_EQ(Qrxctl({"copy", "tsmdm030", "--full", "--max-removed", "any"}).exitCode, 0);

@@ -31,7 +31,7 @@ protected:
     }
     std::vector<std::string> ServiceTypes() const { return Rows("SELECT cstp FROM tsmdm030 ORDER BY cstp"); }
 
-    const fs::path undo = directory / "scheduling.db.state" / "undo";
+    const fs::path undo = State() / "undo";
 };
 
 TEST_F(RemovedRows, AreBroughtBackAsTheyWere) {

@@ -43,7 +43,7 @@ protected:
                                     host + "\",\"terminal\":\"tty1\"}");
     }
     fs::path Sheet(const std::string& table) const {
-        return directory / "scheduling.db.state" / "running" / table;
+        return State() / "running" / table;
     }
 
     std::vector<std::string> AtTheTerminal(const std::vector<std::string>& arguments) const {
