@@ -19,6 +19,8 @@ constexpr Step kSteps[] = {
     {{"no such table", ""}, "qrxctl init"},
     {{"Invalid object name", ""}, "qrxctl init"},
     {{"ORA-00942", ""}, "qrxctl init"},
+    {{"[42P01] relation ", "does not exist"}, "qrxctl init"},
+    {{"has no schema ", "that the user may use"}, "make the schema, or correct --database"},
     {{"tstables or tstreenodes table is empty", ""}, "qrxctl init"},
     {{"FilterFlag of ", "in tstables"}, "127 copies every status; see docs/local-database.md"},
     {{".csv", "does not exist"}, "qrxctl check"},

@@ -212,7 +212,7 @@ TEST_F(ASiteThatIsChecked, IsToldAsJson) {
     EXPECT_THAT(json, StartsWith("{\"schema\":1,"));
     for (std::size_t at = 0; (at = json.find('\'', at)) != std::string::npos; at += 2)
         json.insert(at, 1, '\'');
-    EXPECT_EQ(Cell("SELECT json_extract('" + json + "', '$.wrong')"), "0");
+    EXPECT_EQ(JsonCell("SELECT json_extract('" + json + "', '$.wrong')"), "0");
 }
 
 }  // namespace

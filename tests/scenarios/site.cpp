@@ -27,7 +27,10 @@ std::string Request::Text(std::size_t arguments) const {
     return text;
 }
 
-Site::Site() : directory(NewDirectory()) {
+Site::Site(bool onServer)
+    : directory(NewDirectory()),
+      onServer_(onServer),
+      rows_(onServer ? PostgresSiteDatabase() : EmbeddedSiteDatabase(database)) {
     fs::create_directory(extract);
     fs::create_directory(logs);
     const Finished init = Qrxctl({"init"});

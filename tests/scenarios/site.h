@@ -29,14 +29,14 @@ inline const char* const kIncremental = "2";
 
 class Site : public ::testing::Test {
 protected:
-    Site();
+    Site() : Site(OnPostgres()) {}
     ~Site() override;
 
     // The sample that the source tree carries, and a run parameter for any other extract.
     static fs::path Sample();
     std::string Connection() const { return rows_->Connection(); }
     // Where the programs keep their books.
-    fs::path State() const { return OnPostgres() ? logs / ".qrx" : directory / "scheduling.db.state"; }
+    fs::path State() const { return onServer_ ? logs / ".qrx" : directory / "scheduling.db.state"; }
     Request FullCopy() const;
     Request IncrementalCopy() const;
 
@@ -59,6 +59,11 @@ protected:
         return EmbeddedSiteDatabase(database)->Rows(sql);
     }
     std::string Cell(const std::string& sql) const;
+    // What the functions that the embedded database has for JSON find in a text.
+    static std::vector<std::string> JsonRows(const std::string& sql) {
+        return EmbeddedSiteDatabase(":memory:")->Rows(sql);
+    }
+    static std::string JsonCell(const std::string& sql) { return JsonRows(sql).at(0); }
     void Execute(const std::string& sql) const;
     std::vector<std::string> CatalogTables() const;  // in the order of their ids
     std::string LastUpdate(const std::string& table) const;
@@ -74,8 +79,12 @@ protected:
     const fs::path extract = directory / "extract";
     const fs::path logs = directory / "log";
 
+protected:
+    explicit Site(bool onServer);
+
 private:
-    const std::unique_ptr<SiteDatabase> rows_ = SiteDatabaseAt(database);
+    const bool onServer_;
+    const std::unique_ptr<SiteDatabase> rows_;
 };
 
 // Five service types as an ERP has them, a day's changes to them, and what the local table then holds.

@@ -6,8 +6,6 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "support/postgres_server.h"
-
 namespace iqrx::testing {
 
 namespace {
@@ -40,11 +38,6 @@ private:
     const std::filesystem::path file_;
 };
 
-PostgresServer& Server() {
-    static PostgresServer server({.listens = PostgresOptions::Listens::Socket});
-    return server;
-}
-
 class OnServer : public SiteDatabase {
 public:
     OnServer() : name_("site" + std::to_string(++made)) { Ask("postgres", "CREATE DATABASE " + name_); }
@@ -57,8 +50,8 @@ public:
     }
 
     std::string Connection() const override {
-        return "Provider=PostgreSQL;Host=" + Server().Host() + ";Port=" + std::to_string(Server().Port()) +
-               ";Database=" + name_ + ";User=postgres";
+        return "Provider=PostgreSQL;Host=" + SiteServer().Host() +
+               ";Port=" + std::to_string(SiteServer().Port()) + ";Database=" + name_ + ";User=postgres";
     }
     std::vector<std::string> Rows(const std::string& sql) const override { return Ask(name_, sql); }
 
@@ -73,7 +66,7 @@ private:
     }
 
     static std::vector<std::string> Ask(const std::string& database, const std::string& sql) {
-        const std::string port = std::to_string(Server().Port()), host = Server().Host();
+        const std::string port = std::to_string(SiteServer().Port()), host = SiteServer().Host();
         const std::unique_ptr<PGconn, decltype(&PQfinish)> link(
             PQsetdbLogin(host.c_str(), port.c_str(), nullptr, nullptr, database.c_str(), "postgres", nullptr),
             PQfinish);
@@ -97,6 +90,11 @@ private:
 };
 
 }  // namespace
+
+PostgresServer& SiteServer() {
+    static PostgresServer server({.listens = PostgresOptions::Listens::Socket});
+    return server;
+}
 
 bool OnPostgres() {
     const char* const database = std::getenv("IQRX_SITE_DATABASE");

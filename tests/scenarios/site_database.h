@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "support/postgres_server.h"
+
 namespace iqrx::testing {
 
 bool OnPostgres();
@@ -21,8 +23,6 @@ public:
 
 std::unique_ptr<SiteDatabase> EmbeddedSiteDatabase(const std::filesystem::path& file);
 std::unique_ptr<SiteDatabase> PostgresSiteDatabase();
-inline std::unique_ptr<SiteDatabase> SiteDatabaseAt(const std::filesystem::path& file) {
-    return OnPostgres() ? PostgresSiteDatabase() : EmbeddedSiteDatabase(file);
-}
+PostgresServer& SiteServer();
 
 }  // namespace iqrx::testing

@@ -34,6 +34,17 @@ int Seconds(const std::string& text) {
     return seconds;
 }
 
+// What follows a password may be a part of it.
+[[noreturn]] void RaiseUnknownKey(const Settings& before, const std::string& name) {
+    const bool afterPassword =
+        std::ranges::any_of(before.keywords, [](const auto& given) { return given.first == "password"; });
+    RaiseRuntimeError(kInvalidProcedureCall,
+                      afterPassword
+                          ? "the connection string has a key after the password that PostgreSQL does "
+                            "not know; a password that holds \";\" stands in braces"
+                          : "the connection string has a key that PostgreSQL does not know: " + name);
+}
+
 }  // namespace
 
 Settings SettingsOf(const std::string& connectionString, int timeout) {
@@ -48,8 +59,7 @@ Settings SettingsOf(const std::string& connectionString, int timeout) {
         else if (EqualIgnoringCase(name, "Connect Timeout"))
             settings.timeout = Seconds(value);
         else if (!EqualIgnoringCase(name, "Provider"))
-            RaiseRuntimeError(kInvalidProcedureCall,
-                              "the connection string has a key that PostgreSQL does not know: " + name);
+            RaiseUnknownKey(settings, name);
     }
     settings.keywords.emplace_back("fallback_application_name", kProgram);
     settings.keywords.emplace_back("client_encoding", "UTF8");

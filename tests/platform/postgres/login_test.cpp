@@ -86,6 +86,8 @@ TEST_F(Login, WithAKeyThatIsNotKnownNamesTheKeyAndNotItsValue) {
     EXPECT_THAT(Raised([&] { ConnectionOn(Server(), ";SSLMod=secret"); }),
                 AllOf(HasSubstr("SSLMod"), Not(HasSubstr("secret"))));
     EXPECT_THAT(Raised([&] { ConnectionOn(Server(), ";Connect Timeout=soon"); }), HasSubstr("Connect Timeout"));
+    EXPECT_THAT(Raised([&] { ConnectionOn(Server(), ";Password=my;secret=x"); }),
+                AllOf(HasSubstr("after the password"), Not(HasSubstr("secret"))));
 }
 
 TEST_F(Login, ByAServiceThatIsNotDefinedSaysSo) {
