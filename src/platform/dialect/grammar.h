@@ -13,7 +13,7 @@ struct Grammar {
     bool valuesHaveSigns = false;    // a sign in front of a place is the value's
     std::string_view empty;          // of "truncate table"
     std::string_view statistics;     // of "UPDATE STATISTICS"
-    // What follows a column of ORDER BY, so that rows without a value come first, as on the servers; empty
+    // What follows a column of ORDER BY, so that rows without a value come first, as on SQL Server; empty
     // where they do by themselves.
     std::string_view ascending = {}, descending = {};
     bool ordersUnionsByResult = false;                 // by a column of the result, not by one of a table

@@ -289,6 +289,7 @@ const std::vector<std::string>& PostgresConnection::KeyOf(const std::string& tab
         " WHERE i.indrelid = to_regclass(quote_ident($1)) AND i.indisprimary",
         {table.c_str()});
     std::vector<std::string> columns;
+    columns.reserve(static_cast<std::size_t>(PQntuples(answer.get())));
     for (int row = 0; row < PQntuples(answer.get()); ++row)
         columns.emplace_back(PQgetvalue(answer.get(), row, 0));
     return keys_[table] = std::move(columns);

@@ -87,6 +87,7 @@ public:
         return connection_.Call([&] {
             CheckOpen();
             std::vector<std::string> names;
+            names.reserve(static_cast<std::size_t>(columns_));
             for (int position = 0; position < columns_; ++position) names.emplace_back(NameOf(position));
             return names;
         });

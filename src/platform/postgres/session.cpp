@@ -68,6 +68,7 @@ std::shared_ptr<const Prepared> Session::Prepare(const std::string& sql) {
     Count(PQsendDescribePrepared(link_.get(), name.c_str()));
     const Answer description = std::move(Finish().back());
     std::vector<Oid> types;
+    types.reserve(static_cast<std::size_t>(PQnparams(description.get())));
     for (int i = 0; i < PQnparams(description.get()); ++i) types.push_back(PQparamtype(description.get(), i));
     return std::make_shared<Prepared>(name, std::move(types), unused_);
 }
