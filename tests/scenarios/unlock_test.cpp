@@ -45,7 +45,8 @@ protected:
     fs::path Sheet(const std::string& table) const { return State() / "running" / table; }
 
     std::vector<std::string> AtTheTerminal(const std::vector<std::string>& arguments) const {
-        std::vector<std::string> command{IQRX_QRXCTL, "--connection", Connection(), "unlock"};
+        std::vector<std::string> command{IQRX_QRXCTL, "--connection", Connection(),
+                                         "--log-dir", logs.string(),  "unlock"};
         command.insert(command.end(), arguments.begin(), arguments.end());
         return command;
     }
