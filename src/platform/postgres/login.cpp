@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <optional>
 
 #include "platform/postgres/errors.h"
 
@@ -13,14 +12,15 @@ namespace iqrx::platform::postgres {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Deadline = std::optional<Clock::time_point>;
+using Deadline = Clock::time_point;
+constexpr Deadline kNever = Deadline::max();
 
 // False: the time is over.
-bool WaitFor(int socket, short events, const Deadline& deadline) {
+bool WaitFor(int socket, short events, Deadline deadline) {
     for (;;) {
         int milliseconds = -1;
-        if (deadline) {
-            const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - Clock::now());
+        if (deadline != kNever) {
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
             if (left.count() <= 0) return false;
             milliseconds = static_cast<int>(left.count());
         }
@@ -45,7 +45,7 @@ Link Begin(const Settings& settings) {
 
 Link LogIn(const Settings& settings) {
     const Deadline deadline =
-        settings.timeout > 0 ? Deadline(Clock::now() + std::chrono::seconds(settings.timeout)) : std::nullopt;
+        settings.timeout > 0 ? Clock::now() + std::chrono::seconds(settings.timeout) : kNever;
     Link link = Begin(settings);
     if (!link) throw std::bad_alloc();
     if (PQstatus(link.get()) == CONNECTION_BAD) RaiseLogin(link.get());
