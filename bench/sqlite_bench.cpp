@@ -8,7 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/sqlite/lexer.h"
+#include "platform/dialect/lexer.h"
+#include "platform/sqlite/grammar.h"
 #include "platform/sqlite/sqlite_database.h"
 
 namespace {
@@ -159,10 +160,10 @@ void RowsAddedThroughARecordset(benchmark::State& state) {
 BENCHMARK(RowsAddedThroughARecordset);
 
 void ReadText(benchmark::State& state) {
-    using namespace sqlite;
+    using namespace dialect;
     std::string sql;
     AppendUpdate(sql, Rows(1).front());
-    Literals literals;
+    Literals literals(sqlite::kGrammar);
     for (auto _ : state) benchmark::DoNotOptimize(ShapeOf(sql, Tokenize(sql, literals)));
     state.SetLabel(std::to_string(sql.size()) + " characters");
 }

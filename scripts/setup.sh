@@ -5,10 +5,10 @@ set -euo pipefail
 packages=(
   # build
   g++ cmake ninja-build ccache
-  libsqlite3-dev unixodbc-dev libpugixml-dev libcli11-dev libutfcpp-dev nlohmann-json3-dev libfmt-dev
+  libsqlite3-dev unixodbc-dev libpq-dev libpugixml-dev libcli11-dev libutfcpp-dev nlohmann-json3-dev libfmt-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev googletest librapidcheck-dev libbenchmark-dev
-  sqlite3 python3 tzdata libsqliteodbc odbc-postgresql tdsodbc odbcinst postgresql
+  sqlite3 python3 tzdata libsqliteodbc odbc-postgresql tdsodbc odbcinst postgresql openssl
   # checks of the source
   clang-format clang-tidy
   # the Windows build and its tests

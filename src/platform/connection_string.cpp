@@ -52,9 +52,9 @@ std::string Place(std::string_view text, std::size_t position) {
 // Keys that may follow a password. Any other may be a part of it that holds a semicolon.
 constexpr std::string_view kKnownKeys =
     ";access token;accesstoken;address;app;application name;clientcharset;commit interval;commlog;connect timeout;"
-    "data source;database;dbq;driver;dsn;encrypt;encryption;initial catalog;integrated security;mars_connection;"
+    "data source;database;dbq;driver;dsn;encrypt;encryption;host;initial catalog;integrated security;mars_connection;"
     "multipleactiveresultsets;new password;password;persist security info;port;provider;pwd;server;servername;"
-    "sslmode;tds_version;timeout;trusted_connection;trustservercertificate;uid;user;user id;username;wsid;";
+    "service;sslmode;sslrootcert;tds_version;timeout;trusted_connection;trustservercertificate;uid;user;user id;username;wsid;";
 
 bool IsKnown(std::string_view key) {
     return kKnownKeys.find(';' + Lower(key) + ';') != std::string_view::npos;
@@ -97,6 +97,16 @@ std::optional<std::string> ConnectionString::Find(std::string_view key) const {
         std::ranges::find_if(pairs_, [&](const Pair& pair) { return EqualIgnoringCase(pair.key, key); });
     if (found == pairs_.end()) return std::nullopt;
     return found->value;
+}
+
+std::vector<std::string> ConnectionString::Keys() const {
+    std::vector<std::string> keys;
+    for (const Pair& pair : pairs_) keys.push_back(pair.key);
+    return keys;
+}
+
+std::string ConnectionString::Provider() const {
+    return Find("Provider").value_or(Has("Service") ? "PostgreSQL" : "");
 }
 
 void ConnectionString::Remove(std::string_view key) {

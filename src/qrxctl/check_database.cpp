@@ -32,6 +32,8 @@ constexpr Sql<1> kProbe =
     "INSERT INTO tsfullsyncs (tablename ,starttime,finishtime ) VALUES({table name},NULL,NULL)";
 constexpr Sql<0> kEmbeddedTables = "SELECT name, sql FROM sqlite_master WHERE type = 'table'";
 constexpr Sql<0> kServerColumns = "SELECT TABLE_NAME, COLUMN_NAME, DATA_TYPE FROM INFORMATION_SCHEMA.COLUMNS";
+constexpr Sql<1> kSchemaColumns =
+    "SELECT TABLE_NAME, COLUMN_NAME, DATA_TYPE FROM INFORMATION_SCHEMA.COLUMNS WHERE TABLE_SCHEMA = {schema}";
 constexpr Sql<0> kOracleColumns =
     "SELECT TABLE_NAME, COLUMN_NAME, DATA_TYPE FROM ALL_TAB_COLUMNS"
     " WHERE OWNER = SYS_CONTEXT('USERENV', 'CURRENT_SCHEMA')";
@@ -76,14 +78,26 @@ std::vector<TableText> EmbeddedTables(runtime::DatabaseSession& database) {
     return TablesOf(script);
 }
 
-std::vector<TableText> ServerTables(runtime::DatabaseSession& database, bool oracle) {
+std::unique_ptr<platform::Recordset> ServerColumns(runtime::DatabaseSession& database, const Options& options) {
+    if (IsPostgres(options))
+        return database.OpenRecordset(kSchemaColumns(platform::Literal::Text(database.CurrentDatabase())));
+    const bool oracle = PlatformNumber(options) == runtime::kOracle;
+    return database.OpenRecordset(oracle ? kOracleColumns() : kServerColumns());
+}
+
+// The first word of a type tells it: DOUBLE PRECISION, TIMESTAMP WITHOUT TIME ZONE.
+std::string TypeOf(const platform::Value& type) {
+    const std::string name = platform::Upper(platform::ToText(type));
+    return name.substr(0, name.find(' '));
+}
+
+std::vector<TableText> ServerTables(runtime::DatabaseSession& database, const Options& options) {
     std::map<std::string, TableText> tables;
-    auto rows = database.OpenRecordset(oracle ? kOracleColumns() : kServerColumns());
+    auto rows = ServerColumns(database, options);
     for (; !rows->Eof(); rows->MoveNext()) {
         TableText& table = tables[platform::Lower(platform::ToText(rows->Field(0)))];
         table.name = platform::Lower(platform::ToText(rows->Field(0)));
-        table.columns.push_back(
-            {platform::ToText(rows->Field(1)), platform::Upper(platform::ToText(rows->Field(2)))});
+        table.columns.push_back({platform::ToText(rows->Field(1)), TypeOf(rows->Field(2))});
     }
     std::vector<TableText> list;
     list.reserve(tables.size());
@@ -187,9 +201,7 @@ bool CheckTables(const Site& site) {
         const std::vector<TableText> expected = TablesOf(ReadScript(ScriptOf(site.options, folder)));
         runtime::DatabaseSession& database = site.process.database;
         const std::vector<TableText> found =
-            IsEmbedded(site.options)
-                ? EmbeddedTables(database)
-                : ServerTables(database, PlatformNumber(site.options) == runtime::kOracle);
+            IsEmbedded(site.options) ? EmbeddedTables(database) : ServerTables(database, site.options);
         for (const TableText& table : expected)
             if (const TableText* other = FindTable(found, table.name); other == nullptr)
                 WrongTable(findings, table.name, "is missing", "qrxctl init");

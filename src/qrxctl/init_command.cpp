@@ -41,10 +41,11 @@ void ApplySchema(hosting::Composition& parts, runtime::DatabaseSession& session,
     const bool embedded = parts.ApplyEmbeddedSchema(options.connection, ReadScript(folder / "sqlite.sql"));
     session.OpenDatabase(options.connection, options.database, PlatformNumber(options));
     if (embedded) return;
-    if (PlatformNumber(options) == runtime::kOracle)
-        for (const std::string& block : Blocks(ReadScript(folder / "oracle.sql"))) session.Execute(block);
+    const std::filesystem::path script = ScriptOf(options, folder);
+    if (script.filename() == "oracle.sql")
+        for (const std::string& block : Blocks(ReadScript(script))) session.Execute(block);
     else
-        session.Execute(ReadScript(folder / "sqlserver.sql"));
+        session.Execute(ReadScript(script));
 }
 
 // Cells of the reader's row by column name, as literals.

@@ -11,7 +11,7 @@ namespace iqrx::qrxctl {
 namespace {
 
 bool IsEmbedded(const platform::ConnectionString& keys) {
-    return platform::EqualIgnoringCase(keys.Find("Provider").value_or(""), "SQLite");
+    return platform::EqualIgnoringCase(keys.Provider(), "SQLite");
 }
 
 // Of a text that is not a list of keys, which some providers take.
@@ -38,7 +38,7 @@ std::string DatabaseName(const Options& options) {
     if (IsEmbedded(*keys))
         return platform::Utf8(platform::Path(keys->Find("Data Source").value_or("")).filename());
     std::string name;
-    for (const char* key : {"Server", "Servername", "Data Source", "DSN"})
+    for (const char* key : {"Server", "Servername", "Host", "Data Source", "DSN", "Service"})
         if (name.empty()) name = keys->Find(key).value_or("");
     std::string database = options.database;
     for (const char* key : {"Database", "Initial Catalog"})
@@ -49,6 +49,11 @@ std::string DatabaseName(const Options& options) {
 bool IsEmbedded(const Options& options) {
     const auto keys = KeysOf(options.connection);
     return keys && IsEmbedded(*keys);
+}
+
+bool IsPostgres(const Options& options) {
+    const auto keys = KeysOf(options.connection);
+    return keys && platform::EqualIgnoringCase(keys->Provider(), "PostgreSQL");
 }
 
 std::vector<std::string> CatalogTables(hosting::Composition& parts, const Options& options) {

@@ -18,6 +18,7 @@ std::string DatabaseName(const Options& options);
 
 // Whether the database is a file that is read here, row by row, to count its rows.
 bool IsEmbedded(const Options& options);
+bool IsPostgres(const Options& options);
 
 // The tables of the options' group, in the catalog's order, as a look that writes nothing finds them. Raises
 // RuntimeError, and UsageError for a group that is not there.

@@ -119,6 +119,7 @@ const TableText* FindTable(std::span<const TableText> tables, std::string_view n
 
 std::filesystem::path ScriptOf(const Options& options, const std::filesystem::path& schemaFolder) {
     if (IsEmbedded(options)) return schemaFolder / "sqlite.sql";
+    if (IsPostgres(options)) return schemaFolder / "postgresql.sql";
     return schemaFolder / (PlatformNumber(options) == runtime::kOracle ? "oracle.sql" : "sqlserver.sql");
 }
 

@@ -24,7 +24,7 @@ struct TableText {
 std::vector<TableText> TablesOf(std::string_view script);
 const TableText* FindTable(std::span<const TableText> tables, std::string_view name);
 
-// sqlite.sql, sqlserver.sql or oracle.sql, whichever is for the options' database.
+// sqlite.sql, postgresql.sql, sqlserver.sql or oracle.sql, whichever is for the options' database.
 std::filesystem::path ScriptOf(const Options& options, const std::filesystem::path& schemaFolder);
 std::string ReadScript(const std::filesystem::path& file);  // raises RuntimeError
 

@@ -26,6 +26,9 @@ constexpr runtime::Sql<0> kRows = "SELECT count(*) FROM {table}";
 constexpr runtime::Sql<0> kNoRows = "SELECT * FROM {table} WHERE 1=0";
 constexpr runtime::Sql<0> kEachRow = "SELECT upd_flag FROM {table}";
 
+// Of a table; PostgreSQL has a state of its own for it.
+bool SaysMissing(std::string_view sqlState) { return sqlState == "42S02" || sqlState == "42P01"; }
+
 void TakeRun(TableStatus& status, const journal::RunEntry& entry) {
     ++status.runs[entry.outcome];
     if (entry.outcome == "in use") return;
@@ -84,7 +87,7 @@ private:
             Count(session, status);
         } catch (const platform::RuntimeError& error) {
             const platform::Errors* errors = session.LastErrors();
-            status.isMissing = errors && !errors->empty() && errors->front().sqlState == "42S02";
+            status.isMissing = errors && !errors->empty() && SaysMissing(errors->front().sqlState);
             status.problem = status.isMissing ? "no such table" : platform::OneLine(error.description);
         }
         return status;

@@ -4,10 +4,9 @@
 
 #include <fstream>
 
-#include "erp/extract/extract_erp.h"
-#include "hosting/dispatch.h"
 #include "platform/sqlite/sqlite_database.h"
 #include "runtime/sql.h"
+#include "support/any_extract.h"
 #include "support/test_process.h"
 #include "support/twin_database.h"
 
@@ -15,103 +14,6 @@ namespace iqrx::testing {
 namespace {
 
 using ::testing::IsEmpty;
-
-// An ERP that only hears of a table's layout.
-struct LayoutProbe : erp::ErpProvider {
-    struct Erp : erp::Erp {
-        explicit Erp(erp::TableLayout& found) : layout(found) {}
-        platform::ObjectRef CreateManager(const erp::TableLayout& asked) override {
-            layout = asked;
-            platform::RaiseRuntimeError(platform::kObjectNotSet);
-        }
-        platform::ObjectRef CreateRecord(const erp::TableLayout&) override { return {}; }
-        platform::ObjectRef CreateObject(std::string_view) override { return {}; }
-        erp::TableLayout& layout;
-    };
-    std::unique_ptr<erp::Erp> Open(const std::string&, const erp::Notice&) override {
-        return std::make_unique<Erp>(layout);
-    }
-    erp::TableLayout layout;
-};
-
-erp::TableLayout LayoutOf(const control::TableRoutine& routine) {
-    LayoutProbe probe;
-    RecordingDatabase nowhere;
-    TestProcess process(nowhere, probe);
-    process.OpenDatabase();
-    EXPECT_THROW(routine.copy({process.run, std::string(routine.table), "", control::kFull}),
-                 platform::RuntimeError);
-    return probe.layout;
-}
-
-using Texts = std::vector<std::string>;
-
-// What a field of the extract may hold; few keys, so that changes meet rows that are there.
-std::string AnyCell(const erp::FieldLayout& field) {
-    const auto one = [](const Texts& cells) { return *rc::gen::elementOf(cells); };
-    if (field.status) return one({"5", "10", "15", "20", "23", "25", "35"});
-    switch (field.kind) {
-        case erp::FieldKind::Whole:
-            return field.key ? one({"0", "1", "2", "9999"}) : one({"0", "1", "2", "10", "255"});
-        case erp::FieldKind::Real:
-            return field.key ? one({"0.5", "12.25", "999"})
-                             : one({"0", "0.1", "0.30000000000000004", "-12.5", "0.000000000000000001", "5",
-                                    "123456789012345", "1000000000000000", "12345678901234567890",
-                                    "0.666666666666667", "-0.0", "1000000000000000000000000000000"});
-        case erp::FieldKind::Date:
-            return one({"", "1970-01-01 00:00:00", "2009-07-01 12:00:00", "2026-02-28 23:59:59",
-                        "9999-12-31 00:00:00", "1969-12-31 23:59:59"});
-        case erp::FieldKind::Text:
-            break;
-    }
-    if (field.key) return one({"A", "B", "O'", "''", "%", "0"});
-    return one({"",
-                " ",
-                "O'Brien",
-                "''",
-                "'",
-                "5",
-                "-5",
-                "1E+5",
-                "NULL",
-                "N'x'",
-                "a\nb",
-                "a\r\nb",
-                "{braces}",
-                "?",
-                "\\",
-                "CONVERT(DATETIME,'',120)",
-                "2009-05-07 08:00:00",
-                "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80",
-                "\x7f",
-                std::string(300, '\'')});
-}
-
-std::string Quoted(const std::string& cell) {
-    std::string quoted = "\"";
-    for (const char c : cell) quoted.append(c == '"' ? 2 : 1, c);
-    return quoted + "\"";
-}
-
-std::string AnyRow(const erp::TableLayout& layout) {
-    std::string row;
-    for (const erp::FieldLayout& field : layout.fields)
-        row += (row.empty() ? "" : ",") + Quoted(AnyCell(field));
-    return row + "\n";
-}
-
-std::string Header(const erp::TableLayout& layout) {
-    std::string header;
-    for (const erp::FieldLayout& field : layout.fields)
-        header += (header.empty() ? "" : ",") + std::string(field.field);
-    return header + "\n";
-}
-
-struct ExtractErps : erp::ErpProvider {
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice&) override {
-        return erp::extract::OpenExtract(runParameter);
-    }
-};
 
 // A site whose ERP is a directory and whose database is two.
 struct Site {
@@ -127,9 +29,6 @@ struct Site {
         process.process.runLog.SetLogFileName((directory.path / "tcccp030_20260304.log").string());
         process.process.runLog.KeepErrors(process.process.database.LastErrors());
     }
-    void Write(const std::string& file, const std::string& content) {
-        std::ofstream(directory.path / file, std::ios::binary) << content;
-    }
     void Copy(const control::TableRoutine& routine, platform::Integer syncMethod) {
         process.run.counters = {};
         routine.copy({process.run, std::string(routine.table), directory.path.string(), syncMethod});
@@ -139,7 +38,8 @@ struct Site {
 
     TemporaryDirectory directory;
     ExtractErps erps;
-    TwinDatabases databases{directory.path / "bound.db", directory.path / "texts.db"};
+    const std::filesystem::path bound = directory.path / "bound.db", texts = directory.path / "texts.db";
+    TwinDatabases databases{EmbeddedTwin(bound), EmbeddedTwin(texts, true), true};
     TestProcess process{databases, erps};
 };
 
@@ -153,24 +53,17 @@ TEST_P(BothWays, LeaveTheSameRowsAndCountsOfEveryTable) {
         const std::string table(routine.table);
         if (table == "tcccp030") continue;  // comes from the calendar service
         SCOPED_TRACE(table);
-        const erp::TableLayout layout = LayoutOf(routine);
         EXPECT_TRUE(rc::check(table, [&] {
             Site site(GetParam());
             site.process.process.database.Execute("INSERT INTO tstables(tablename, FilterFlag) VALUES(N'" +
                                                   table + "', 127)");
             site.databases.unbound.clear();  // that text
-            std::string records = Header(layout), trail = "changed_at,change," + Header(layout);
-            for (int i = 0; i < 20; ++i) records += AnyRow(layout);
-            for (int i = 0; i < 10; ++i)
-                trail +=
-                    "2026-03-04 12:00:00," + *rc::gen::elementOf(Texts{"I", "U", "D"}) + "," + AnyRow(layout);
-            site.Write(table + ".csv", records);
-            site.Write(table + ".audit.csv", trail);
+            WriteAnyExtract(routine, site.directory.path);
             site.Copy(routine, control::kFull);
             site.Copy(routine, control::kFull);  // over rows that are there
             site.process.clock.now = At("2026-03-05 05:06:07");
             site.Copy(routine, control::kIncremental);
-            site.databases.ExpectEqual();
+            ExpectEqualFiles(site.bound, site.texts);
             RC_ASSERT(site.databases.statements > 15);
             RC_ASSERT(site.databases.unbound.empty());
             RC_ASSERT(!::testing::Test::HasFailure());
@@ -181,18 +74,13 @@ TEST_P(BothWays, LeaveTheSameRowsAndCountsOfEveryTable) {
 // Oracle's days go to the server unescaped: only the text says what they are.
 TEST_P(BothWays, LeaveTheSameCalendars) {
     Site site(GetParam());
-    site.Write("calendars.csv",
-               "calendar,availability_type,start_date,start_time,end_date,end_time,cumulative_time,"
-               "cumulative_capacity,start_utc,end_utc\n"
-               "C'1,N'X,2026-03-01,800,2026-03-03,1730,45.00,1.00,2026-03-01 07:00:00,2026-03-03 16:30:00\n"
-               "C'1,'',2026-03-04,2359,2026-03-04,1,,,,\n"
-               "C2,,2026-03-05,0,2026-03-06,2400,'0.1',1E5,2026-03-05 00:00:00,\n");
+    std::ofstream(site.directory.path / "calendars.csv", std::ios::binary) << kAnyCalendars;
     const control::TableRoutine& calendars = hosting::Tables().back();
     for (const platform::Integer method : {control::kFull, control::kIncremental}) {
         calendars.copy({site.process.run, "tcccp030", site.directory.path.string(), method});
         site.process.process.database.Commit();
     }
-    site.databases.ExpectEqual();
+    ExpectEqualFiles(site.bound, site.texts);
     EXPECT_EQ(site.databases.unbound.empty(), !onOracle);
 }
 
@@ -216,7 +104,7 @@ TEST_P(BothWays, LeaveTheSameOfAnyValue) {
                                  literals.QuoteSqlString(text), date.value_or(platform::Literal()),
                                  literals.QuoteSqlString("1"), platform::Literal::Whole(-whole)));
         database.Commit();
-        site.databases.ExpectEqual();
+        ExpectEqualFiles(site.bound, site.texts);
         RC_ASSERT(!::testing::Test::HasFailure());
     }));
     EXPECT_THAT(site.databases.unbound, IsEmpty());

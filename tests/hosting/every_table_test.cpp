@@ -30,6 +30,7 @@ const std::vector<Entry> kOfEveryTable{
     {"schema/sqlite.sql", R"(\nCREATE TABLE IF NOT EXISTS {table} \()"},
     {"schema/sqlserver.sql", R"(\nCREATE TABLE {table} \()"},
     {"schema/oracle.sql", R"('CREATE TABLE {table} \()"},
+    {"schema/postgresql.sql", R"(\nCREATE TABLE IF NOT EXISTS {table} \()"},
     {"docs/local-database.md", R"(\n\| `{table}` \| [^|]+ \|)"},
     {"tests/golden/{table}.full.sqlserver.txt", R"(execute \[[^\]]*{table})"},
     {"tests/golden/{table}.full.oracle.txt", R"(execute \[[^\]]*{table})"},
@@ -91,8 +92,9 @@ void ExpectDispatched(const std::string& where, const std::string& text, const s
 
 TEST(EveryTable, ThatAFileNamesIsInTheDispatchList) {
     ExpectDispatched("src/tables", Text(kRoot / "src/tables"), R"re(\.name = "(\w+)")re");
-    for (const char* file : {"schema/catalog.csv", "schema/sqlite.sql", "schema/sqlserver.sql",
-                             "schema/oracle.sql", "packaging/ErpClasses.ini", "docs/local-database.md"})
+    for (const char* file :
+         {"schema/catalog.csv", "schema/sqlite.sql", "schema/sqlserver.sql", "schema/oracle.sql",
+          "schema/postgresql.sql", "packaging/ErpClasses.ini", "docs/local-database.md"})
         ExpectDispatched(file, Text(kRoot / file), R"(\b(t[cs][a-z]{3}\d{3})\b)");
     for (const char* directory : {"sample", "tests/golden"}) {
         std::string names;

@@ -131,8 +131,11 @@ protected:
 // Exclusive sections of two connections at the same moment.
 class LockContract : public FrameContract {};
 
-// Adapters that group writes, and those that keep each by itself.
-class GroupContract : public FrameContract {};
+// Adapters whose units stand or fall together, and those of which each write stands by itself in a unit, too.
+class UnitContract : public FrameContract {};
+class NoUnitContract : public FrameContract {};
+
+// Adapters that keep each write by itself.
 class NoGroupContract : public FrameContract {};
 
 // Adapters that group writes for long, on servers on which a commit may fail by itself.

@@ -157,7 +157,7 @@ TEST_P(LockContract, OneOfTwoThatMissARowAtTheSameMomentAddsIt) {
     EXPECT_THAT(KeysThatOthersSee(), SizeIs(50));
 }
 
-TEST_P(GroupContract, AFailingUnitLeavesNothing) {
+TEST_P(UnitContract, AFailingUnitLeavesNothing) {
     GivenItems({Item(1, "old")});
     connection->Commit();
 
@@ -175,7 +175,7 @@ TEST_P(GroupContract, AFailingUnitLeavesNothing) {
     EXPECT_THAT(KeysThatOthersSee(), ElementsAre(1, 3));
 }
 
-TEST_P(GroupContract, AUnitBeginsWithTheRowThatARecordsetDeletes) {
+TEST_P(UnitContract, AUnitBeginsWithTheRowThatARecordsetDeletes) {
     GivenItems({Item(1, "old")});
     connection->Commit();
 
@@ -188,7 +188,7 @@ TEST_P(GroupContract, AUnitBeginsWithTheRowThatARecordsetDeletes) {
     EXPECT_THAT(KeysThatOthersSee(), ElementsAre(1));
 }
 
-TEST_P(GroupContract, AUnitIsNotKeptInParts) {
+TEST_P(UnitContract, AUnitIsNotKeptInParts) {
     GivenItems({});
     connection->Commit();
 
@@ -212,7 +212,7 @@ TEST_P(NoGroupContract, EachWriteIsKeptWhenItIsReportedDone) {
     EXPECT_THAT(KeysThatOthersSee(), ElementsAre(1, 2));
 }
 
-TEST_P(NoGroupContract, EachWriteOfAUnitStandsByItself) {
+TEST_P(NoUnitContract, EachWriteOfAUnitStandsByItself) {
     GivenItems({});
 
     EXPECT_THROW(connection->RunAsUnit([&] {

@@ -55,7 +55,7 @@ INSTANTIATE_TEST_SUITE_P(Embedded, BatchContract, kEmbedded, NameOf);
 INSTANTIATE_TEST_SUITE_P(Embedded, AnyNameContract, kEmbedded, NameOf);
 INSTANTIATE_TEST_SUITE_P(Embedded, FrameContract, kEmbedded, NameOf);
 INSTANTIATE_TEST_SUITE_P(Embedded, LockContract, kEmbedded, NameOf);
-INSTANTIATE_TEST_SUITE_P(Embedded, GroupContract, kEmbedded, NameOf);
+INSTANTIATE_TEST_SUITE_P(Embedded, UnitContract, kEmbedded, NameOf);
 
 const auto kLate = ::testing::Values(AdapterMaker{"File", [] { return std::make_unique<Late>(); }});
 

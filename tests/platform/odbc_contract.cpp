@@ -109,7 +109,8 @@ INSTANTIATE_TEST_SUITE_P(OdbcSqlite, FrameContract, kSqlite, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcSqlite, LockContract,
                          Values(Sqlite("EachByItself", kShortWait), Sqlite("Grouped", kGroupedShortWait)),
                          NameOf);
-INSTANTIATE_TEST_SUITE_P(OdbcSqlite, GroupContract, Values(Sqlite("Grouped", kGrouped)), NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcSqlite, UnitContract, Values(Sqlite("Grouped", kGrouped)), NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcSqlite, NoUnitContract, Values(Sqlite("EachByItself", kEachByItself)), NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcSqlite, NoGroupContract, Values(Sqlite("EachByItself", kEachByItself)), NameOf);
 
 const auto kPostgres = Values(Postgres("EachByItself", kEachByItself), Postgres("Grouped", kGrouped));
@@ -120,7 +121,8 @@ INSTANTIATE_TEST_SUITE_P(OdbcPostgres, BatchContract, kPostgres, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, OneNameContract, kPostgres, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, FrameContract, kPostgres, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, LockContract, kPostgres, NameOf);
-INSTANTIATE_TEST_SUITE_P(OdbcPostgres, GroupContract, Values(Postgres("Grouped", kGrouped)), NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, UnitContract, Values(Postgres("Grouped", kGrouped)), NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, NoUnitContract, Values(Postgres("EachByItself", kEachByItself)), NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, NoGroupContract, Values(Postgres("EachByItself", kEachByItself)),
                          NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, LateFailureContract,

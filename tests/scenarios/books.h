@@ -21,7 +21,6 @@ struct PastRun {
 
 class SiteWithBooks : public Site {
 protected:
-    fs::path State() const { return directory / "scheduling.db.state"; }
     void GivenRuns(const std::vector<PastRun>& runs) const;
     void GivenHistoryLine(const std::string& line) const;
     // Of "tsmdm030"; what the clock and the uptime were then does not matter to who reads.

@@ -77,7 +77,7 @@ TEST_F(ASiteThatIsChecked, IsLeftAsItIs) {
     EXPECT_EQ(Check().exitCode, 0);
     EXPECT_THAT(Rows("SELECT * FROM tsfullsyncs"), IsEmpty());
     EXPECT_TRUE(fs::is_empty(logs));
-    EXPECT_FALSE(fs::exists(directory / "scheduling.db.state"));
+    EXPECT_FALSE(fs::exists(State()));
 }
 
 TEST_F(ASiteThatIsChecked, IsSilentWhenNothingIsWrongAndAsked) {
@@ -238,8 +238,8 @@ TEST_F(ASiteThatIsChecked, HasNoLockWithoutAProcess) {  // A3
                 AllOf(HasSubstr("tssoc200 is locked by a program"), HasSubstr("-> qrxctl unlock tssoc200")));
     char host[256] = {};
     gethostname(host, sizeof host - 1);
-    fs::create_directories(directory / "scheduling.db.state" / "running");
-    GivenFile(directory / "scheduling.db.state" / "running" / "tssoc200",
+    fs::create_directories(State() / "running");
+    GivenFile(State() / "running" / "tssoc200",
               std::string(R"({"table":"tssoc200","since":"2026-11-21T10:36:19+01:00","pid":99999999,"host":")") +
                   host + "\"}");
     ExpectWrong("lock", "tssoc200 locked since 2026-11-21 10:36:19 (");
@@ -259,7 +259,7 @@ TEST_F(ASiteThatIsChecked, KeepsItsPasswordToItself) {  // B4
 }
 
 TEST_F(ASiteThatIsChecked, HasAStateDirectoryThatIsOne) {
-    GivenFile(directory / "scheduling.db.state", "a file");
+    GivenFile(State(), "a file");
     ExpectWrong("state", "scheduling.db.state");
 }
 
@@ -268,7 +268,7 @@ TEST_F(ASiteThatIsChecked, IsToldAsJson) {
     EXPECT_THAT(json, StartsWith("{\"schema\":1,"));
     for (std::size_t at = 0; (at = json.find('\'', at)) != std::string::npos; at += 2)
         json.insert(at, 1, '\'');
-    EXPECT_EQ(Cell("SELECT json_extract('" + json + "', '$.wrong')"), "0");
+    EXPECT_EQ(JsonCell("SELECT json_extract('" + json + "', '$.wrong')"), "0");
 }
 
 }  // namespace

@@ -157,7 +157,9 @@ TEST_F(ACrashInMidCopy, LeavesTheTableLockedWithItsRowsMarkedAndNoneLost) {
     EXPECT_EQ(Count("upd_flag = 1"), 10);
     EXPECT_THAT(Count(), AllOf(Gt(10), Lt(kRows + 5)));
     EXPECT_EQ(LastUpdate("tsmdm030"), "NULL");
-    EXPECT_EQ(Cell("PRAGMA integrity_check"), "ok");
+    if (!OnPostgres()) {
+        EXPECT_EQ(Cell("PRAGMA integrity_check"), "ok");
+    }
     EXPECT_THAT(Qrxctl({"status"}).out,
                 ::testing::ContainsRegex("tsmdm030 .* (locked, unknown|LOCKED, no process)"));
 }

@@ -1,9 +1,11 @@
 // Copying as an administrator sees it: in full, then what changed, and what the applications find each time.
 #include <algorithm>
 #include <cmath>
+#include <ctime>
 #include <regex>
 
 #include "platform/csv_reader.h"
+#include "platform/date.h"
 #include "scenarios/site.h"
 
 namespace iqrx::testing {
@@ -116,9 +118,8 @@ TEST_F(ServiceTypes, KeepTheirLastUpdateInLocalTimeAfterAFullAndInUtcAfterAnIncr
     GivenExtract("tsmdm030.audit.csv", kServiceTypeChanges);
     const Environment twelveHoursEast{{"TZ", "XXX-12"}};
     const auto hoursAfterUtc = [&] {
-        return std::lround(
-            std::stod(Cell("SELECT (julianday(lutm) - julianday('now')) * 24 FROM tstables "
-                           "WHERE tablename = 'tsmdm030'")));
+        const auto update = platform::ParseIsoDate(LastUpdate("tsmdm030"));
+        return std::lround(static_cast<double>(update->secondsSince1970 - std::time(nullptr)) / 3600);
     };
 
     Qrxctl({"copy", "tsmdm030", "--full"}, twelveHoursEast);

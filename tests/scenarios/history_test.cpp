@@ -162,7 +162,7 @@ TEST_F(TheHistory, IsOneObjectOfJson) {
     const std::string json = Qrxctl({"history", "--json"}).out;
     EXPECT_THAT(Lines(json), SizeIs(1));
     const auto from = [&](const std::string& path) {
-        return Cell("SELECT json_extract('" + json + "', '$." + path + "')");
+        return JsonCell("SELECT json_extract('" + json + "', '$." + path + "')");
     };
     EXPECT_EQ(from("schema"), "1");
     EXPECT_EQ(from("runs[0].run"), "20261121-110000");

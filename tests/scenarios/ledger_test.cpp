@@ -89,7 +89,7 @@ protected:
     }
     long CopiedBy(const Finished& run) const {
         const std::string line = Lines(run.out).at(0);
-        return std::stol(Cell("SELECT json_extract('" + line + "', '$.copied')"));
+        return std::stol(JsonCell("SELECT json_extract('" + line + "', '$.copied')"));
     }
     std::vector<std::string> Types() const { return Rows("SELECT cstp FROM tsmdm030 ORDER BY cstp"); }
 

@@ -81,7 +81,7 @@ TEST_F(ASample, SaysWhatItWrote) {
     EXPECT_THAT(run.out,
                 AllOf(::testing::StartsWith("ok"), HasSubstr("37 files"), HasSubstr("3 orders, 2 changes")));
     EXPECT_EQ(Write({"-q"}).out, "");
-    EXPECT_EQ(Cell("SELECT json_extract('" + Write({"--json"}).out + "', '$.files')"), "37");
+    EXPECT_EQ(JsonCell("SELECT json_extract('" + Write({"--json"}).out + "', '$.files')"), "37");
 }
 
 // Who writes the sample of the source tree anew is not asked for --force.

@@ -1,6 +1,5 @@
 #include "scenarios/site.h"
 
-#include <sqlite3.h>
 #include <stdlib.h>
 
 #include <ctime>
@@ -18,17 +17,6 @@ fs::path NewDirectory() {
     return name;
 }
 
-using Database = std::unique_ptr<sqlite3, decltype(&sqlite3_close)>;
-
-Database OpenDatabase(const fs::path& file) {
-    sqlite3* handle = nullptr;
-    const int code = sqlite3_open_v2(file.c_str(), &handle, SQLITE_OPEN_READWRITE, nullptr);
-    Database database(handle, sqlite3_close);
-    if (code != SQLITE_OK) throw std::runtime_error("cannot open " + file.string());
-    sqlite3_busy_timeout(handle, 30'000);
-    return database;
-}
-
 }  // namespace
 
 std::string Request::Text(std::size_t arguments) const {
@@ -39,7 +27,10 @@ std::string Request::Text(std::size_t arguments) const {
     return text;
 }
 
-Site::Site() : directory(NewDirectory()) {
+Site::Site(bool onServer)
+    : directory(NewDirectory()),
+      onServer_(onServer),
+      rows_(onServer ? PostgresSiteDatabase() : EmbeddedSiteDatabase(database)) {
     fs::create_directory(extract);
     fs::create_directory(logs);
     const Finished init = Qrxctl({"init"});
@@ -92,21 +83,6 @@ Finished Site::Qrxctl(std::vector<std::string> arguments, const Environment& env
 Finished Site::BareQrxctl(std::vector<std::string> arguments, const Environment& environment) const {
     arguments.insert(arguments.begin(), IQRX_QRXCTL);
     return RunToEnd(arguments, directory, environment);
-}
-
-std::vector<std::string> Site::RowsOf(const fs::path& database, const std::string& sql) {
-    const Database handle = OpenDatabase(database);
-    std::vector<std::string> rows;
-    const auto keep = [](void* into, int columns, char** cells, char**) {
-        std::string row;
-        for (int i = 0; i < columns; ++i)
-            row += (i > 0 ? "|" : "") + std::string(cells[i] ? cells[i] : "NULL");
-        static_cast<std::vector<std::string>*>(into)->push_back(row);
-        return 0;
-    };
-    if (sqlite3_exec(handle.get(), sql.c_str(), keep, &rows, nullptr) != SQLITE_OK)
-        throw std::runtime_error(sql + ": " + sqlite3_errmsg(handle.get()));
-    return rows;
 }
 
 std::string Site::Cell(const std::string& sql) const { return Rows(sql).at(0); }

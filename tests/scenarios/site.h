@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "scenarios/child.h"
+#include "scenarios/site_database.h"
 
 namespace iqrx::testing {
 
@@ -28,12 +29,14 @@ inline const char* const kIncremental = "2";
 
 class Site : public ::testing::Test {
 protected:
-    Site();
+    Site() : Site(OnPostgres()) {}
     ~Site() override;
 
     // The sample that the source tree carries, and a run parameter for any other extract.
     static fs::path Sample();
-    std::string Connection() const { return "Provider=SQLite;Data Source=" + database.string(); }
+    std::string Connection() const { return rows_->Connection(); }
+    // Where the programs keep their books.
+    fs::path State() const { return onServer_ ? logs / ".qrx" : directory / "scheduling.db.state"; }
     Request FullCopy() const;
     Request IncrementalCopy() const;
 
@@ -51,9 +54,16 @@ protected:
     Finished BareQrxctl(std::vector<std::string> arguments, const Environment& environment = {}) const;
 
     // What a reading application finds: a line per row, cells joined by '|', NULL for Null.
-    std::vector<std::string> Rows(const std::string& sql) const { return RowsOf(database, sql); }
-    static std::vector<std::string> RowsOf(const fs::path& database, const std::string& sql);
+    std::vector<std::string> Rows(const std::string& sql) const { return rows_->Rows(sql); }
+    static std::vector<std::string> RowsOf(const fs::path& database, const std::string& sql) {
+        return EmbeddedSiteDatabase(database)->Rows(sql);
+    }
     std::string Cell(const std::string& sql) const;
+    // What the functions that the embedded database has for JSON find in a text.
+    static std::vector<std::string> JsonRows(const std::string& sql) {
+        return EmbeddedSiteDatabase(":memory:")->Rows(sql);
+    }
+    static std::string JsonCell(const std::string& sql) { return JsonRows(sql).at(0); }
     void Execute(const std::string& sql) const;
     std::vector<std::string> CatalogTables() const;  // in the order of their ids
     std::string LastUpdate(const std::string& table) const;
@@ -68,6 +78,13 @@ protected:
     const fs::path database = directory / "scheduling.db";
     const fs::path extract = directory / "extract";
     const fs::path logs = directory / "log";
+
+protected:
+    explicit Site(bool onServer);
+
+private:
+    const bool onServer_;
+    const std::unique_ptr<SiteDatabase> rows_;
 };
 
 // Five service types as an ERP has them, a day's changes to them, and what the local table then holds.

@@ -38,9 +38,9 @@ protected:
     std::string FromJson(const Finished& run, const std::string& path, const std::string& table = "") const {
         std::string json;
         for (const char c : run.out) json += c == '\'' ? "''" : std::string(1, c);
-        if (table.empty()) return Cell("SELECT json_extract('" + json + "', '$." + path + "')");
-        return Cell("SELECT json_extract(value, '$." + path + "') FROM json_each('" + json +
-                    "', '$.tables') WHERE json_extract(value, '$.table') = '" + table + "'");
+        if (table.empty()) return JsonCell("SELECT json_extract('" + json + "', '$." + path + "')");
+        return JsonCell("SELECT json_extract(value, '$." + path + "') FROM json_each('" + json +
+                        "', '$.tables') WHERE json_extract(value, '$.table') = '" + table + "'");
     }
     // As somebody who is neither the files' owner nor of their group, nor the superuser.
     Finished AsAMonitor(const std::vector<std::string>& arguments) const {

@@ -31,7 +31,7 @@ protected:
     }
     std::vector<std::string> ServiceTypes() const { return Rows("SELECT cstp FROM tsmdm030 ORDER BY cstp"); }
 
-    const fs::path undo = directory / "scheduling.db.state" / "undo";
+    const fs::path undo = State() / "undo";
 };
 
 TEST_F(RemovedRows, AreBroughtBackAsTheyWere) {
@@ -109,7 +109,7 @@ TEST_F(RemovedRows, AreThoseOfOneRun) {
 
 TEST_F(RemovedRows, AreToldAsJsonOrNotAtAll) {
     EXPECT_EQ(Undo({"-q"}).out, "");
-    EXPECT_EQ(Cell("SELECT json_extract('" + Undo({"--json"}).out + "', '$.tables[0].outcome')"),
+    EXPECT_EQ(JsonCell("SELECT json_extract('" + Undo({"--json"}).out + "', '$.tables[0].outcome')"),
               "undone before");
 }
 
@@ -120,7 +120,7 @@ TEST_F(Initialising, SaysWhatIsInPlaceAndWhatIsNew) {  // D
     Execute("DELETE FROM tstables WHERE tablename = 'tsmdm105'");
     EXPECT_EQ(Qrxctl({"init"}).out, "ok  28 tables, 19 catalog entries, 1 new\n");
     EXPECT_EQ(Qrxctl({"init", "-q"}).out, "");
-    EXPECT_EQ(Cell("SELECT json_extract('" + Qrxctl({"init", "--json"}).out + "', '$.new_entries')"), "0");
+    EXPECT_EQ(JsonCell("SELECT json_extract('" + Qrxctl({"init", "--json"}).out + "', '$.new_entries')"), "0");
 }
 
 TEST_F(Initialising, ShowsTheStatementOfATable) {

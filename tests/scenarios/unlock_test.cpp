@@ -35,7 +35,8 @@ protected:
     fs::path Sheet(const std::string& table) const { return State() / "running" / table; }
 
     std::vector<std::string> AtTheTerminal(const std::vector<std::string>& arguments) const {
-        std::vector<std::string> command{IQRX_QRXCTL, "--connection", Connection(), "unlock"};
+        std::vector<std::string> command{IQRX_QRXCTL, "--connection", Connection(),
+                                         "--log-dir", logs.string(),  "unlock"};
         command.insert(command.end(), arguments.begin(), arguments.end());
         return command;
     }
@@ -171,9 +172,9 @@ TEST_F(ALockedTable, IsToldAsJson) {
     const Finished run = Qrxctl({"unlock", "tsmdm030", "tsmdm100", "--yes", "--json"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_THAT(Lines(run.out), SizeIs(1));
-    EXPECT_THAT(Rows("SELECT json_extract(value, '$.table'), json_extract(value, '$.outcome'),"
-                     " json_extract(value, '$.holder.pid') FROM json_each('" +
-                     run.out + "', '$.tables')"),
+    EXPECT_THAT(JsonRows("SELECT json_extract(value, '$.table'), json_extract(value, '$.outcome'),"
+                         " json_extract(value, '$.holder.pid') FROM json_each('" +
+                         run.out + "', '$.tables')"),
                 ::testing::ElementsAre("tsmdm030|released|99999999", "tsmdm100|not locked|NULL"));
 }
 

@@ -127,7 +127,7 @@ TEST(Scripts, CreateTheSameTablesWithTheSameColumnsAndKeysOnEveryDatabase) {
     for (const control::TableRoutine& routine : hosting::Tables()) {
         EXPECT_TRUE(embedded.contains(std::string(routine.table))) << routine.table;
     }
-    for (const char* other : {"schema/sqlserver.sql", "schema/oracle.sql"}) {
+    for (const char* other : {"schema/sqlserver.sql", "schema/oracle.sql", "schema/postgresql.sql"}) {
         const auto tables = TablesOf(Text(kRoot / other));
         EXPECT_THAT(tables, SizeIs(embedded.size()));
         for (const auto& [name, table] : embedded) {

@@ -64,16 +64,32 @@ int WaitFor(pid_t process) {
 
 }  // namespace
 
-PostgresServer::PostgresServer() : programs_(FindPrograms()) {
+PostgresServer::PostgresServer(PostgresOptions options)
+    : options_(std::move(options)), programs_(FindPrograms()) {
     const passwd* user = ServerUser();
     std::string pattern = (fs::temp_directory_path() / "database_contract.XXXXXX").string();
     if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary directory can be made");
     directory_ = pattern;
     if (user && chown(pattern.c_str(), user->pw_uid, user->pw_gid) != 0)
         throw std::runtime_error("the temporary directory can't be given to the server's user");
-    if (RunToEnd({Program("initdb"), "-D", (directory_ / "data").string(), "-U", "postgres", "-A", "trust",
-                  "-E", "UTF8", "--locale=C", "--no-sync"}) != 0)
-        throw std::runtime_error("initdb failed: " + Output());
+    std::vector<std::string> make{Program("initdb"),
+                                  "-D",
+                                  (directory_ / "data").string(),
+                                  "-U",
+                                  "postgres",
+                                  "-E",
+                                  "UTF8",
+                                  "--locale=C",
+                                  "--no-sync",
+                                  "-A",
+                                  options_.password.empty() ? "trust" : "scram-sha-256"};
+    if (!options_.password.empty()) {
+        const fs::path file = directory_ / "password";
+        std::ofstream(file) << options_.password << '\n';
+        make.push_back("--pwfile=" + file.string());
+    }
+    if (RunToEnd(make) != 0) throw std::runtime_error("initdb failed: " + Output());
+    if (options_.listens == PostgresOptions::Listens::TcpWithTls) MakeCertificate();
     Start();
 }
 
@@ -83,13 +99,39 @@ PostgresServer::~PostgresServer() {
     fs::remove_all(directory_, ignored);
 }
 
+// Without TLS nobody gets in.
+void PostgresServer::MakeCertificate() const {
+    const std::string key = (directory_ / "server.key").string();
+    if (RunToEnd({"/usr/bin/openssl", "req", "-new", "-x509", "-days", "2", "-nodes", "-newkey", "rsa:2048",
+                  "-subj", "/CN=127.0.0.1", "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", key, "-out",
+                  Certificate().string()}) != 0)
+        throw std::runtime_error("openssl failed: " + Output());
+    std::ofstream(directory_ / "data" / "pg_hba.conf", std::ios::trunc)
+        << "hostssl all all 127.0.0.1/32 " << (options_.password.empty() ? "trust" : "scram-sha-256") << '\n';
+}
+
+std::string PostgresServer::Host() const {
+    return options_.listens == PostgresOptions::Listens::Socket ? directory_.string() : "127.0.0.1";
+}
+
 void PostgresServer::Start() {
-    port_ = FreePort();
+    if (port_ == 0) port_ = FreePort();
     const std::string port = std::to_string(port_);
-    process_ = Launch({Program("postgres"), "-D", (directory_ / "data").string(), "-p", port, "-c",
-                       "listen_addresses=127.0.0.1", "-c", "unix_socket_directories=", "-c", "fsync=off"});
+    const bool onSocket = options_.listens == PostgresOptions::Listens::Socket;
+    std::vector<std::string> command{Program("postgres"), "-D", (directory_ / "data").string(), "-p", port};
+    const auto set = [&](const std::string& setting) { command.insert(command.end(), {"-c", setting}); };
+    set(std::string("listen_addresses=") + (onSocket ? "" : "127.0.0.1"));
+    set("unix_socket_directories=" + (onSocket ? directory_.string() : ""));
+    set("fsync=off");
+    if (options_.listens == PostgresOptions::Listens::TcpWithTls) {
+        set("ssl=on");
+        set("ssl_cert_file=" + Certificate().string());
+        set("ssl_key_file=" + (directory_ / "server.key").string());
+    }
+    for (const std::string& setting : options_.settings) set(setting);
+    process_ = Launch(command);
     for (int attempt = 0; attempt < 300; ++attempt) {
-        if (RunToEnd({Program("pg_isready"), "-q", "-h", "127.0.0.1", "-p", port}) == 0) return;
+        if (RunToEnd({Program("pg_isready"), "-q", "-h", Host(), "-p", port}) == 0) return;
         if (waitpid(process_, nullptr, WNOHANG) == process_) {
             process_ = 0;
             break;
@@ -100,9 +142,24 @@ void PostgresServer::Start() {
     throw std::runtime_error("the server does not start: " + Output());
 }
 
-void PostgresServer::Stop() {
+void PostgresServer::Stop() { StopBy(SIGQUIT); }
+
+void PostgresServer::ShutDown() { StopBy(SIGINT); }
+
+void PostgresServer::Crash() {
     if (!Running()) return;
-    kill(process_, SIGQUIT);
+    const std::string pid = std::to_string(process_);
+    kill(process_, SIGSTOP);  // it would start others
+    std::ifstream children("/proc/" + pid + "/task/" + pid + "/children");
+    for (pid_t child; children >> child;) kill(child, SIGKILL);
+    kill(process_, SIGKILL);
+    WaitFor(process_);
+    process_ = 0;
+}
+
+void PostgresServer::StopBy(int signal) {
+    if (!Running()) return;
+    kill(process_, signal);
     WaitFor(process_);
     process_ = 0;
 }

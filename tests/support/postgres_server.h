@@ -1,4 +1,4 @@
-// A private PostgreSQL server on loopback with its data in a temporary directory, gone with its owner.
+// A private PostgreSQL server with its data in a temporary directory, gone with its owner.
 // Started by the superuser it runs as the system's user "postgres", since the server refuses to be root.
 #pragma once
 
@@ -10,24 +10,39 @@
 
 namespace iqrx::testing {
 
+struct PostgresOptions {
+    enum class Listens { Tcp, TcpWithTls, Socket } listens = Listens::Tcp;  // TCP on 127.0.0.1
+    std::string password = {};               // of the user, by SCRAM; empty: nobody is asked for one
+    std::vector<std::string> settings = {};  // NAME=VALUE
+};
+
 class PostgresServer {
 public:
-    PostgresServer();  // made and started; throws std::runtime_error that names the cause
+    // Made and started; throws std::runtime_error that names the cause.
+    explicit PostgresServer(PostgresOptions options = {});
     ~PostgresServer();
     PostgresServer(const PostgresServer&) = delete;
     PostgresServer& operator=(const PostgresServer&) = delete;
 
     void Start();
-    void Stop();  // at once, as if it had crashed
+    void Stop();      // at once, as if it had crashed
+    void ShutDown();  // connections are told
+    void Crash();     // no process of it gets to write down anything
     bool Running() const { return process_ > 0; }
-    int Port() const { return port_; }  // of 127.0.0.1; database and user are called "postgres", no password
+    int Port() const { return port_; }  // database and user are called "postgres"
+    std::string Host() const;
+    // The server's own certificate, which it signed itself for 127.0.0.1.
+    std::filesystem::path Certificate() const { return directory_ / "server.crt"; }
 
 private:
     std::string Program(const std::string& name) const { return (programs_ / name).string(); }
     pid_t Launch(const std::vector<std::string>& command) const;
     int RunToEnd(const std::vector<std::string>& command) const;
     std::string Output() const;
+    void MakeCertificate() const;
+    void StopBy(int signal);
 
+    const PostgresOptions options_;
     std::filesystem::path programs_, directory_;
     int port_ = 0;
     pid_t process_ = 0;

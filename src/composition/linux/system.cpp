@@ -12,6 +12,7 @@
 #include "platform/posix/instance_registry.h"
 #include "platform/posix/machine.h"
 #include "platform/posix/stop_signals.h"
+#include "platform/postgres/postgres_database.h"
 #include "platform/sqlite/sqlite_database.h"
 #include "runtime/run_log.h"
 
@@ -22,8 +23,7 @@ namespace {
 void TellOfWaiting(const std::string& text) { std::cerr << runtime::DiagnosticLine(text) << std::endl; }
 
 bool IsEmbedded(const platform::ConnectionString& keys) {
-    const auto provider = keys.Find("Provider");
-    return provider && platform::EqualIgnoringCase(*provider, "SQLite");
+    return platform::EqualIgnoringCase(keys.Provider(), "SQLite");
 }
 
 // A file that grows beyond the process's limit is then an error of the write, which can be told and leaves
@@ -50,12 +50,15 @@ public:
         const platform::ConnectionString keys(text);
         if (IsEmbedded(keys))
             return platform::CreateSqliteConnection(control::CoordinatingTables(), Waiting());
+        if (platform::EqualIgnoringCase(keys.Provider(), "PostgreSQL"))
+            return platform::CreatePostgresConnection(control::CoordinatingTables());
         if (keys.Has("Driver") || keys.Has("DSN"))
             return platform::CreateOdbcConnection(control::CoordinatingTables());
         platform::RaiseRuntimeError(
             platform::kInvalidProcedureCall,
-            "the connection string must begin with \"Provider=SQLite;Data Source=FILE\", or "
-            "with \"Driver=...\" or \"DSN=...\" for ODBC");
+            "the connection string must begin with \"Provider=SQLite;Data Source=FILE\", with "
+            "\"Provider=PostgreSQL;Host=...\" or \"Service=...\", or with \"Driver=...\" or \"DSN=...\" for "
+            "ODBC");
     }
 
     std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice&) override {

@@ -11,8 +11,6 @@ namespace iqrx::platform::sqlite {
 
 namespace {
 
-constexpr std::size_t kQuotedLength = 40;
-
 // Failures of the file rather than of a statement: the reader needs to know which file.
 bool ConcernsFile(int code) {
     constexpr std::array kOfAFile{SQLITE_BUSY, SQLITE_READONLY, SQLITE_IOERR,  SQLITE_CORRUPT,
@@ -42,32 +40,6 @@ void RaiseSqliteError(sqlite3* database, int code) {
     const char* file = database ? sqlite3_db_filename(database, "main") : nullptr;
     if (file && *file && ConcernsFile(code)) message += std::string(": ") + file;
     throw DatabaseFailure(code, std::move(message), sqlState);
-}
-
-void RaiseSyntaxError(std::string_view text, std::size_t place, const std::string& message,
-                      const char* sqlState) {
-    std::string description = message;
-    if (place >= text.size()) {
-        description += " at the end of the statement";
-        place = text.size() > kQuotedLength ? text.size() - kQuotedLength : 0;
-        while (place < text.size() && (text[place] & 0xC0) == 0x80) ++place;  // the middle of a character
-        description += " \"..." + Printable(text.substr(place)) + "\"";
-    } else {
-        description += " at \"" + Printable(text.substr(place), kQuotedLength) + "\" (character " +
-                       std::to_string(place + 1) + ")";
-    }
-    throw DatabaseFailure(SQLITE_ERROR, std::move(description), sqlState);
-}
-
-ErrorEntry EntryOf(const std::exception_ptr& failure) {
-    try {
-        std::rethrow_exception(failure);
-    } catch (const DatabaseFailure& error) {
-        return {error.number, error.source, error.description, error.sqlState};
-    } catch (...) {
-        const RuntimeError error = CurrentError();
-        return {error.number, error.source, error.description, "HY000"};
-    }
 }
 
 }  // namespace iqrx::platform::sqlite

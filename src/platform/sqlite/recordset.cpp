@@ -51,10 +51,11 @@ public:
             const Found found = session.Find(source);
             if (!found.program->translation.isSelect)
                 RaiseRecordsetError(kNotUpdatable, "The statement returns no rows");
-            Prepared& statement = found.program->statements.front();
-            found.Bind(statement, 0, 0, found.literals.size());
+            Program& program = ProgramOf(found);
+            Prepared& statement = program.statements.front();
+            program.Bind(found, statement, 0, 0, found.literals.size());
             const ResetAtEnd reset(statement);
-            columns_ = found.program->columns;
+            columns_ = program.columns;
             if (ReadChunk(statement)) {
                 statement.Reset();
                 session.Commit();  // another connection sees what is committed
@@ -314,7 +315,7 @@ private:
 
     SqliteConnection& connection_;
     LockType lock_ = LockType::ReadOnly;
-    std::shared_ptr<Program> program_;  // null: closed
+    std::shared_ptr<dialect::Program> program_;  // null: closed
     std::shared_ptr<const std::vector<Column>> columns_ = std::make_shared<const std::vector<Column>>();
     std::unique_ptr<Stream> stream_;
 

@@ -5,8 +5,11 @@
 #include <utility>
 
 #include "platform/sqlite/errors.h"
+#include "platform/sqlite/grammar.h"
 
 namespace iqrx::platform::sqlite {
+
+using dialect::Step;
 
 namespace {
 
@@ -37,7 +40,8 @@ Session::Session(const std::filesystem::path& file, Database::Access access, Err
     : file_(file),
       errors_(errors),
       database_(file, access, std::move(listener)),
-      cache_(database_, controlTables),
+      programs_(kGrammar, controlTables,
+                [this](dialect::Translation made) { return Prepare(database_, std::move(made)); }),
       group_([this] { database_.Run("BEGIN IMMEDIATE"); }, [this] { CommitGroup(); }, GroupLimits()) {
     database_.Run(kSettings);
     beginUnit_ = Prepared(database_, "SAVEPOINT unit");
@@ -47,7 +51,7 @@ Session::Session(const std::filesystem::path& file, Database::Access access, Err
 Session::~Session() = default;
 
 std::int64_t Session::Run(const Found& found) {
-    const Translation& translation = found.program->translation;
+    const dialect::Translation& translation = found.program->translation;
     if (translation.isSelect || translation.steps.empty()) return 0;
     std::int64_t affected = 0;
     InGroup(found.program->touchesControlTable,
@@ -65,7 +69,8 @@ std::int64_t Session::RunBatch(const Found& found) {
 }
 
 std::int64_t Session::RunSteps(const Found& found, std::size_t set) {
-    const std::vector<Step>& steps = found.program->translation.steps;
+    Program& program = ProgramOf(found);
+    const std::vector<Step>& steps = program.translation.steps;
     std::int64_t affected = 0, kept = 0;
     for (std::size_t next = 0; next < steps.size();) {
         const Step& step = steps[next++];
@@ -78,8 +83,8 @@ std::int64_t Session::RunSteps(const Found& found, std::size_t set) {
             if (wanted.Is() != Literal::Kind::Whole || wanted.WholeNumber() != kept) next = step.target;
             continue;
         }
-        Prepared& statement = found.program->statements[step.statement];
-        found.Bind(statement, set, step.firstLiteral, step.literalCount);
+        Prepared& statement = program.statements[step.statement];
+        program.Bind(found, statement, set, step.firstLiteral, step.literalCount);
         const ResetAtEnd reset(statement);
         const bool row = statement.Step();
         if (step.kind == Step::Kind::Count && row) kept = statement.Whole(0);

@@ -8,7 +8,7 @@
 
 #include "platform/database.h"
 #include "platform/sqlite/database.h"
-#include "platform/sqlite/statement_cache.h"
+#include "platform/sqlite/program.h"
 #include "platform/write_group.h"
 
 namespace iqrx::platform::sqlite {
@@ -42,7 +42,7 @@ public:
     void RunExclusively(const Connection::Work& work);
 
     // Everything below belongs inside of Call.
-    Found Find(const platform::Statement& statement) { return cache_.Find(statement); }
+    Found Find(const platform::Statement& statement) { return programs_.Find(statement); }
     std::int64_t Run(const Found& found);  // rows affected
 
     template <class Write>
@@ -81,7 +81,7 @@ private:
     const std::filesystem::path file_;
     Errors& errors_;
     Database database_;
-    StatementCache cache_;
+    dialect::Programs programs_;
     Prepared beginUnit_, endUnit_;
     Frame frame_ = Frame::None;
     WriteGroup group_;

@@ -3,7 +3,6 @@
 
 #include "batch_texts.h"
 #include "fixture.h"
-#include "platform/sqlite/lexer.h"
 
 namespace iqrx::platform::sqlite {
 namespace {

@@ -1,13 +1,18 @@
-#include "platform/sqlite/statement_cache.h"
+#include "platform/dialect/programs.h"
 
 #include <algorithm>
 
-namespace iqrx::platform::sqlite {
+namespace iqrx::platform::dialect {
 
-StatementCache::StatementCache(Database& database, const TableNames& controlTables, std::size_t capacity)
-    : database_(database), controlTables_(controlTables), capacity_(capacity) {}
+Programs::Programs(const Grammar& grammar, const TableNames& controlTables, Prepare prepare,
+                   std::size_t capacity)
+    : grammar_(grammar),
+      controlTables_(controlTables),
+      prepare_(std::move(prepare)),
+      capacity_(capacity),
+      literals_(grammar) {}
 
-Found StatementCache::Find(const platform::Statement& statement) {
+Found Programs::Find(const platform::Statement& statement) {
     if (!statement.CanBeBound()) return FindText(statement.Text());
     const Form& form = FormOf(statement);
     const Program& program = *form.program;
@@ -26,14 +31,14 @@ Found StatementCache::Find(const platform::Statement& statement) {
     return {form.program, &form, found_, sets};
 }
 
-Found StatementCache::FindText(std::string_view text) {
+Found Programs::FindText(std::string_view text) {
     const auto& program = ProgramOf(text, Tokenize(text, literals_));
     found_.clear();
     for (const Literal& literal : literals_.Items()) found_.push_back(&literal);
     return {program, nullptr, found_};
 }
 
-const StatementCache::Form& StatementCache::FormOf(const platform::Statement& statement) {
+const Programs::Form& Programs::FormOf(const platform::Statement& statement) {
     const platform::Shape::Key shape = statement.Form().Identity();
     for (const auto& form : forms_)
         if (form->shape == shape && form->table == statement.Table()) return *form;
@@ -46,10 +51,10 @@ const StatementCache::Form& StatementCache::FormOf(const platform::Statement& st
 }
 
 // The sample is the shape with an empty text in each hole.
-std::unique_ptr<StatementCache::Form> StatementCache::Cut(const platform::Statement& statement) {
+std::unique_ptr<Programs::Form> Programs::Cut(const platform::Statement& statement) {
     constexpr std::string_view kFilling = "''";
     const platform::Shape& shape = statement.Form();
-    auto form = std::make_unique<Form>();
+    auto form = std::make_unique<Form>(grammar_);
     form->shape = shape.Identity();
     form->table = statement.Table();
     form->sample = shape.opening;
@@ -71,27 +76,23 @@ std::unique_ptr<StatementCache::Form> StatementCache::Cut(const platform::Statem
     return form;
 }
 
-const std::shared_ptr<Program>& StatementCache::ProgramOf(std::string_view text,
-                                                          const std::vector<Token>& tokens) {
+const std::shared_ptr<Program>& Programs::ProgramOf(std::string_view text, const std::vector<Token>& tokens) {
     const std::string shape = ShapeOf(text, tokens);
     for (const auto& program : programs_)
         if (program->shape == shape) return program;
-    auto program = Prepare(text, tokens);
+    Translation translation = Translate(text, tokens, grammar_);
+    const bool touches = std::ranges::any_of(
+        translation.tables, [&](const std::string& table) { return controlTables_.contains(table); });
+    auto program = prepare_(std::move(translation));
+    program->touchesControlTable = touches;
     program->shape = shape;
     if (programs_.size() == capacity_) programs_.pop_back();
     return *programs_.insert(programs_.begin(), std::move(program));
 }
 
-std::shared_ptr<Program> StatementCache::Prepare(std::string_view text, const std::vector<Token>& tokens) {
-    auto program = std::make_shared<Program>();
-    program->translation = Translate(text, tokens);
-    for (const std::string& sql : program->translation.statements)
-        program->statements.emplace_back(database_, sql);
-    if (program->translation.isSelect)
-        program->columns = std::make_shared<const std::vector<Column>>(program->statements.front().Columns());
-    program->touchesControlTable = std::ranges::any_of(
-        program->translation.tables, [&](const std::string& table) { return controlTables_.contains(table); });
-    return program;
+void Programs::Forget() {
+    forms_.clear();
+    programs_.clear();
 }
 
-}  // namespace iqrx::platform::sqlite
+}  // namespace iqrx::platform::dialect

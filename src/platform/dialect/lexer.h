@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/sqlite/literals.h"
+#include "platform/dialect/literals.h"
 
-namespace iqrx::platform::sqlite {
+namespace iqrx::platform::dialect {
 
 struct Token {
     enum class Kind { Word, Symbol, Literal, End };
@@ -24,4 +24,4 @@ std::vector<Token> Tokenize(std::string_view statement, Literals& literals);
 // What two statement texts have in common that differ in their literals only: the text with a mark in place of each.
 std::string ShapeOf(std::string_view statement, const std::vector<Token>& tokens);
 
-}  // namespace iqrx::platform::sqlite
+}  // namespace iqrx::platform::dialect

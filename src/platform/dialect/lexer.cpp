@@ -1,9 +1,9 @@
-#include "platform/sqlite/lexer.h"
+#include "platform/dialect/lexer.h"
 
-#include "platform/sqlite/errors.h"
+#include "platform/dialect/syntax_error.h"
 #include "platform/text.h"
 
-namespace iqrx::platform::sqlite {
+namespace iqrx::platform::dialect {
 
 namespace {
 
@@ -42,7 +42,7 @@ std::vector<Token> Tokenize(std::string_view statement, Literals& literals) {
                 kind = Token::Kind::Symbol;
                 at.Pass(SymbolSize(statement, begin));
             } else {
-                RaiseSyntaxError(statement, begin, "Unexpected character");
+                RaiseSyntaxError(literals.Of(), statement, begin, "Unexpected character");
             }
         }
         previous = {kind, at.From(begin), begin};
@@ -64,4 +64,4 @@ std::string ShapeOf(std::string_view statement, const std::vector<Token>& tokens
     return shape.append(statement, begin);
 }
 
-}  // namespace iqrx::platform::sqlite
+}  // namespace iqrx::platform::dialect

@@ -1,4 +1,4 @@
-// Translates a statement text into the database's own statements. The dialect is what the copy and its tools
+// Translates a statement text into a database's own statements. The dialect is what the copy and its tools
 // send: single-table changes, selects, the session statements and the batches of count-then-insert-or-update
 // blocks. Anything else is an error.
 #pragma once
@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/sqlite/lexer.h"
+#include "platform/dialect/lexer.h"
 
-namespace iqrx::platform::sqlite {
+namespace iqrx::platform::dialect {
 
 // A statement runs as a list of steps; all but the batches have one step or none.
 struct Step {
@@ -31,11 +31,13 @@ struct Step {
 struct Translation {
     std::vector<std::string> statements;  // each once
     std::vector<Step> steps;
-    std::vector<std::string> tables;  // in lower case
+    std::vector<std::string> tables;    // in lower case
+    std::vector<std::size_t> negative;  // literals whose sign is the value's
+    std::string schema;                 // that the session is moved to; the statement does nothing else
     bool isSelect = false;
 };
 
-// Raises with the place that it does not know.
-Translation Translate(std::string_view text, const std::vector<Token>& tokens);
+// Raises with the place that it does not know. The grammar is of the database whose statements are made.
+Translation Translate(std::string_view text, const std::vector<Token>& tokens, const Grammar& grammar);
 
-}  // namespace iqrx::platform::sqlite
+}  // namespace iqrx::platform::dialect

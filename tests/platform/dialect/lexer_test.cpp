@@ -1,18 +1,21 @@
-#include "platform/sqlite/lexer.h"
+#include "platform/dialect/lexer.h"
 
 #include <gmock/gmock.h>
 
 #include "platform/error.h"
 
-namespace iqrx::platform::sqlite {
+namespace iqrx::platform::dialect {
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
 
+constexpr Grammar kGrammar{
+    .product = "Database", .place = "?", .empty = "DELETE FROM", .statistics = "ANALYZE"};
+
 // Literals as texts: whole numbers 5, real numbers 5.5r, texts 'x', NULL.
 std::vector<std::string> LiteralsOf(std::string_view text) {
-    Literals literals;
+    Literals literals(kGrammar);
     Tokenize(text, literals);
     std::vector<std::string> result;
     for (const Literal& literal : literals.Items()) {
@@ -43,7 +46,7 @@ std::string ErrorOf(std::string_view text) {
 }
 
 bool SameShape(std::string_view first, std::string_view second) {
-    Literals literals;
+    Literals literals(kGrammar);
     const std::string shape = ShapeOf(first, Tokenize(first, literals));
     return ShapeOf(second, Tokenize(second, literals)) == shape;
 }
@@ -119,4 +122,4 @@ TEST(Shapes, DoNotTakeTheRestOfANameForALiteral) {
 }
 
 }  // namespace
-}  // namespace iqrx::platform::sqlite
+}  // namespace iqrx::platform::dialect

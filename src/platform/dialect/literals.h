@@ -5,9 +5,10 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/dialect/grammar.h"
 #include "platform/literal.h"
 
-namespace iqrx::platform::sqlite {
+namespace iqrx::platform::dialect {
 
 // A place in a statement text. What is taken is passed over, with the blanks in front of it.
 class Cursor {
@@ -35,6 +36,10 @@ private:
 
 class Literals {
 public:
+    explicit Literals(const Grammar& grammar) : grammar_(&grammar) {}
+
+    const Grammar& Of() const { return *grammar_; }
+
     // Forgets the literals of the text before and keeps their memory.
     void Start(std::string_view statement);
 
@@ -54,10 +59,11 @@ private:
     bool TakeText(Cursor& at, std::string_view& text);
     void AddDate(std::string_view statement, std::size_t quote, std::string_view text, const Literal& ofNone);
 
+    const Grammar* grammar_;
     std::vector<Literal> items_;
     std::string scratch_;  // never grows while a statement is read: a value is no longer than its literal
 };
 
 bool IsWordCharacter(char c);
 
-}  // namespace iqrx::platform::sqlite
+}  // namespace iqrx::platform::dialect

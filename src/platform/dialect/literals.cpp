@@ -1,13 +1,13 @@
-#include "platform/sqlite/literals.h"
+#include "platform/dialect/literals.h"
 
 #include <array>
 #include <charconv>
 
 #include "platform/date.h"
-#include "platform/sqlite/errors.h"
+#include "platform/dialect/syntax_error.h"
 #include "platform/text.h"
 
-namespace iqrx::platform::sqlite {
+namespace iqrx::platform::dialect {
 
 namespace {
 
@@ -128,7 +128,8 @@ bool Literals::TakeText(Cursor& at, std::string_view& text) {
     std::size_t begin = quote + 1;
     for (;;) {
         const std::size_t end = at.Text().find('\'', begin);
-        if (end == std::string_view::npos) RaiseSyntaxError(at.Text(), quote, "The text is not closed");
+        if (end == std::string_view::npos)
+            RaiseSyntaxError(*grammar_, at.Text(), quote, "The text is not closed");
         at.Pass(end + 1 - at.Place());
         const std::string_view part = at.Text().substr(begin, end - begin);
         if (at.Peek() != '\'') {
@@ -169,7 +170,7 @@ bool Literals::ScanNumber(Cursor& at) {
         items_.push_back(Literal::Whole(whole));
     } else {
         if (std::from_chars(digits.data(), end, real).ec != std::errc())
-            RaiseSyntaxError(at.Text(), begin, "The number is out of range", "22003");
+            RaiseSyntaxError(*grammar_, at.Text(), begin, "The number is out of range", "22003");
         items_.push_back(Literal::Real(real));
     }
     return true;
@@ -196,7 +197,8 @@ bool Literals::ScanToDate(Cursor& at) {
     if (!TakeText(ahead, text) || !ahead.Take(',')) return false;
     const std::size_t formatQuote = ahead.PassBlanks();
     if (!TakeText(ahead, format)) return false;
-    if (!IsKnownFormat(format)) RaiseSyntaxError(at.Text(), formatQuote, "The date format is not known");
+    if (!IsKnownFormat(format))
+        RaiseSyntaxError(*grammar_, at.Text(), formatQuote, "The date format is not known");
     if (!ahead.Take(')')) return false;
     AddDate(at.Text(), quote, text, Literal());
     at = ahead;
@@ -211,7 +213,7 @@ void Literals::AddDate(std::string_view statement, std::size_t quote, std::strin
     else if (Canonicalize(text, form))
         items_.push_back(Literal::Text(form).WithItsText());
     else
-        RaiseSyntaxError(statement, quote, "The text is not a date and time", "22007");
+        RaiseSyntaxError(*grammar_, statement, quote, "The text is not a date and time", "22007");
 }
 
-}  // namespace iqrx::platform::sqlite
+}  // namespace iqrx::platform::dialect

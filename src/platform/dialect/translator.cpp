@@ -1,17 +1,18 @@
-#include "platform/sqlite/translator.h"
+#include "platform/dialect/translator.h"
 
 #include <algorithm>
 
-#include "platform/sqlite/errors.h"
+#include "platform/dialect/syntax_error.h"
 #include "platform/text.h"
 
-namespace iqrx::platform::sqlite {
+namespace iqrx::platform::dialect {
 
 namespace {
 
 class Translator {
 public:
-    Translator(std::string_view text, const std::vector<Token>& tokens) : text_(text), tokens_(tokens) {}
+    Translator(std::string_view text, const std::vector<Token>& tokens, const Grammar& grammar)
+        : text_(text), tokens_(tokens), grammar_(grammar) {}
 
     Translation Run() {
         if (Accept("ALTER")) {
@@ -26,7 +27,7 @@ public:
         } else if (Accept("TRUNCATE")) {
             AddStep(Step::Kind::RunSilent, [&] {
                 Expect("TABLE");
-                Write("DELETE FROM");
+                Write(grammar_.empty);
                 Table();
             });
         } else {
@@ -40,7 +41,7 @@ public:
 private:
     const Token& token() const { return tokens_[at_]; }
     [[noreturn]] void Unknown(const char* message = "The statement is not understood") const {
-        RaiseSyntaxError(text_, token().place, message);
+        RaiseSyntaxError(grammar_, text_, token().place, message);
     }
 
     // A word in capitals or a symbol. No literal is one: a text of a literal may read like it.
@@ -83,6 +84,7 @@ private:
     void AddStep(Step::Kind kind, Body body) {
         Step step{kind, 0, literal_, 0, 0};
         sql_.clear();
+        firstLiteral_ = literal_;
         body();
         step.literalCount = literal_ - step.firstLiteral;
         auto same = std::find(result_.statements.begin(), result_.statements.end(), sql_);
@@ -93,12 +95,15 @@ private:
 
     std::string_view Name() {
         if (token().kind != Token::Kind::Word || token().text.front() == '@') Unknown();
+        if (token().text.size() > grammar_.longestName) Unknown("The name is longer than the database keeps");
         return tokens_[at_++].text;
     }
 
     void Table() {
-        const std::string_view name = Name();
+        std::string_view name = Name();
         Write(name);
+        if (grammar_.namesCatalog && EqualIgnoringCase(name, "INFORMATION_SCHEMA") && Take("."))
+            Write(name = Name());
         result_.tables.push_back(Lower(name));
     }
 
@@ -109,13 +114,20 @@ private:
 
     void TakeLiteral() {
         if (token().kind != Token::Kind::Literal) Unknown();
-        Write("?");
+        Write(grammar_.place);
         ++literal_;
+        if (grammar_.placesAreNumbered) sql_ += std::to_string(literal_ - firstLiteral_);
         ++at_;
     }
 
     void SignedLiteral() {
-        if (!Take("-")) Take("+");
+        if (!grammar_.valuesHaveSigns) {
+            if (!Take("-")) Take("+");
+        } else if (Accept("-")) {
+            result_.negative.push_back(literal_);
+        } else {
+            Accept("+");
+        }
         TakeLiteral();
     }
 
@@ -159,7 +171,7 @@ private:
         if (Is("UPDATE") && Stands(tokens_[at_ + 1], "STATISTICS")) {
             at_ += 2;
             AddStep(Step::Kind::RunSilent, [&] {
-                Write("ANALYZE");
+                Write(grammar_.statistics);
                 Table();
             });
         } else if (Is("UPDATE")) {
@@ -213,10 +225,17 @@ private:
         } while (Take("UNION"));
         if (!Take("ORDER")) return;
         Need("BY");
-        List([&] {
-            Column();
-            if (!Take("ASC")) Take("DESC");
-        });
+        const bool byResult = grammar_.ordersUnionsByResult && sql_.find(" UNION ") != std::string::npos;
+        List([&] { Order(byResult); });
+    }
+
+    void Order(bool byResult) {
+        if (byResult && tokens_[at_ + 1].text == ".") at_ += 2;
+        Column();
+        const bool isDescending = Take("DESC");
+        if (!isDescending) Take("ASC");
+        const std::string_view rule = isDescending ? grammar_.descending : grammar_.ascending;
+        if (!rule.empty()) Write(rule);
     }
 
     void SelectItem() {
@@ -236,6 +255,7 @@ private:
     void AlterSession() {
         Expect("SESSION", "SET", "CURRENT_SCHEMA", "=");
         if (token().kind == Token::Kind::End) Unknown("The name of the schema is missing");
+        result_.schema = Trim(text_.substr(token().place));
         at_ = tokens_.size() - 1;
     }
 
@@ -321,8 +341,10 @@ private:
 
     const std::string_view text_;
     const std::vector<Token>& tokens_;
+    const Grammar& grammar_;
     std::size_t at_ = 0;
-    std::size_t literal_ = 0;  // the next one's index
+    std::size_t literal_ = 0;       // the next one's index
+    std::size_t firstLiteral_ = 0;  // of the statement
     std::string_view variable_;
     std::string sql_;
     Translation result_;
@@ -330,8 +352,8 @@ private:
 
 }  // namespace
 
-Translation Translate(std::string_view text, const std::vector<Token>& tokens) {
-    return Translator(text, tokens).Run();
+Translation Translate(std::string_view text, const std::vector<Token>& tokens, const Grammar& grammar) {
+    return Translator(text, tokens, grammar).Run();
 }
 
-}  // namespace iqrx::platform::sqlite
+}  // namespace iqrx::platform::dialect

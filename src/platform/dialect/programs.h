@@ -1,27 +1,29 @@
-// Translated and prepared statements: found by the shape that a statement has or, where only the text says
-// what it means, by the shape of the text.
+// Translated statements with what an adapter has prepared for them: found by the shape that a statement has
+// or, where only the text says what it means, by the shape of the text.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "platform/sqlite/lexer.h"
-#include "platform/sqlite/prepared.h"
-#include "platform/sqlite/sqlite_database.h"
-#include "platform/sqlite/translator.h"
+#include "platform/database.h"
+#include "platform/dialect/lexer.h"
+#include "platform/dialect/translator.h"
 
-namespace iqrx::platform::sqlite {
+namespace iqrx::platform::dialect {
 
+// Adapters derive their programs, with what they have prepared, from it.
 struct Program {
+    virtual ~Program() = default;
+
     std::string shape;  // of the text
     Translation translation;
-    std::vector<Prepared> statements;                    // of the translation, in its order
-    std::shared_ptr<const std::vector<Column>> columns;  // of a select
     bool touchesControlTable = false;
-    const void* boundBy = nullptr;  // the form whose own literals are bound
+    const void* boundBy = nullptr;  // the form whose own literals an adapter keeps bound, if it does
 };
 
 // A program and what its places are bound to, one set after the other: null where that is bound already.
@@ -35,26 +37,27 @@ struct Found {
     std::span<const Literal* const> Of(std::size_t set, std::size_t first, std::size_t count) const {
         return literals.subspan(set * (literals.size() / sets) + first, count);
     }
-    // What a step of the program takes.
-    void Bind(Prepared& statement, std::size_t set, std::size_t first, std::size_t count) const {
-        program->boundBy = nullptr;
-        statement.BindAll(Of(set, first, count));
-        program->boundBy = form;
-    }
 };
 
-class StatementCache {
+class Programs {
 public:
-    // Keeps the programs of `capacity` shapes. Both references must outlive the cache.
-    StatementCache(Database& database, const TableNames& controlTables, std::size_t capacity = 64);
+    using Prepare = std::function<std::shared_ptr<Program>(Translation translation)>;
+
+    // Keeps the programs of `capacity` shapes; `prepare` makes one, and may raise. Both references must
+    // outlive this.
+    Programs(const Grammar& grammar, const TableNames& controlTables, Prepare prepare,
+             std::size_t capacity = 64);
 
     // Raises when the statement is not understood or does not fit the database; such a one is not kept.
     Found Find(const platform::Statement& statement);
+    void Forget();  // all of them
 
 private:
     // How the values of a shape fill the places of its program.
     struct Form {
-        platform::Shape::Key shape;
+        explicit Form(const Grammar& grammar) : literals(grammar) {}
+
+        platform::Shape::Key shape{};
         std::string table;
         std::shared_ptr<Program> program;
         std::size_t values = 0;                         // of a set
@@ -67,10 +70,10 @@ private:
     const Form& FormOf(const platform::Statement& statement);
     std::unique_ptr<Form> Cut(const platform::Statement& statement);
     const std::shared_ptr<Program>& ProgramOf(std::string_view text, const std::vector<Token>& tokens);
-    std::shared_ptr<Program> Prepare(std::string_view text, const std::vector<Token>& tokens);
 
-    Database& database_;
+    const Grammar& grammar_;
     const TableNames& controlTables_;
+    const Prepare prepare_;
     const std::size_t capacity_;
     std::vector<std::shared_ptr<Program>> programs_;  // the newest first
     std::vector<std::unique_ptr<Form>> forms_;        // likewise
@@ -78,4 +81,4 @@ private:
     std::vector<const Literal*> found_;
 };
 
-}  // namespace iqrx::platform::sqlite
+}  // namespace iqrx::platform::dialect

@@ -1,0 +1,388 @@
+#include "platform/postgres/connection.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <limits>
+
+#include "platform/dialect/change.h"
+#include "platform/postgres/errors.h"
+#include "platform/postgres/grammar.h"
+#include "platform/postgres/postgres_database.h"
+#include "platform/text.h"
+
+namespace iqrx::platform::postgres {
+
+namespace {
+
+constexpr const char* kBegin = "BEGIN ISOLATION LEVEL READ COMMITTED";
+// Of the transaction that it stands in: its commit returns when it, and everything before it, is on the disk.
+constexpr const char* kWaitForDisk = "SELECT set_config('synchronous_commit','on',true)";
+// A transaction that changes no row does not wait for the disk unless it leaves something in the log.
+constexpr const char* kLeaveMark = "SELECT pg_logical_emit_message(true,'iQRXyQRXSync','')";
+// One section at a time in a schema; the number is this system's own among the locks of the database.
+constexpr const char* kLock =
+    "SELECT pg_advisory_xact_lock(1364350041, hashtext(coalesce(current_schema(),'')))";
+constexpr std::size_t kRowsAtOnce = 500;
+
+std::int64_t CountOf(const PGresult* answer) {
+    const std::string_view digits = PQcmdTuples(const_cast<PGresult*>(answer));
+    std::int64_t count = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), count);
+    return count;
+}
+
+// A definition is no statement of the copy: a script goes to the server as it stands.
+bool IsDefinition(std::string_view text) {
+    for (text = Trim(text); text.starts_with("--"); text = Trim(text))
+        text.remove_prefix(std::min(text.find('\n'), text.size()));
+    const std::string_view verb = text.substr(0, text.find_first_of(" \t\r\n"));
+    if (EqualIgnoringCase(verb, "ALTER")) {
+        const std::string_view rest = Trim(text.substr(verb.size()));
+        return !EqualIgnoringCase(rest.substr(0, 8), "SESSION ");
+    }
+    constexpr std::array<std::string_view, 5> kVerbs{"CREATE", "DROP", "COMMENT", "GRANT", "REVOKE"};
+    return std::ranges::any_of(kVerbs, [&](auto known) { return EqualIgnoringCase(verb, known); });
+}
+
+}  // namespace
+
+Session& PostgresConnection::Opened() {
+    if (!session_) RaiseRecordsetError(kObjectClosed, "The connection is closed");
+    return *session_;
+}
+
+void PostgresConnection::Open(const std::string& connectionString) {
+    Call([&] {
+        Close();
+        session_ = std::make_unique<Session>(SettingsOf(connectionString, connectionTimeout_));
+        programs_.emplace(kGrammar, controlTables_, [this](dialect::Translation made) {
+            auto program = std::make_shared<Program>();
+            for (const std::string& sql : made.statements)
+                program->statements.push_back(session_->Prepare(sql));
+            program->translation = std::move(made);
+            return program;
+        });
+        const int limit = std::exchange(commandTimeout_, 0);
+        SetCommandTimeout(limit);
+    });
+}
+
+void PostgresConnection::Close() {
+    if (!session_) return;
+    try {
+        Call([&] { SendPending(); });
+    } catch (...) {  // LastErrors tells
+    }
+    programs_.reset();
+    recordsets_.clear();
+    keys_.clear();
+    session_.reset();
+    frame_ = Frame::None;
+    waitsForDisk_ = isAhead_ = false;
+}
+
+void PostgresConnection::SetCommandTimeout(int seconds) {
+    if (seconds == commandTimeout_ || !session_) {
+        commandTimeout_ = seconds;
+        return;
+    }
+    Call([&] {
+        SendPending();
+        const std::string limit = std::to_string(seconds) + "s";
+        session_->Ask("SELECT set_config('statement_timeout',$1,false)", {limit.c_str()});
+        commandTimeout_ = seconds;
+    });
+}
+
+std::string PostgresConnection::DefaultDatabase() {
+    return Call([&] {
+        Opened();
+        SendPending();
+        const Answer answer = session_->Ask("SELECT current_schema()::text");
+        return std::string(PQgetvalue(answer.get(), 0, 0));
+    });
+}
+
+void PostgresConnection::SetDefaultDatabase(const std::string& name) {
+    Call([&] {
+        Opened();
+        SendPending();
+        MoveTo(name);
+    });
+}
+
+// The server takes the name of a schema that is not there, and of one that the user may not use, and then
+// puts tables elsewhere or finds none.
+void PostgresConnection::MoveTo(const std::string& schema) {
+    const Answer found = session_->Ask(
+        "SELECT count(*), current_database() FROM pg_catalog.pg_namespace"
+        " WHERE nspname::text = $1::text AND has_schema_privilege(oid,'USAGE')",
+        {schema.c_str()});
+    if (std::string_view(PQgetvalue(found.get(), 0, 0)) == "0")
+        Raise("3F000", "The database \"" + std::string(PQgetvalue(found.get(), 0, 1)) +
+                           "\" has no schema \"" + schema + "\" that the user may use");
+    session_->Ask("SELECT set_config('search_path',quote_ident($1),false)", {schema.c_str()});
+    ForgetTables();
+}
+
+void PostgresConnection::ForgetTables() {
+    programs_->Forget();
+    recordsets_.clear();
+    keys_.clear();
+}
+
+std::int32_t PostgresConnection::Execute(const platform::Statement& statement) {
+    const std::int64_t affected = Call([&]() -> std::int64_t {
+        Opened();
+        SendPending();
+        if (statement.Form().pieces.empty() && IsDefinition(statement.Text())) {
+            ForgetTables();
+            session_->RunScript(std::string(statement.Text()));
+            isAhead_ = true;
+            Settle();
+            return 0;
+        }
+        try {
+            return Run(programs_->Find(statement));
+        } catch (DatabaseFailure& failure) {
+            const std::string place =
+                ConcernsItsValues(failure) ? dialect::PlaceOf(statement.Text()) : std::string();
+            if (!place.empty()) failure.description += " (" + place + ")";
+            throw;
+        }
+    });
+    return static_cast<std::int32_t>(std::min<std::int64_t>(affected, std::numeric_limits<std::int32_t>::max()));
+}
+
+std::int64_t PostgresConnection::Run(const dialect::Found& found) {
+    const dialect::Translation& translation = found.program->translation;
+    if (const std::string schema = translation.schema; !schema.empty()) {
+        MoveTo(schema);
+        return 0;
+    }
+    if (translation.isSelect || translation.steps.empty()) return 0;
+    if (translation.steps.size() > 1) return RunBatch(found);
+    const dialect::Step& step = translation.steps.front();
+    Bind(found, 0, step);
+    const std::int64_t affected = Write(*static_cast<Program&>(*found.program).statements[step.statement],
+                                        parameters_, found.program->touchesControlTable);
+    return step.kind == dialect::Step::Kind::Run ? affected : 0;
+}
+
+void PostgresConnection::Bind(const dialect::Found& found, std::size_t set, const dialect::Step& step) {
+    const std::vector<Oid>& types = static_cast<Program&>(*found.program).statements[step.statement]->Types();
+    const std::vector<std::size_t>& negative = found.program->translation.negative;
+    const auto literals = found.Of(set, step.firstLiteral, step.literalCount);
+    parameters_.Clear();
+    for (std::size_t i = 0; i < literals.size(); ++i)
+        parameters_.Add(*literals[i], types[i],
+                        std::ranges::find(negative, step.firstLiteral + i) != negative.end());
+}
+
+// A batch takes effect as a whole or not at all.
+std::int64_t PostgresConnection::RunBatch(const dialect::Found& found) {
+    std::int64_t affected = 0;
+    RunAsUnit([&] {
+        for (std::size_t set = 0; set < found.sets; ++set) affected += RunSteps(found, set);
+    });
+    return affected;
+}
+
+std::int64_t PostgresConnection::RunSteps(const dialect::Found& found, std::size_t set) {
+    using Kind = dialect::Step::Kind;
+    const auto& program = static_cast<Program&>(*found.program);
+    const std::vector<dialect::Step>& steps = program.translation.steps;
+    std::int64_t affected = 0, kept = 0;
+    for (std::size_t next = 0; next < steps.size();) {
+        const dialect::Step& step = steps[next++];
+        if (step.kind == Kind::Skip) {
+            next = step.target;
+        } else if (step.kind == Kind::SkipUnless) {
+            const Literal& wanted = *found.Of(set, step.firstLiteral, step.literalCount).front();
+            if (wanted.Is() != Literal::Kind::Whole || wanted.WholeNumber() != kept) next = step.target;
+        } else if (step.kind == Kind::Count) {
+            Bind(found, set, step);
+            session_->Queue(*program.statements[step.statement], parameters_);
+            const Answer answer = std::move(session_->Finish().back());
+            kept = std::strtoll(PQgetvalue(answer.get(), 0, 0), nullptr, 10);
+        } else {
+            Bind(found, set, step);
+            const std::int64_t count =
+                Write(*program.statements[step.statement], parameters_, program.touchesControlTable);
+            if (step.kind == Kind::Run) affected += count;
+        }
+    }
+    return affected;
+}
+
+std::int64_t PostgresConnection::Write(const Prepared& statement, const Parameters& parameters,
+                                       bool touchesControlTable) {
+    BeginWrite(touchesControlTable);
+    session_->Queue(statement, parameters);
+    const Answer answer = std::move(session_->Finish().back());
+    EndWrite(touchesControlTable);
+    return CountOf(answer.get());
+}
+
+// What has to stand in front of a write, in the same trip.
+void PostgresConnection::BeginWrite(bool touchesControlTable) {
+    if (frame_ == Frame::UnitAhead) {
+        session_->Queue(kBegin);
+        frame_ = Frame::Unit;
+    }
+    if (!touchesControlTable || waitsForDisk_) return;
+    session_->Queue(kWaitForDisk);
+    waitsForDisk_ = frame_ != Frame::None;
+}
+
+void PostgresConnection::EndWrite(bool touchesControlTable) {
+    if (frame_ == Frame::None) isAhead_ = !touchesControlTable;
+}
+
+void PostgresConnection::Add(const Prepared& insert, const Parameters& row, bool touchesControlTable) {
+    if (session_->Queued() == 0) BeginWrite(touchesControlTable);
+    session_->Queue(insert, row);
+    if (touchesControlTable || session_->Queued() >= kRowsAtOnce) SendPending();
+    if (touchesControlTable) EndWrite(true);
+}
+
+void PostgresConnection::SendPending() {
+    if (!session_ || session_->Queued() == 0) return;
+    session_->Finish();
+    EndWrite(false);
+}
+
+std::shared_ptr<const Prepared> PostgresConnection::Prepare(const std::string& sql) {
+    constexpr std::size_t kMost = 64;
+    if (const auto known = recordsets_.find(sql); known != recordsets_.end()) return known->second;
+    SendPending();
+    if (recordsets_.size() == kMost) recordsets_.clear();
+    return recordsets_[sql] = session_->Prepare(sql);
+}
+
+PostgresConnection::Selected PostgresConnection::Select(const platform::Statement& statement) {
+    Opened();
+    SendPending();
+    constexpr std::string_view kResultChanged = "0A000";
+    for (bool again = frame_ == Frame::None;; again = false) {
+        const dialect::Found found = programs_->Find(statement);
+        const dialect::Translation& translation = found.program->translation;
+        if (!translation.isSelect) RaiseRecordsetError(kNotUpdatable, "The statement returns no rows");
+        Bind(found, 0, translation.steps.front());
+        session_->Queue(*static_cast<Program&>(*found.program).statements.front(), parameters_);
+        try {
+            return {std::move(session_->Finish().back()), translation.tables,
+                    found.program->touchesControlTable};
+        } catch (const DatabaseFailure& failure) {
+            if (!again || failure.sqlState != kResultChanged) throw;
+            programs_->Forget();  // somebody has changed the table
+        }
+    }
+}
+
+const std::vector<std::string>& PostgresConnection::KeyOf(const std::string& table) {
+    if (const auto known = keys_.find(table); known != keys_.end()) return known->second;
+    const Answer answer = session_->Ask(
+        "SELECT a.attname FROM pg_catalog.pg_index i JOIN pg_catalog.pg_attribute a"
+        " ON a.attrelid = i.indrelid AND a.attnum = ANY(i.indkey)"
+        " WHERE i.indrelid = to_regclass(quote_ident($1)) AND i.indisprimary",
+        {table.c_str()});
+    std::vector<std::string> columns;
+    columns.reserve(static_cast<std::size_t>(PQntuples(answer.get())));
+    for (int row = 0; row < PQntuples(answer.get()); ++row)
+        columns.emplace_back(PQgetvalue(answer.get(), row, 0));
+    return keys_[table] = std::move(columns);
+}
+
+void PostgresConnection::Commit() {
+    Call([&] {
+        Opened();
+        SendPending();
+        Settle();
+    });
+}
+
+void PostgresConnection::Settle() {
+    if (!isAhead_ || frame_ == Frame::Unit || frame_ == Frame::Exclusive) return;
+    session_->Queue(kWaitForDisk);
+    session_->Queue(kLeaveMark);
+    session_->Finish();
+    isAhead_ = false;
+}
+
+void PostgresConnection::RunAsUnit(const Work& work) {
+    if (frame_ != Frame::None) return work();
+    Call([&] {
+        Opened();
+        SendPending();
+        frame_ = Frame::UnitAhead;
+    });
+    try {
+        work();
+        Call([&] {
+            SendPending();
+            if (frame_ == Frame::Unit) CommitTransaction();
+            frame_ = Frame::None;
+        });
+    } catch (...) {
+        RollBack();
+        throw;
+    }
+}
+
+void PostgresConnection::RunExclusively(const Work& work) {
+    try {
+        Call([&] {
+            Opened();
+            SendPending();
+            session_->Queue(kBegin);
+            session_->Queue(kWaitForDisk);
+            session_->Queue(kLock);
+            frame_ = Frame::Exclusive;
+            waitsForDisk_ = true;
+            session_->Finish();
+        });
+        work();
+        Call([&] {
+            SendPending();
+            CommitTransaction();
+            frame_ = Frame::None;
+        });
+    } catch (...) {
+        RollBack();
+        throw;
+    }
+}
+
+// The server ends a transaction in which something failed by rolling it back, and calls that no failure.
+void PostgresConnection::CommitTransaction() {
+    const Answer answer = session_->Ask("COMMIT");
+    if (std::string_view(PQcmdStatus(answer.get())) != "COMMIT")
+        Raise("25P02", "One of the statements failed, so that all of them were taken back");
+    isAhead_ = !waitsForDisk_;
+    waitsForDisk_ = false;
+}
+
+// What was queued is part of it. Leaves the Errors alone.
+void PostgresConnection::RollBack() noexcept {
+    frame_ = Frame::None;
+    waitsForDisk_ = false;
+    if (!session_) return;
+    session_->Discard();
+    try {
+        if (session_->InTransaction()) session_->Ask("ROLLBACK");
+    } catch (const std::exception&) {
+        // It ends with the connection then.
+    }
+}
+
+}  // namespace iqrx::platform::postgres
+
+namespace iqrx::platform {
+
+std::unique_ptr<Connection> CreatePostgresConnection(TableNames controlTables) {
+    return std::make_unique<postgres::PostgresConnection>(std::move(controlTables));
+}
+
+}  // namespace iqrx::platform

@@ -1,0 +1,243 @@
+#include <algorithm>
+#include <optional>
+
+#include "platform/postgres/connection.h"
+#include "platform/postgres/errors.h"
+#include "platform/text.h"
+
+namespace iqrx::platform::postgres {
+
+namespace {
+
+std::string Quoted(std::string_view name) {
+    std::string quoted = "\"";
+    for (const char c : name) quoted.append(c == '"' ? 2 : 1, c);
+    return quoted + "\"";
+}
+
+// Rows are those of the moment at which it was opened, whatever the cursor: they stand in the server's answer.
+class PostgresRecordset final : public Recordset {
+public:
+    explicit PostgresRecordset(PostgresConnection& connection) : connection_(connection) {}
+
+    void Open(const platform::Statement& source, CursorType, LockType lock) override {
+        Close();
+        connection_.Call([&] {
+            selected_ = connection_.Select(source);
+            lock_ = lock;
+            columns_ = PQnfields(Rows());
+        });
+    }
+
+    void Close() override {
+        if (!selected_) return;
+        selected_.reset();
+        insert_.reset();
+        row_ = 0;
+        isAdding_ = isDeleted_ = false;
+        connection_.Call([&] { connection_.SendPending(); });
+    }
+
+    bool Bof() const override { return Count() == 0; }
+    bool Eof() const override { return row_ >= Count(); }
+
+    std::int32_t RecordCount() override {
+        connection_.Call([&] {
+            CheckOpen();
+            connection_.SendPending();
+        });
+        return Count();
+    }
+
+    void MoveFirst() override {
+        connection_.Call([&] {
+            CheckOpen();
+            if (Bof()) RaiseRecordsetError(kNoCurrentRecord, "The recordset is empty");
+        });
+        row_ = 0;
+        isDeleted_ = false;
+    }
+
+    void MoveNext() override {
+        connection_.Call([&] {
+            CheckOpen();
+            if (Eof()) RaiseRecordsetError(kNoCurrentRecord, "There is no current record");
+        });
+        ++row_;
+        isDeleted_ = false;
+    }
+
+    Value Field(std::string_view name) override {
+        if (const auto position = PositionOf(name)) return Field(*position);
+        return connection_.Call([&]() -> Value {
+            CheckOpen();
+            RaiseRecordsetError(kItemNotFound, "The result has no column \"" + std::string(name) + "\"");
+        });
+    }
+
+    Value Field(int position) override {
+        return connection_.Call([&] {
+            CheckRow();
+            CheckPosition(position);
+            return Cell(Rows(), row_, position);
+        });
+    }
+
+    std::vector<std::string> FieldNames() override {
+        return connection_.Call([&] {
+            CheckOpen();
+            std::vector<std::string> names;
+            names.reserve(static_cast<std::size_t>(columns_));
+            for (int position = 0; position < columns_; ++position) names.emplace_back(NameOf(position));
+            return names;
+        });
+    }
+
+    void AddNew() override {
+        connection_.Call([&] { Table(); });
+        newRow_.clear();
+        isAdding_ = true;
+    }
+
+    void SetField(int position, const Value& value) override {
+        connection_.Call([&] {
+            CheckOpen();
+            CheckPosition(position);
+            if (!isAdding_) RaiseRecordsetError(kNotUpdatable, "Fields are set in a new row only");
+        });
+        const auto same = std::ranges::find(newRow_, position, &NewField::position);
+        if (same == newRow_.end())
+            newRow_.push_back({position, value});
+        else
+            same->value = value;
+    }
+
+    void Update() override {
+        connection_.Call([&] {
+            if (!isAdding_) RaiseRecordsetError(kNotUpdatable, "There is no new row");
+            isAdding_ = false;
+            PrepareInsert();
+            parameters_.Clear();
+            for (std::size_t i = 0; i < newRow_.size(); ++i)
+                parameters_.Add(newRow_[i].value, insert_->Types()[i]);
+            connection_.Add(*insert_, parameters_, selected_->touchesControlTable);
+        });
+    }
+
+    void Delete() override {
+        connection_.Call([&] {
+            CheckRow();
+            connection_.SendPending();
+            const Condition row = OfTheRow();
+            const auto statement = connection_.Prepare("DELETE FROM " + Quoted(Table()) + " WHERE " + row.text);
+            parameters_.Clear();
+            for (std::size_t i = 0; i < row.positions.size(); ++i)
+                parameters_.Add(Cell(Rows(), row_, row.positions[i]), statement->Types()[i]);
+            if (connection_.Write(*statement, parameters_, selected_->touchesControlTable) == 0)
+                RaiseRecordsetError(kNotUpdatable, "The current row is no longer in the table");
+            isDeleted_ = true;
+        });
+    }
+
+private:
+    struct NewField {
+        int position;
+        Value value;
+    };
+
+    const PGresult* Rows() const { return selected_->rows.get(); }
+    int Count() const { return selected_ ? PQntuples(Rows()) : 0; }
+    std::string_view NameOf(int position) const { return PQfname(Rows(), position); }
+    bool HasColumn(int position) const { return position >= 0 && position < columns_; }
+    std::optional<int> PositionOf(std::string_view name) const {
+        if (!selected_) return std::nullopt;
+        for (int position = 0; position < columns_; ++position)
+            if (EqualIgnoringCase(NameOf(position), name)) return position;
+        return std::nullopt;
+    }
+
+    // Fields that were not set take their defaults; so the statement depends on which were.
+    void PrepareInsert() {
+        std::vector<int> positions;
+        for (const NewField& field : newRow_) positions.push_back(field.position);
+        if (insert_ && positions == insertedPositions_) return;
+        std::string names, places;
+        for (std::size_t i = 0; i < positions.size(); ++i) {
+            const std::string separator = i == 0 ? "" : ",";
+            names += separator + Quoted(NameOf(positions[i]));
+            places += separator + "$" + std::to_string(i + 1);
+        }
+        insert_ = connection_.Prepare(
+            "INSERT INTO " + Quoted(Table()) +
+            (names.empty() ? std::string(" DEFAULT VALUES") : " (" + names + ") VALUES (" + places + ")"));
+        insertedPositions_ = std::move(positions);
+    }
+
+    struct Condition {
+        std::vector<int> positions;  // of the columns that the row is known by
+        std::string text;
+    };
+
+    // A row of a table without a key is any that has the same values: one of them is looked up. A partitioned
+    // table has each place in every partition.
+    Condition OfTheRow() {
+        Condition row;
+        const auto add = [&](int position, const char* equals) {
+            row.positions.push_back(position);
+            row.text += (row.text.empty() ? "" : " AND ") + Quoted(NameOf(position)) + equals +
+                        std::to_string(row.positions.size());
+        };
+        for (const std::string& name : connection_.KeyOf(Table())) {
+            const auto position = PositionOf(name);
+            if (!position)
+                RaiseRecordsetError(kNotUpdatable, "The result lacks the key column \"" + name + "\"");
+            add(*position, " = $");
+        }
+        if (!row.positions.empty()) return row;
+        for (int position = 0; position < columns_; ++position) add(position, " IS NOT DISTINCT FROM $");
+        row.text = "(tableoid,ctid) = (SELECT tableoid,ctid FROM " + Quoted(Table()) + " WHERE " + row.text +
+                   " LIMIT 1)";
+        return row;
+    }
+
+    const std::string& Table() const {
+        CheckOpen();
+        if (lock_ == LockType::ReadOnly)
+            RaiseRecordsetError(kNotUpdatable, "The recordset was opened for reading only");
+        if (selected_->tables.size() != 1)
+            RaiseRecordsetError(kNotUpdatable, "Rows of a result from several tables cannot be changed");
+        return selected_->tables.front();
+    }
+
+    void CheckOpen() const {
+        if (!selected_) RaiseRecordsetError(kObjectClosed, "The recordset is closed");
+    }
+
+    void CheckRow() const {
+        CheckOpen();
+        if (Eof() || isDeleted_) RaiseRecordsetError(kNoCurrentRecord, "There is no current record");
+    }
+
+    void CheckPosition(int position) const {
+        if (!HasColumn(position))
+            RaiseRecordsetError(kItemNotFound, "The result has no column " + std::to_string(position));
+    }
+
+    PostgresConnection& connection_;
+    std::optional<PostgresConnection::Selected> selected_;  // nothing: closed
+    LockType lock_ = LockType::ReadOnly;
+    int row_ = 0, columns_ = 0;
+    bool isAdding_ = false, isDeleted_ = false;
+    std::vector<NewField> newRow_;
+    std::shared_ptr<const Prepared> insert_;
+    std::vector<int> insertedPositions_;  // what it was prepared for
+    Parameters parameters_;
+};
+
+}  // namespace
+
+std::unique_ptr<Recordset> PostgresConnection::CreateRecordset() {
+    return std::make_unique<PostgresRecordset>(*this);
+}
+
+}  // namespace iqrx::platform::postgres

@@ -1,0 +1,134 @@
+#include "platform/postgres/session.h"
+
+#include <utility>
+
+#include "platform/postgres/errors.h"
+#include "platform/postgres/login.h"
+
+namespace iqrx::platform::postgres {
+
+namespace {
+
+// Whatever the site has set: dates come in one form, a statement sees what others have committed, nothing
+// ends a wait that the port does not, and a commit does not wait for the disk.
+constexpr const char* kReady =
+    "SELECT set_config('DateStyle','ISO, YMD',false), set_config('extra_float_digits','1',false),"
+    " set_config('default_transaction_isolation','read committed',false),"
+    " set_config('statement_timeout','0',false), set_config('lock_timeout','0',false),"
+    " set_config('synchronous_commit','off',false), set_config('client_min_messages','warning',false)";
+
+bool IsFailure(const PGresult* answer) {
+    const ExecStatusType status = PQresultStatus(answer);
+    return status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK && status != PGRES_EMPTY_QUERY;
+}
+
+bool WasNotDone(const PGresult* answer) { return PQresultStatus(answer) == PGRES_PIPELINE_ABORTED; }
+
+}  // namespace
+
+Session::Session(const Settings& settings) : link_(LogIn(settings)) {
+    EnterPipeline();
+    Ask(kReady);
+}
+
+void Session::EnterPipeline() {
+    if (!PQenterPipelineMode(link_.get())) Fail(nullptr);
+}
+
+void Session::LeavePipeline() {
+    if (!PQexitPipelineMode(link_.get())) Fail(nullptr);
+}
+
+void Session::RequireLink() const {
+    if (!lost_.empty()) RaiseLost(lost_);
+}
+
+// What libpq says itself, without a state, is mostly that the server is gone; it may have to look once more.
+void Session::Fail(const PGresult* answer) {
+    const Said said = SaidOf(answer, link_.get());
+    const bool isLost = said.endsSession || PQstatus(link_.get()) == CONNECTION_BAD ||
+                        (said.sqlState.empty() && !PQconsumeInput(link_.get()));
+    if (!isLost) Raise(said.sqlState.empty() ? "HY000" : said.sqlState, said.words);
+    queued_ = 0;
+    lost_ = said.sqlState.empty() ? said.words : "[" + said.sqlState + "] " + said.words;
+    RaiseLost(lost_);
+}
+
+void Session::Count(int sent) {
+    if (!sent) Fail(nullptr);
+    ++queued_;
+}
+
+std::shared_ptr<const Prepared> Session::Prepare(const std::string& sql) {
+    RequireLink();
+    if (!InTransaction())
+        for (const std::string& name : std::exchange(*unused_, {})) Queue(("DEALLOCATE " + name).c_str());
+    const std::string name = "s" + std::to_string(++names_);
+    Count(PQsendPrepare(link_.get(), name.c_str(), sql.c_str(), 0, nullptr));
+    Count(PQsendDescribePrepared(link_.get(), name.c_str()));
+    const Answer description = std::move(Finish().back());
+    std::vector<Oid> types;
+    types.reserve(static_cast<std::size_t>(PQnparams(description.get())));
+    for (int i = 0; i < PQnparams(description.get()); ++i) types.push_back(PQparamtype(description.get(), i));
+    return std::make_shared<Prepared>(name, std::move(types), unused_);
+}
+
+void Session::Queue(const Prepared& statement, const Parameters& parameters) {
+    RequireLink();
+    Count(PQsendQueryPrepared(link_.get(), statement.Name().c_str(), parameters.Count(), parameters.Texts(),
+                              nullptr, nullptr, 0));
+}
+
+void Session::Queue(const char* command, std::initializer_list<const char*> texts) {
+    RequireLink();
+    Count(PQsendQueryParams(link_.get(), command, static_cast<int>(texts.size()), nullptr, texts.begin(),
+                            nullptr, nullptr, 0));
+}
+
+// A command has one answer, after which comes a null, and the end of a trip is one by itself. Where the
+// server ends the session, its words come first and the end of the connection after them.
+Answer Session::Receive() {
+    Answer answer(PQgetResult(link_.get()));
+    if (answer && PQresultStatus(answer.get()) != PGRES_PIPELINE_SYNC)
+        while (Answer(PQgetResult(link_.get())))
+            ;
+    const bool isOver =
+        PQresultStatus(answer.get()) == PGRES_FATAL_ERROR && SaidOf(answer.get(), link_.get()).endsSession;
+    if (isOver || PQstatus(link_.get()) == CONNECTION_BAD) Fail(answer.get());
+    return answer;
+}
+
+std::vector<Answer> Session::Finish() {
+    RequireLink();
+    if (!PQpipelineSync(link_.get())) Fail(nullptr);
+    std::vector<Answer> answers;
+    for (std::size_t left = std::exchange(queued_, 0); left > 0; --left) answers.push_back(Receive());
+    Receive();
+    for (const Answer& answer : answers)
+        if (IsFailure(answer.get()) && !WasNotDone(answer.get())) Fail(answer.get());
+    return answers;
+}
+
+void Session::Discard() noexcept {
+    try {
+        if (lost_.empty()) Finish();
+    } catch (const std::exception&) {
+        // Somebody has raised what matters.
+    }
+}
+
+Answer Session::Ask(const char* command, std::initializer_list<const char*> texts) {
+    Queue(command, texts);
+    return std::move(Finish().back());
+}
+
+void Session::RunScript(const std::string& script) {
+    RequireLink();
+    LeavePipeline();
+    const Answer answer(PQexec(link_.get(), script.c_str()));
+    if (PQstatus(link_.get()) == CONNECTION_BAD) Fail(answer.get());
+    EnterPipeline();
+    if (IsFailure(answer.get())) Fail(answer.get());
+}
+
+}  // namespace iqrx::platform::postgres

@@ -1,0 +1,59 @@
+// One connection to the server, which sends and receives. Commands are queued and go out together: a trip,
+// whose answers come in the order of its commands.
+#pragma once
+
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/postgres/handles.h"
+#include "platform/postgres/parameters.h"
+#include "platform/postgres/prepared.h"
+#include "platform/postgres/settings.h"
+
+namespace iqrx::platform::postgres {
+
+class Session {
+public:
+    explicit Session(const Settings& settings);  // raises
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    // Where a trip fails, all of these raise, once the connection is lost for good.
+    std::shared_ptr<const Prepared> Prepare(const std::string& sql);  // a trip of its own; nothing may be queued
+
+    void Queue(const Prepared& statement, const Parameters& parameters);
+    void Queue(const char* command, std::initializer_list<const char*> texts = {});
+    std::size_t Queued() const { return queued_; }
+
+    // Sends what is queued and waits for the answers, one for each command. The commands of a trip stand or
+    // fall together, unless a transaction is open. Raises the first failure; the commands after it were not
+    // done.
+    std::vector<Answer> Finish();
+    void Discard() noexcept;  // the same, whatever comes of it
+
+    // The answer of a single command.
+    Answer Ask(const char* command, std::initializer_list<const char*> texts = {});
+
+    // Any number of statements, as they stand.
+    void RunScript(const std::string& script);
+
+    bool InTransaction() const { return PQtransactionStatus(link_.get()) != PQTRANS_IDLE; }
+
+private:
+    void RequireLink() const;
+    void Count(int sent);
+    [[noreturn]] void Fail(const PGresult* answer);
+    Answer Receive();
+    void LeavePipeline();
+    void EnterPipeline();
+
+    Link link_;
+    std::string lost_;  // why, once it is
+    std::size_t queued_ = 0;
+    std::uint64_t names_ = 0;
+    std::shared_ptr<Unused> unused_ = std::make_shared<Unused>();
+};
+
+}  // namespace iqrx::platform::postgres

@@ -1,0 +1,110 @@
+#include "scenarios/site_database.h"
+
+#include <libpq-fe.h>
+#include <sqlite3.h>
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace iqrx::testing {
+
+namespace {
+
+class Embedded : public SiteDatabase {
+public:
+    explicit Embedded(std::filesystem::path file) : file_(std::move(file)) {}
+
+    std::string Connection() const override { return "Provider=SQLite;Data Source=" + file_.string(); }
+    std::vector<std::string> Rows(const std::string& sql) const override {
+        sqlite3* handle = nullptr;
+        const int code = sqlite3_open_v2(file_.c_str(), &handle, SQLITE_OPEN_READWRITE, nullptr);
+        const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> database(handle, sqlite3_close);
+        if (code != SQLITE_OK) throw std::runtime_error("cannot open " + file_.string());
+        sqlite3_busy_timeout(handle, 30'000);
+        std::vector<std::string> rows;
+        const auto keep = [](void* into, int columns, char** cells, char**) {
+            std::string row;
+            for (int i = 0; i < columns; ++i)
+                row += (i > 0 ? "|" : "") + std::string(cells[i] ? cells[i] : "NULL");
+            static_cast<std::vector<std::string>*>(into)->push_back(row);
+            return 0;
+        };
+        if (sqlite3_exec(handle, sql.c_str(), keep, &rows, nullptr) != SQLITE_OK)
+            throw std::runtime_error(sql + ": " + sqlite3_errmsg(handle));
+        return rows;
+    }
+
+private:
+    const std::filesystem::path file_;
+};
+
+class OnServer : public SiteDatabase {
+public:
+    OnServer() : name_("site" + std::to_string(++made)) { Ask("postgres", "CREATE DATABASE " + name_); }
+    ~OnServer() override {
+        try {
+            Ask("postgres", "DROP DATABASE " + name_ + " WITH (FORCE)");
+        } catch (const std::exception&) {
+            // It goes with the server.
+        }
+    }
+
+    std::string Connection() const override {
+        return "Provider=PostgreSQL;Host=" + SiteServer().Host() +
+               ";Port=" + std::to_string(SiteServer().Port()) + ";Database=" + name_ + ";User=postgres";
+    }
+    std::vector<std::string> Rows(const std::string& sql) const override { return Ask(name_, sql); }
+
+private:
+    // Truth is shown as 1 and 0, as the embedded database has it.
+    static std::string Cell(const PGresult* answer, int row, int column) {
+        constexpr Oid kTruth = 16;
+        if (PQgetisnull(answer, row, column)) return "NULL";
+        const std::string text = PQgetvalue(answer, row, column);
+        if (PQftype(answer, column) != kTruth) return text;
+        return text == "t" ? "1" : "0";
+    }
+
+    static std::vector<std::string> Ask(const std::string& database, const std::string& sql) {
+        const std::string port = std::to_string(SiteServer().Port()), host = SiteServer().Host();
+        const std::unique_ptr<PGconn, decltype(&PQfinish)> link(
+            PQsetdbLogin(host.c_str(), port.c_str(), nullptr, nullptr, database.c_str(), "postgres", nullptr),
+            PQfinish);
+        PQsetNoticeReceiver(
+            link.get(), [](void*, const PGresult*) {}, nullptr);
+        const std::unique_ptr<PGresult, decltype(&PQclear)> answer(PQexec(link.get(), sql.c_str()), PQclear);
+        const ExecStatusType status = PQresultStatus(answer.get());
+        if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK)
+            throw std::runtime_error(sql + ": " + PQerrorMessage(link.get()));
+        std::vector<std::string> rows;
+        for (int row = 0; row < PQntuples(answer.get()); ++row) {
+            rows.emplace_back();
+            for (int column = 0; column < PQnfields(answer.get()); ++column)
+                rows.back() += (column > 0 ? "|" : "") + Cell(answer.get(), row, column);
+        }
+        return rows;
+    }
+
+    static inline int made = 0;
+    const std::string name_;
+};
+
+}  // namespace
+
+PostgresServer& SiteServer() {
+    static PostgresServer server({.listens = PostgresOptions::Listens::Socket});
+    return server;
+}
+
+bool OnPostgres() {
+    const char* const database = std::getenv("IQRX_SITE_DATABASE");
+    return database && std::string_view(database) == "postgresql";
+}
+
+std::unique_ptr<SiteDatabase> EmbeddedSiteDatabase(const std::filesystem::path& file) {
+    return std::make_unique<Embedded>(file);
+}
+
+std::unique_ptr<SiteDatabase> PostgresSiteDatabase() { return std::make_unique<OnServer>(); }
+
+}  // namespace iqrx::testing
