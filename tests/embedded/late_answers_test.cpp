@@ -95,7 +95,7 @@ protected:
         EXPECT_EQ(late.Counts(), waiting.Counts());
         EXPECT_EQ(late.Log(), waiting.Log());
         EXPECT_EQ(late.Trace(), waiting.Trace());
-        TwinDatabases(late.File(), waiting.File()).ExpectEqual();
+        ExpectEqualFiles(late.File(), waiting.File());
     }
 
     const TemporaryDirectory extract;
