@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <ostream>
 
 #include "scenarios/books.h"
 
@@ -16,6 +17,7 @@ using ::testing::Not;
 using ::testing::SizeIs;
 
 enum class Program { Tool, Service };
+void PrintTo(Program program, std::ostream* out) { *out << (program == Program::Tool ? "tool" : "service"); }
 constexpr long kHour = 3600;
 
 class AStateDirectory : public SiteWithBooks, public ::testing::WithParamInterface<Program> {

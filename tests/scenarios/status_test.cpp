@@ -275,7 +275,9 @@ TEST_F(TheStatus, PutsWhatIsBeingCopiedOnTopOfTheScreenThatIsWatched) {  // B3
     const std::string begun = ReadText(sheet);
     GivenSign("tccom130", 41'200, 8000, 1);
     const SheetHolder holder(sheet);
-    Terminal terminal({IQRX_QRXCTL, "--connection", Connection(), "status", "--watch", "1s"}, directory);
+    Terminal terminal(
+        {IQRX_QRXCTL, "--connection", Connection(), "--log-dir", logs.string(), "status", "--watch", "1s"},
+        directory);
     ASSERT_TRUE(terminal.Shows(")\x1b[K\ncopying  tccom130  41,200 rows, 5,150/s, ")) << terminal.Screen();
     ASSERT_TRUE(terminal.Shows(" state\x1b[K\ntccom130 ")) << terminal.Screen();
     std::ofstream(sheet, std::ios::binary) << begun;

@@ -228,12 +228,13 @@ protected:
             for (int i = 0; i < kRecords; ++i) stream << "T" << 1000 + i << ",Type,REMOTE,ONC,1\n";
             stream.flush();
         }
-        // A copy that was asked to stop may have ended before it comes to read this.
-        void GoOn() {
-            const auto before = std::signal(SIGPIPE, SIG_IGN);
-            stream << "ZZZ,Last,REMOTE,ONC,1\n" << std::flush;
+        ~SlowExport() {
+            stream.close();
             std::signal(SIGPIPE, before);
         }
+        void GoOn() { stream << "ZZZ,Last,REMOTE,ONC,1\n" << std::flush; }
+        // A copy that was asked to stop may have ended before it comes to read what is left.
+        void (*const before)(int) = std::signal(SIGPIPE, SIG_IGN);
         std::ofstream stream;
     };
     std::vector<std::string> Command(const std::vector<std::string>& more = {}) const {
