@@ -84,18 +84,21 @@ void AgainstOthers(const PostgresSite& site, const Subject& subject, const char*
         [&] { return site.Count(subject) == rows + (changes + 9) / 10; });
 }
 
-// What a copy of so many rows takes, or would take: what takes too long is told from a hundred rows.
+// What a copy of so many rows takes or, where that is too long, would take by what few rows do.
 struct Taken {
     double seconds = 0;
     bool isReckoned = false;
 };
 using CopyOf = std::function<Seconds(std::int64_t rows)>;
 std::optional<Taken> Take(std::int64_t rows, const CopyOf& copyOf) {
-    constexpr double kPatience = 45;
-    constexpr std::int64_t kFew = 100;
-    const Seconds none = copyOf(0), few = copyOf(kFew);
-    if (!none || !few) return std::nullopt;
-    const double reckoned = *none + std::max(0.0, *few - *none) * static_cast<double>(rows) / kFew;
+    constexpr double kPatience = 45, kTelling = 2;
+    const Seconds none = copyOf(0);
+    std::int64_t few = 100;
+    Seconds taken = copyOf(few);
+    if (none && taken && *taken - *none < kTelling && rows > 1000) taken = copyOf(few = 1000);
+    if (!none || !taken) return std::nullopt;
+    const double each = std::max(0.0, *taken - *none) / static_cast<double>(few);
+    const double reckoned = *none + each * static_cast<double>(rows);
     if (reckoned > kPatience) return Taken{reckoned, true};
     const Seconds all = copyOf(rows);
     return all ? std::optional(Taken{*all}) : std::nullopt;
