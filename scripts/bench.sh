@@ -7,7 +7,8 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh
 cmake --preset release >/dev/null
 cmake --build --preset release --target \
-  iQRXyQRXSync qrxctl plain_loop copy_bench sqlite_bench orders_bench calendars_bench odbc_bench watch_bench
+  iQRXyQRXSync qrxctl plain_loop copy_bench sqlite_bench orders_bench calendars_bench odbc_bench watch_bench \
+  postgres_bench
 
 quiet=(--benchmark_color=false)
 echo "== Full copies against the plain prepared loop (ratio: time, cpu_ratio: processor time)"
@@ -30,3 +31,6 @@ build/release/sqlite_bench "${quiet[@]}"
 echo
 echo "== ODBC against a bare loop"
 build/release/odbc_bench "${quiet[@]}"
+echo
+echo "== PostgreSQL: against others, from a distance, several tables at once"
+build/release/postgres_bench

@@ -9,6 +9,7 @@ packages=(
   # tests and benchmarks
   libgtest-dev libgmock-dev googletest librapidcheck-dev libbenchmark-dev
   sqlite3 python3 tzdata libsqliteodbc odbc-postgresql tdsodbc odbcinst postgresql openssl
+  python3-psycopg
   # checks of the source
   clang-format clang-tidy
   # the Windows build and its tests

@@ -20,7 +20,7 @@ protected:
     Finished CopyWith(const DiskFault& fault, int at) const {
         const std::string preload = std::string(IQRX_SANITIZER_LIBRARY) + " " IQRX_IO_FAULTS;
         return Copy({{"LD_PRELOAD", preload},
-                     {"IO_FAULTS_BELOW", (site / "site.db").string()},
+                     {"IO_FAULTS_BELOW", database.string()},
                      {"IO_FAULTS_KIND", fault.kind},
                      {"IO_FAULTS_ERROR", fault.error},
                      {"IO_FAULTS_STAY", fault.stays ? "1" : "0"},
@@ -47,8 +47,8 @@ protected:
         // A broken disk takes the unlocking no more than anything else: that is said. A full one does.
         const bool broken = fault.error == "EIO";
         if (broken && run.err.find("stays locked") != std::string::npos)
-            RowsOf(site / "site.db", "UPDATE tstables SET in_use = 0");
-        EXPECT_THAT(Read("SELECT tablename FROM tstables WHERE in_use <> 0"), ::testing::IsEmpty());
+            Execute("UPDATE tstables SET in_use = 0");
+        EXPECT_THAT(Rows("SELECT tablename FROM tstables WHERE in_use <> 0"), ::testing::IsEmpty());
     }
 };
 

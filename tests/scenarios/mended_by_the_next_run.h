@@ -20,19 +20,27 @@ struct DisturbedCopy {
 };
 inline void PrintTo(const DisturbedCopy& copy, std::ostream* out) { *out << copy.name; }
 
-// The sample's site on the morning of its day: every table was copied in full, the day's changes are in the trails.
+// A site on the morning of the sample's day: every table was copied in full, the day's changes are in the trails. The
+// sample is the one that the source tree carries or, where a copy has to last, one of so many orders and changes.
 class MendedByTheNextRun : public Site, public ::testing::WithParamInterface<DisturbedCopy> {
 protected:
-    MendedByTheNextRun() {
-        Execute("DELETE FROM tsparameters; INSERT INTO tsparameters (Qrxcal, tvkparam) VALUES (3650, 1)");
+    explicit MendedByTheNextRun(bool onServer = OnPostgres(), int orders = 0)
+        : Site(onServer), sample(orders > 0 ? extract : Sample()) {
+        const std::string count = std::to_string(orders);
+        if (orders > 0) {
+            EXPECT_EQ(
+                BareQrxctl({"sample", extract.string(), "--orders", count, "--changes", count, "--force"}).exitCode,
+                0);
+        }
+        Execute("DELETE FROM tsparameters");
+        Execute("INSERT INTO tsparameters (Qrxcal, tvkparam) VALUES (3650, 1)");
         for (int round = 0; round < 2; ++round)  // the calendars need the employees of the first
             EXPECT_EQ(BareQrxctl({"copy", "--all", "--full", "--connection", Connection(), "--erp",
-                                  "extract=" + Sample().string(), "--log-dir", logs.string()})
+                                  "extract=" + sample.string(), "--log-dir", logs.string()})
                           .exitCode,
                       0);
-        Execute("UPDATE tstables SET lutm = '2025-06-20 00:00:00'; PRAGMA wal_checkpoint(TRUNCATE)");
-        fs::create_directory(site);
-        fs::copy_file(database, morning);
+        Execute("UPDATE tstables SET lutm = '2025-06-20 00:00:00'");
+        Database().Keep();
         BackToTheMorning();
         EXPECT_EQ(Copy().exitCode, 0);
         expected = Contents();
@@ -40,17 +48,16 @@ protected:
     }
 
     void BackToTheMorning() const {
-        fs::remove_all(site);
-        fs::create_directories(site / "log");
-        fs::copy_file(morning, site / "site.db");
+        fs::remove_all(State());
+        fs::remove_all(logs);
+        fs::create_directory(logs);
+        Database().Restore();
         fs::remove(directory / "instance");
     }
 
     Request TheCopy() const {
         Request request = FullCopy();
-        request.connection = "Provider=SQLite;Data Source=" + (site / "site.db").string();
-        request.logDirectory = (site / "log").string();
-        request.runParameter = "extract=" + Sample().string();
+        request.runParameter = "extract=" + sample.string();
         request.table = GetParam().table;
         request.method = GetParam().method;
         request.calendar = "E00001";
@@ -62,15 +69,13 @@ protected:
         return Service(TheCopy(), environment, 11);
     }
 
-    std::vector<std::string> Read(const std::string& sql) const { return RowsOf(site / "site.db", sql); }
-
     // The rows of every table that a copy fills.
     std::vector<std::string> Contents() const {
         std::vector<std::string> rows;
-        for (const std::string& table :
-             Read("SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT IN ('tstables', 'tsfullsyncs') "
-                  "AND name NOT LIKE 'sqlite_%'"))
-            for (const std::string& row : Read("SELECT * FROM " + table)) rows.push_back(table + " " + row);
+        for (const std::string& table : Database().Tables())
+            if (table != "tstables" && table != "tsfullsyncs")
+                for (const std::string& row : Rows("SELECT * FROM " + table))
+                    rows.push_back(table + " " + row);
         std::ranges::sort(rows);
         return rows;
     }
@@ -81,7 +86,7 @@ protected:
         EXPECT_THAT(Contents(), ::testing::ContainerEq(expected));
     }
 
-    const fs::path site = directory / "site", morning = directory / "morning.db";
+    const fs::path sample;
     std::vector<std::string> expected;
 };
 

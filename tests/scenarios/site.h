@@ -55,6 +55,7 @@ protected:
 
     // What a reading application finds: a line per row, cells joined by '|', NULL for Null.
     std::vector<std::string> Rows(const std::string& sql) const { return rows_->Rows(sql); }
+    const SiteDatabase& Database() const { return *rows_; }
     static std::vector<std::string> RowsOf(const fs::path& database, const std::string& sql) {
         return EmbeddedSiteDatabase(database)->Rows(sql);
     }

@@ -8,11 +8,13 @@
 
 namespace iqrx::testing {
 
+namespace fs = std::filesystem;
+
 namespace {
 
 class Embedded : public SiteDatabase {
 public:
-    explicit Embedded(std::filesystem::path file) : file_(std::move(file)) {}
+    explicit Embedded(fs::path file) : file_(std::move(file)) {}
 
     std::string Connection() const override { return "Provider=SQLite;Data Source=" + file_.string(); }
     std::vector<std::string> Rows(const std::string& sql) const override {
@@ -33,9 +35,22 @@ public:
             throw std::runtime_error(sql + ": " + sqlite3_errmsg(handle));
         return rows;
     }
+    std::vector<std::string> Tables() const override {
+        return Rows("SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite_%'");
+    }
+    void Keep() const override {
+        Rows("PRAGMA wal_checkpoint(TRUNCATE)");
+        fs::copy_file(file_, Kept(), fs::copy_options::overwrite_existing);
+    }
+    void Restore() const override {
+        for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(file_.string() + suffix);
+        fs::copy_file(Kept(), file_);
+    }
 
 private:
-    const std::filesystem::path file_;
+    fs::path Kept() const { return file_.string() + ".kept"; }
+
+    const fs::path file_;
 };
 
 class OnServer : public SiteDatabase {
@@ -43,7 +58,8 @@ public:
     OnServer() : name_("site" + std::to_string(++made)) { Ask("postgres", "CREATE DATABASE " + name_); }
     ~OnServer() override {
         try {
-            Ask("postgres", "DROP DATABASE " + name_ + " WITH (FORCE)");
+            Drop(name_);
+            Drop(Kept());
         } catch (const std::exception&) {
             // It goes with the server.
         }
@@ -54,8 +70,22 @@ public:
                ";Port=" + std::to_string(SiteServer().Port()) + ";Database=" + name_ + ";User=postgres";
     }
     std::vector<std::string> Rows(const std::string& sql) const override { return Ask(name_, sql); }
+    std::vector<std::string> Tables() const override {
+        return Rows("SELECT tablename FROM pg_tables WHERE schemaname = 'public'");
+    }
+    void Keep() const override { Copy(name_, Kept()); }
+    void Restore() const override { Copy(Kept(), name_); }
 
 private:
+    std::string Kept() const { return name_ + "_kept"; }
+    static void Drop(const std::string& name) {
+        Ask("postgres", "DROP DATABASE IF EXISTS " + name + " WITH (FORCE)");
+    }
+    static void Copy(const std::string& from, const std::string& to) {
+        Drop(to);
+        Ask("postgres", "CREATE DATABASE " + to + " TEMPLATE " + from);
+    }
+
     // Truth is shown as 1 and 0, as the embedded database has it.
     static std::string Cell(const PGresult* answer, int row, int column) {
         constexpr Oid kTruth = 16;
@@ -92,7 +122,8 @@ private:
 }  // namespace
 
 PostgresServer& SiteServer() {
-    static PostgresServer server({.listens = PostgresOptions::Listens::Socket});
+    static PostgresServer server(
+        {.listens = PostgresOptions::Listens::Socket, .settings = {"listen_addresses=127.0.0.1"}});
     return server;
 }
 
@@ -101,7 +132,7 @@ bool OnPostgres() {
     return database && std::string_view(database) == "postgresql";
 }
 
-std::unique_ptr<SiteDatabase> EmbeddedSiteDatabase(const std::filesystem::path& file) {
+std::unique_ptr<SiteDatabase> EmbeddedSiteDatabase(const fs::path& file) {
     return std::make_unique<Embedded>(file);
 }
 

@@ -19,10 +19,14 @@ public:
     virtual std::string Connection() const = 0;
     // What a reading application finds: a line per row, cells joined by '|', NULL for Null.
     virtual std::vector<std::string> Rows(const std::string& sql) const = 0;
+    virtual std::vector<std::string> Tables() const = 0;
+    // Keeps all that the database holds; and has it as it was kept, while nobody is connected.
+    virtual void Keep() const = 0;
+    virtual void Restore() const = 0;
 };
 
 std::unique_ptr<SiteDatabase> EmbeddedSiteDatabase(const std::filesystem::path& file);
 std::unique_ptr<SiteDatabase> PostgresSiteDatabase();
-PostgresServer& SiteServer();
+PostgresServer& SiteServer();  // on TCP, too
 
 }  // namespace iqrx::testing
