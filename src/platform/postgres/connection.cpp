@@ -43,11 +43,6 @@ PostgresConnection::~PostgresConnection() {
     Close();
 }
 
-Session& PostgresConnection::Opened() {
-    if (!session_) RaiseRecordsetError(kObjectClosed, "The connection is closed");
-    return *session_;
-}
-
 void PostgresConnection::Open(const std::string& connectionString) {
     Call([&] {
         Close();
@@ -336,16 +331,6 @@ void PostgresConnection::RunExclusively(const Work& work) {
         RollBack();
         throw;
     }
-}
-
-// The server ends a transaction in which something failed by rolling it back, and calls that no failure.
-void PostgresConnection::CommitTransaction() {
-    const Answer answer = session_->Ask("COMMIT");
-    if (std::string_view(PQcmdStatus(answer.get())) != "COMMIT")
-        Raise("25P02", "One of the statements failed, so that all of them were taken back");
-    trips_.Take();
-    isAhead_ = !waitsForDisk_;
-    waitsForDisk_ = false;
 }
 
 }  // namespace iqrx::platform::postgres
