@@ -48,6 +48,12 @@ public:
     // Texts are borrowed; this one holds its own, which is at most kOwnSize long.
     Literal WithItsText() const;
     static constexpr std::size_t kOwnSize = 24;
+    // The same, whose text, unless it holds its own, was copied to there.
+    Literal WithItsTextAt(std::string_view copy) const {
+        Literal literal = *this;
+        if (literal.ownSize_ == 0) literal.text_ = copy;
+        return literal;
+    }
 
     Kind Is() const { return kind_; }
     std::int64_t WholeNumber() const { return whole_; }

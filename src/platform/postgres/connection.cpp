@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <limits>
 
-#include "platform/dialect/change.h"
 #include "platform/postgres/errors.h"
 #include "platform/postgres/grammar.h"
 #include "platform/postgres/postgres_database.h"
@@ -15,22 +13,12 @@ namespace iqrx::platform::postgres {
 
 namespace {
 
-constexpr const char* kBegin = "BEGIN ISOLATION LEVEL READ COMMITTED";
-// Of the transaction that it stands in: its commit returns when it, and everything before it, is on the disk.
-constexpr const char* kWaitForDisk = "SELECT set_config('synchronous_commit','on',true)";
 // A transaction that changes no row does not wait for the disk unless it leaves something in the log.
 constexpr const char* kLeaveMark = "SELECT pg_logical_emit_message(true,'iQRXyQRXSync','')";
 // One section at a time in a schema; the number is this system's own among the locks of the database.
 constexpr const char* kLock =
     "SELECT pg_advisory_xact_lock(1364350041, hashtext(coalesce(current_schema(),'')))";
 constexpr std::size_t kRowsAtOnce = 500;
-
-std::int64_t CountOf(const PGresult* answer) {
-    const std::string_view digits = PQcmdTuples(const_cast<PGresult*>(answer));
-    std::int64_t count = 0;
-    std::from_chars(digits.data(), digits.data() + digits.size(), count);
-    return count;
-}
 
 // A definition is no statement of the copy: a script goes to the server as it stands.
 bool IsDefinition(std::string_view text) {
@@ -47,16 +35,22 @@ bool IsDefinition(std::string_view text) {
 
 }  // namespace
 
-Session& PostgresConnection::Opened() {
-    if (!session_) RaiseRecordsetError(kObjectClosed, "The connection is closed");
-    return *session_;
+// Whoever would hear answers may be gone.
+PostgresConnection::~PostgresConnection() {
+    trips_.Take();
+    owed_ = nullptr;
+    if (session_) session_->Discard();
+    Close();
 }
 
 void PostgresConnection::Open(const std::string& connectionString) {
     Call([&] {
         Close();
-        session_ = std::make_unique<Session>(SettingsOf(connectionString, connectionTimeout_));
+        const Settings settings = SettingsOf(connectionString, connectionTimeout_);
+        session_ = std::make_unique<Session>(settings);
+        rowsPerTrip_ = static_cast<std::size_t>(settings.rowsPerTrip);
         programs_.emplace(kGrammar, controlTables_, [this](dialect::Translation made) {
+            if (session_->Queued() > 0) throw UnderWay{};
             auto program = std::make_shared<Program>();
             for (const std::string& sql : made.statements)
                 program->statements.push_back(session_->Prepare(sql));
@@ -74,10 +68,12 @@ void PostgresConnection::Close() {
         Call([&] { SendPending(); });
     } catch (...) {  // LastErrors tells
     }
+    ForgetTables();
     programs_.reset();
-    recordsets_.clear();
-    keys_.clear();
+    trips_.Take();
     session_.reset();
+    owed_ = nullptr;
+    added_ = 0;
     frame_ = Frame::None;
     waitsForDisk_ = isAhead_ = false;
 }
@@ -127,7 +123,8 @@ void PostgresConnection::MoveTo(const std::string& schema) {
 }
 
 void PostgresConnection::ForgetTables() {
-    programs_->Forget();
+    if (programs_) programs_->Forget();
+    upserts_.Forget();
     recordsets_.clear();
     keys_.clear();
 }
@@ -135,35 +132,49 @@ void PostgresConnection::ForgetTables() {
 std::int32_t PostgresConnection::Execute(const platform::Statement& statement) {
     const std::int64_t affected = Call([&]() -> std::int64_t {
         Opened();
-        SendPending();
+        RaiseOwed();
         if (statement.Form().pieces.empty() && IsDefinition(statement.Text())) {
+            SendPending();
             ForgetTables();
             session_->RunScript(std::string(statement.Text()));
             isAhead_ = true;
             Settle();
             return 0;
         }
+        isOfEarlier_ = false;
         try {
-            return Run(programs_->Find(statement));
+            return Run(Find(statement));
         } catch (DatabaseFailure& failure) {
-            const std::string place =
-                ConcernsItsValues(failure) ? dialect::PlaceOf(statement.Text()) : std::string();
-            if (!place.empty()) failure.description += " (" + place + ")";
+            if (!isOfEarlier_) AddPlace(failure, statement.Text());
             throw;
         }
     });
     return static_cast<std::int32_t>(std::min<std::int64_t>(affected, std::numeric_limits<std::int32_t>::max()));
 }
 
+// What is under way is waited for with the statement, unless the server has to know the statement first.
+dialect::Found PostgresConnection::Find(const platform::Statement& statement) {
+    SendRows();
+    CloseTrip();
+    try {
+        return programs_->Find(statement);
+    } catch (const UnderWay&) {
+        SendPending();
+        return programs_->Find(statement);
+    }
+}
+
 std::int64_t PostgresConnection::Run(const dialect::Found& found) {
     const dialect::Translation& translation = found.program->translation;
     if (const std::string schema = translation.schema; !schema.empty()) {
+        SendPending();
         MoveTo(schema);
         return 0;
     }
     if (translation.isSelect || translation.steps.empty()) return 0;
     if (translation.steps.size() > 1) return RunBatch(found);
     const dialect::Step& step = translation.steps.front();
+    parameters_.Clear();
     Bind(found, 0, step);
     const std::int64_t affected = Write(*static_cast<Program&>(*found.program).statements[step.statement],
                                         parameters_, found.program->touchesControlTable);
@@ -174,7 +185,6 @@ void PostgresConnection::Bind(const dialect::Found& found, std::size_t set, cons
     const std::vector<Oid>& types = static_cast<Program&>(*found.program).statements[step.statement]->Types();
     const std::vector<std::size_t>& negative = found.program->translation.negative;
     const auto literals = found.Of(set, step.firstLiteral, step.literalCount);
-    parameters_.Clear();
     for (std::size_t i = 0; i < literals.size(); ++i)
         parameters_.Add(*literals[i], types[i],
                         std::ranges::find(negative, step.firstLiteral + i) != negative.end());
@@ -202,11 +212,13 @@ std::int64_t PostgresConnection::RunSteps(const dialect::Found& found, std::size
             const Literal& wanted = *found.Of(set, step.firstLiteral, step.literalCount).front();
             if (wanted.Is() != Literal::Kind::Whole || wanted.WholeNumber() != kept) next = step.target;
         } else if (step.kind == Kind::Count) {
+            parameters_.Clear();
             Bind(found, set, step);
-            session_->Queue(*program.statements[step.statement], parameters_);
-            const Answer answer = std::move(session_->Finish().back());
+            const Answer answer =
+                Ask([&] { session_->Queue(*program.statements[step.statement], parameters_); });
             kept = std::strtoll(PQgetvalue(answer.get(), 0, 0), nullptr, 10);
         } else {
+            parameters_.Clear();
             Bind(found, set, step);
             const std::int64_t count =
                 Write(*program.statements[step.statement], parameters_, program.touchesControlTable);
@@ -218,42 +230,25 @@ std::int64_t PostgresConnection::RunSteps(const dialect::Found& found, std::size
 
 std::int64_t PostgresConnection::Write(const Prepared& statement, const Parameters& parameters,
                                        bool touchesControlTable) {
-    BeginWrite(touchesControlTable);
-    session_->Queue(statement, parameters);
-    const Answer answer = std::move(session_->Finish().back());
+    const Answer answer = Ask([&] {
+        BeginWrite(touchesControlTable);
+        session_->Queue(statement, parameters);
+    });
     EndWrite(touchesControlTable);
     return CountOf(answer.get());
 }
 
-// What has to stand in front of a write, in the same trip.
-void PostgresConnection::BeginWrite(bool touchesControlTable) {
-    if (frame_ == Frame::UnitAhead) {
-        session_->Queue(kBegin);
-        frame_ = Frame::Unit;
-    }
-    if (!touchesControlTable || waitsForDisk_) return;
-    session_->Queue(kWaitForDisk);
-    waitsForDisk_ = frame_ != Frame::None;
-}
-
-void PostgresConnection::EndWrite(bool touchesControlTable) {
-    if (frame_ == Frame::None) isAhead_ = !touchesControlTable;
-}
-
 void PostgresConnection::Add(const Prepared& insert, const Parameters& row, bool touchesControlTable) {
-    if (session_->Queued() == 0) BeginWrite(touchesControlTable);
+    if (!HasRows()) {
+        SendPending();
+        BeginWrite(touchesControlTable);
+    }
     session_->Queue(insert, row);
     if (touchesControlTable || session_->Queued() >= kRowsAtOnce) SendPending();
     if (touchesControlTable) EndWrite(true);
 }
 
-void PostgresConnection::SendPending() {
-    if (!session_ || session_->Queued() == 0) return;
-    session_->Finish();
-    EndWrite(false);
-}
-
-std::shared_ptr<const Prepared> PostgresConnection::Prepare(const std::string& sql) {
+PostgresConnection::Kept PostgresConnection::Prepare(const std::string& sql) {
     constexpr std::size_t kMost = 64;
     if (const auto known = recordsets_.find(sql); known != recordsets_.end()) return known->second;
     SendPending();
@@ -263,17 +258,20 @@ std::shared_ptr<const Prepared> PostgresConnection::Prepare(const std::string& s
 
 PostgresConnection::Selected PostgresConnection::Select(const platform::Statement& statement) {
     Opened();
-    SendPending();
+    RaiseOwed();
+    RequireStanding();
     constexpr std::string_view kResultChanged = "0A000";
     for (bool again = frame_ == Frame::None;; again = false) {
-        const dialect::Found found = programs_->Find(statement);
+        const dialect::Found found = Find(statement);
         const dialect::Translation& translation = found.program->translation;
         if (!translation.isSelect) RaiseRecordsetError(kNotUpdatable, "The statement returns no rows");
+        parameters_.Clear();
         Bind(found, 0, translation.steps.front());
-        session_->Queue(*static_cast<Program&>(*found.program).statements.front(), parameters_);
+        const std::shared_ptr<dialect::Program> program = found.program;
         try {
-            return {std::move(session_->Finish().back()), translation.tables,
-                    found.program->touchesControlTable};
+            Answer rows =
+                Ask([&] { session_->Queue(*static_cast<Program&>(*program).statements.front(), parameters_); });
+            return {std::move(rows), program->translation.tables, program->touchesControlTable};
         } catch (const DatabaseFailure& failure) {
             if (!again || failure.sqlState != kResultChanged) throw;
             programs_->Forget();  // somebody has changed the table
@@ -311,26 +309,6 @@ void PostgresConnection::Settle() {
     isAhead_ = false;
 }
 
-void PostgresConnection::RunAsUnit(const Work& work) {
-    if (frame_ != Frame::None) return work();
-    Call([&] {
-        Opened();
-        SendPending();
-        frame_ = Frame::UnitAhead;
-    });
-    try {
-        work();
-        Call([&] {
-            SendPending();
-            if (frame_ == Frame::Unit) CommitTransaction();
-            frame_ = Frame::None;
-        });
-    } catch (...) {
-        RollBack();
-        throw;
-    }
-}
-
 void PostgresConnection::RunExclusively(const Work& work) {
     try {
         Call([&] {
@@ -352,28 +330,6 @@ void PostgresConnection::RunExclusively(const Work& work) {
     } catch (...) {
         RollBack();
         throw;
-    }
-}
-
-// The server ends a transaction in which something failed by rolling it back, and calls that no failure.
-void PostgresConnection::CommitTransaction() {
-    const Answer answer = session_->Ask("COMMIT");
-    if (std::string_view(PQcmdStatus(answer.get())) != "COMMIT")
-        Raise("25P02", "One of the statements failed, so that all of them were taken back");
-    isAhead_ = !waitsForDisk_;
-    waitsForDisk_ = false;
-}
-
-// What was queued is part of it. Leaves the Errors alone.
-void PostgresConnection::RollBack() noexcept {
-    frame_ = Frame::None;
-    waitsForDisk_ = false;
-    if (!session_) return;
-    session_->Discard();
-    try {
-        if (session_->InTransaction()) session_->Ask("ROLLBACK");
-    } catch (const std::exception&) {
-        // It ends with the connection then.
     }
 }
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <regex>
 
+#include "platform/dialect/change.h"
 #include "platform/postgres/grammar.h"
 #include "platform/printable.h"
 #include "platform/text.h"
@@ -84,6 +85,15 @@ void RaiseLogin(PGconn* link) {
     Raise(named ? found[1].str() : PQconnectionNeedsPassword(link) ? kLoginRefused : kNoConnection, words);
 }
 
-bool ConcernsItsValues(const DatabaseFailure& failure) { return failure.sqlState.starts_with("22"); }
+bool IsFailure(const PGresult* answer) {
+    const ExecStatusType status = PQresultStatus(answer);
+    return status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK && status != PGRES_EMPTY_QUERY;
+}
+
+void AddPlace(DatabaseFailure& failure, std::string_view statement) {
+    if (!failure.sqlState.starts_with("22")) return;
+    const std::string place = dialect::PlaceOf(statement);
+    if (!place.empty()) failure.description += " (" + place + ")";
+}
 
 }  // namespace iqrx::platform::postgres

@@ -24,7 +24,9 @@ Said SaidOf(const PGresult* answer, PGconn* link);
 // The failure of a login: libpq has the server's state in its verbose words only.
 [[noreturn]] void RaiseLogin(PGconn* link);
 
-// Whether an error is about the value that a statement holds.
-bool ConcernsItsValues(const DatabaseFailure& failure);
+bool IsFailure(const PGresult* answer);
+
+// To an error about a value that the statement holds: which row that is.
+void AddPlace(DatabaseFailure& failure, std::string_view statement);
 
 }  // namespace iqrx::platform::postgres

@@ -35,7 +35,7 @@ public:
         insert_.reset();
         row_ = 0;
         isAdding_ = isDeleted_ = false;
-        connection_.Call([&] { connection_.SendPending(); });
+        connection_.Call([&] { connection_.SendRows(); });
     }
 
     bool Bof() const override { return Count() == 0; }
@@ -44,7 +44,7 @@ public:
     std::int32_t RecordCount() override {
         connection_.Call([&] {
             CheckOpen();
-            connection_.SendPending();
+            connection_.SendRows();
         });
         return Count();
     }

@@ -17,11 +17,6 @@ constexpr const char* kReady =
     " set_config('statement_timeout','0',false), set_config('lock_timeout','0',false),"
     " set_config('synchronous_commit','off',false), set_config('client_min_messages','warning',false)";
 
-bool IsFailure(const PGresult* answer) {
-    const ExecStatusType status = PQresultStatus(answer);
-    return status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK && status != PGRES_EMPTY_QUERY;
-}
-
 bool WasNotDone(const PGresult* answer) { return PQresultStatus(answer) == PGRES_PIPELINE_ABORTED; }
 
 }  // namespace
@@ -59,18 +54,18 @@ void Session::Count(int sent) {
     ++queued_;
 }
 
-std::shared_ptr<const Prepared> Session::Prepare(const std::string& sql) {
+std::shared_ptr<const Prepared> Session::Prepare(const std::string& sql, const std::vector<Oid>& types) {
     RequireLink();
     if (!InTransaction())
         for (const std::string& name : std::exchange(*unused_, {})) Queue(("DEALLOCATE " + name).c_str());
     const std::string name = "s" + std::to_string(++names_);
-    Count(PQsendPrepare(link_.get(), name.c_str(), sql.c_str(), 0, nullptr));
+    Count(PQsendPrepare(link_.get(), name.c_str(), sql.c_str(), static_cast<int>(types.size()), types.data()));
     Count(PQsendDescribePrepared(link_.get(), name.c_str()));
     const Answer description = std::move(Finish().back());
-    std::vector<Oid> types;
-    types.reserve(static_cast<std::size_t>(PQnparams(description.get())));
-    for (int i = 0; i < PQnparams(description.get()); ++i) types.push_back(PQparamtype(description.get(), i));
-    return std::make_shared<Prepared>(name, std::move(types), unused_);
+    std::vector<Oid> found;
+    found.reserve(static_cast<std::size_t>(PQnparams(description.get())));
+    for (int i = 0; i < PQnparams(description.get()); ++i) found.push_back(PQparamtype(description.get(), i));
+    return std::make_shared<Prepared>(name, std::move(found), unused_);
 }
 
 void Session::Queue(const Prepared& statement, const Parameters& parameters) {
@@ -98,12 +93,40 @@ Answer Session::Receive() {
     return answer;
 }
 
-std::vector<Answer> Session::Finish() {
+// libpq reads while it waits to send, so that neither side holds up the other.
+void Session::Send() {
     RequireLink();
     if (!PQpipelineSync(link_.get())) Fail(nullptr);
+    NoteWait();
+}
+
+void Session::Flush() {
+    RequireLink();
+    if (!PQsendFlushRequest(link_.get()) || PQflush(link_.get()) < 0) Fail(nullptr);
+}
+
+Answer Session::Next() {
+    --queued_;
+    return Receive();
+}
+
+// What the server checks with the commit fails after the last command, which has its answer then.
+Answer Session::End() {
+    Answer failure;
+    for (bool wasEmpty = false;;) {
+        Answer answer(PQgetResult(link_.get()));
+        if (PQstatus(link_.get()) == CONNECTION_BAD) Fail(answer.get());
+        if (PQresultStatus(answer.get()) == PGRES_PIPELINE_SYNC || (!answer && wasEmpty)) return failure;
+        wasEmpty = !answer;
+        if (answer) failure = std::move(answer);
+    }
+}
+
+std::vector<Answer> Session::Finish() {
+    Send();
     std::vector<Answer> answers;
-    for (std::size_t left = std::exchange(queued_, 0); left > 0; --left) answers.push_back(Receive());
-    Receive();
+    while (queued_ > 0) answers.push_back(Next());
+    if (Answer failure = End()) answers.push_back(std::move(failure));
     for (const Answer& answer : answers)
         if (IsFailure(answer.get()) && !WasNotDone(answer.get())) Fail(answer.get());
     return answers;

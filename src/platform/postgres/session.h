@@ -21,7 +21,8 @@ public:
     Session& operator=(const Session&) = delete;
 
     // Where a trip fails, all of these raise, once the connection is lost for good.
-    std::shared_ptr<const Prepared> Prepare(const std::string& sql);  // a trip of its own; nothing may be queued
+    // A trip of its own; nothing may be queued. The first places have these types, others what the server finds.
+    std::shared_ptr<const Prepared> Prepare(const std::string& sql, const std::vector<Oid>& types = {});
 
     void Queue(const Prepared& statement, const Parameters& parameters);
     void Queue(const char* command, std::initializer_list<const char*> texts = {});
@@ -33,25 +34,35 @@ public:
     std::vector<Answer> Finish();
     void Discard() noexcept;  // the same, whatever comes of it
 
+    // The same in parts: sends, then each answer, whether or not it is a failure, then the end of the trip.
+    // What was sent in commands before Send goes on its way with Flush, and is not over with it: what follows
+    // a failure is not done up to the next end of a trip.
+    void Send();
+    Answer Next();
+    Answer End();  // a failure of the commit, if there is one
+    void Flush();
+    [[noreturn]] void Fail(const PGresult* answer);
+
     // The answer of a single command.
     Answer Ask(const char* command, std::initializer_list<const char*> texts = {});
 
     // Any number of statements, as they stand.
     void RunScript(const std::string& script);
 
+    std::size_t Waits() const { return waits_; }  // for the server's answers, up to now
+    void NoteWait() { ++waits_; }
     bool InTransaction() const { return PQtransactionStatus(link_.get()) != PQTRANS_IDLE; }
 
 private:
     void RequireLink() const;
     void Count(int sent);
-    [[noreturn]] void Fail(const PGresult* answer);
     Answer Receive();
     void LeavePipeline();
     void EnterPipeline();
 
     Link link_;
     std::string lost_;  // why, once it is
-    std::size_t queued_ = 0;
+    std::size_t queued_ = 0, waits_ = 0;
     std::uint64_t names_ = 0;
     std::shared_ptr<Unused> unused_ = std::make_shared<Unused>();
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <limits>
 
 #include "platform/connection_string.h"
 #include "platform/error.h"
@@ -25,13 +26,22 @@ constexpr std::array kKeys{Key{"Host", "host"},
                            Key{"Service", "service"},
                            Key{"Application Name", "application_name"}};
 
-int Seconds(const std::string& text) {
-    int seconds = 0;
+int Number(const std::string& text, int least, int most, const char* complaint) {
+    int number = 0;
     const char* const last = text.data() + text.size();
-    const auto [end, failure] = std::from_chars(text.data(), last, seconds);
-    if (failure != std::errc() || end != last || seconds < 0)
-        RaiseRuntimeError(kInvalidProcedureCall, "the value of Connect Timeout is not a number of seconds");
-    return seconds;
+    const auto [end, failure] = std::from_chars(text.data(), last, number);
+    if (failure != std::errc() || end != last || number < least || number > most)
+        RaiseRuntimeError(kInvalidProcedureCall, complaint);
+    return number;
+}
+
+int Seconds(const std::string& text) {
+    return Number(text, 0, std::numeric_limits<int>::max(),
+                  "the value of Connect Timeout is not a number of seconds");
+}
+
+int Rows(const std::string& text) {
+    return Number(text, 1, 10000, "the value of Rows per Trip is not a whole number from 1 to 10000");
 }
 
 // What follows a password may be a part of it.
@@ -49,7 +59,7 @@ int Seconds(const std::string& text) {
 
 Settings SettingsOf(const std::string& connectionString, int timeout) {
     const ConnectionString given(connectionString);
-    Settings settings{{}, timeout};
+    Settings settings{.keywords = {}, .timeout = timeout};
     for (const std::string& name : given.Keys()) {
         const std::string value = *given.Find(name);
         const auto known =
@@ -58,6 +68,8 @@ Settings SettingsOf(const std::string& connectionString, int timeout) {
             settings.keywords.emplace_back(known->keyword, value);
         else if (EqualIgnoringCase(name, "Connect Timeout"))
             settings.timeout = Seconds(value);
+        else if (EqualIgnoringCase(name, "Rows per Trip"))
+            settings.rowsPerTrip = Rows(value);
         else if (!EqualIgnoringCase(name, "Provider"))
             RaiseUnknownKey(settings, name);
     }

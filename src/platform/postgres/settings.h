@@ -10,6 +10,7 @@ namespace iqrx::platform::postgres {
 struct Settings {
     std::vector<std::pair<std::string, std::string>> keywords;  // libpq's, with their values
     int timeout = 0;                                            // seconds to connect in; 0: no limit
+    int rowsPerTrip = 200;                                      // 1: each answer is waited for
 };
 
 // Raises RuntimeError that names the key that is wrong, never a value. A limit in the string goes before the
