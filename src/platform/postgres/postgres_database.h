@@ -10,8 +10,8 @@ namespace iqrx::platform {
 
 // Opens strings of the form "Provider=PostgreSQL;Host=...;Port=...;Database=...;User=...;Password=...", of
 // which each key but the first may be missing, or "Service=..."; also SSLMode, SSLRootCert, Application Name
-// and Connect Timeout, and the number of Rows per Trip: the statements that are sent before somebody waits. The
-// default database of the port is a schema here.
+// and Connect Timeout, and the number of Rows per Trip: the statements that are sent before somebody waits.
+// The default database of the port is a schema here.
 //
 // Each statement is a transaction of its own, and each unit one. The server reports them done before they are
 // on its disk, which costs no wait, and keeps them in their order: a statement on a control table, Commit and
