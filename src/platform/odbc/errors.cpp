@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/database_failure.h"
 #include "platform/printable.h"
 #include "platform/text.h"
 
@@ -16,12 +17,6 @@ namespace {
 constexpr std::string_view kLostState = "08S01";
 constexpr const char* kLostText = "The connection to the database was lost";
 
-struct NumberOfState {
-    std::string_view beginning;
-    std::int32_t number;
-};
-
-// The numbers that database providers give to these causes; the first beginning that fits counts.
 constexpr std::array kNumbers{
     NumberOfState{"23", -2147217873},     // integrity violation
     NumberOfState{"42S02", -2147217865},  // no such table
@@ -35,12 +30,6 @@ constexpr std::array kNumbers{
     NumberOfState{"HYT", -2147217871},   // time-out
     NumberOfState{"HYC00", -2147217887}  // the driver can't
 };
-
-std::int32_t NumberOf(std::string_view state) {
-    const auto found =
-        std::ranges::find_if(kNumbers, [&](const auto& entry) { return state.starts_with(entry.beginning); });
-    return found == kNumbers.end() ? static_cast<std::int32_t>(kDatabaseError) : found->number;
-}
 
 struct StateOfNative {
     std::int32_t native;
@@ -62,7 +51,7 @@ std::string InBrackets(std::string_view state) { return "[" + std::string(state)
 void SetState(ErrorEntry& entry, std::int32_t native) {
     const auto found = std::ranges::find(kStates, native, &StateOfNative::native);
     if (found != kStates.end()) entry.sqlState = found->state;
-    entry.number = NumberOf(entry.sqlState);
+    entry.number = NumberOf(entry.sqlState, kNumbers);
 }
 
 // One record of the diagnostics; false after the last. The text is cut when it is longer than any cause.

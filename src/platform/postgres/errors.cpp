@@ -15,12 +15,6 @@ namespace {
 
 constexpr std::string_view kLostState = "08S01", kNoConnection = "08001", kLoginRefused = "28000";
 
-struct NumberOfState {
-    std::string_view beginning;
-    std::int32_t number;
-};
-
-// The numbers that database providers give to these causes; the first beginning that fits counts.
 constexpr std::array kNumbers{
     NumberOfState{"23", -2147217873},     // integrity violation
     NumberOfState{"42P01", -2147217865},  // no such table
@@ -30,12 +24,6 @@ constexpr std::array kNumbers{
     NumberOfState{"28", -2147217843},                                       // login
     NumberOfState{"57014", -2147217871}                                     // time-out
 };
-
-std::int32_t NumberOf(std::string_view state) {
-    const auto found =
-        std::ranges::find_if(kNumbers, [&](const auto& entry) { return state.starts_with(entry.beginning); });
-    return found == kNumbers.end() ? static_cast<std::int32_t>(kDatabaseError) : found->number;
-}
 
 std::string Field(const PGresult* answer, int field) {
     const char* const text = answer ? PQresultErrorField(answer, field) : nullptr;
@@ -52,7 +40,7 @@ std::string Plain(std::string_view words) {
 }  // namespace
 
 void Raise(std::string_view sqlState, const std::string& words) {
-    throw DatabaseFailure(NumberOf(sqlState), std::string(kGrammar.product),
+    throw DatabaseFailure(NumberOf(sqlState, kNumbers), std::string(kGrammar.product),
                           "[" + std::string(sqlState) + "] " + Printable(words), std::string(sqlState));
 }
 

@@ -284,8 +284,7 @@ void Sender::EndTransaction() noexcept {
 // The server ends a transaction in which something failed by rolling it back, and calls that no failure.
 void Sender::CommitTransaction() {
     const Answer answer = session_->Ask("COMMIT");
-    if (std::string_view(PQcmdStatus(answer.get())) != "COMMIT")
-        Raise("25P02", "One of the statements failed, so that all of them were taken back");
+    if (std::string_view(PQcmdStatus(answer.get())) != "COMMIT") RaiseFallen();
     trips_.Take();
     isAhead_ = !waitsForDisk_;
     waitsForDisk_ = false;
