@@ -6,6 +6,7 @@
 #include "platform/error.h"
 #include "platform/trace/tracing_database.h"
 #include "support/faults.h"
+#include "support/late_database.h"
 #include "support/test_process.h"
 
 namespace iqrx::platform::trace {
@@ -59,6 +60,20 @@ TEST_F(StatementTrace, HoldsEachExecutionWithTheRowsItAffected) {
 TEST_F(StatementTrace, HoldsTheErrorOfAnExecutionThatFailed) {
     database.WhenExecuted("x", kRefused);
     EXPECT_THROW(connection->Execute("x"), RuntimeError);
+    EXPECT_EQ(Written(), (Lines{R"({"op":"execute","sql":"x","error":"near \"x\":\nsyntax error"})"}));
+}
+
+TEST_F(StatementTrace, HoldsAFailureOfWhatWasSentOnceAndNoQuestionThatWasNotAsked) {
+    database.WhenExecuted("x", kRefused);
+    testing::LateDatabases late(database, 10);
+    TracingDatabaseProvider traced(late, files, file);
+    connection = traced.CreateConnection("x");
+    connection->Open("x");
+    Answers nobody;
+
+    connection->Send("x", nobody);
+    EXPECT_THROW(Opened("SELECT * FROM tssoc206"), RuntimeError);
+
     EXPECT_EQ(Written(), (Lines{R"({"op":"execute","sql":"x","error":"near \"x\":\nsyntax error"})"}));
 }
 

@@ -44,10 +44,12 @@ void Trace(AppendingFile& trace, const std::string& line, Action action) {
 
 class TracingRecordset final : public RecordsetWrapper {
 public:
-    TracingRecordset(std::unique_ptr<Recordset> recordset, std::shared_ptr<AppendingFile> trace)
-        : RecordsetWrapper(std::move(recordset)), trace_(std::move(trace)) {}
+    TracingRecordset(Connection& connection, std::shared_ptr<AppendingFile> trace)
+        : RecordsetWrapper(connection.CreateRecordset()), connection_(connection), trace_(std::move(trace)) {}
 
+    // A statement under way that fails is told before the question is asked.
     void Open(const Statement& source, CursorType cursor, LockType lock) override {
+        connection_.AwaitAnswers();
         source_ = source.Text();
         Trace(*trace_, Start("open", source_), [&] { Wrapped().Open(source, cursor, lock); });
     }
@@ -87,6 +89,7 @@ private:
         return text + "]";
     }
 
+    Connection& connection_;
     std::shared_ptr<AppendingFile> trace_;
     std::string source_;
     std::vector<Value> values_;
@@ -148,7 +151,7 @@ public:
         Wrapped().Upsert(update, traced, answers_.Await(answers, {Start("execute", update.Text())}));
     }
     std::unique_ptr<Recordset> CreateRecordset() override {
-        return std::make_unique<TracingRecordset>(Wrapped().CreateRecordset(), trace_);
+        return std::make_unique<TracingRecordset>(Wrapped(), trace_);
     }
 
 private:
