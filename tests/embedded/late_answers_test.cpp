@@ -5,12 +5,13 @@
 #include <algorithm>
 #include <fstream>
 
-#include "erp/extract/extract_erp.h"
 #include "hosting/dispatch.h"
 #include "platform/sqlite/sqlite_database.h"
 #include "platform/trace/tracing_database.h"
 #include "sample/sample.h"
+#include "support/extract_erps.h"
 #include "support/late_database.h"
+#include "support/sqlite_process.h"
 #include "support/test_process.h"
 #include "support/twin_database.h"
 
@@ -19,18 +20,6 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::Not;
-
-struct Extracts : erp::ErpProvider {
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice&) override {
-        return erp::extract::OpenExtract(runParameter);
-    }
-};
-
-struct Embedded : platform::DatabaseProvider {
-    std::unique_ptr<platform::Connection> CreateConnection(std::string_view) override {
-        return platform::CreateSqliteConnection({});
-    }
-};
 
 constexpr long kOrders = 60;
 
@@ -73,10 +62,10 @@ public:
 private:
     TemporaryDirectory directory_;
     PlainTextFiles files_;
-    Embedded embedded_;
+    EmbeddedDatabases embedded_;
     LateDatabases late_;
     platform::trace::TracingDatabaseProvider traced_{late_, files_, directory_.path / "trace"};
-    Extracts erps_;
+    ExtractErps erps_;
 
 public:
     TestProcess process{traced_, erps_};

@@ -11,11 +11,11 @@
 #include <fstream>
 
 #include "control/control_tables.h"
-#include "erp/extract/extract_erp.h"
 #include "hosting/dispatch.h"
 #include "hosting/sub_main.h"
 #include "platform/conversions.h"
 #include "platform/sqlite/sqlite_database.h"
+#include "support/extract_erps.h"
 #include "support/faults.h"
 #include "support/test_process.h"
 
@@ -35,12 +35,6 @@ constexpr int kCallsTried = 4;                                   // of a copy, w
 struct EmbeddedDatabases : platform::DatabaseProvider {
     std::unique_ptr<platform::Connection> CreateConnection(std::string_view) override {
         return platform::CreateSqliteConnection(control::CoordinatingTables());
-    }
-};
-
-struct ExtractErps : erp::ErpProvider {
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice&) override {
-        return erp::extract::OpenExtract(runParameter);
     }
 };
 

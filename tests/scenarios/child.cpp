@@ -109,6 +109,20 @@ Finished RunToEnd(const std::vector<std::string>& command, const fs::path& direc
     return Child(command, directory, environment).Wait();
 }
 
+Finished RunAsNobody(const fs::path& program, std::vector<std::string> arguments) {
+    const fs::path copy =
+        fs::temp_directory_path() / (program.filename().string() + "-" + std::to_string(getpid()));
+    fs::copy_file(program, copy, fs::copy_options::overwrite_existing);
+    fs::permissions(copy, fs::perms(0755));
+    arguments.insert(arguments.begin(), copy.string());
+    if (getuid() == 0)
+        arguments.insert(arguments.begin(),
+                         {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
+    const Finished run = RunToEnd(arguments, "/");
+    fs::remove(copy);
+    return run;
+}
+
 std::string ReadText(const fs::path& file) {
     std::ostringstream text;
     text << std::ifstream(file, std::ios::binary).rdbuf();

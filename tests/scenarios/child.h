@@ -43,6 +43,10 @@ private:
 Finished RunToEnd(const std::vector<std::string>& command, const std::filesystem::path& directory,
                   const Environment& environment = {});
 
+// As somebody who is neither the files' owner nor of their group, nor the superuser. The program is copied to
+// where everybody may run it.
+Finished RunAsNobody(const std::filesystem::path& program, std::vector<std::string> arguments);
+
 std::string ReadText(const std::filesystem::path& file);
 std::vector<std::string> Lines(const std::string& text);
 

@@ -1,6 +1,4 @@
 // The state directory in every bad shape: one line that names place and cause, and a copy that is not harmed.
-#include <unistd.h>
-
 #include <fstream>
 #include <ostream>
 
@@ -29,30 +27,12 @@ protected:
         return Qrxctl({"copy", "tsmdm030", "--full", "-q"}, environment);
     }
 
-    // Neither the file's owner nor of its group, nor the superuser, in a site that lets everybody write.
+    // In a site that lets everybody write.
     Finished CopyAsNobody() const {
-        const fs::path program = directory / "program";
-        fs::copy_file(GetParam() == Program::Service ? IQRX_SERVICE : IQRX_QRXCTL, program);
-        Everybody(directory);
-        Everybody(extract);
-        Everybody(logs);
-        std::vector<std::string> command = GetParam() == Program::Service
-                                               ? std::vector{program.string(), FullCopy().Text()}
-                                               : std::vector{program.string(),
-                                                             std::string("--connection"),
-                                                             Connection(),
-                                                             std::string("--erp"),
-                                                             "extract=" + extract.string(),
-                                                             std::string("--log-dir"),
-                                                             logs.string(),
-                                                             std::string("copy"),
-                                                             std::string("tsmdm030"),
-                                                             std::string("--full"),
-                                                             std::string("-q")};
-        if (getuid() == 0)
-            command.insert(command.begin(),
-                           {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
-        return RunToEnd(command, "/");
+        for (const fs::path& place : {directory, extract, logs}) Everybody(place);
+        if (GetParam() == Program::Service) return RunAsNobody(IQRX_SERVICE, {FullCopy().Text()});
+        return RunAsNobody(IQRX_QRXCTL, {"--connection", Connection(), "--erp", "extract=" + extract.string(),
+                                         "--log-dir", logs.string(), "copy", "tsmdm030", "--full", "-q"});
     }
 
     void ExpectToldInOneLine(const Finished& run, const std::string& problem) const {

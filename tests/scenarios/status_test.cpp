@@ -42,19 +42,9 @@ protected:
         return JsonCell("SELECT json_extract(value, '$." + path + "') FROM json_each('" + json +
                         "', '$.tables') WHERE json_extract(value, '$.table') = '" + table + "'");
     }
-    // As somebody who is neither the files' owner nor of their group, nor the superuser.
-    Finished AsAMonitor(const std::vector<std::string>& arguments) const {
-        const fs::path program = fs::temp_directory_path() / ("qrxctl-" + std::to_string(getpid()));
-        fs::copy_file(IQRX_QRXCTL, program, fs::copy_options::overwrite_existing);
-        fs::permissions(program, fs::perms(0755));
-        std::vector<std::string> command{program.string(), "--connection", Connection()};
-        command.insert(command.end(), arguments.begin(), arguments.end());
-        if (getuid() == 0)
-            command.insert(command.begin(),
-                           {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
-        const Finished run = RunToEnd(command, "/");
-        fs::remove(program);
-        return run;
+    Finished AsAMonitor(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), {"--connection", Connection()});
+        return RunAsNobody(IQRX_QRXCTL, std::move(arguments));
     }
     std::vector<std::string> Files() const {
         std::vector<std::string> names;

@@ -105,10 +105,6 @@ std::string Header(const erp::TableLayout& layout) {
 
 }  // namespace
 
-std::unique_ptr<erp::Erp> ExtractErps::Open(const std::string& runParameter, const erp::Notice&) {
-    return erp::extract::OpenExtract(runParameter);
-}
-
 void WriteAnyExtract(const control::TableRoutine& routine, const std::filesystem::path& directory) {
     const std::string table(routine.table);
     const erp::TableLayout layout = LayoutOf(routine);

@@ -5,13 +5,9 @@
 
 #include "control/copy_run.h"
 #include "hosting/dispatch.h"
+#include "support/extract_erps.h"
 
 namespace iqrx::testing {
-
-// The run parameter is the extract's directory.
-struct ExtractErps : erp::ErpProvider {
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice&) override;
-};
 
 // Records and a trail of the table, few keys among them, so that changes meet rows that are there. Inside of
 // a property only.

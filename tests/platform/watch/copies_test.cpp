@@ -5,11 +5,11 @@
 #include <fstream>
 
 #include "control/control_tables.h"
-#include "erp/extract/extract_erp.h"
 #include "platform/conversions.h"
 #include "platform/date.h"
 #include "platform/sqlite/sqlite_database.h"
 #include "platform/watch/watched_database.h"
+#include "support/extract_erps.h"
 #include "support/late_database.h"
 #include "support/test_process.h"
 #include "tables/master/master_data.h"
@@ -25,12 +25,6 @@ constexpr int kFull = 1, kIncremental = 2;
 struct Embedded : DatabaseProvider {
     std::unique_ptr<Connection> CreateConnection(std::string_view) override {
         return CreateSqliteConnection(control::CoordinatingTables());
-    }
-};
-
-struct Extracts : erp::ErpProvider {
-    std::unique_ptr<erp::Erp> Open(const std::string& directory, const erp::Notice&) override {
-        return erp::extract::OpenExtract(directory);
     }
 };
 
@@ -91,7 +85,7 @@ protected:
     }
 
     Embedded embedded;
-    Extracts extracts;
+    testing::ExtractErps extracts;
     RowCounts counts;
     RemovalLimits limits;
     std::optional<RefusedRemoval> refused;

@@ -3,9 +3,9 @@
 
 #include <fstream>
 
-#include "erp/extract/extract_erp.h"
 #include "platform/conversions.h"
 #include "platform/sqlite/sqlite_database.h"
+#include "support/extract_erps.h"
 #include "support/test_process.h"
 #include "tables/calendars/calendars.h"
 
@@ -20,12 +20,6 @@ using ::testing::IsEmpty;
 struct EmbeddedDatabase : platform::DatabaseProvider {
     std::unique_ptr<platform::Connection> CreateConnection(std::string_view) override {
         return platform::CreateSqliteConnection({});
-    }
-};
-
-struct ExtractErp : erp::ErpProvider {
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice&) override {
-        return erp::extract::OpenExtract(runParameter);
     }
 };
 
@@ -72,7 +66,7 @@ protected:
 
     TestProcess machine;  // an hour east of Greenwich
     EmbeddedDatabase databases;
-    ExtractErp erps;
+    ExtractErps erps;
     control::Process process{{machine.process.machine, databases, erps, machine.objects, machine.diagnostics}};
 };
 
