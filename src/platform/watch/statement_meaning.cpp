@@ -142,15 +142,19 @@ const Meaning& Meanings::Of(const Statement& statement) {
     const auto isIt = [&](const Known& known) {
         return known.shape == shape && known.table == statement.Table();
     };
-    for (const std::size_t usual : usual_)
-        if (usual < known_.size() && isIt(known_[usual])) return known_[usual].meaning;
-    const auto found = std::ranges::find_if(known_, isIt);
-    usual_ = {static_cast<std::size_t>(found - known_.begin()), usual_[0]};
-    if (found != known_.end()) return found->meaning;
+    for (const Known* usual : usual_)
+        if (usual && isIt(*usual)) return usual->meaning;
+    auto found = std::ranges::find_if(known_, isIt);
+    if (found == known_.end())
+        found = known_.insert(found, {shape, std::string(statement.Table()), Learned(statement)});
+    usual_ = {&*found, usual_[0]};
+    return found->meaning;
+}
+
+Meaning Meanings::Learned(const Statement& statement) {
     Meaning meaning = MeaningOf(SampleOf(statement));
     meaning.holes = HolesOf(statement.Form());
-    known_.push_back({shape, std::string(statement.Table()), std::move(meaning)});
-    return known_.back().meaning;
+    return meaning;
 }
 
 }  // namespace iqrx::platform::watch

@@ -62,8 +62,10 @@ private:
         std::string table;
         Meaning meaning;
     };
+    static Meaning Learned(const Statement& statement);
+
     std::deque<Known> known_;
-    std::array<std::size_t, 2> usual_{};  // a row has two statements, which take turns
+    std::array<const Known*, 2> usual_{};  // a row has two statements, which take turns
     Meaning last_;
 };
 
