@@ -37,6 +37,7 @@ bool IsDefinition(std::string_view text) {
 
 // Whoever would hear answers may be gone.
 PostgresConnection::~PostgresConnection() {
+    trip_.Take();
     trips_.Take();
     owed_ = nullptr;
     if (session_) session_->Discard();
@@ -70,10 +71,10 @@ void PostgresConnection::Close() {
     }
     ForgetTables();
     programs_.reset();
+    trip_.Take();
     trips_.Take();
     session_.reset();
     owed_ = nullptr;
-    added_ = 0;
     frame_ = Frame::None;
     waitsForDisk_ = isAhead_ = false;
 }
@@ -155,7 +156,7 @@ std::int32_t PostgresConnection::Execute(const platform::Statement& statement) {
 // What is under way is waited for with the statement, unless the server has to know the statement first.
 dialect::Found PostgresConnection::Find(const platform::Statement& statement) {
     SendRows();
-    CloseTrip();
+    QueueTrip();
     try {
         return programs_->Find(statement);
     } catch (const UnderWay&) {
@@ -188,44 +189,6 @@ void PostgresConnection::Bind(const dialect::Found& found, std::size_t set, cons
     for (std::size_t i = 0; i < literals.size(); ++i)
         parameters_.Add(*literals[i], types[i],
                         std::ranges::find(negative, step.firstLiteral + i) != negative.end());
-}
-
-// A batch takes effect as a whole or not at all.
-std::int64_t PostgresConnection::RunBatch(const dialect::Found& found) {
-    std::int64_t affected = 0;
-    RunAsUnit([&] {
-        for (std::size_t set = 0; set < found.sets; ++set) affected += RunSteps(found, set);
-    });
-    return affected;
-}
-
-std::int64_t PostgresConnection::RunSteps(const dialect::Found& found, std::size_t set) {
-    using Kind = dialect::Step::Kind;
-    const auto& program = static_cast<Program&>(*found.program);
-    const std::vector<dialect::Step>& steps = program.translation.steps;
-    std::int64_t affected = 0, kept = 0;
-    for (std::size_t next = 0; next < steps.size();) {
-        const dialect::Step& step = steps[next++];
-        if (step.kind == Kind::Skip) {
-            next = step.target;
-        } else if (step.kind == Kind::SkipUnless) {
-            const Literal& wanted = *found.Of(set, step.firstLiteral, step.literalCount).front();
-            if (wanted.Is() != Literal::Kind::Whole || wanted.WholeNumber() != kept) next = step.target;
-        } else if (step.kind == Kind::Count) {
-            parameters_.Clear();
-            Bind(found, set, step);
-            const Answer answer =
-                Ask([&] { session_->Queue(*program.statements[step.statement], parameters_); });
-            kept = std::strtoll(PQgetvalue(answer.get(), 0, 0), nullptr, 10);
-        } else {
-            parameters_.Clear();
-            Bind(found, set, step);
-            const std::int64_t count =
-                Write(*program.statements[step.statement], parameters_, program.touchesControlTable);
-            if (step.kind == Kind::Run) affected += count;
-        }
-    }
-    return affected;
 }
 
 std::int64_t PostgresConnection::Write(const Prepared& statement, const Parameters& parameters,

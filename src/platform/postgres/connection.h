@@ -1,6 +1,7 @@
 // The port's connection, with what it shares with its recordsets.
 #pragma once
 
+#include <deque>
 #include <map>
 #include <memory>
 #include <optional>
@@ -9,7 +10,6 @@
 
 #include "platform/dialect/programs.h"
 #include "platform/postgres/sender.h"
-#include "platform/postgres/upserts.h"
 
 namespace iqrx::platform::postgres {
 
@@ -59,13 +59,24 @@ private:
     std::int64_t Run(const dialect::Found& found);
     std::int64_t RunBatch(const dialect::Found& found);
     std::int64_t RunSteps(const dialect::Found& found, std::size_t set);
+    bool RunBatchAsRows(const dialect::Found& found);
+    bool AskForAll(const Prepared& statement, std::deque<Arrays>& trips);
+    std::shared_ptr<PreparedUpsert> UpsertOfBlock(Program& program, const dialect::Step& update,
+                                                  const dialect::Step& insert);
     void Bind(const dialect::Found& found, std::size_t set, const dialect::Step& step);
     void MoveTo(const std::string& schema);
     void ForgetTables();
     bool CanSend() const;
-    Kept Readied(platform::Answers& answers, const std::function<Kept()>& ready);
+    bool Ready(platform::Answers& answers, const std::function<bool()>& bind);
+    Load LoadOf(Awaited write, Kept statement);
     Kept Bound(const platform::Statement& statement);
-    Kept BoundUpsert(const platform::Statement& update, const platform::Statement& insert);
+    std::shared_ptr<PreparedUpsert> BoundUpsert(const platform::Statement& update,
+                                                const platform::Statement& insert);
+    std::shared_ptr<PreparedUpsert> PrepareUpsert(const Kept& first, const Kept& second,
+                                                  const dialect::Translation& update,
+                                                  const dialect::Translation& insert);
+    bool HoldsKeyOf(const std::string& table, const std::vector<Column>& columns);
+    Kept PrepareMany(const std::string& sql, std::size_t columns);
     void Settle();
 
     const TableNames controlTables_;

@@ -52,6 +52,8 @@ void RaiseLost(const std::string& cause) {
     Raise(kLostState, "The connection to the database was lost: " + cause);
 }
 
+bool IsLost(const DatabaseFailure& failure) { return failure.sqlState == kLostState; }
+
 Said SaidOf(const PGresult* answer, PGconn* link) {
     const std::string severity = Field(answer, PG_DIAG_SEVERITY_NONLOCALIZED);
     std::string words = Field(answer, PG_DIAG_MESSAGE_PRIMARY);

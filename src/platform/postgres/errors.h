@@ -13,6 +13,7 @@ namespace iqrx::platform::postgres {
 [[noreturn]] void RaiseRecordsetError(RecordsetError number, const std::string& description);
 
 [[noreturn]] void RaiseLost(const std::string& cause);
+bool IsLost(const DatabaseFailure& failure);
 
 // The words for a failure: the answer's, or those of libpq where there is none.
 struct Said {

@@ -76,6 +76,11 @@ void Parameters::Add(const Value& value, Oid type) {
     Add(Literal::Whole(ToLong(value)), type);
 }
 
+std::optional<std::string_view> Parameters::At(std::size_t place) const {
+    if (places_[place] == kNull) return std::nullopt;
+    return std::string_view(texts_.data() + places_[place]);
+}
+
 const char* const* Parameters::Texts() const {
     pointers_.clear();
     for (const std::size_t place : places_)

@@ -1,6 +1,7 @@
 // The values of a statement as the server reads them: texts, whose types it takes from the columns.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +21,7 @@ public:
     void Add(const Literal& literal, Oid type, bool isNegative = false);
     void Add(const Value& value, Oid type);
 
+    std::optional<std::string_view> At(std::size_t place) const;  // nothing: null
     int Count() const { return static_cast<int>(places_.size()); }
     const char* const* Texts() const;  // valid until the next call of another member
 

@@ -1,5 +1,6 @@
 #include "platform/postgres/sender.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/postgres/errors.h"
@@ -8,7 +9,7 @@ namespace iqrx::platform::postgres {
 
 namespace {
 
-constexpr std::size_t kTripsUnderWay = 4;
+constexpr std::size_t kTripsUnderWay = 16;
 
 [[noreturn]] void RaiseFallen() {
     Raise("25P02", "One of the statements failed, so that all of them were taken back");
@@ -21,30 +22,24 @@ Session& Sender::Opened() {
     return *session_;
 }
 
-// Whatever happens from here on, the hearer is told with the others.
-void Sender::SendWrite(Entry entry, const Prepared& statement, platform::Answers& answers) {
-    const bool begins = frame_ == Frame::UnitAhead || (frame_ == Frame::None && !trips_.IsOpen());
-    if (begins) trips_.Add({.kind = Entry::Kind::Begin, .isUnit = frame_ == Frame::UnitAhead});
-    entry.answers = &answers;
-    trips_.Add(std::move(entry));
-    if (frame_ == Frame::UnitAhead) frame_ = Frame::Unit;
-    Call([&] {
-        OrGiveUp([&] {
-            if (begins) session_->Queue(kBegin);
-            session_->Queue(statement, parameters_);
-        });
-        if (++added_ >= rowsPerTrip_) SendTrip();
-    });
+void Sender::Take(Load load) {
+    if (frame_ == Frame::UnitAhead) {
+        trip_.BeginUnit();
+        frame_ = Frame::UnitLoaded;
+    }
+    // Of what a failure takes back as a whole, each row has an answer of its own.
+    if (frame_ == Frame::Unit) load.upsert.reset();
+    trip_.Add(std::move(load));
+    if (trip_.Rows() >= rowsPerTrip_) Call([&] { SendTrip(); });
 }
 
 // A unit goes on its way in parts, too, but is not told before its end.
 void Sender::SendTrip() {
-    CloseTrip();
     bool done = true;
     OrGiveUp([&] {
+        QueueTrip();
         session_->Flush();
-        added_ = 0;
-        if (trips_.Unread() > kTripsUnderWay * rowsPerTrip_ && trips_.HasUnreadCommit()) {
+        if (trips_.UnreadCommits() > kTripsUnderWay) {
             session_->NoteWait();
             done = trips_.ReadToCommit(*session_);
         }
@@ -52,15 +47,56 @@ void Sender::SendTrip() {
     done ? Tell() : static_cast<void>(Ask([] {}));
 }
 
-void Sender::CloseTrip() {
-    if (frame_ != Frame::None || !trips_.IsOpen()) return;
-    EndTrip();
+// The entries first: whoever hears of a failure to send stands in them.
+void Sender::QueueTrip() {
+    if (trip_.Empty()) return;
+    Trip::Content content = trip_.Take();
+    std::vector<Command> commands;
+    if (frame_ == Frame::Unit)
+        AddLoads(commands, std::move(content.whole));
+    else if (!content.whole.empty())
+        AddTransaction(commands, std::move(content.whole));
+    if (!content.begun.empty()) {
+        AddCommand(commands, {.kind = Entry::Kind::Begin, .isUnit = true}, kBegin);
+        AddLoads(commands, std::move(content.begun));
+        frame_ = Frame::Unit;
+    }
+    OrGiveUp([&] {
+        for (Command& command : commands) Queue(command);
+    });
 }
 
-void Sender::EndTrip() {
-    trips_.Add({.kind = Entry::Kind::Commit});
-    OrGiveUp([&] { session_->Queue("COMMIT"); });
+void Sender::AddTransaction(std::vector<Command>& commands, std::vector<Load> loads) {
+    AddCommand(commands, {.kind = Entry::Kind::Begin}, kBegin);
+    AddLoads(commands, std::move(loads));
+    AddCommand(commands, {.kind = Entry::Kind::Commit}, kCommit);
     isAhead_ = true;
+}
+
+void Sender::AddLoads(std::vector<Command>& commands, std::vector<Load> loads) {
+    const auto isMany = [](const Load& load) { return load.rows && load.rows->Rows() > 1; };
+    if (std::ranges::any_of(loads, isMany)) AddCommand(commands, {.kind = Entry::Kind::Setting}, kByKeys);
+    for (Load& load : loads) {
+        if (isMany(load)) load.entry.many = load.upsert;
+        const bool isCommand = load.entry.IsCommand();
+        trips_.Add(std::move(load.entry));
+        if (isCommand) commands.push_back({.load = std::move(load)});
+    }
+}
+
+void Sender::AddCommand(std::vector<Command>& commands, Entry entry, const char* text) {
+    trips_.Add(std::move(entry));
+    commands.push_back({.text = text});
+}
+
+void Sender::Queue(Command& command) {
+    Load& load = command.load;
+    if (command.text)
+        session_->Queue(command.text);
+    else if (load.rows && load.rows->Rows() > 1)
+        session_->Queue(*load.upsert->many, *load.rows);
+    else
+        session_->Queue(*load.statement, load.parameters);
 }
 
 void Sender::RaiseOwed() {
@@ -97,9 +133,9 @@ void Sender::SendRows() {
 void Sender::SendPending() {
     if (!session_) return;
     RaiseOwed();
-    if (session_->Queued() == 0) return;
+    if (session_->Queued() == 0 && trip_.Empty()) return;
     const bool hasRows = HasRows();
-    if (!hasRows) CloseTrip();
+    if (!hasRows) QueueTrip();
     Ask([&, isFirst = true]() mutable {
         if (!std::exchange(isFirst, false) && hasRows) RaiseFallen();
     });
@@ -121,7 +157,6 @@ Answer Sender::Ask(const std::function<void()>& queue) {
             while (session_->Queued() > 0) own.push_back(session_->Next());
             if (Answer late = session_->End()) own.push_back(std::move(late));
         });
-        added_ = 0;
         Tell();
         if (done) return Only(own);
         frame_ = before;
@@ -155,7 +190,8 @@ void Sender::Tell() {
 }
 
 void Sender::Fall() {
-    if (frame_ == Frame::Unit || frame_ == Frame::UnitAhead) frame_ = Frame::Fallen;
+    if (frame_ == Frame::Unit || frame_ == Frame::UnitLoaded || frame_ == Frame::UnitAhead)
+        frame_ = Frame::Fallen;
 }
 
 // For what fails by the connection itself: nobody knows how far the server came.
@@ -194,18 +230,29 @@ void Sender::DoAgain() {
 }
 
 void Sender::DoAgain(Entry& entry) {
-    Answers nobody;
-    Answers& hearer = entry.answers ? *entry.answers : nobody;
-    if (entry.kind == Entry::Kind::Begin) {
-        frame_ = entry.isUnit ? Frame::UnitAhead : Frame::None;
-    } else if (entry.kind == Entry::Kind::Commit) {
-        EndUnit(true);
-    } else if (entry.insert) {
-        Connection::Upsert(
-            entry.statement.Borrowed(), [&] { return entry.insert->Borrowed(); }, hearer);
-    } else {
-        Connection::Send(entry.statement.Borrowed(), hearer);
+    using Kind = Entry::Kind;
+    if (entry.kind == Kind::UnitBegin || (entry.kind == Kind::Begin && entry.isUnit))
+        frame_ = Frame::UnitAhead;
+    if (entry.kind == Kind::UnitEnd || entry.kind == Kind::Commit) EndUnit(true);
+    try {
+        for (Awaited& write : entry.writes) DoAgain(write);
+    } catch (...) {
+        TellNotSent(entry);
+        throw;
     }
+    // What each of its rows does, they do not do together: a trigger of the site's own.
+    if (entry.many && Failed(entry)) entry.many->many.reset();
+}
+
+void Sender::DoAgain(Awaited& write) {
+    Answers nobody;
+    Answers* const told = std::exchange(write.answers, nullptr);
+    Answers& hearer = told ? *told : nobody;
+    if (write.insert)
+        Connection::Upsert(
+            write.statement.Borrowed(), [&] { return write.insert->Borrowed(); }, hearer);
+    else
+        Connection::Send(write.statement.Borrowed(), hearer);
 }
 
 // Of a unit that others than these have written to, and that is taken back as a whole.
@@ -221,11 +268,18 @@ void Sender::RaiseFirstFailure(Entries& entries) {
             if (!IsFailure(entry.answer.get())) RaiseFallen();
             session_->Fail(entry.answer.get());
         } catch (DatabaseFailure& failure) {
-            AddPlace(failure, (entry.insert ? *entry.insert : entry.statement).Borrowed().Text());
-            if (entry.answers) entry.answers->Failed(failure);
+            TellFailed(entry, failure);
             throw;
         }
     }
+}
+
+// A command that is no write fails with the connection, or since something before it did.
+void Sender::TellFailed(Entry& entry, DatabaseFailure& failure) {
+    if (entry.writes.empty()) return;
+    Awaited& write = entry.writes.front();
+    AddPlace(failure, (write.insert ? *write.insert : write.statement).Borrowed().Text());
+    if (write.answers) std::exchange(write.answers, nullptr)->Failed(failure);
 }
 
 void Sender::RunAsUnit(const Work& work) {
@@ -234,7 +288,6 @@ void Sender::RunAsUnit(const Work& work) {
         Opened();
         RaiseOwed();
         SendRows();
-        CloseTrip();
         frame_ = Frame::UnitAhead;
     });
     try {
@@ -249,23 +302,30 @@ void Sender::RunAsUnit(const Work& work) {
 void Sender::EndUnit(bool isWaitedFor) {
     RequireStanding();
     SendRows();
+    if (frame_ == Frame::UnitLoaded) trip_.EndUnit();
     if (frame_ == Frame::Unit && (isWaitedFor || waitsForDisk_)) {
         SendPending();
         CommitTransaction();
     } else if (frame_ == Frame::Unit) {
-        EndTrip();
+        QueueTrip();
+        trips_.Add({.kind = Entry::Kind::Commit});
+        OrGiveUp([&] { session_->Queue(kCommit); });
+        isAhead_ = true;
     }
     frame_ = Frame::None;
-    if (added_ >= rowsPerTrip_) SendTrip();
 }
 
 // What was queued is part of it. Leaves the Errors alone; what failed before is raised by the next call.
 void Sender::RollBack() noexcept {
     try {
-        if (session_ && session_->Queued() > 0 && !HasRows()) Ask([] {});
+        if (session_ && !HasRows() && (session_->Queued() > 0 || !trip_.Empty())) {
+            QueueTrip();
+            Ask([] {});
+        }
     } catch (...) {
         owed_ = std::current_exception();
     }
+    trip_.Take();
     trips_.Take();
     frame_ = Frame::None;
     waitsForDisk_ = false;
@@ -283,7 +343,7 @@ void Sender::EndTransaction() noexcept {
 
 // The server ends a transaction in which something failed by rolling it back, and calls that no failure.
 void Sender::CommitTransaction() {
-    const Answer answer = session_->Ask("COMMIT");
+    const Answer answer = session_->Ask(kCommit);
     if (std::string_view(PQcmdStatus(answer.get())) != "COMMIT") RaiseFallen();
     trips_.Take();
     isAhead_ = !waitsForDisk_;

@@ -8,13 +8,21 @@
 #include <vector>
 
 #include "platform/database_failure.h"
-#include "platform/postgres/trips.h"
+#include "platform/postgres/trip.h"
 
 namespace iqrx::platform::postgres {
 
 inline constexpr const char* kBegin = "BEGIN ISOLATION LEVEL READ COMMITTED";
+inline constexpr const char* kCommit = "COMMIT";
 // Of the transaction that it stands in: its commit returns when it, and everything before it, is on the disk.
 inline constexpr const char* kWaitForDisk = "SELECT set_config('synchronous_commit','on',true)";
+
+// Of the transaction: many rows are found one after the other by their keys, however many the table had when
+// the statement was planned.
+inline constexpr const char* kByKeys =
+    "SELECT set_config('plan_cache_mode','force_generic_plan',true), set_config('enable_seqscan','off',true),"
+    " set_config('enable_hashjoin','off',true), set_config('enable_mergejoin','off',true),"
+    " set_config('jit','off',true)";
 
 class Sender : public Connection {
 public:
@@ -36,14 +44,15 @@ public:
     void SendPending();  // and whatever else nobody has waited for
 
 protected:
-    // What the statements stand in. A unit begins with its first write; one that has fallen takes no more.
-    enum class Frame { None, UnitAhead, Unit, Fallen, Exclusive };
+    // What the statements stand in. A unit begins with its first write, and on the server when that is sent;
+    // one that has fallen takes no more.
+    enum class Frame { None, UnitAhead, UnitLoaded, Unit, Fallen, Exclusive };
     struct UnderWay {};  // thrown by who can't go on before all answers are there
 
     Session& Opened();
-    void SendWrite(Entry entry, const Prepared& statement, platform::Answers& answers);
+    void Take(Load load);                            // whatever happens from here on, its hearer is told
+    void QueueTrip();                                // what was taken
     Answer Ask(const std::function<void()>& queue);  // the last answer to what is queued
-    void CloseTrip();
     void RaiseOwed();
     void RequireStanding() const;
     bool HasRows() const;
@@ -51,30 +60,40 @@ protected:
     void EndWrite(bool touchesControlTable);
     void CommitTransaction();
     void RollBack() noexcept;
+    void EndTransaction() noexcept;
 
     Errors errors_;
     std::unique_ptr<Session> session_;
-    Trips trips_;
+    Trip trip_;    // the next one
+    Trips trips_;  // under way
     Parameters parameters_;
     Frame frame_ = Frame::None;
-    std::size_t rowsPerTrip_ = 1, added_ = 0;  // added: since something went on its way
-    std::exception_ptr owed_;                  // an earlier failure, to the next call
-    bool isOfEarlier_ = false;                 // what was raised last: a failure of what was under way
-    bool waitsForDisk_ = false;                // the open transaction, when it is committed
-    bool isAhead_ = false;  // of the disk: something was committed that need not be there yet
+    std::size_t rowsPerTrip_ = 1;
+    std::exception_ptr owed_;    // an earlier failure, to the next call
+    bool isOfEarlier_ = false;   // what was raised last: a failure of what was under way
+    bool waitsForDisk_ = false;  // the open transaction, when it is committed
+    bool isAhead_ = false;       // of the disk: something was committed that need not be there yet
 
 private:
+    struct Command {
+        const char* text = nullptr;  // else the load's
+        Load load = {};
+    };
+    void AddTransaction(std::vector<Command>& commands, std::vector<Load> loads);
+    void AddLoads(std::vector<Command>& commands, std::vector<Load> loads);
+    void AddCommand(std::vector<Command>& commands, Entry entry, const char* text);
+    void Queue(Command& command);
     void SendTrip();
-    void EndTrip();
     Answer Only(std::vector<Answer>& own);
     void Tell();
     void Fall();
     void OrGiveUp(const std::function<void()>& action);
     void DoAgain();
     void DoAgain(Entry& entry);
+    void DoAgain(Awaited& write);
     void RaiseFirstFailure(Entries& entries);
+    void TellFailed(Entry& entry, DatabaseFailure& failure);
     void EndUnit(bool isWaitedFor);
-    void EndTransaction() noexcept;
 };
 
 }  // namespace iqrx::platform::postgres

@@ -74,6 +74,13 @@ void Session::Queue(const Prepared& statement, const Parameters& parameters) {
                               nullptr, nullptr, 0));
 }
 
+void Session::Queue(const Prepared& statement, Arrays& rows) {
+    RequireLink();
+    const Arrays::Values& values = rows.Ready();
+    Count(PQsendQueryPrepared(link_.get(), statement.Name().c_str(), static_cast<int>(values.starts.size()),
+                              values.starts.data(), values.sizes.data(), values.formats.data(), 0));
+}
+
 void Session::Queue(const char* command, std::initializer_list<const char*> texts) {
     RequireLink();
     Count(PQsendQueryParams(link_.get(), command, static_cast<int>(texts.size()), nullptr, texts.begin(),

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/postgres/arrays.h"
 #include "platform/postgres/handles.h"
-#include "platform/postgres/parameters.h"
 #include "platform/postgres/prepared.h"
 #include "platform/postgres/settings.h"
 
@@ -25,6 +25,7 @@ public:
     std::shared_ptr<const Prepared> Prepare(const std::string& sql, const std::vector<Oid>& types = {});
 
     void Queue(const Prepared& statement, const Parameters& parameters);
+    void Queue(const Prepared& statement, Arrays& rows);
     void Queue(const char* command, std::initializer_list<const char*> texts = {});
     std::size_t Queued() const { return queued_; }
 
