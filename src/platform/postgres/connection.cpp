@@ -50,11 +50,9 @@ void PostgresConnection::Open(const std::string& connectionString) {
         const Settings settings = SettingsOf(connectionString, connectionTimeout_);
         session_ = std::make_unique<Session>(settings);
         rowsPerTrip_ = static_cast<std::size_t>(settings.rowsPerTrip);
-        programs_.emplace(kGrammar, controlTables_, [this](dialect::Translation made) {
-            if (session_->Queued() > 0) throw UnderWay{};
+        programs_.emplace(kGrammar, controlTables_, [](dialect::Translation made) {
             auto program = std::make_shared<Program>();
-            for (const std::string& sql : made.statements)
-                program->statements.push_back(session_->Prepare(sql));
+            program->statements.resize(made.statements.size());
             program->translation = std::move(made);
             return program;
         });
@@ -157,12 +155,49 @@ std::int32_t PostgresConnection::Execute(const platform::Statement& statement) {
 dialect::Found PostgresConnection::Find(const platform::Statement& statement) {
     SendRows();
     QueueTrip();
-    try {
-        return programs_->Find(statement);
-    } catch (const UnderWay&) {
-        SendPending();
-        return programs_->Find(statement);
-    }
+    if (session_->Queued() > 0 && !IsReady(programs_->Find(statement))) SendPending();
+    const dialect::Found found = programs_->Find(statement);
+    auto& program = static_cast<Program&>(*found.program);
+    if (!IsReady(found))
+        PrepareAll({&program});
+    else if (IsNew(program))
+        program.statements = {std::make_shared<Prepared>(program.translation.statements.front(),
+                                                         program.translation.steps.front().literalCount)};
+    return found;
+}
+
+// A statement that comes for the first time is sent as it stands: most come once or twice. An empty text has
+// to know the type of its place.
+bool PostgresConnection::IsReady(const dialect::Found& found) {
+    const auto& program = static_cast<const Program&>(*found.program);
+    if (!IsNew(program)) return IsKnown(program);
+    const auto isEmpty = [](const Literal* literal) {
+        return literal->Is() == Literal::Kind::Text && literal->TextValue().empty();
+    };
+    return program.statements.size() == 1 && std::ranges::none_of(found.literals, isEmpty);
+}
+
+bool PostgresConnection::IsKnown(const Program& program) {
+    return std::ranges::all_of(program.statements,
+                               [](const Kept& statement) { return statement && statement->IsKnown(); });
+}
+
+bool PostgresConnection::IsNew(const Program& program) {
+    return !program.statements.empty() && !program.statements.front();
+}
+
+void PostgresConnection::PrepareAll(std::initializer_list<Program*> programs) {
+    std::vector<Session::Source> sources;
+    for (Program* program : programs)
+        if (!IsKnown(*program))
+            for (const std::string& sql : program->translation.statements) sources.push_back({sql});
+    if (sources.empty()) return;
+    if (session_->Queued() > 0) throw UnderWay{};
+    const std::vector<Kept> prepared = session_->Prepare(sources);
+    auto next = prepared.begin();
+    for (Program* program : programs)
+        if (!IsKnown(*program))
+            for (Kept& statement : program->statements) statement = *next++;
 }
 
 std::int64_t PostgresConnection::Run(const dialect::Found& found) {

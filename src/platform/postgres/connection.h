@@ -2,6 +2,7 @@
 #pragma once
 
 #include <deque>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -14,7 +15,7 @@
 namespace iqrx::platform::postgres {
 
 struct Program : dialect::Program {
-    std::vector<std::shared_ptr<const Prepared>> statements;  // of the translation, in its order
+    std::vector<std::shared_ptr<const Prepared>> statements;  // of the translation, in its order; null: new
 };
 
 class PostgresConnection final : public Sender {
@@ -56,6 +57,10 @@ public:
 
 private:
     dialect::Found Find(const platform::Statement& statement);
+    static bool IsReady(const dialect::Found& found);
+    static bool IsKnown(const Program& program);
+    static bool IsNew(const Program& program);
+    void PrepareAll(std::initializer_list<Program*> programs);  // those that are not
     std::int64_t Run(const dialect::Found& found);
     std::int64_t RunBatch(const dialect::Found& found);
     std::int64_t RunSteps(const dialect::Found& found, std::size_t set);
@@ -69,6 +74,8 @@ private:
     bool CanSend() const;
     bool Ready(platform::Answers& answers, const std::function<bool()>& bind);
     Load LoadOf(Awaited write, Kept statement);
+    std::shared_ptr<Program> Sendable(const platform::Statement& statement);
+    void BindTo(const Program& program, const platform::Statement& statement);
     Kept Bound(const platform::Statement& statement);
     std::shared_ptr<PreparedUpsert> BoundUpsert(const platform::Statement& update,
                                                 const platform::Statement& insert);
@@ -76,7 +83,7 @@ private:
                                                   const dialect::Translation& update,
                                                   const dialect::Translation& insert);
     bool HoldsKeyOf(const std::string& table, const std::vector<Column>& columns);
-    Kept PrepareMany(const std::string& sql, std::size_t columns);
+    bool PrepareBoth(PreparedUpsert& upsert, const Session::Source& one, const std::string& many);
     void Settle();
 
     const TableNames controlTables_;

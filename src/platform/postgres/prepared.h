@@ -17,15 +17,21 @@ class Prepared {
 public:
     Prepared(std::string name, std::vector<Oid> types, std::shared_ptr<Unused> unused)
         : name_(std::move(name)), types_(std::move(types)), unused_(std::move(unused)) {}
-    ~Prepared() { unused_->push_back(name_); }
+    // One that the server has not seen: nothing is known of its places.
+    Prepared(std::string sql, std::size_t places) : sql_(std::move(sql)), types_(places) {}
+    ~Prepared() {
+        if (unused_) unused_->push_back(name_);
+    }
     Prepared(const Prepared&) = delete;
     Prepared& operator=(const Prepared&) = delete;
 
-    const std::string& Name() const { return name_; }
+    bool IsKnown() const { return sql_.empty(); }             // to the server
+    const std::string& Sql() const { return sql_; }           // of one that is not
+    const std::string& Name() const { return name_; }         // of one that is
     const std::vector<Oid>& Types() const { return types_; }  // of its places
 
 private:
-    const std::string name_;
+    const std::string name_, sql_;
     const std::vector<Oid> types_;
     const std::shared_ptr<Unused> unused_;
 };

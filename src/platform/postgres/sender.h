@@ -20,9 +20,8 @@ inline constexpr const char* kWaitForDisk = "SELECT set_config('synchronous_comm
 // Of the transaction: many rows are found one after the other by their keys, however many the table had when
 // the statement was planned.
 inline constexpr const char* kByKeys =
-    "SELECT set_config('plan_cache_mode','force_generic_plan',true), set_config('enable_seqscan','off',true),"
-    " set_config('enable_hashjoin','off',true), set_config('enable_mergejoin','off',true),"
-    " set_config('jit','off',true)";
+    "SELECT set_config('enable_seqscan','off',true), set_config('enable_hashjoin','off',true),"
+    " set_config('enable_mergejoin','off',true)";
 
 class Sender : public Connection {
 public:

@@ -74,43 +74,55 @@ bool PostgresConnection::Ready(platform::Answers& answers, const std::function<b
     return false;
 }
 
+// Null when somebody waits for such a statement.
+std::shared_ptr<Program> PostgresConnection::Sendable(const platform::Statement& statement) {
+    auto program = std::static_pointer_cast<Program>(programs_->Find(statement).program);
+    const dialect::Translation& translation = program->translation;
+    const bool isWrite = !translation.isSelect && !program->touchesControlTable &&
+                         translation.steps.size() == 1 &&
+                         translation.steps.front().kind == dialect::Step::Kind::Run;
+    return isWrite ? program : nullptr;
+}
+
+void PostgresConnection::BindTo(const Program& program, const platform::Statement& statement) {
+    Bind(programs_->Find(statement), 0, program.translation.steps.front());
+}
+
 PostgresConnection::Kept PostgresConnection::Bound(const platform::Statement& statement) {
-    const dialect::Found found = programs_->Find(statement);
-    const auto& program = static_cast<const Program&>(*found.program);
-    const dialect::Translation& translation = program.translation;
-    if (translation.isSelect || program.touchesControlTable || translation.steps.size() != 1 ||
-        translation.steps.front().kind != dialect::Step::Kind::Run)
-        return nullptr;
-    Bind(found, 0, translation.steps.front());
-    return program.statements.front();
+    const auto program = Sendable(statement);
+    if (!program) return nullptr;
+    PrepareAll({program.get()});
+    BindTo(*program, statement);
+    return program->statements.front();
 }
 
 std::shared_ptr<PreparedUpsert> PostgresConnection::BoundUpsert(const platform::Statement& update,
                                                                 const platform::Statement& insert) {
-    const Kept first = Bound(update);
-    if (!first) return nullptr;
-    const Kept second = Bound(insert);
-    if (!second) return nullptr;
-    if (auto known = upserts_.Find(first, second)) return known;
-    const std::shared_ptr<dialect::Program> updates = programs_->Find(update).program;
-    return PrepareUpsert(first, second, updates->translation, programs_->Find(insert).program->translation);
+    const auto updates = Sendable(update), inserts = Sendable(insert);
+    if (!updates || !inserts) return nullptr;
+    PrepareAll({updates.get(), inserts.get()});
+    BindTo(*updates, update);
+    BindTo(*inserts, insert);
+    const Kept &first = updates->statements.front(), &second = inserts->statements.front();
+    const auto known = upserts_.Find(first, second);
+    return known ? known : PrepareUpsert(first, second, updates->translation, inserts->translation);
 }
 
 std::shared_ptr<PreparedUpsert> PostgresConnection::PrepareUpsert(const Kept& first, const Kept& second,
                                                                   const dialect::Translation& update,
                                                                   const dialect::Translation& insert) {
     PreparedUpsert upsert{first, second, nullptr, {}, nullptr};
-    const auto sql = UpsertOf(update, insert);
-    if (!sql) return upserts_.Keep(std::move(upsert));
+    const auto one = UpsertOf(update, insert);
+    if (!one) return upserts_.Keep(std::move(upsert));
     if (session_->Queued() > 0) throw UnderWay{};
-    std::vector<Oid> types = upsert.update->Types();
-    types.insert(types.end(), upsert.insert->Types().begin(), upsert.insert->Types().end());
-    upsert.one = session_->Prepare(*sql, types);
+    std::vector<Oid> types = first->Types();
+    types.insert(types.end(), second->Types().begin(), second->Types().end());
     if (auto columns = ColumnsOf(update, insert); columns && HoldsKeyOf(update.tables.front(), *columns)) {
         upsert.columns = std::move(*columns);
-        if (const auto many = UpsertOfMany(update, insert, upsert.columns, types))
-            upsert.many = PrepareMany(*many, upsert.columns.size());
+        const auto many = UpsertOfMany(update, insert, upsert.columns, types);
+        if (many && PrepareBoth(upsert, {*one, types}, *many)) return upserts_.Keep(std::move(upsert));
     }
+    upsert.one = session_->Prepare(*one, types);
     return upserts_.Keep(std::move(upsert));
 }
 
@@ -124,14 +136,18 @@ bool PostgresConnection::HoldsKeyOf(const std::string& table, const std::vector<
     return !key.empty() && std::ranges::all_of(key, isThere);
 }
 
-// Null where the server does not take it, as for a view with rules, and in a transaction, which would fall.
-PostgresConnection::Kept PostgresConnection::PrepareMany(const std::string& sql, std::size_t columns) {
-    if (session_->InTransaction()) return nullptr;
+// False where the server does not take many, as for a view with rules, and in a transaction, which would fall.
+bool PostgresConnection::PrepareBoth(PreparedUpsert& upsert, const Session::Source& one,
+                                     const std::string& many) {
+    if (session_->InTransaction()) return false;
     try {
-        return session_->Prepare(sql, std::vector<Oid>(columns, kTexts));
+        const auto both = session_->Prepare({one, {many, std::vector<Oid>(upsert.columns.size(), kTexts)}});
+        upsert.one = both.front();
+        upsert.many = both.back();
+        return true;
     } catch (const DatabaseFailure& failure) {
         if (IsLost(failure)) throw;
-        return nullptr;
+        return false;
     }
 }
 

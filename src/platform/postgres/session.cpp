@@ -10,12 +10,13 @@ namespace iqrx::platform::postgres {
 namespace {
 
 // Whatever the site has set: dates come in one form, a statement sees what others have committed, nothing
-// ends a wait that the port does not, and a commit does not wait for the disk.
+// ends a wait that the port does not, a commit does not wait for the disk, and a statement is planned once.
 constexpr const char* kReady =
     "SELECT set_config('DateStyle','ISO, YMD',false), set_config('extra_float_digits','1',false),"
     " set_config('default_transaction_isolation','read committed',false),"
     " set_config('statement_timeout','0',false), set_config('lock_timeout','0',false),"
-    " set_config('synchronous_commit','off',false), set_config('client_min_messages','warning',false)";
+    " set_config('synchronous_commit','off',false), set_config('client_min_messages','warning',false),"
+    " set_config('plan_cache_mode','force_generic_plan',false), set_config('jit','off',false)";
 
 bool WasNotDone(const PGresult* answer) { return PQresultStatus(answer) == PGRES_PIPELINE_ABORTED; }
 
@@ -23,7 +24,8 @@ bool WasNotDone(const PGresult* answer) { return PQresultStatus(answer) == PGRES
 
 Session::Session(const Settings& settings) : link_(LogIn(settings)) {
     EnterPipeline();
-    Ask(kReady);
+    Queue(kReady);
+    SendWithoutWait();
 }
 
 void Session::EnterPipeline() {
@@ -44,7 +46,7 @@ void Session::Fail(const PGresult* answer) {
     const bool isLost = said.endsSession || PQstatus(link_.get()) == CONNECTION_BAD ||
                         (said.sqlState.empty() && !PQconsumeInput(link_.get()));
     if (!isLost) Raise(said.sqlState.empty() ? "HY000" : said.sqlState, said.words);
-    queued_ = 0;
+    queued_ = left_ = 0;
     lost_ = said.sqlState.empty() ? said.words : "[" + said.sqlState + "] " + said.words;
     RaiseLost(lost_);
 }
@@ -54,24 +56,46 @@ void Session::Count(int sent) {
     ++queued_;
 }
 
-std::shared_ptr<const Prepared> Session::Prepare(const std::string& sql, const std::vector<Oid>& types) {
+Session::Kept Session::Prepare(const std::string& sql, const std::vector<Oid>& types) {
+    return Prepare({{sql, types}}).front();
+}
+
+std::vector<Session::Kept> Session::Prepare(const std::vector<Source>& sources) {
     RequireLink();
     if (!InTransaction())
         for (const std::string& name : std::exchange(*unused_, {})) Queue(("DEALLOCATE " + name).c_str());
-    const std::string name = "s" + std::to_string(++names_);
-    Count(PQsendPrepare(link_.get(), name.c_str(), sql.c_str(), static_cast<int>(types.size()), types.data()));
-    Count(PQsendDescribePrepared(link_.get(), name.c_str()));
-    const Answer description = std::move(Finish().back());
-    std::vector<Oid> found;
-    found.reserve(static_cast<std::size_t>(PQnparams(description.get())));
-    for (int i = 0; i < PQnparams(description.get()); ++i) found.push_back(PQparamtype(description.get(), i));
-    return std::make_shared<Prepared>(name, std::move(found), unused_);
+    const std::size_t before = queued_;
+    std::vector<std::string> names;
+    for (const auto& [sql, types] : sources) {
+        const std::string& name = names.emplace_back("s" + std::to_string(++names_));
+        Count(PQsendPrepare(link_.get(), name.c_str(), sql.c_str(), static_cast<int>(types.size()),
+                            types.data()));
+        Count(PQsendDescribePrepared(link_.get(), name.c_str()));
+    }
+    const std::vector<Answer> answers = Finish();
+    std::vector<Kept> prepared;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const PGresult* const description = answers[before + 2 * i + 1].get();
+        std::vector<Oid> found;
+        found.reserve(static_cast<std::size_t>(PQnparams(description)));
+        for (int place = 0; place < PQnparams(description); ++place)
+            found.push_back(PQparamtype(description, place));
+        prepared.push_back(std::make_shared<Prepared>(names[i], std::move(found), unused_));
+    }
+    return prepared;
+}
+
+void Session::SendWithoutWait() {
+    if (!PQpipelineSync(link_.get())) Fail(nullptr);
+    left_ = std::exchange(queued_, 0);
 }
 
 void Session::Queue(const Prepared& statement, const Parameters& parameters) {
     RequireLink();
-    Count(PQsendQueryPrepared(link_.get(), statement.Name().c_str(), parameters.Count(), parameters.Texts(),
-                              nullptr, nullptr, 0));
+    Count(statement.IsKnown() ? PQsendQueryPrepared(link_.get(), statement.Name().c_str(), parameters.Count(),
+                                                    parameters.Texts(), nullptr, nullptr, 0)
+                              : PQsendQueryParams(link_.get(), statement.Sql().c_str(), parameters.Count(),
+                                                  nullptr, parameters.Texts(), nullptr, nullptr, 0));
 }
 
 void Session::Queue(const Prepared& statement, Arrays& rows) {
@@ -112,14 +136,27 @@ void Session::Flush() {
     if (!PQsendFlushRequest(link_.get()) || PQflush(link_.get()) < 0) Fail(nullptr);
 }
 
+void Session::ReceiveLeft() {
+    for (bool isOver = left_ == 0; !isOver;) {
+        Answer answer = Receive();
+        isOver = PQresultStatus(answer.get()) == PGRES_PIPELINE_SYNC;
+        if (!isOver && IsFailure(answer.get()) && !leftFailure_) leftFailure_ = std::move(answer);
+    }
+    left_ = 0;
+}
+
 Answer Session::Next() {
+    ReceiveLeft();
     --queued_;
-    return Receive();
+    Answer answer = Receive();
+    if (leftFailure_) answer = std::move(leftFailure_);
+    return answer;
 }
 
 // What the server checks with the commit fails after the last command, which has its answer then.
 Answer Session::End() {
-    Answer failure;
+    ReceiveLeft();
+    Answer failure = std::move(leftFailure_);
     for (bool wasEmpty = false;;) {
         Answer answer(PQgetResult(link_.get()));
         if (PQstatus(link_.get()) == CONNECTION_BAD) Fail(answer.get());
@@ -154,6 +191,7 @@ Answer Session::Ask(const char* command, std::initializer_list<const char*> text
 
 void Session::RunScript(const std::string& script) {
     RequireLink();
+    Finish();
     LeavePipeline();
     const Answer answer(PQexec(link_.get(), script.c_str()));
     if (PQstatus(link_.get()) == CONNECTION_BAD) Fail(answer.get());

@@ -22,12 +22,20 @@ public:
 
     // Where a trip fails, all of these raise, once the connection is lost for good.
     // A trip of its own; nothing may be queued. The first places have these types, others what the server finds.
-    std::shared_ptr<const Prepared> Prepare(const std::string& sql, const std::vector<Oid>& types = {});
+    using Kept = std::shared_ptr<const Prepared>;
+    struct Source {
+        std::string sql;
+        std::vector<Oid> types = {};
+    };
+    Kept Prepare(const std::string& sql, const std::vector<Oid>& types = {});
+    std::vector<Kept> Prepare(const std::vector<Source>& sources);  // in one
 
     void Queue(const Prepared& statement, const Parameters& parameters);
     void Queue(const Prepared& statement, Arrays& rows);
     void Queue(const char* command, std::initializer_list<const char*> texts = {});
     std::size_t Queued() const { return queued_; }
+    // What is queued is a trip of its own. Where it fails, the next answer is its failure.
+    void SendWithoutWait();
 
     // Sends what is queued and waits for the answers, one for each command. The commands of a trip stand or
     // fall together, unless a transaction is open. Raises the first failure; the commands after it were not
@@ -58,12 +66,14 @@ private:
     void RequireLink() const;
     void Count(int sent);
     Answer Receive();
+    void ReceiveLeft();
     void LeavePipeline();
     void EnterPipeline();
 
     Link link_;
     std::string lost_;  // why, once it is
-    std::size_t queued_ = 0, waits_ = 0;
+    std::size_t queued_ = 0, left_ = 0, waits_ = 0;
+    Answer leftFailure_;
     std::uint64_t names_ = 0;
     std::shared_ptr<Unused> unused_ = std::make_shared<Unused>();
 };
