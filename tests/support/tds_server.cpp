@@ -94,6 +94,14 @@ void SendMessage(int socket, const std::string& message) {
     }
 }
 
+// A packet after which others should come.
+void SendBeginning(int socket, const std::string& message) {
+    const std::size_t length = message.size() + kHeader;
+    const std::string packet{
+        kReply, 0, static_cast<char>(length >> 8), static_cast<char>(length & 0xFF), 0, 51, 1, 0};
+    send(socket, (packet + message).data(), length, MSG_NOSIGNAL);
+}
+
 }  // namespace
 
 TdsReply& TdsReply::Done(std::uint16_t status, std::uint16_t command, std::uint64_t rows) {
@@ -159,6 +167,12 @@ void TdsServer::WhenSentBeginning(const std::string& beginning, const TdsReply& 
     beginnings_[beginning] = reply.Bytes();
 }
 
+void TdsServer::BreakOff(const std::string& text, const TdsReply& reply) {
+    const std::lock_guard lock(mutex_);
+    replies_[text] = reply.Beginning();
+    breaks_.insert(text);
+}
+
 void TdsServer::Stop() {
     const std::lock_guard lock(mutex_);
     if (listener_ < 0) return;
@@ -199,7 +213,11 @@ void TdsServer::Serve() {
 
 void TdsServer::Converse(int client) {
     std::string message;
-    while (const int kind = ReadMessage(client, message)) SendMessage(client, Answer(kind, message));
+    while (const int kind = ReadMessage(client, message)) {
+        const std::string answer = Answer(kind, message);
+        if (breaksOff_) return SendBeginning(client, answer);
+        SendMessage(client, answer);
+    }
 }
 
 std::string TdsServer::Answer(int kind, const std::string& message) {
@@ -227,6 +245,7 @@ std::string TdsServer::Answer(int kind, const std::string& message) {
 std::string TdsServer::AnswerText(const std::string& text) {
     const std::lock_guard lock(mutex_);
     texts_.push_back(text);
+    breaksOff_ = breaks_.contains(text);
     if (const auto told = replies_.find(text); told != replies_.end()) return told->second;
     for (const auto& [beginning, answer] : beginnings_)
         if (text.starts_with(beginning)) return answer;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,6 +27,7 @@ public:
                    const std::vector<std::pair<std::int32_t, const char*>>& rows);
 
     std::string Bytes() const;
+    std::string Beginning() const { return bytes_; }  // results follow
 
 private:
     TdsReply& Done(std::uint16_t status, std::uint16_t command, std::uint64_t rows);
@@ -44,6 +46,8 @@ public:
     void WhenSent(const std::string& text, const TdsReply& reply);
     // Every text that begins so and that nothing else was told about.
     void WhenSentBeginning(const std::string& beginning, const TdsReply& reply);
+    // Such a text is answered with these results and no end, and then the connection breaks.
+    void BreakOff(const std::string& text, const TdsReply& reply);
     void Stop();  // breaks the connection
 
     // UTF-8; "(cancel)" where the client gave up an answer, "(begin)", "(commit)" and "(roll back)" for its
@@ -62,6 +66,8 @@ private:
 
     mutable std::mutex mutex_;
     std::map<std::string, std::string> replies_, beginnings_;
+    bool breaksOff_ = false;  // after the reply under way
+    std::set<std::string> breaks_;
     std::vector<std::string> texts_;
     std::string user_, database_;
     int listener_ = -1, client_ = -1, port_ = 0;
