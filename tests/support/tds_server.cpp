@@ -167,6 +167,11 @@ void TdsServer::WhenSentBeginning(const std::string& beginning, const TdsReply& 
     beginnings_[beginning] = reply.Bytes();
 }
 
+void TdsServer::WhenSentAnything(Ask ask) {
+    const std::lock_guard lock(mutex_);
+    ask_ = std::move(ask);
+}
+
 void TdsServer::BreakOff(const std::string& text, const TdsReply& reply) {
     const std::lock_guard lock(mutex_);
     replies_[text] = reply.Beginning();
@@ -246,6 +251,7 @@ std::string TdsServer::AnswerText(const std::string& text) {
     const std::lock_guard lock(mutex_);
     texts_.push_back(text);
     breaksOff_ = breaks_.contains(text);
+    if (const auto told = ask_(text)) return told->Bytes();
     if (const auto told = replies_.find(text); told != replies_.end()) return told->second;
     for (const auto& [beginning, answer] : beginnings_)
         if (text.starts_with(beginning)) return answer;
@@ -267,6 +273,7 @@ std::string TdsServer::AnswerTransaction(const std::string& message) {
     const std::string name = request == kBegin ? "(begin)" : request == kCommit ? "(commit)" : "(roll back)";
     const std::lock_guard lock(mutex_);
     texts_.push_back(request != kBegin && begins ? name + "(begin)" : name);
+    if (const auto told = ask_(name)) return told->Bytes();
     if (const auto told = replies_.find(name); told != replies_.end()) return told->second;
     std::string answer;
     if (request != kBegin) answer += change(request == kCommit ? kCommitted : kRolledBack, "", identity);

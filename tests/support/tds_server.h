@@ -3,8 +3,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -46,6 +48,10 @@ public:
     void WhenSent(const std::string& text, const TdsReply& reply);
     // Every text that begins so and that nothing else was told about.
     void WhenSentBeginning(const std::string& beginning, const TdsReply& reply);
+    // Asked first, for every text and by the names below for what concerns transactions; it may leave the
+    // answer to what was told.
+    using Ask = std::function<std::optional<TdsReply>(const std::string& text)>;
+    void WhenSentAnything(Ask ask);
     // Such a text is answered with these results and no end, and then the connection breaks.
     void BreakOff(const std::string& text, const TdsReply& reply);
     void Stop();  // breaks the connection
@@ -66,6 +72,7 @@ private:
 
     mutable std::mutex mutex_;
     std::map<std::string, std::string> replies_, beginnings_;
+    Ask ask_ = [](const std::string&) { return std::nullopt; };
     bool breaksOff_ = false;  // after the reply under way
     std::set<std::string> breaks_;
     std::vector<std::string> texts_;
