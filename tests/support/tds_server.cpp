@@ -13,7 +13,7 @@ namespace iqrx::testing {
 
 namespace {
 
-constexpr int kBatch = 1, kReply = 4, kCancel = 6, kTransaction = 14, kLogin = 16, kPrelogin = 18;
+constexpr int kBatch = 1, kCall = 3, kReply = 4, kCancel = 6, kTransaction = 14, kLogin = 16, kPrelogin = 18;
 constexpr std::uint16_t kMore = 1, kFailed = 2, kCounted = 0x10, kCancelled = 0x20;
 constexpr std::size_t kHeader = 8, kPacket = 4096;
 
@@ -242,6 +242,10 @@ std::string TdsServer::Answer(int kind, const std::string& message) {
         return TdsReply().Cancelled().Bytes();
     }
     if (kind == kTransaction) return AnswerTransaction(message);
+    if (kind == kCall) {
+        const std::lock_guard lock(mutex_);
+        texts_.push_back("(call)");
+    }
     if (kind != kBatch) return TdsReply().NoCount().Bytes();
     const std::size_t headers = ReadLittle(message, 0, 4);
     return AnswerText(ReadWide(message, headers, (message.size() - headers) / 2));

@@ -56,8 +56,9 @@ public:
     void BreakOff(const std::string& text, const TdsReply& reply);
     void Stop();  // breaks the connection
 
-    // UTF-8; "(cancel)" where the client gave up an answer, "(begin)", "(commit)" and "(roll back)" for its
-    // requests about transactions, "(commit)(begin)" for one that begins the next at once.
+    // UTF-8; "(cancel)" where the client gave up an answer, "(call)" for a prepared text, "(begin)",
+    // "(commit)" and "(roll back)" for its requests about transactions, "(commit)(begin)" for one that begins
+    // the next at once.
     std::vector<std::string> Texts() const;
     std::string User() const;
     std::string LoginDatabase() const;

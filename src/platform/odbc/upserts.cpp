@@ -83,9 +83,9 @@ void Upserts::SendBefore(Answers& next) {
 // which is taken back as a whole; then its upserts are done one after the other, up to the one that fails.
 void Upserts::SendAll() {
     UpsertUnits units = std::exchange(units_, {});
+    if (units.size() == 1) return OneByOne(units);
     const Errors before = connection_.errors;
     std::vector<UnitCounts> counts;
-    if (units.size() == 1) return OneByOne(units);
     try {
         counts = Together(units);
     } catch (const CountsThatDoNotFit& error) {
@@ -99,6 +99,9 @@ void Upserts::SendAll() {
         OneByOne(units);
         connection_.errors = before;
         return;
+    } catch (...) {
+        TellFailure(units, CurrentError());
+        throw;
     }
     Tell(units, counts);
 }

@@ -400,6 +400,34 @@ TEST_F(UpsertsOverOdbc, OfAUnitBelongToItAndThoseBeforeItDoNot) {
                                             "(begin)", Update(3), Insert(3), "(commit)(begin)", "(roll back)"));
 }
 
+// Without a group a unit is no more than its statements.
+TEST_F(UpsertsOverOdbc, OfUnitsTravelTogetherWhereEachStatementStandsByItself) {
+    ConnectWithThreePerTrip();
+    server.WhenSent(Together({1, 2, 3}), Reply({1, 1, 1}));
+
+    for (const int key : {1, 2, 3}) connection->RunAsUnit([&] { Upsert(key); });
+
+    EXPECT_THAT(server.Texts(), ElementsAre("(begin)", Together({1, 2, 3}), "(commit)(begin)", "(roll back)"));
+    EXPECT_EQ(heard.said.size(), 3U);
+}
+
+TEST_F(UpsertsOverOdbc, ComeAfterTheRowsThatWereAddedBefore) {
+    ConnectWithThreePerTrip();
+    server.WhenSent("SELECT k, n FROM t", TdsReply().Rows("k", "n", {}));
+    server.WhenSent(Together({1, 2, 3}), Reply({1, 1, 1}));
+    const auto rows = connection->CreateRecordset();
+    rows->Open("SELECT k, n FROM t", CursorType::Keyset, LockType::Optimistic);
+    rows->AddNew();
+    rows->SetField(0, Value(Long{9}));
+    rows->Update();
+
+    UpsertAll({1, 2, 3});
+    rows->Close();
+
+    EXPECT_THAT(server.Texts(), ElementsAre("SELECT k, n FROM t", "(call)", "(begin)", Together({1, 2, 3}),
+                                            "(commit)(begin)", "(roll back)"));
+}
+
 TEST_F(UpsertsOverOdbc, ThatNobodyWaitedForAreForgottenWithTheConnection) {
     ConnectWithThreePerTrip();
     UpsertAll({1, 2});
