@@ -53,7 +53,7 @@ std::string Place(std::string_view text, std::size_t position) {
 constexpr std::string_view kKnownKeys =
     ";access token;accesstoken;address;app;application name;clientcharset;commit interval;commlog;connect timeout;"
     "data source;database;dbq;driver;dsn;encrypt;encryption;host;initial catalog;integrated security;mars_connection;"
-    "multipleactiveresultsets;new password;password;persist security info;port;provider;pwd;server;servername;"
+    "multipleactiveresultsets;new password;password;persist security info;port;provider;pwd;rows per trip;server;servername;"
     "service;sslmode;sslrootcert;tds_version;timeout;trusted_connection;trustservercertificate;uid;user;user id;username;wsid;";
 
 bool IsKnown(std::string_view key) {

@@ -70,6 +70,7 @@ TEST(MaskedTexts, ShowEverythingButTheSecret) {
     EXPECT_EQ(Masked("PASSWORD = SECRET; data source = f"), "PASSWORD =***; data source = f");
     EXPECT_EQ(Masked("Uid=u;Pwd=SECRET"), "Uid=u;Pwd=***");
     EXPECT_EQ(Masked("Uid=u;Pwd="), "Uid=u;Pwd=***");
+    EXPECT_EQ(Masked("Uid=u;Pwd=SECRET;Rows per Trip=100"), "Uid=u;Pwd=***;Rows per Trip=100");
     EXPECT_EQ(Masked("Pwd={SEC;RET};Uid=u"), "Pwd=***;Uid=u");
     EXPECT_EQ(Masked("Pwd= \"SEC\"\";RET\" ;Uid=u"), "Pwd=***;Uid=u");
     EXPECT_EQ(Masked("Pwd={SEC}}RET};Uid={a;b}"), "Pwd=***;Uid={a;b}");

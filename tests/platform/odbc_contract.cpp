@@ -21,6 +21,7 @@ namespace {
 // Keys of the connection string that every adapter here is tried with.
 constexpr const char* kEachByItself = "";
 constexpr const char* kGrouped = ";Commit Interval=20";
+constexpr const char* kManyATrip = ";Rows per Trip=3";              // of which these servers take one each
 constexpr const char* kGroupedForLong = ";Commit Interval=600000";  // until something else ends the group
 // The SQLite driver lets two that want to write after they read wait for each other until its time is over.
 constexpr const char* kShortWait = ";Timeout=30";
@@ -102,7 +103,10 @@ using ::testing::Values;
 const auto kSqlite = Values(Sqlite("EachByItself", kEachByItself), Sqlite("Grouped", kGrouped));
 INSTANTIATE_TEST_SUITE_P(OdbcSqlite, RecordsetContract, kSqlite, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcSqlite, DatabaseContract, kSqlite, NameOf);
-INSTANTIATE_TEST_SUITE_P(OdbcSqlite, AnswersContract, kSqlite, NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcSqlite, AnswersContract,
+                         Values(Sqlite("EachByItself", kEachByItself), Sqlite("Grouped", kGrouped),
+                                Sqlite("ManyATrip", kManyATrip)),
+                         NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcSqlite, NoBatchContract, kSqlite, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcSqlite, AnyNameContract, kSqlite, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcSqlite, FrameContract, kSqlite, NameOf);
@@ -116,7 +120,10 @@ INSTANTIATE_TEST_SUITE_P(OdbcSqlite, NoGroupContract, Values(Sqlite("EachByItsel
 const auto kPostgres = Values(Postgres("EachByItself", kEachByItself), Postgres("Grouped", kGrouped));
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, RecordsetContract, kPostgres, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, DatabaseContract, kPostgres, NameOf);
-INSTANTIATE_TEST_SUITE_P(OdbcPostgres, AnswersContract, kPostgres, NameOf);
+INSTANTIATE_TEST_SUITE_P(OdbcPostgres, AnswersContract,
+                         Values(Postgres("EachByItself", kEachByItself), Postgres("Grouped", kGrouped),
+                                Postgres("ManyATrip", kManyATrip)),
+                         NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, BatchContract, kPostgres, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, OneNameContract, kPostgres, NameOf);
 INSTANTIATE_TEST_SUITE_P(OdbcPostgres, FrameContract, kPostgres, NameOf);

@@ -13,7 +13,7 @@ namespace iqrx::testing {
 
 namespace {
 
-constexpr int kBatch = 1, kReply = 4, kCancel = 6, kTransaction = 14, kLogin = 16, kPrelogin = 18;
+constexpr int kBatch = 1, kCall = 3, kReply = 4, kCancel = 6, kTransaction = 14, kLogin = 16, kPrelogin = 18;
 constexpr std::uint16_t kMore = 1, kFailed = 2, kCounted = 0x10, kCancelled = 0x20;
 constexpr std::size_t kHeader = 8, kPacket = 4096;
 
@@ -94,6 +94,14 @@ void SendMessage(int socket, const std::string& message) {
     }
 }
 
+// A packet after which others should come.
+void SendBeginning(int socket, const std::string& message) {
+    const std::size_t length = message.size() + kHeader;
+    const std::string packet{
+        kReply, 0, static_cast<char>(length >> 8), static_cast<char>(length & 0xFF), 0, 51, 1, 0};
+    send(socket, (packet + message).data(), length, MSG_NOSIGNAL);
+}
+
 }  // namespace
 
 TdsReply& TdsReply::Done(std::uint16_t status, std::uint16_t command, std::uint64_t rows) {
@@ -159,6 +167,17 @@ void TdsServer::WhenSentBeginning(const std::string& beginning, const TdsReply& 
     beginnings_[beginning] = reply.Bytes();
 }
 
+void TdsServer::WhenSentAnything(Ask ask) {
+    const std::lock_guard lock(mutex_);
+    ask_ = std::move(ask);
+}
+
+void TdsServer::BreakOff(const std::string& text, const TdsReply& reply) {
+    const std::lock_guard lock(mutex_);
+    replies_[text] = reply.Beginning();
+    breaks_.insert(text);
+}
+
 void TdsServer::Stop() {
     const std::lock_guard lock(mutex_);
     if (listener_ < 0) return;
@@ -199,7 +218,11 @@ void TdsServer::Serve() {
 
 void TdsServer::Converse(int client) {
     std::string message;
-    while (const int kind = ReadMessage(client, message)) SendMessage(client, Answer(kind, message));
+    while (const int kind = ReadMessage(client, message)) {
+        const std::string answer = Answer(kind, message);
+        if (breaksOff_) return SendBeginning(client, answer);
+        SendMessage(client, answer);
+    }
 }
 
 std::string TdsServer::Answer(int kind, const std::string& message) {
@@ -219,6 +242,10 @@ std::string TdsServer::Answer(int kind, const std::string& message) {
         return TdsReply().Cancelled().Bytes();
     }
     if (kind == kTransaction) return AnswerTransaction(message);
+    if (kind == kCall) {
+        const std::lock_guard lock(mutex_);
+        texts_.push_back("(call)");
+    }
     if (kind != kBatch) return TdsReply().NoCount().Bytes();
     const std::size_t headers = ReadLittle(message, 0, 4);
     return AnswerText(ReadWide(message, headers, (message.size() - headers) / 2));
@@ -227,6 +254,8 @@ std::string TdsServer::Answer(int kind, const std::string& message) {
 std::string TdsServer::AnswerText(const std::string& text) {
     const std::lock_guard lock(mutex_);
     texts_.push_back(text);
+    breaksOff_ = breaks_.contains(text);
+    if (const auto told = ask_(text)) return told->Bytes();
     if (const auto told = replies_.find(text); told != replies_.end()) return told->second;
     for (const auto& [beginning, answer] : beginnings_)
         if (text.starts_with(beginning)) return answer;
@@ -248,6 +277,7 @@ std::string TdsServer::AnswerTransaction(const std::string& message) {
     const std::string name = request == kBegin ? "(begin)" : request == kCommit ? "(commit)" : "(roll back)";
     const std::lock_guard lock(mutex_);
     texts_.push_back(request != kBegin && begins ? name + "(begin)" : name);
+    if (const auto told = ask_(name)) return told->Bytes();
     if (const auto told = replies_.find(name); told != replies_.end()) return told->second;
     std::string answer;
     if (request != kBegin) answer += change(request == kCommit ? kCommitted : kRolledBack, "", identity);

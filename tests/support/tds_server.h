@@ -3,8 +3,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,6 +29,7 @@ public:
                    const std::vector<std::pair<std::int32_t, const char*>>& rows);
 
     std::string Bytes() const;
+    std::string Beginning() const { return bytes_; }  // results follow
 
 private:
     TdsReply& Done(std::uint16_t status, std::uint16_t command, std::uint64_t rows);
@@ -44,10 +48,17 @@ public:
     void WhenSent(const std::string& text, const TdsReply& reply);
     // Every text that begins so and that nothing else was told about.
     void WhenSentBeginning(const std::string& beginning, const TdsReply& reply);
+    // Asked first, for every text and by the names below for what concerns transactions; it may leave the
+    // answer to what was told.
+    using Ask = std::function<std::optional<TdsReply>(const std::string& text)>;
+    void WhenSentAnything(Ask ask);
+    // Such a text is answered with these results and no end, and then the connection breaks.
+    void BreakOff(const std::string& text, const TdsReply& reply);
     void Stop();  // breaks the connection
 
-    // UTF-8; "(cancel)" where the client gave up an answer, "(begin)", "(commit)" and "(roll back)" for its
-    // requests about transactions, "(commit)(begin)" for one that begins the next at once.
+    // UTF-8; "(cancel)" where the client gave up an answer, "(call)" for a prepared text, "(begin)",
+    // "(commit)" and "(roll back)" for its requests about transactions, "(commit)(begin)" for one that begins
+    // the next at once.
     std::vector<std::string> Texts() const;
     std::string User() const;
     std::string LoginDatabase() const;
@@ -62,6 +73,9 @@ private:
 
     mutable std::mutex mutex_;
     std::map<std::string, std::string> replies_, beginnings_;
+    Ask ask_ = [](const std::string&) { return std::nullopt; };
+    bool breaksOff_ = false;  // after the reply under way
+    std::set<std::string> breaks_;
     std::vector<std::string> texts_;
     std::string user_, database_;
     int listener_ = -1, client_ = -1, port_ = 0;

@@ -1,30 +1,53 @@
 #include "platform/odbc/connection.h"
 
-#include <charconv>
 #include <utility>
 
-#include "platform/connection_string.h"
 #include "platform/exclusive_section.h"
 #include "platform/odbc/odbc_database.h"
+#include "platform/odbc/settings.h"
 #include "platform/odbc/table.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::odbc {
 
-OdbcConnection::~OdbcConnection() { Close(); }
+namespace {
+
+// A driver names the column at most.
+void NameThePlace(RuntimeError& error, Errors& errors, std::string_view sql) {
+    const std::string place = PlaceOf(sql);
+    if (place.empty()) return;
+    error.description += " (" + place + ")";
+    errors.front().description = error.description;
+}
+
+}  // namespace
+
+// Whoever would hear answers may be gone.
+OdbcConnection::~OdbcConnection() {
+    upserts_.Drop();
+    Close();
+}
 
 void OdbcConnection::Open(const std::string& connectionString) {
     Call([&] {
-        ConnectionString pairs(connectionString);
-        const int interval = Milliseconds(pairs.Find("Commit Interval").value_or("0"));
-        pairs.Remove("Commit Interval");
-        Connect(pairs.Text());
-        StartGroup(interval);
+        const Settings settings = SettingsOf(connectionString);
+        Connect(settings.driverText);
+        upserts_.SetRowsPerTrip(settings.rowsPerTrip);
+        if (settings.commitInterval == 0) return;
+        WriteGroupLimits limits;
+        limits.time = std::chrono::milliseconds(settings.commitInterval);
+        // The timer commits as well, in a thread of its own, and must leave the connection's errors alone.
+        group_ = std::make_unique<WriteGroup>([this] { BeginTransaction(); },
+                                              [this] { CommitTransaction(loss_); }, limits);
     });
 }
 
 void OdbcConnection::Close() noexcept {
     if (!IsOpen()) return;
+    try {
+        AwaitAnswers();
+    } catch (...) {  // LastErrors tells
+    }
     const auto group = std::move(group_);
     const auto turn = group ? group->Lock() : std::unique_lock<std::mutex>();
     recordsets.Release();
@@ -79,7 +102,13 @@ std::int32_t OdbcConnection::Execute(std::string_view sql) {
     RequireOpen();
     recordsets.SendPending();
     if (frame_ == Frame::Exclusive) return Run(sql);
-    if (frame_ == Frame::None && IsBatch(sql)) return RunBatch(sql);
+    if (frame_ == Frame::None && IsBatch(sql)) {
+        // It takes effect as a whole or not at all; a server would keep what its statements did before the
+        // one that fails.
+        std::int32_t affected = 0;
+        InTransaction([&] { affected = Run(sql); });
+        return affected;
+    }
     if (!group_) return Run(sql);
     const auto change = ChangeOf(sql);
     if (change.kind == Change::Kind::Rows) {
@@ -97,45 +126,33 @@ std::int32_t OdbcConnection::Run(std::string_view sql) {
     try {
         return Finish(shared_, ExecuteText(shared_, sql));
     } catch (RuntimeError& error) {
-        if (SpeakOfLongValue(errors)) NameThePlace(error, sql);
+        if (SpeakOfLongValue(errors)) NameThePlace(error, errors, sql);
         throw;
     }
 }
 
-// A driver names the column at most.
-void OdbcConnection::NameThePlace(RuntimeError& error, std::string_view sql) {
-    const std::string place = PlaceOf(sql);
-    if (place.empty()) return;
-    error.description += " (" + place + ")";
-    errors.front().description = error.description;
-}
-
-// A batch takes effect as a whole or not at all; a server would keep what its statements did before the one
-// that fails.
-std::int32_t OdbcConnection::RunBatch(std::string_view sql) {
+void OdbcConnection::InTransaction(const Work& work) {
     if (group_) group_->Commit();
     BeginTransaction();
-    std::int32_t affected = 0;
     try {
-        affected = Run(sql);
+        work();
     } catch (...) {
         RollBackTransaction();
         throw;
     }
     CommitTransaction(errors);
-    return affected;
 }
 
 void OdbcConnection::Commit() {
-    const auto turn = Turn();
     try {
-        InTurn([&] {
+        Call([&] {
             RequireOpen();
             recordsets.SendPending();
         });
     } catch (const WritesLost&) {
         // Raised below, for the last time.
     }
+    const auto turn = Turn();
     try {
         if (group_) group_->Settle();
     } catch (const WritesLost& loss) {
@@ -215,24 +232,6 @@ void OdbcConnection::TryExclusively(const Work& work) {
     }
     const auto turn = Turn();
     RestoreIsolation(level);
-}
-
-int OdbcConnection::Milliseconds(const std::string& interval) {
-    int milliseconds = 0;
-    const char* const last = interval.data() + interval.size();
-    const auto [end, failure] = std::from_chars(interval.data(), last, milliseconds);
-    if (failure != std::errc() || end != last || milliseconds < 0)
-        Raise(kInvalidProcedureCall, "The value of Commit Interval is not a number of milliseconds");
-    return milliseconds;
-}
-
-// The timer commits as well, in a thread of its own, and must leave the connection's errors alone.
-void OdbcConnection::StartGroup(int milliseconds) {
-    if (milliseconds == 0) return;
-    WriteGroupLimits limits;
-    limits.time = std::chrono::milliseconds(milliseconds);
-    group_ = std::make_unique<WriteGroup>([this] { BeginTransaction(); },
-                                          [this] { CommitTransaction(loss_); }, limits);
 }
 
 void OdbcConnection::AfterWrite(std::string_view table) {

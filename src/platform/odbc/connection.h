@@ -6,12 +6,12 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "platform/odbc/dependents.h"
 #include "platform/odbc/driver_connection.h"
+#include "platform/odbc/upserts.h"
 #include "platform/write_group.h"
 
 namespace iqrx::platform::odbc {
@@ -26,6 +26,9 @@ public:
     void Open(const std::string& connectionString) override;
     void Close() noexcept override;
     std::int32_t Execute(const Statement& statement) override;
+    void Send(const Statement& statement, Answers& answers) override;
+    void Upsert(const Statement& update, const MakeStatement& insert, Answers& answers) override;
+    void AwaitAnswers() override { upserts_.Send(); }
     std::string DefaultDatabase() override;
     void SetDefaultDatabase(const std::string& name) override;
     Errors& LastErrors() override { return errors; }
@@ -35,9 +38,10 @@ public:
     std::unique_ptr<Recordset> CreateRecordset() override;
 
     // Does the work of one of the members above or of a recordset's; the members below belong inside of it.
-    // When it fails, what was written before is committed.
+    // What was collected goes first. When it fails, what was written before is committed.
     template <class Action>
     auto Call(Action work) {
+        AwaitAnswers();
         const auto turn = Turn();
         return InTurn(work);
     }
@@ -54,6 +58,7 @@ public:
         }
     }
 
+    void InTransaction(const Work& work);  // of its own; the open group ends before it
     template <class Write>
     void InGroup(std::string_view table, Write write) {
         if (!group_ || frame_ == Frame::Exclusive) return write();
@@ -72,10 +77,7 @@ private:
 
     std::int32_t Execute(std::string_view sql);
     std::int32_t Run(std::string_view sql);
-    void NameThePlace(RuntimeError& error, std::string_view sql);
-    std::int32_t RunBatch(std::string_view sql);
-    int Milliseconds(const std::string& interval);
-    void StartGroup(int milliseconds);
+    bool Collect(const Statement& update, const MakeStatement& insert, Answers& answers);
     void BeginUnit();
     void EndUnit();
     void AbandonUnit();
@@ -89,6 +91,7 @@ private:
     Handle shared_;
     std::unique_ptr<WriteGroup> group_;
     Frame frame_ = Frame::None;
+    Upserts upserts_{*this};
     Errors loss_;          // what the driver said when writes of the group were lost
     std::string catalog_;  // the name that was set, where the driver has no catalogs
 };

@@ -25,6 +25,12 @@ std::optional<SQLUSMALLINT> NumberInfo(const Handle& connection, SQLUSMALLINT wh
     return SQL_SUCCEEDED(result) ? std::optional(value) : std::nullopt;
 }
 
+// A server names itself; what speaks its protocol is told by the driver that does.
+bool TakesTransactSql(const Handle& connection, const std::string& driver) {
+    const std::string server = Lower(TextInfo(connection, SQL_DBMS_NAME));
+    return server.find("sql server") != std::string::npos || Lower(driver).find("tdsodbc") != std::string::npos;
+}
+
 // Whether a text comes back from the driver as it went there.
 bool KeepsWideTexts(const Handle& connection) {
     std::u16string text = u"SELECT '\u6771\U0001F600'";
@@ -49,6 +55,7 @@ DriverTraits ReadDriverTraits(const Handle& connection) {
     driver.catalogs = TextInfo(connection, SQL_CATALOG_NAME) == "Y";
     driver.openCursors = NumberInfo(connection, SQL_MAX_CONCURRENT_ACTIVITIES).value_or(1) != 1 &&
                          NumberInfo(connection, SQL_CURSOR_COMMIT_BEHAVIOR) == SQL_CB_PRESERVE;
+    driver.transactSql = TakesTransactSql(connection, driver.source);
     driver.wide = KeepsWideTexts(connection);
     return driver;
 }

@@ -16,6 +16,9 @@ struct DriverTraits {
     bool catalogs = false;                    // there are databases to change between
     // Whether a result can stay open while other statements run and transactions end.
     bool openCursors = false;
+    // Whether the server takes T-SQL, and so a text of several statements that asks for the count of the one
+    // before.
+    bool transactSql = false;
     // Whether texts reach the driver as UTF-16. A driver without wide functions gets them as UTF-8, since the
     // driver manager would lose what Latin-1 does not have.
     bool wide = true;

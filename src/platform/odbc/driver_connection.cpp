@@ -75,9 +75,17 @@ Result DriverConnection::PrepareText(const Handle& statement, std::string_view s
 }
 
 std::int32_t DriverConnection::Finish(const Handle& statement, Result result) {
-    std::int32_t affected = 0;
-    // "No data" is the result of an execution that affected no row, or that counts none; later it is the end.
-    if (result == SQL_NO_DATA) result = SQLMoreResults(statement.Get());
+    const auto counts = Counts(statement, result);
+    return counts.empty() ? 0 : counts.back();
+}
+
+std::vector<std::int32_t> DriverConnection::Counts(const Handle& statement, Result result) {
+    std::vector<std::int32_t> counts;
+    // "No data" is the result of an execution whose first statement affected no row; later it is the end.
+    if (result == SQL_NO_DATA) {
+        counts.push_back(0);
+        result = SQLMoreResults(statement.Get());
+    }
     while (result != SQL_NO_DATA) {
         if (!Works(result)) {
             const RuntimeError error = TakeErrors(statement, errors);
@@ -90,11 +98,11 @@ std::int32_t DriverConnection::Finish(const Handle& statement, Result result) {
         SQLLEN rows = -1;
         if (SQL_SUCCEEDED(SQLNumResultCols(statement.Get(), &columns)) && columns == 0 &&
             SQL_SUCCEEDED(SQLRowCount(statement.Get(), &rows)) && rows >= 0)
-            affected = static_cast<std::int32_t>(rows);
+            counts.push_back(static_cast<std::int32_t>(rows));
         result = SQLMoreResults(statement.Get());
     }
     SQLFreeStmt(statement.Get(), SQL_CLOSE);
-    return affected;
+    return counts;
 }
 
 void DriverConnection::Check(Result result, const Handle& handle) {

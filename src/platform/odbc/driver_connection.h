@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/database.h"
 #include "platform/odbc/driver.h"
@@ -22,9 +23,11 @@ public:
     Handle NewStatement();
     Result ExecuteText(const Handle& statement, std::string_view sql);
     Result PrepareText(const Handle& statement, std::string_view sql);
-    // Reads the results of an execution that returned `result` to their end and closes them. The count is
-    // that of the last result that has one: counts of triggers and of assigning SELECTs come before a
-    // statement's own.
+    // Reads the results of an execution that returned `result` to their end and closes them. The counts are
+    // those of the results that have one, in their order.
+    std::vector<std::int32_t> Counts(const Handle& statement, Result result);
+    // The same of one statement, whose own count is the last: those of triggers and of assigning SELECTs come
+    // before it.
     std::int32_t Finish(const Handle& statement, Result result);
 
     void Check(Result result, const Handle& handle);  // raises when the result is a failure

@@ -190,6 +190,17 @@ TEST_F(OdbcConnections, RefuseACommitIntervalThatIsNoTime) {
             << interval;
 }
 
+TEST_F(OdbcConnections, SendUpsertsOneByOneToAServerThatDoesNotTakeTransactSql) {
+    const auto connection = Connect(";Rows per Trip=100");
+    Answers nobody;
+
+    connection->Upsert(
+        "UPDATE items SET name = 'a' WHERE id = 1",
+        [] { return Statement("INSERT INTO items (id, name) VALUES (1, 'a')"); }, nobody);
+
+    EXPECT_EQ(Count("items"), 1);
+}
+
 TEST_F(OdbcConnections, NameTheDriverThatIsMissing) {
     EXPECT_THAT(ErrorOf([&] { CreateOdbcConnection({"tstables"})->Open("Driver=None Such;Database=x"); }),
                 HasSubstr("None Such"));

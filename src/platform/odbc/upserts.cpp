@@ -1,0 +1,144 @@
+#include "platform/odbc/upserts.h"
+
+#include <utility>
+
+#include "platform/odbc/connection.h"
+
+namespace iqrx::platform::odbc {
+
+namespace {
+
+struct CountsThatDoNotFit : RuntimeError {
+    using RuntimeError::RuntimeError;
+};
+
+void TellNotSent(UpsertUnits& units) {
+    for (const UpsertUnit& unit : std::exchange(units, {})) unit.answers->NotSent();
+}
+
+void TellFailure(UpsertUnits& units, const RuntimeError& error) {
+    Answers& first = *units.front().answers;
+    units.pop_front();
+    first.Failed(error);
+    TellNotSent(units);
+}
+
+// Who hears an answer may fail; nothing is told after that.
+void Tell(UpsertUnits& units, const std::vector<UnitCounts>& counts) {
+    try {
+        for (const UnitCounts& count : counts) {
+            Answers& hearer = *units.front().answers;
+            units.pop_front();
+            hearer.Updated(count.updated);
+            if (count.updated == 0) hearer.Inserted(count.inserted);
+        }
+    } catch (...) {
+        TellNotSent(units);
+        throw;
+    }
+}
+
+}  // namespace
+
+std::string TextOf(const UpsertUnits& units) {
+    std::string text;
+    for (const UpsertUnit& unit : units) text += unit.update + "; IF @@ROWCOUNT = 0 " + unit.insert + ";\r\n";
+    return text;
+}
+
+std::optional<std::vector<UnitCounts>> CountsOf(std::size_t units, const std::vector<std::int32_t>& counts) {
+    std::vector<UnitCounts> found;
+    found.reserve(units);
+    auto next = counts.begin();
+    for (; units > 0; --units) {
+        UnitCounts count;
+        if (next == counts.end()) return std::nullopt;
+        count.updated = *next++;
+        if (count.updated == 0) {
+            if (next == counts.end()) return std::nullopt;
+            count.inserted = *next++;
+        }
+        found.push_back(count);
+    }
+    return next == counts.end() ? std::optional(std::move(found)) : std::nullopt;
+}
+
+void Upserts::Add(UpsertUnit unit) {
+    units_.push_back(std::move(unit));
+    if (units_.size() >= rowsPerTrip_) SendAll();
+}
+
+void Upserts::SendBefore(Answers& next) {
+    try {
+        Send();
+    } catch (...) {
+        next.NotSent();
+        throw;
+    }
+}
+
+// Most statements that fail do not end their batch: the server goes on with the next one, after a failed
+// update with its insert. XACT_ABORT would end it there, and take along what an open group wrote before. And
+// of what it can't compile the server does nothing, and names no statement. So the batch is a transaction,
+// which is taken back as a whole; then its upserts are done one after the other, up to the one that fails.
+void Upserts::SendAll() {
+    UpsertUnits units = std::exchange(units_, {});
+    if (units.size() == 1) return OneByOne(units);
+    const Errors before = connection_.errors;
+    std::vector<UnitCounts> counts;
+    try {
+        counts = Together(units);
+    } catch (const CountsThatDoNotFit& error) {
+        TellFailure(units, error);
+        throw;
+    } catch (const RuntimeError& error) {
+        if (SpeakOfLostConnection(connection_.errors)) {
+            TellFailure(units, error);
+            throw;
+        }
+        OneByOne(units);
+        connection_.errors = before;
+        return;
+    } catch (...) {
+        TellFailure(units, CurrentError());
+        throw;
+    }
+    Tell(units, counts);
+}
+
+std::vector<UnitCounts> Upserts::Together(const UpsertUnits& units) {
+    std::vector<UnitCounts> found;
+    connection_.Call([&] {
+        connection_.InTransaction([&] {
+            const Handle statement = connection_.NewStatement();
+            const auto counts =
+                connection_.Counts(statement, connection_.ExecuteText(statement, TextOf(units)));
+            auto fitting = CountsOf(units.size(), counts);
+            if (!fitting)
+                throw CountsThatDoNotFit(
+                    kDatabaseError, connection_.driver.source,
+                    std::to_string(counts.size()) + " counts came for " + std::to_string(units.size()) +
+                        " rows that were sent together, which does not fit; none of them was "
+                        "written. Triggers need SET NOCOUNT ON, and the session must not have "
+                        "it; otherwise leave Rows per Trip at 1");
+            found = std::move(*fitting);
+        });
+    });
+    return found;
+}
+
+void Upserts::OneByOne(UpsertUnits& units) {
+    try {
+        while (!units.empty()) {
+            const UpsertUnit unit = std::move(units.front());
+            units.pop_front();
+            connection_.Connection::Upsert(
+                unit.update, [&] { return Statement(unit.insert); }, *unit.answers);
+        }
+    } catch (...) {
+        TellNotSent(units);
+        throw;
+    }
+}
+
+}  // namespace iqrx::platform::odbc
