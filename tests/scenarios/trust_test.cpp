@@ -244,9 +244,6 @@ protected:
         command.insert(command.end(), more.begin(), more.end());
         return command;
     }
-    static void WaitUntil(const std::function<bool()>& condition) {
-        while (!condition()) std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
     void WaitUntilLocked() const {
         WaitUntil([&] { return InUse("tsmdm030"); });
     }
