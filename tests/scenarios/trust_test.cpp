@@ -1,7 +1,6 @@
 // Rows are not lost, and nothing that failed says that all is well: what administrators met, one by one.
 #include <csignal>
 #include <fstream>
-#include <thread>
 
 #include "scenarios/site.h"
 

@@ -72,6 +72,12 @@ PostgresServer::PostgresServer(PostgresOptions options)
     directory_ = pattern;
     if (user && chown(pattern.c_str(), user->pw_uid, user->pw_gid) != 0)
         throw std::runtime_error("the temporary directory can't be given to the server's user");
+    options_.primary ? CopyPrimary() : MakeData();
+    if (options_.listens == PostgresOptions::Listens::TcpWithTls) MakeCertificate();
+    Start();
+}
+
+void PostgresServer::MakeData() const {
     std::vector<std::string> make{Program("initdb"),
                                   "-D",
                                   (directory_ / "data").string(),
@@ -89,8 +95,14 @@ PostgresServer::PostgresServer(PostgresOptions options)
         make.push_back("--pwfile=" + file.string());
     }
     if (RunToEnd(make) != 0) throw std::runtime_error("initdb failed: " + Output());
-    if (options_.listens == PostgresOptions::Listens::TcpWithTls) MakeCertificate();
-    Start();
+}
+
+void PostgresServer::CopyPrimary() const {
+    const PostgresServer& primary = *options_.primary;
+    if (RunToEnd({Program("pg_basebackup"), "-D", (directory_ / "data").string(), "-h", primary.Host(), "-p",
+                  std::to_string(primary.Port()), "-U", "postgres", "--write-recovery-conf",
+                  "--checkpoint=fast", "--no-sync"}) != 0)
+        throw std::runtime_error("pg_basebackup failed: " + Output());
 }
 
 PostgresServer::~PostgresServer() {
@@ -155,6 +167,13 @@ void PostgresServer::Crash() {
     kill(process_, SIGKILL);
     WaitFor(process_);
     process_ = 0;
+}
+
+// Set by the server's own user, who may do that to his processes.
+void PostgresServer::LimitFiles(std::optional<std::uintmax_t> bytes) const {
+    const std::string limit = bytes ? std::to_string(*bytes) : "unlimited";
+    if (RunToEnd({"/usr/bin/prlimit", "--pid", std::to_string(process_), "--fsize=" + limit + ":"}) != 0)
+        throw std::runtime_error("the length of the server's files can't be limited: " + Output());
 }
 
 void PostgresServer::StopBy(int signal) {
