@@ -126,11 +126,21 @@ std::string PostgresServer::Host() const {
     return options_.listens == PostgresOptions::Listens::Socket ? directory_.string() : "127.0.0.1";
 }
 
+// Another process may take a free port first.
 void PostgresServer::Start() {
-    if (port_ == 0) port_ = FreePort();
-    const std::string port = std::to_string(port_);
+    const bool isChosen = port_ != 0;
+    for (int attempt = 0; attempt < (isChosen ? 1 : 5); ++attempt) {
+        if (!isChosen) port_ = FreePort();
+        process_ = Launch(Command());
+        if (HasStarted()) return;
+    }
+    throw std::runtime_error("the server does not start: " + Output());
+}
+
+std::vector<std::string> PostgresServer::Command() const {
     const bool onSocket = options_.listens == PostgresOptions::Listens::Socket;
-    std::vector<std::string> command{Program("postgres"), "-D", (directory_ / "data").string(), "-p", port};
+    std::vector<std::string> command{Program("postgres"), "-D", (directory_ / "data").string(), "-p",
+                                     std::to_string(port_)};
     const auto set = [&](const std::string& setting) { command.insert(command.end(), {"-c", setting}); };
     set(std::string("listen_addresses=") + (onSocket ? "" : "127.0.0.1"));
     set("unix_socket_directories=" + (onSocket ? directory_.string() : ""));
@@ -141,17 +151,22 @@ void PostgresServer::Start() {
         set("ssl_key_file=" + (directory_ / "server.key").string());
     }
     for (const std::string& setting : options_.settings) set(setting);
-    process_ = Launch(command);
+    return command;
+}
+
+// One that takes too long is ended.
+bool PostgresServer::HasStarted() {
     for (int attempt = 0; attempt < 300; ++attempt) {
-        if (RunToEnd({Program("pg_isready"), "-q", "-h", Host(), "-p", port}) == 0) return;
         if (waitpid(process_, nullptr, WNOHANG) == process_) {
             process_ = 0;
-            break;
+            return false;
         }
+        if (RunToEnd({Program("pg_isready"), "-q", "-h", Host(), "-p", std::to_string(port_)}) == 0)
+            return true;
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
     Stop();
-    throw std::runtime_error("the server does not start: " + Output());
+    return false;
 }
 
 void PostgresServer::Stop() { StopBy(SIGQUIT); }

@@ -42,6 +42,8 @@ public:
     std::filesystem::path Certificate() const { return directory_ / "server.crt"; }
 
 private:
+    bool HasStarted();
+    std::vector<std::string> Command() const;
     std::string Program(const std::string& name) const { return (programs_ / name).string(); }
     pid_t Launch(const std::vector<std::string>& command) const;
     int RunToEnd(const std::vector<std::string>& command) const;
