@@ -42,16 +42,20 @@ void ExpectEqual(const Copied& copied, const Copied& expected) {
 }
 
 struct Target {
+    enum class Table { Plain, Partitioned, PartitionedOverServers };
+
     int rowsPerTrip;
-    bool isPartitioned;
+    Table table;
     std::string name;
 };
+const Target kPlain{1, Target::Table::Plain, ""};
 void PrintTo(const Target& target, std::ostream* out) { *out << target.name; }
 
 // More orders than are under way at once: in full, in full again when the ERP has lost some, then a day's changes.
 class ManyOrders : public Site, public ::testing::WithParamInterface<Target> {
 protected:
     static constexpr int kOrders = 1100, kLost = 110;
+    static constexpr const char* kPartOf = " PARTITION OF tssoc200 FOR VALUES WITH (MODULUS 4, REMAINDER ";
 
     ManyOrders() : Site(true) {
         EXPECT_EQ(BareQrxctl({"sample", extract.string(), "--orders", std::to_string(kOrders), "--changes",
@@ -66,16 +70,39 @@ protected:
         fs::create_directory(logs);
         Database().Restore();
         rowsPerTrip = target.rowsPerTrip;
-        if (target.isPartitioned) GivenPartitions();
+        if (target.table == Target::Table::Partitioned) GivenPartitions();
+        if (target.table == Target::Table::PartitionedOverServers) GivenPartitionsOnAnotherServer();
     }
-    // As docs/servers.md has it.
+    // As docs/servers.md has them.
     void GivenPartitions() const {
         Execute("ALTER TABLE tssoc200 RENAME TO tssoc200_whole");
         Execute("CREATE TABLE tssoc200 (LIKE tssoc200_whole INCLUDING ALL) PARTITION BY HASH (orno)");
         for (const std::string remainder : {"0", "1", "2", "3"})
-            Execute("CREATE TABLE tssoc200_" + remainder +
-                    " PARTITION OF tssoc200 FOR VALUES WITH (MODULUS 4, REMAINDER " + remainder + ")");
+            Execute("CREATE TABLE tssoc200_" + remainder + kPartOf + remainder + ")");
         Execute("INSERT INTO tssoc200 SELECT * FROM tssoc200_whole");
+        Execute("DROP TABLE tssoc200_whole");
+    }
+    void GivenPartitionsOnAnotherServer() const {
+        static const PostgresServer other({.listens = PostgresOptions::Listens::Socket});
+        const std::string columns = Cell(
+            "SELECT string_agg(attname || ' ' || format_type(atttypid, atttypmod), ', ' ORDER BY attnum)"
+            " FROM pg_attribute WHERE attrelid = 'tssoc200'::regclass AND attnum > 0");
+        Execute("CREATE EXTENSION postgres_fdw");
+        Execute("CREATE SERVER other FOREIGN DATA WRAPPER postgres_fdw OPTIONS (dbname 'postgres', host '" +
+                other.Host() + "', port '" + std::to_string(other.Port()) + "')");
+        Execute("CREATE USER MAPPING FOR postgres SERVER other");
+        Execute("ALTER TABLE tssoc200 RENAME TO tssoc200_whole");
+        Execute("CREATE TABLE tssoc200 (LIKE tssoc200_whole INCLUDING DEFAULTS) PARTITION BY HASH (orno)");
+        for (const std::string remainder : {"0", "1"}) {
+            Execute("CREATE TABLE tssoc200_" + remainder + kPartOf + remainder + ")");
+            Execute("ALTER TABLE tssoc200_" + remainder + " ADD PRIMARY KEY (orno)");
+        }
+        for (const std::string remainder : {"2", "3"}) {
+            const std::string part = "tssoc200_" + remainder;
+            RowsOn(other, "postgres", "DROP TABLE IF EXISTS " + part);
+            RowsOn(other, "postgres", "CREATE TABLE " + part + " (" + columns + ", PRIMARY KEY (orno))");
+            Execute("CREATE FOREIGN TABLE " + part + kPartOf + remainder + ") SERVER other");
+        }
         Execute("DROP TABLE tssoc200_whole");
     }
     // Every tenth order.
@@ -118,7 +145,7 @@ protected:
 };
 
 TEST_P(ManyOrders, AreCopiedAsByOneRowATripIntoAPlainTable) {
-    GivenTarget({1, false, ""});
+    GivenTarget(kPlain);
     const std::vector<Copied> expected = CopyADay();
     ASSERT_EQ(expected.at(0).orders.size(), std::size_t{kOrders});
     ASSERT_GT(expected.at(0).trace.size(), std::size_t{2 * kOrders}) << "an update and an insert each";
@@ -134,7 +161,7 @@ TEST_P(ManyOrders, AreCopiedAsByOneRowATripIntoAPlainTable) {
         ExpectEqual(day.at(i), expected[i]);
         EXPECT_EQ(day[i].exitCode, 0) << day[i].error;
     }
-    if (GetParam().isPartitioned) {
+    if (GetParam().table != Target::Table::Plain) {
         EXPECT_THAT(Rows("SELECT tableoid::regclass::text FROM tssoc200 GROUP BY 1 ORDER BY 1"),
                     ElementsAre("tssoc200_0", "tssoc200_1", "tssoc200_2", "tssoc200_3"));
         EXPECT_THAT(Qrxctl({"check"}).out,
@@ -142,13 +169,15 @@ TEST_P(ManyOrders, AreCopiedAsByOneRowATripIntoAPlainTable) {
     }
 }
 
-TEST_P(ManyOrders, OfWhichOneIsRefusedEndAsByOneRowATripIntoAPlainTable) {
+class ManyOrdersOfWhichOneIsRefused : public ManyOrders {};
+
+TEST_P(ManyOrdersOfWhichOneIsRefused, EndAsByOneRowATripIntoAPlainTable) {
     const auto copyInto = [&](const Target& target) {
         GivenTarget(target);
         Execute("ALTER TABLE tssoc200 ADD CONSTRAINT known CHECK (orno <> 'SO0000950')");
         return Copy(kFull);
     };
-    const Copied expected = copyInto({1, false, ""});
+    const Copied expected = copyInto(kPlain);
     ASSERT_EQ(expected.exitCode, 1);
     ASSERT_THAT(expected.error, HasSubstr("[23514]"));
     ASSERT_EQ(expected.orders.size(), 949U);
@@ -162,11 +191,17 @@ TEST_P(ManyOrders, OfWhichOneIsRefusedEndAsByOneRowATripIntoAPlainTable) {
     ExpectEqual(copied, expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Into, ManyOrders,
-                         ::testing::Values(Target{200, false, "APlainTable"},
-                                           Target{1, true, "PartitionsOneByOne"},
-                                           Target{200, true, "Partitions"}),
-                         [](const auto& test) { return test.param.name; });
+std::string NameOf(const ::testing::TestParamInfo<Target>& test) { return test.param.name; }
+const auto kOnOneServer = ::testing::Values(Target{200, Target::Table::Plain, "APlainTable"},
+                                            Target{1, Target::Table::Partitioned, "PartitionsOneByOne"},
+                                            Target{200, Target::Table::Partitioned, "Partitions"});
+const auto kOnTwoServers =
+    ::testing::Values(Target{1, Target::Table::PartitionedOverServers, "PartitionsOnTwoServersOneByOne"},
+                      Target{200, Target::Table::PartitionedOverServers, "PartitionsOnTwoServers"});
+
+INSTANTIATE_TEST_SUITE_P(Into, ManyOrders, kOnOneServer, NameOf);
+INSTANTIATE_TEST_SUITE_P(Beyond, ManyOrders, kOnTwoServers, NameOf);
+INSTANTIATE_TEST_SUITE_P(Into, ManyOrdersOfWhichOneIsRefused, kOnOneServer, NameOf);
 
 class AReplica : public Site {
 protected:
