@@ -164,6 +164,7 @@ TEST_P(ManyOrders, AreCopiedAsByOneRowATripIntoAPlainTable) {
     if (GetParam().table != Target::Table::Plain) {
         EXPECT_THAT(Rows("SELECT tableoid::regclass::text FROM tssoc200 GROUP BY 1 ORDER BY 1"),
                     ElementsAre("tssoc200_0", "tssoc200_1", "tssoc200_2", "tssoc200_3"));
+        EXPECT_EQ(Qrxctl({"init"}).exitCode, 0);
         EXPECT_THAT(Qrxctl({"check"}).out,
                     HasSubstr("tables    20 target, 3 change logs, 5 control; columns as expected"));
     }
