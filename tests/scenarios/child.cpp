@@ -6,10 +6,12 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace iqrx::testing {
@@ -121,6 +123,14 @@ Finished RunAsNobody(const fs::path& program, std::vector<std::string> arguments
     const Finished run = RunToEnd(arguments, "/");
     fs::remove(copy);
     return run;
+}
+
+void WaitUntil(const std::function<bool()>& reached) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (!reached()) {
+        if (std::chrono::steady_clock::now() > end) throw std::runtime_error("it never happened");
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
 }
 
 std::string ReadText(const fs::path& file) {

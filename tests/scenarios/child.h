@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -46,6 +47,9 @@ Finished RunToEnd(const std::vector<std::string>& command, const std::filesystem
 // As somebody who is neither the files' owner nor of their group, nor the superuser. The program is copied to
 // where everybody may run it.
 Finished RunAsNobody(const std::filesystem::path& program, std::vector<std::string> arguments);
+
+// For what another process is about to do; throws after a minute, which is for machines that are busy.
+void WaitUntil(const std::function<bool()>& reached);
 
 std::string ReadText(const std::filesystem::path& file);
 std::vector<std::string> Lines(const std::string& text);

@@ -3,10 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <functional>
 #include <stdexcept>
-#include <thread>
 
 #include "scenarios/site.h"
 
@@ -62,14 +59,6 @@ std::string ManyServiceTypes(int from = 0, int to = kRows) {
 
 class SeveralServices : public Site {
 protected:
-    // For what another process is about to do; a minute is for machines that are busy.
-    static void WaitUntil(const std::function<bool()>& reached) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-        while (!reached()) {
-            if (std::chrono::steady_clock::now() > end) throw std::runtime_error("it never happened");
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-    }
     Request Skills() const {
         Request request = FullCopy();
         request.table = "5";

@@ -4,7 +4,6 @@
 #include <csignal>
 #include <fstream>
 #include <functional>
-#include <thread>
 
 #include "scenarios/site.h"
 #include "support/relay.h"
@@ -72,8 +71,7 @@ protected:
         {
             std::ofstream stream(records, std::ios::binary);
             stream << "cstp,desc,proc,ract,dahe" << Records(0, kFirst) << std::flush;
-            while (Cell("SELECT count(*) FROM tsmdm030") == "0")
-                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            WaitUntil([&] { return Cell("SELECT count(*) FROM tsmdm030") != "0"; });
             happens();
             stream << Records(kFirst, kRows) << '\n';
         }
@@ -91,6 +89,10 @@ protected:
         EXPECT_EQ(next.exitCode, 0) << next.err;
         EXPECT_EQ(Cell("SELECT count(*) FROM tsmdm030 WHERE upd_flag = 0"), std::to_string(kRows));
         EXPECT_FALSE(InUse("tsmdm030"));
+        const std::vector<std::string> repaired = Rows(kSelectServiceTypes);
+        Execute("DELETE FROM tsmdm030");
+        EXPECT_EQ(Service(DistantCopy()).exitCode, 0);
+        EXPECT_THAT(repaired, ::testing::ContainerEq(Rows(kSelectServiceTypes)));
     }
 
     const fs::path records = extract / "tsmdm030.csv";
@@ -119,6 +121,20 @@ TEST_F(InMidCopy, ACutThatTakesWhatIsUnderWayEndsTheRunAndTheNextOneRepairs) {
                                    });
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_THAT(run.err, HasSubstr("[08S01] The connection to the database was lost"));
+    ExpectTheNextRunRepairs();
+}
+
+TEST_F(InMidCopy, ARestartOfTheServerEndsTheRunAndTheNextOneRepairs) {
+    const Finished run = CopyWhile([&] { network.Stall(); },
+                                   [&] {
+                                       SiteServer().ShutDown();
+                                       SiteServer().Start();
+                                       network.Resume();
+                                   });
+    EXPECT_EQ(run.exitCode, 1);
+    const std::string lost = "[08S01] The connection to the database was lost: [57P01]";
+    EXPECT_THAT(Lines(run.err),
+                ::testing::ElementsAre(HasSubstr("tsmdm030 stays locked: " + lost), HasSubstr(lost)));
     ExpectTheNextRunRepairs();
 }
 

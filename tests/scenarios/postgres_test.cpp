@@ -3,7 +3,6 @@
 
 #include <csignal>
 #include <fstream>
-#include <thread>
 
 #include "scenarios/site.h"
 
@@ -90,8 +89,7 @@ TEST_F(OnPostgreSQL, AServerThatDiesInMidCopyEndsTheRunAndTheNextOneRepairs) {
         stream << "cstp,desc,proc,ract,dahe\n";
         for (int i = 100; i < 400; ++i) stream << i << ",Type,P,WRK,1\n";
         stream << std::flush;
-        while (Cell("SELECT count(*) FROM tsmdm030") == "0")
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        WaitUntil([&] { return Cell("SELECT count(*) FROM tsmdm030") != "0"; });
         SiteServer().Stop();
         for (int i = 400; i < 2000; ++i) stream << i << ",Type,P,WRK,1\n";
     }

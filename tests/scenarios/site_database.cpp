@@ -12,6 +12,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Truth is shown as 1 and 0, as the embedded database has it.
+std::string Cell(const PGresult* answer, int row, int column) {
+    constexpr Oid kTruth = 16;
+    if (PQgetisnull(answer, row, column)) return "NULL";
+    const std::string text = PQgetvalue(answer, row, column);
+    if (PQftype(answer, column) != kTruth) return text;
+    return text == "t" ? "1" : "0";
+}
+
 class Embedded : public SiteDatabase {
 public:
     explicit Embedded(fs::path file) : file_(std::move(file)) {}
@@ -86,33 +95,8 @@ private:
         Ask("postgres", "CREATE DATABASE " + to + " TEMPLATE " + from);
     }
 
-    // Truth is shown as 1 and 0, as the embedded database has it.
-    static std::string Cell(const PGresult* answer, int row, int column) {
-        constexpr Oid kTruth = 16;
-        if (PQgetisnull(answer, row, column)) return "NULL";
-        const std::string text = PQgetvalue(answer, row, column);
-        if (PQftype(answer, column) != kTruth) return text;
-        return text == "t" ? "1" : "0";
-    }
-
     static std::vector<std::string> Ask(const std::string& database, const std::string& sql) {
-        const std::string port = std::to_string(SiteServer().Port()), host = SiteServer().Host();
-        const std::unique_ptr<PGconn, decltype(&PQfinish)> link(
-            PQsetdbLogin(host.c_str(), port.c_str(), nullptr, nullptr, database.c_str(), "postgres", nullptr),
-            PQfinish);
-        PQsetNoticeReceiver(
-            link.get(), [](void*, const PGresult*) {}, nullptr);
-        const std::unique_ptr<PGresult, decltype(&PQclear)> answer(PQexec(link.get(), sql.c_str()), PQclear);
-        const ExecStatusType status = PQresultStatus(answer.get());
-        if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK)
-            throw std::runtime_error(sql + ": " + PQerrorMessage(link.get()));
-        std::vector<std::string> rows;
-        for (int row = 0; row < PQntuples(answer.get()); ++row) {
-            rows.emplace_back();
-            for (int column = 0; column < PQnfields(answer.get()); ++column)
-                rows.back() += (column > 0 ? "|" : "") + Cell(answer.get(), row, column);
-        }
-        return rows;
+        return RowsOn(SiteServer(), database, sql);
     }
 
     static inline int made = 0;
@@ -125,6 +109,27 @@ PostgresServer& SiteServer() {
     static PostgresServer server(
         {.listens = PostgresOptions::Listens::Socket, .settings = {"listen_addresses=127.0.0.1"}});
     return server;
+}
+
+std::vector<std::string> RowsOn(const PostgresServer& server, const std::string& database,
+                                const std::string& sql) {
+    const std::string port = std::to_string(server.Port()), host = server.Host();
+    const std::unique_ptr<PGconn, decltype(&PQfinish)> link(
+        PQsetdbLogin(host.c_str(), port.c_str(), nullptr, nullptr, database.c_str(), "postgres", nullptr),
+        PQfinish);
+    PQsetNoticeReceiver(
+        link.get(), [](void*, const PGresult*) {}, nullptr);
+    const std::unique_ptr<PGresult, decltype(&PQclear)> answer(PQexec(link.get(), sql.c_str()), PQclear);
+    const ExecStatusType status = PQresultStatus(answer.get());
+    if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK)
+        throw std::runtime_error(sql + ": " + PQerrorMessage(link.get()));
+    std::vector<std::string> rows;
+    for (int row = 0; row < PQntuples(answer.get()); ++row) {
+        rows.emplace_back();
+        for (int column = 0; column < PQnfields(answer.get()); ++column)
+            rows.back() += (column > 0 ? "|" : "") + Cell(answer.get(), row, column);
+    }
+    return rows;
 }
 
 bool OnPostgres() {

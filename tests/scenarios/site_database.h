@@ -28,5 +28,7 @@ public:
 std::unique_ptr<SiteDatabase> EmbeddedSiteDatabase(const std::filesystem::path& file);
 std::unique_ptr<SiteDatabase> PostgresSiteDatabase();
 PostgresServer& SiteServer();  // on TCP, too
+std::vector<std::string> RowsOn(const PostgresServer& server, const std::string& database,
+                                const std::string& sql);
 
 }  // namespace iqrx::testing

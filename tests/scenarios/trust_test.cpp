@@ -1,7 +1,6 @@
 // Rows are not lost, and nothing that failed says that all is well: what administrators met, one by one.
 #include <csignal>
 #include <fstream>
-#include <thread>
 
 #include "scenarios/site.h"
 
@@ -243,9 +242,6 @@ protected:
             "--log-dir", logs.string(),  "copy",       "tsmdm030", "--full"};
         command.insert(command.end(), more.begin(), more.end());
         return command;
-    }
-    static void WaitUntil(const std::function<bool()>& condition) {
-        while (!condition()) std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     void WaitUntilLocked() const {
         WaitUntil([&] { return InUse("tsmdm030"); });

@@ -72,6 +72,12 @@ PostgresServer::PostgresServer(PostgresOptions options)
     directory_ = pattern;
     if (user && chown(pattern.c_str(), user->pw_uid, user->pw_gid) != 0)
         throw std::runtime_error("the temporary directory can't be given to the server's user");
+    options_.primary ? CopyPrimary() : MakeData();
+    if (options_.listens == PostgresOptions::Listens::TcpWithTls) MakeCertificate();
+    Start();
+}
+
+void PostgresServer::MakeData() const {
     std::vector<std::string> make{Program("initdb"),
                                   "-D",
                                   (directory_ / "data").string(),
@@ -89,8 +95,14 @@ PostgresServer::PostgresServer(PostgresOptions options)
         make.push_back("--pwfile=" + file.string());
     }
     if (RunToEnd(make) != 0) throw std::runtime_error("initdb failed: " + Output());
-    if (options_.listens == PostgresOptions::Listens::TcpWithTls) MakeCertificate();
-    Start();
+}
+
+void PostgresServer::CopyPrimary() const {
+    const PostgresServer& primary = *options_.primary;
+    if (RunToEnd({Program("pg_basebackup"), "-D", (directory_ / "data").string(), "-h", primary.Host(), "-p",
+                  std::to_string(primary.Port()), "-U", "postgres", "--write-recovery-conf",
+                  "--checkpoint=fast", "--no-sync"}) != 0)
+        throw std::runtime_error("pg_basebackup failed: " + Output());
 }
 
 PostgresServer::~PostgresServer() {
@@ -114,11 +126,21 @@ std::string PostgresServer::Host() const {
     return options_.listens == PostgresOptions::Listens::Socket ? directory_.string() : "127.0.0.1";
 }
 
+// Another process may take a free port first.
 void PostgresServer::Start() {
-    if (port_ == 0) port_ = FreePort();
-    const std::string port = std::to_string(port_);
+    const bool isChosen = port_ != 0;
+    for (int attempt = 0; attempt < (isChosen ? 1 : 5); ++attempt) {
+        if (!isChosen) port_ = FreePort();
+        process_ = Launch(Command());
+        if (HasStarted()) return;
+    }
+    throw std::runtime_error("the server does not start: " + Output());
+}
+
+std::vector<std::string> PostgresServer::Command() const {
     const bool onSocket = options_.listens == PostgresOptions::Listens::Socket;
-    std::vector<std::string> command{Program("postgres"), "-D", (directory_ / "data").string(), "-p", port};
+    std::vector<std::string> command{Program("postgres"), "-D", (directory_ / "data").string(), "-p",
+                                     std::to_string(port_)};
     const auto set = [&](const std::string& setting) { command.insert(command.end(), {"-c", setting}); };
     set(std::string("listen_addresses=") + (onSocket ? "" : "127.0.0.1"));
     set("unix_socket_directories=" + (onSocket ? directory_.string() : ""));
@@ -129,17 +151,22 @@ void PostgresServer::Start() {
         set("ssl_key_file=" + (directory_ / "server.key").string());
     }
     for (const std::string& setting : options_.settings) set(setting);
-    process_ = Launch(command);
+    return command;
+}
+
+// One that takes too long is ended.
+bool PostgresServer::HasStarted() {
     for (int attempt = 0; attempt < 300; ++attempt) {
-        if (RunToEnd({Program("pg_isready"), "-q", "-h", Host(), "-p", port}) == 0) return;
         if (waitpid(process_, nullptr, WNOHANG) == process_) {
             process_ = 0;
-            break;
+            return false;
         }
+        if (RunToEnd({Program("pg_isready"), "-q", "-h", Host(), "-p", std::to_string(port_)}) == 0)
+            return true;
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
     Stop();
-    throw std::runtime_error("the server does not start: " + Output());
+    return false;
 }
 
 void PostgresServer::Stop() { StopBy(SIGQUIT); }
@@ -155,6 +182,13 @@ void PostgresServer::Crash() {
     kill(process_, SIGKILL);
     WaitFor(process_);
     process_ = 0;
+}
+
+// Set by the server's own user, who may do that to his processes.
+void PostgresServer::LimitFiles(std::optional<std::uintmax_t> bytes) const {
+    const std::string limit = bytes ? std::to_string(*bytes) : "unlimited";
+    if (RunToEnd({"/usr/bin/prlimit", "--pid", std::to_string(process_), "--fsize=" + limit + ":"}) != 0)
+        throw std::runtime_error("the length of the server's files can't be limited: " + Output());
 }
 
 void PostgresServer::StopBy(int signal) {

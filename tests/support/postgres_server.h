@@ -4,16 +4,21 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace iqrx::testing {
 
+class PostgresServer;
+
 struct PostgresOptions {
     enum class Listens { Tcp, TcpWithTls, Socket } listens = Listens::Tcp;  // TCP on 127.0.0.1
-    std::string password = {};               // of the user, by SCRAM; empty: nobody is asked for one
-    std::vector<std::string> settings = {};  // NAME=VALUE
+    std::string password = {};                // of the user, by SCRAM; empty: nobody is asked for one
+    std::vector<std::string> settings = {};   // NAME=VALUE
+    const PostgresServer* primary = nullptr;  // whose replica this is; it asks for no password
 };
 
 class PostgresServer {
@@ -28,6 +33,8 @@ public:
     void Stop();      // at once, as if it had crashed
     void ShutDown();  // connections are told
     void Crash();     // no process of it gets to write down anything
+    // Of a running server: no process that it starts from now on makes a file longer than that.
+    void LimitFiles(std::optional<std::uintmax_t> bytes) const;
     bool Running() const { return process_ > 0; }
     int Port() const { return port_; }  // database and user are called "postgres"
     std::string Host() const;
@@ -35,10 +42,14 @@ public:
     std::filesystem::path Certificate() const { return directory_ / "server.crt"; }
 
 private:
+    bool HasStarted();
+    std::vector<std::string> Command() const;
     std::string Program(const std::string& name) const { return (programs_ / name).string(); }
     pid_t Launch(const std::vector<std::string>& command) const;
     int RunToEnd(const std::vector<std::string>& command) const;
     std::string Output() const;
+    void MakeData() const;
+    void CopyPrimary() const;
     void MakeCertificate() const;
     void StopBy(int signal);
 

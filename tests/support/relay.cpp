@@ -55,21 +55,18 @@ public:
     }
     bool IsFull() const { return isFull_; }
 
-    // False: the connection was broken off.
-    bool Take() {
+    void Take() {
         std::array<char, 65536> buffer;
         const ssize_t count = recv(from_, buffer.data(), buffer.size(), MSG_DONTWAIT);
-        if (count < 0) return WouldBlock();
-        if (count == 0) {
+        if (count > 0) {
+            parts_.push_back({Clock::now() + delay_, {buffer.data(), static_cast<std::size_t>(count)}});
+        } else if (count == 0 || !WouldBlock()) {
             sourceEnded_ = true;
             endDue_ = Clock::now() + delay_;
-        } else {
-            parts_.push_back({Clock::now() + delay_, {buffer.data(), static_cast<std::size_t>(count)}});
         }
-        return true;
     }
 
-    bool Deliver() {
+    void Deliver() {
         const Moment now = Clock::now();
         isFull_ = false;
         while (!parts_.empty() && parts_.front().due <= now) {
@@ -78,7 +75,8 @@ public:
                 send(to_, bytes.data() + sent_, bytes.size() - sent_, MSG_DONTWAIT | MSG_NOSIGNAL);
             if (count < 0) {
                 isFull_ = WouldBlock();
-                return isFull_;
+                if (!isFull_) GiveUp();
+                return;
             }
             sent_ += static_cast<std::size_t>(count);
             if (sent_ < bytes.size()) continue;
@@ -89,10 +87,15 @@ public:
             shutdown(to_, SHUT_WR);
             endPassedOn_ = true;
         }
-        return true;
     }
 
 private:
+    // The receiver is gone. What it said last is on the other way.
+    void GiveUp() {
+        parts_.clear();
+        sourceEnded_ = endPassedOn_ = true;
+    }
+
     struct Part {
         Moment due;
         std::string bytes;
@@ -119,7 +122,7 @@ public:
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    bool IsDone() const { return isBroken_ || (there_.IsDone() && back_.IsDone()); }
+    bool IsDone() const { return there_.IsDone() && back_.IsDone(); }
 
     void AddTo(std::vector<pollfd>& awaited, bool delivers) const {
         for (const Way* way : {&there_, &back_}) {
@@ -135,15 +138,14 @@ public:
 
     void Work(bool delivers) {
         for (Way* way : {&there_, &back_}) {
-            if (!isBroken_ && way->Reads()) isBroken_ = !way->Take();
-            if (!isBroken_ && delivers) isBroken_ = !way->Deliver();
+            if (way->Reads()) way->Take();
+            if (delivers) way->Deliver();
         }
     }
 
 private:
     const int client_, server_;
     Way there_, back_;
-    bool isBroken_ = false;
 };
 
 Relay::Relay(int serverPort, Delay delay) : serverPort_(serverPort), delay_(delay) {

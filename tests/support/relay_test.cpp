@@ -144,6 +144,24 @@ TEST_F(ARelay, HoldsEverythingWhileItIsStalled) {
     EXPECT_EQ(client.Hear(6), "answer");
 }
 
+TEST_F(ARelay, BringsTheLastWordsOfAServerThatIsGoneWhenTheClientSpeaks) {
+    Relay relay(serverPort);
+    const End client = Client(relay);
+    {
+        const End server = Server();
+        client.Say("hello");
+        EXPECT_EQ(server.Hear(5), "hello");
+        relay.Stall();
+        server.Say("good bye");
+    }
+    for (const char* unheard : {"are", "you", "there"}) {
+        client.Say(unheard);
+        EXPECT_TRUE(client.HearsNothingFor(milliseconds(20)));
+    }
+    relay.Resume();
+    EXPECT_EQ(client.Hear(9), "good bye");
+}
+
 TEST_F(ARelay, CutsBothSidesAndLetsOthersThroughAfterwards) {
     Relay relay(serverPort);
     const End client = Client(relay), server = Server();
