@@ -1,6 +1,7 @@
 // Batches of blocks that count a row's key and then insert or update it.
 #include <algorithm>
 #include <array>
+#include <span>
 
 #include "platform/postgres/connection.h"
 #include "platform/postgres/errors.h"
@@ -18,23 +19,47 @@ std::string RowOf(const std::string& statement) {
     return condition;
 }
 
-bool Same(const Literal* one, const Literal* other) {
-    return one->Is() == other->Is() && one->TextValue() == other->TextValue() &&
-           (one->Is() != Literal::Kind::Whole || one->WholeNumber() == other->WholeNumber()) &&
-           (one->Is() != Literal::Kind::Real || one->RealNumber() == other->RealNumber());
+// The count may have a number where the others have its digits.
+std::optional<std::string> DigitsOrText(const Literal& literal) {
+    if (literal.Is() == Literal::Kind::Whole) return std::to_string(literal.WholeNumber());
+    if (literal.Is() == Literal::Kind::Text) return std::string(literal.TextValue());
+    return std::nullopt;
 }
 
-// The steps of a block that does what an upsert does; null when it is another one.
+bool Same(const Literal* one, const Literal* other) {
+    const auto text = DigitsOrText(*one);
+    return text && text == DigitsOrText(*other);
+}
+
+// The steps of a block that does what an upsert does.
 struct Block {
     const dialect::Step *count, *condition, *insert, *update;
 };
-std::optional<Block> BlockOf(const dialect::Translation& translation) {
-    const std::vector<dialect::Step>& steps = translation.steps;
+
+std::optional<Block> BlockAt(const dialect::Translation& translation, std::size_t first) {
     constexpr std::array kKinds{Kind::Count, Kind::SkipUnless, Kind::Run, Kind::Skip, Kind::Run};
-    if (!std::ranges::equal(steps, kKinds, {}, &dialect::Step::kind)) return std::nullopt;
-    const Block block{&steps[0], &steps[1], &steps[2], &steps[4]};
-    const auto rowOf = [&](const dialect::Step& step) { return RowOf(translation.statements[step.statement]); };
-    return rowOf(*block.count) == rowOf(*block.update) ? std::optional(block) : std::nullopt;
+    const std::span<const dialect::Step> rest = std::span(translation.steps).subspan(first);
+    if (rest.size() < kKinds.size()) return std::nullopt;
+    const auto steps = rest.first<kKinds.size()>();
+    const bool isBlock = std::ranges::equal(steps, kKinds, {}, &dialect::Step::kind) &&
+                         steps[1].target == first + 4 && steps[3].target == first + 5;
+    if (!isBlock || RowOf(translation.statements[steps[0].statement]) !=
+                        RowOf(translation.statements[steps[4].statement]))
+        return std::nullopt;
+    return Block{&steps[0], &steps[1], &steps[2], &steps[4]};
+}
+
+// All of the same statements; none when a step is not of such a block.
+std::vector<Block> BlocksOf(const dialect::Translation& translation) {
+    std::vector<Block> blocks;
+    for (std::size_t first = 0; first < translation.steps.size(); first += 5) {
+        const auto block = BlockAt(translation, first);
+        if (!block || block->update->statement != translation.steps[4].statement ||
+            block->insert->statement != translation.steps[2].statement)
+            return {};
+        blocks.push_back(*block);
+    }
+    return blocks;
 }
 
 // Whether the set of values updates the row that it counts, and inserts it where there is none.
@@ -51,6 +76,9 @@ dialect::Translation Alone(const dialect::Translation& batch, const dialect::Ste
     one.statements = {batch.statements[step.statement]};
     one.steps = {step};
     one.tables = batch.tables;
+    std::ranges::sort(one.tables);
+    const auto again = std::ranges::unique(one.tables);
+    one.tables.erase(again.begin(), again.end());
     return one;
 }
 
@@ -58,7 +86,7 @@ dialect::Translation Alone(const dialect::Translation& batch, const dialect::Ste
 
 // A batch takes effect as a whole or not at all.
 std::int64_t PostgresConnection::RunBatch(const dialect::Found& found) {
-    if (RunBatchAsRows(found)) return static_cast<std::int64_t>(found.sets);
+    if (const auto rows = RunBatchAsRows(found)) return *rows;
     std::int64_t affected = 0;
     RunAsUnit([&] {
         for (std::size_t set = 0; set < found.sets; ++set) affected += RunSteps(found, set);
@@ -95,24 +123,27 @@ std::int64_t PostgresConnection::RunSteps(const dialect::Found& found, std::size
     return affected;
 }
 
-// All rows in one trip. False, and nothing is done, where that can't be, or where it fails: the steps one by
-// one find out of what.
-bool PostgresConnection::RunBatchAsRows(const dialect::Found& found) {
+// All rows in one trip. Nothing, and nothing is done, where that can't be, or where it fails: the steps one
+// by one find out of what.
+std::optional<std::int64_t> PostgresConnection::RunBatchAsRows(const dialect::Found& found) {
     auto& program = static_cast<Program&>(*found.program);
-    const auto block = BlockOf(program.translation);
-    if (!block || !CanSend() || frame_ != Frame::None || program.touchesControlTable) return false;
-    const auto upsert = UpsertOfBlock(program, *block->update, *block->insert);
-    if (!upsert || !upsert->many) return false;
+    const std::vector<Block> blocks = BlocksOf(program.translation);
+    if (blocks.empty() || !CanSend() || frame_ != Frame::None || program.touchesControlTable)
+        return std::nullopt;
+    const auto upsert = UpsertOfBlock(program, *blocks[0].update, *blocks[0].insert);
+    if (!upsert || !upsert->many) return std::nullopt;
     std::deque<Arrays> trips;
-    for (std::size_t set = 0; set < found.sets; ++set) {
-        if (!IsUpsert(found, set, *block)) return false;
-        parameters_.Clear();
-        Bind(found, set, *block->update);
-        Bind(found, set, *block->insert);
-        if (!trips.empty() && trips.back().Add(parameters_)) continue;
-        if (!trips.emplace_back(upsert->columns).Add(parameters_)) return false;
-    }
-    return AskForAll(*upsert->many, trips);
+    for (std::size_t set = 0; set < found.sets; ++set)
+        for (const Block& block : blocks) {
+            if (!IsUpsert(found, set, block)) return std::nullopt;
+            parameters_.Clear();
+            Bind(found, set, *block.update);
+            Bind(found, set, *block.insert);
+            if (!trips.empty() && trips.back().Add(parameters_)) continue;
+            if (!trips.emplace_back(upsert->columns).Add(parameters_)) return std::nullopt;
+        }
+    if (!AskForAll(*upsert->many, trips)) return std::nullopt;
+    return static_cast<std::int64_t>(found.sets * blocks.size());
 }
 
 bool PostgresConnection::AskForAll(const Prepared& statement, std::deque<Arrays>& trips) {

@@ -64,7 +64,7 @@ private:
     std::int64_t Run(const dialect::Found& found);
     std::int64_t RunBatch(const dialect::Found& found);
     std::int64_t RunSteps(const dialect::Found& found, std::size_t set);
-    bool RunBatchAsRows(const dialect::Found& found);
+    std::optional<std::int64_t> RunBatchAsRows(const dialect::Found& found);
     bool AskForAll(const Prepared& statement, std::deque<Arrays>& trips);
     std::shared_ptr<PreparedUpsert> UpsertOfBlock(Program& program, const dialect::Step& update,
                                                   const dialect::Step& insert);
