@@ -9,7 +9,9 @@ namespace iqrx::platform::postgres {
 
 namespace {
 
-constexpr std::size_t kTripsUnderWay = 16;
+// As many as a far server has in hand while the first answer is on its way; of wide trips few, which are kept
+// until then.
+constexpr std::size_t kMostTrips = 16, kFewestTrips = 2, kRowsUnderWay = 3200;
 
 [[noreturn]] void RaiseFallen() {
     Raise("25P02", "One of the statements failed, so that all of them were taken back");
@@ -39,10 +41,12 @@ void Sender::SendTrip() {
     OrGiveUp([&] {
         QueueTrip();
         session_->Flush();
-        if (trips_.UnreadCommits() > kTripsUnderWay) {
+        if (trips_.UnreadCommits() > std::clamp(kRowsUnderWay / rowsPerTrip_, kFewestTrips, kMostTrips)) {
             session_->NoteWait();
             done = trips_.ReadToCommit(*session_);
         }
+        while (done && trips_.UnreadCommits() > 0 && session_->HasAnswer())
+            done = trips_.ReadToCommit(*session_);
     });
     done ? Tell() : static_cast<void>(Ask([] {}));
 }

@@ -153,6 +153,12 @@ Answer Session::Next() {
     return answer;
 }
 
+bool Session::HasAnswer() {
+    RequireLink();
+    if (!PQconsumeInput(link_.get())) Fail(nullptr);
+    return !PQisBusy(link_.get());
+}
+
 // What the server checks with the commit fails after the last command, which has its answer then.
 Answer Session::End() {
     ReceiveLeft();

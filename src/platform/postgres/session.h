@@ -48,7 +48,8 @@ public:
     // a failure is not done up to the next end of a trip.
     void Send();
     Answer Next();
-    Answer End();  // a failure of the commit, if there is one
+    bool HasAnswer();  // without a wait
+    Answer End();      // a failure of the commit, if there is one
     void Flush();
     [[noreturn]] void Fail(const PGresult* answer);
 

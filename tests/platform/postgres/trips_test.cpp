@@ -100,7 +100,6 @@ TEST_F(Trips, AreSeveralUnderWayBeforeTheFirstIsWaitedFor) {
     const std::size_t before = Waits();
     for (Long key = 1; key <= 30; ++key) Upsert(key, 1);
     EXPECT_EQ(Waits(), before);
-    EXPECT_THAT(heard.said, IsEmpty());
     for (Long key = 31; key <= 1000; ++key) Upsert(key, 1);
     EXPECT_THAT(Waits() - before, Le(85U));
     EXPECT_THAT(heard.said, SizeIs(::testing::Ge(2U * 820)));
