@@ -77,8 +77,7 @@ dialect::Translation Alone(const dialect::Translation& batch, const dialect::Ste
     one.steps = {step};
     one.tables = batch.tables;
     std::ranges::sort(one.tables);
-    const auto again = std::ranges::unique(one.tables);
-    one.tables.erase(again.begin(), again.end());
+    one.tables.erase(std::unique(one.tables.begin(), one.tables.end()), one.tables.end());
     return one;
 }
 
