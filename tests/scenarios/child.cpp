@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -98,6 +99,12 @@ Finished Child::Wait() {
     finished.out = ReadText(out_);
     finished.err = ReadText(err_);
     return finished;
+}
+
+std::string Child::Listed() const {
+    std::string words = ReadText("/proc/" + std::to_string(process_) + "/cmdline");
+    std::ranges::replace(words, '\0', ' ');
+    return words;
 }
 
 void Child::Kill() { Signal(SIGKILL); }

@@ -31,7 +31,8 @@ public:
 
     bool HasEnded();  // without waiting for it
     Finished Wait();
-    void Kill();  // as a crash: no handler of the process runs
+    std::string Listed() const;  // its command, as whoever lists the processes sees it
+    void Kill();                 // as a crash: no handler of the process runs
     void Signal(int signal);
     std::string ErrSoFar() const;  // what it has written to standard error
 

@@ -1,4 +1,6 @@
 // The service as a scheduling server starts it: exit codes, the three logs, and what it tells its caller.
+#include <sys/stat.h>
+
 #include <regex>
 
 #include "scenarios/site.h"
@@ -53,6 +55,16 @@ TEST_F(TheService, TurnsCalendarRunsAwayWhileTheCalendarsAreInUse) {
         EXPECT_EQ(Service(request).exitCode, 2) << table;
     }
     EXPECT_TRUE(InUse("tcccp030"));
+}
+
+TEST_F(TheService, HidesItsPasswordFromTheListOfProcesses) {
+    fs::remove(extract / "tsmdm030.csv");
+    ASSERT_EQ(mkfifo((extract / "tsmdm030.csv").c_str(), 0600), 0);  // it waits there for its records
+    Request request = FullCopy();
+    request.connection = Connection() + ";Password=s3cret";
+    const Child service(ServiceCommand(request), directory);
+    WaitUntil([&] { return service.Listed().find("Password=***") != std::string::npos; });
+    EXPECT_THAT(service.Listed(), Not(HasSubstr("s3cret")));
 }
 
 TEST_F(TheService, AnswersTwoForATableInUseAndLeavesItLocked) {

@@ -1,5 +1,6 @@
+#include "platform/posix/arguments.h"
 #include "qrxctl/tool.h"
 
 int main(int argc, char** argv) {
-    return iqrx::qrxctl::RunTool({argv, argv + argc}, iqrx::hosting::Variable);
+    return iqrx::qrxctl::RunTool(iqrx::platform::posix::TakeArguments(argc, argv), iqrx::hosting::Variable);
 }

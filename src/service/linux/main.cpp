@@ -5,10 +5,11 @@
 #include "hosting/sub_main.h"
 #include "hosting/version.h"
 #include "platform/error.h"
+#include "platform/posix/arguments.h"
 
 int main(int argc, char** argv) {
     try {
-        const std::vector<std::string> words(argv, argv + argc);
+        const std::vector<std::string> words = iqrx::platform::posix::TakeArguments(argc, argv);
         if (const auto answer = iqrx::hosting::AnswerAboutItself(words)) {
             std::cout << *answer;
             return iqrx::hosting::kCompleted;
