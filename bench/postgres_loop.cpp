@@ -1,8 +1,10 @@
-// postgres_loop SERVER CSV SKIPPED TABLE COLUMN...
+// postgres_loop plain|sweep|look SERVER CSV SKIPPED TABLE COLUMN...
 // What a copy to PostgreSQL is measured against: a loop over libpq that sends the two statements of an
 // upsert, prepared, in pipeline mode. The first column is the key; the first SKIPPED cells of each line are
 // left out, cells have no quotes, and an empty one is null. A trip takes the updates of some rows, and the
-// inserts for those of the trip before that were not there.
+// inserts for those of the trip before that were not there. `sweep` marks all rows first and deletes those
+// that stay marked, as a full copy does. `look` does what a copy of changes does that compares and notes
+// them: it reads each row, waits for it, writes it and replaces what TABLE_audit says of its key.
 #include <libpq-fe.h>
 
 #include <algorithm>
@@ -45,13 +47,19 @@ public:
         Do("SET synchronous_commit = off");  // as the service's sessions have it
         Do("PREPARE change AS " + Update(table, columns));
         Do("PREPARE addition AS " + Insert(table, columns));
-        if (!PQenterPipelineMode(link_)) Fail();
     }
     ~Loop() { PQfinish(link_); }
     Loop(const Loop&) = delete;
     Loop& operator=(const Loop&) = delete;
 
-    void Run(const std::vector<Row>& rows) {
+    void Do(const std::string& sql) {
+        PGresult* const answer = PQexec(link_, sql.c_str());
+        if (PQresultStatus(answer) != PGRES_COMMAND_OK) Fail();
+        PQclear(answer);
+    }
+
+    void Write(const std::vector<Row>& rows) {
+        if (!PQenterPipelineMode(link_)) Fail();
         std::vector<const Row*> missed;
         for (std::size_t begin = 0; begin < rows.size() || !missed.empty(); begin += kTrip) {
             for (const Row* row : missed) Send("addition", *row);
@@ -64,6 +72,29 @@ public:
                 if (Receive() == '0') missed.push_back(&rows[i]);
             PQclear(PQgetResult(link_));
         }
+        PQexitPipelineMode(link_);
+    }
+
+    // A row is written in the trip that reads the next one.
+    void LookAndWrite(const std::vector<Row>& rows, const std::string& table, const std::string& key) {
+        Do("PREPARE look AS SELECT * FROM " + table + " WHERE " + key + " = $1");
+        Do("PREPARE forget AS DELETE FROM " + table + "_audit WHERE " + key + " = $1");
+        Do("PREPARE note AS INSERT INTO " + table + "_audit (" + key +
+           ", time, action) VALUES ($1, now(), 'U')");
+        if (!PQenterPipelineMode(link_)) Fail();
+        const char* write = nullptr;
+        for (std::size_t i = 0; i <= rows.size(); ++i) {
+            if (write) {
+                Send(write, rows[i - 1]);
+                for (const char* const log : {"forget", "note"}) Send(log, {rows[i - 1][0]});
+            }
+            if (i < rows.size()) Send("look", {rows[i][0]});
+            if (!PQpipelineSync(link_)) Fail();
+            for (int written = write ? 3 : 0; written > 0; --written) Receive();
+            if (i < rows.size()) write = Receive() == '0' ? "addition" : "change";
+            PQclear(PQgetResult(link_));
+        }
+        PQexitPipelineMode(link_);
     }
 
 private:
@@ -82,11 +113,6 @@ private:
         return "INSERT INTO " + table + " (" + names + "upd_flag) VALUES (" + places + "0)";
     }
 
-    void Do(const std::string& sql) {
-        PGresult* const answer = PQexec(link_, sql.c_str());
-        if (PQresultStatus(answer) != PGRES_COMMAND_OK) Fail();
-        PQclear(answer);
-    }
     void Send(const char* name, const Row& row) {
         std::vector<const char*> texts;
         texts.reserve(row.size());
@@ -97,7 +123,8 @@ private:
     // The first digit of the count.
     char Receive() {
         PGresult* const answer = PQgetResult(link_);
-        if (PQresultStatus(answer) != PGRES_COMMAND_OK) Fail();
+        const ExecStatusType status = PQresultStatus(answer);
+        if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) Fail();
         const char count = *PQcmdTuples(answer);
         PQclear(answer);
         PQgetResult(link_);
@@ -111,10 +138,14 @@ private:
 }  // namespace
 
 int main(int count, char** arguments) {
-    if (count < 6) return 64;
+    if (count < 7) return 64;
     try {
-        const auto rows = ReadRows(arguments[2], static_cast<std::size_t>(std::atoi(arguments[3])));
-        Loop(arguments[1], arguments[4], {arguments + 5, arguments + count}).Run(rows);
+        const std::string mode = arguments[1], table = arguments[5];
+        const auto rows = ReadRows(arguments[3], static_cast<std::size_t>(std::atoi(arguments[4])));
+        Loop loop(arguments[2], table, {arguments + 6, arguments + count});
+        if (mode == "sweep") loop.Do("UPDATE " + table + " SET upd_flag = 1");
+        mode == "look" ? loop.LookAndWrite(rows, table, arguments[6]) : loop.Write(rows);
+        if (mode == "sweep") loop.Do("DELETE FROM " + table + " WHERE upd_flag = 1");
         return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());

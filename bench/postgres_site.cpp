@@ -151,8 +151,8 @@ PostgresSite::Seconds PostgresSite::Peer(std::vector<std::string> command, const
     return TimeOf(command);
 }
 
-PostgresSite::Seconds PostgresSite::Loop(const Subject& subject, bool full) const {
-    return Peer({IQRX_POSTGRES_LOOP}, subject, full);
+PostgresSite::Seconds PostgresSite::Loop(const Subject& subject, bool full, const char* mode) const {
+    return Peer({IQRX_POSTGRES_LOOP, mode}, subject, full);
 }
 
 // Debian's own interpreter has Debian's packages.

@@ -36,7 +36,7 @@ public:
     // to it; `keys` go into the connection string.
     using Seconds = std::optional<double>;
     Seconds Service(const Subject& subject, bool full, int port, const std::string& keys = "") const;
-    Seconds Loop(const Subject& subject, bool full) const;
+    Seconds Loop(const Subject& subject, bool full, const char* mode = "plain") const;
     Seconds Script(const Subject& subject, bool full) const;
     Seconds SetBased(const Subject& subject, bool full, int port) const;
     Seconds AllTables(int atOnce) const;
