@@ -3,7 +3,6 @@
 #include <libpq-fe.h>
 #include <sqlite3.h>
 
-#include <cstdlib>
 #include <stdexcept>
 
 namespace iqrx::testing {
@@ -130,11 +129,6 @@ std::vector<std::string> RowsOn(const PostgresServer& server, const std::string&
             rows.back() += (column > 0 ? "|" : "") + Cell(answer.get(), row, column);
     }
     return rows;
-}
-
-bool OnPostgres() {
-    const char* const database = std::getenv("IQRX_SITE_DATABASE");
-    return database && std::string_view(database) == "postgresql";
 }
 
 std::unique_ptr<SiteDatabase> EmbeddedSiteDatabase(const fs::path& file) {

@@ -11,8 +11,6 @@
 
 namespace iqrx::testing {
 
-bool OnPostgres();
-
 class SiteDatabase {
 public:
     virtual ~SiteDatabase() = default;

@@ -13,9 +13,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <string_view>
 #include <thread>
 
 namespace iqrx::testing {
@@ -63,6 +65,11 @@ int WaitFor(pid_t process) {
 }
 
 }  // namespace
+
+bool OnPostgres() {
+    const char* const database = std::getenv("IQRX_SITE_DATABASE");
+    return database && std::string_view(database) == "postgresql";
+}
 
 PostgresServer::PostgresServer(PostgresOptions options)
     : options_(std::move(options)), programs_(FindPrograms()) {

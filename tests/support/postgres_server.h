@@ -12,6 +12,9 @@
 
 namespace iqrx::testing {
 
+// Whether the tests that have either database run on a server: IQRX_SITE_DATABASE=postgresql says so.
+bool OnPostgres();
+
 class PostgresServer;
 
 struct PostgresOptions {

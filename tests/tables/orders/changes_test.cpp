@@ -1,12 +1,12 @@
 // What one entry of the audit trail does to an order or an activity, for every combination of circumstances,
-// on an embedded database.
+// on a local database.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
 #include "records.h"
-#include "support/sqlite_process.h"
+#include "support/local_process.h"
 #include "tables/orders/orders.h"
 
 namespace iqrx::testing {
@@ -66,7 +66,7 @@ constexpr const char* kOlderAction = "X";
 Outcome Deleted(const Case& c) { return {.row = "", .action = c.present ? "D" : kOlderAction, .deleted = 1}; }
 Outcome KeptOutOf(const Case& c) { return c.present ? Deleted(c) : Outcome{"", kOlderAction}; }
 
-void Clear(SqliteProcess& world, const std::string& table) {
+void Clear(LocalProcess& world, const std::string& table) {
     for (const std::string& filled : {table, table + "_audit", "tstables"s})
         world.Execute("DELETE FROM " + filled);
     world.erp.calls.clear();
@@ -82,7 +82,7 @@ Outcome ExpectedOrder(const Case& c) {
     return {"B1|Brown|TRAIL", c.change, 0, 1, 0, false};
 }
 
-Outcome CopyOrder(SqliteProcess& world, const Case& c) {
+Outcome CopyOrder(LocalProcess& world, const Case& c) {
     Clear(world, "tssoc200");
     world.GivenTable("tssoc200", c.filterFlag);
     world.Execute("INSERT INTO tssoc200(orno,ofbp,stna,ccfg,upd_flag) VALUES(N'O2',N'B9',N'Other',N'C9',0)");
@@ -117,7 +117,7 @@ Outcome CopyOrder(SqliteProcess& world, const Case& c) {
 }
 
 TEST(OrderChanges, LeaveRowCountersAndChangeLogAsTheCircumstancesAsk) {
-    SqliteProcess world;
+    LocalProcess world;
     for (const Case& c : AllCases({false, true})) EXPECT_EQ(CopyOrder(world, c), ExpectedOrder(c)) << c;
 }
 
@@ -130,7 +130,7 @@ Outcome ExpectedActivity(const Case& c) {
     return {"OLD|Trail", c.change, 0, 1, 0};  // the reference activity stays what it was
 }
 
-Outcome CopyActivity(SqliteProcess& world, const Case& c) {
+Outcome CopyActivity(LocalProcess& world, const Case& c) {
     Clear(world, "tssoc210");
     world.GivenTable("tssoc210", c.filterFlag);
     world.Execute("INSERT INTO tssoc210(orno,acln,crac,dsca,upd_flag) VALUES(N'O1',20,N'C2',N'Other',0)");
@@ -157,7 +157,7 @@ Outcome CopyActivity(SqliteProcess& world, const Case& c) {
 }
 
 TEST(ActivityChanges, LeaveRowCountersAndChangeLogAsTheCircumstancesAsk) {
-    SqliteProcess world;
+    LocalProcess world;
     for (const Case& c : AllCases({false})) EXPECT_EQ(CopyActivity(world, c), ExpectedActivity(c)) << c;
 }
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "records.h"
-#include "support/sqlite_process.h"
+#include "support/local_process.h"
 #include "tables/orders/orders.h"
 
 namespace iqrx::testing {
@@ -40,8 +40,8 @@ struct DateColumn {
 template <class Write>
 void ExpectDates(const std::string& table, const std::vector<DateColumn>& dates, Fields record, Write write) {
     for (const int bias : {-60, 300})
-        for (const Integer databasePlatform : {Integer{1}, Integer{2}}) {
-            SqliteProcess world(databasePlatform);
+        for (const Integer databasePlatform : LocalPlatforms()) {
+            LocalProcess world(databasePlatform);
             world.timeZone.bias = bias;
             for (const Moment& moment : kMoments) {
                 SCOPED_TRACE(table + ", bias " + std::to_string(bias) + ", local " + Shown(moment.local));
@@ -75,7 +75,7 @@ TEST(Dates, OfOrdersAreUtc) {
                  {"getExecutionStartTime", "astm"},
                  {"getExecutionFinishTime", "aftm"},
                  {"getDispatchTime", "ract"}},
-                Order("O1"), [](SqliteProcess& world, platform::Object& order) {
+                Order("O1"), [](LocalProcess& world, platform::Object& order) {
                     tables::UpsertServiceOrder({world.run, "tssoc200", "", 1}, order, true);
                 });
 }
@@ -88,7 +88,7 @@ TEST(Dates, OfActivitiesAreUtc) {
                  {"getPlannedLatestFinishTime", "lftm"},
                  {"getExecutionStartTime", "astm"},
                  {"getExecutionFinishTime", "aftm"}},
-                Activity(10), [](SqliteProcess& world, platform::Object& activity) {
+                Activity(10), [](LocalProcess& world, platform::Object& activity) {
                     tables::UpsertServiceOrderActivity({world.run, "tssoc210", "", 1}, activity);
                 });
 }
@@ -104,7 +104,7 @@ TEST(Dates, OfAssignmentsAreUtc) {
                  {"getActualFinishTime", "aftm"},
                  {"getJobCompletionTime", "jctm"},
                  {"getLatestContactTime", "ltct"}},
-                Assignment("O1", 1, 10, "E1"), [](SqliteProcess& world, platform::Object& assignment) {
+                Assignment("O1", 1, 10, "E1"), [](LocalProcess& world, platform::Object& assignment) {
                     tables::UpsertAssignment({world.run, "tssoc206", "", 1}, assignment);
                 });
 }
@@ -115,7 +115,7 @@ TEST(Dates, OfPlannedActivitiesAreUtc) {
                  {"getPlannedStartTime", "psct"},
                  {"getPlannedFinishTime", "pfct"},
                  {"getLatestFinishTime", "lfct"}},
-                PlannedActivity("CFG1", 1), [](SqliteProcess& world, platform::Object& activity) {
+                PlannedActivity("CFG1", 1), [](LocalProcess& world, platform::Object& activity) {
                     tables::UpsertPlannedActivity({world.run, "tsspc200", "", 1}, activity);
                 });
 }

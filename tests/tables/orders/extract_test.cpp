@@ -1,4 +1,4 @@
-// A working day of the sample extract, copied into the embedded database: full in the morning, incremental in
+// A working day of the sample extract, copied into the local database: full in the morning, incremental in
 // the evening. What should stand there then is worked out from the files alone.
 
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 #include "platform/csv_reader.h"
 #include "records.h"
 #include "sample/sample.h"
-#include "support/sqlite_process.h"
+#include "support/local_process.h"
 #include "tables/orders/orders.h"
 
 namespace iqrx::testing {
@@ -36,7 +36,7 @@ struct Expected {
     bool operator==(const Expected&) const = default;
 };
 
-class Sample : public SqliteProcess {
+class Sample : public LocalProcess {
 public:
     Sample() : extract(directory.path / "extract") {
         sample::WriteSample(extract, {.orders = 400, .changes = 150, .seed = 7});

@@ -6,7 +6,7 @@
 #include "platform/conversions.h"
 #include "platform/error.h"
 #include "records.h"
-#include "support/sqlite_process.h"
+#include "support/local_process.h"
 #include "tables/orders/orders.h"
 
 namespace iqrx::testing {
@@ -21,7 +21,7 @@ constexpr Integer kStatuses[] = {5, 10, 15, 20, 23, 25, 35};
 
 std::string OrderOfStatus(Integer status) { return "O" + std::to_string(status); }
 
-class OrderScenarios : public SqliteProcess, public ::testing::Test {
+class OrderScenarios : public LocalProcess, public ::testing::Test {
 protected:
     OrderScenarios() { GivenTable("tssoc200", 127); }
 
@@ -179,7 +179,7 @@ TEST_F(OrderScenarios, AFullCopyThatFailsHalfWaySweepsNothingAndTheNextOneRepair
 }
 
 TEST(ActivityScenarios, FullThenIncremental) {
-    SqliteProcess world;
+    LocalProcess world;
     world.GivenTable("tssoc210", 127);
     world.Execute("INSERT INTO tssoc210_audit(orno,acln,action) VALUES(N'O1',99,N'U')");
     world.erp.records = {Activity(10), Activity(20)};
@@ -202,7 +202,7 @@ TEST(ActivityScenarios, FullThenIncremental) {
 }
 
 TEST(AssignmentScenarios, TheChangeLogCarriesTheActivityLineOfTheLastChange) {
-    SqliteProcess world;
+    LocalProcess world;
     world.GivenTable("tssoc206", 0);
     world.erp.records = {Assignment("O1", 1, 10, "E1"), Assignment("O1", 2, 20, "E2")};
     tables::CopyAssignments({world.run, "tssoc206", "", kFull});
@@ -229,7 +229,7 @@ TEST(AssignmentScenarios, TheChangeLogCarriesTheActivityLineOfTheLastChange) {
 }
 
 TEST(OrderLineScenarios, FullThenIncremental) {
-    SqliteProcess world;
+    LocalProcess world;
     world.GivenTable("tssoc205", 0);
     world.erp.records = {OrderLine("O1", 1, "E1", 10), OrderLine("O1", 2, "E2", 20)};
     tables::CopyServiceOrderLines({world.run, "tssoc205", "", kFull});
@@ -245,7 +245,7 @@ TEST(OrderLineScenarios, FullThenIncremental) {
 }
 
 TEST(PlannedActivityScenarios, FullThenIncremental) {
-    SqliteProcess world;
+    LocalProcess world;
     world.GivenTable("tsspc200", 0);
     world.erp.records = {PlannedActivity("CFG1", 1), PlannedActivity("CFG1", 2)};
     tables::CopyPlannedActivities({world.run, "tsspc200", "", kFull});

@@ -1,11 +1,11 @@
-// Whole copies of master data into the embedded database: full, look, incremental, look.
+// Whole copies of master data into the local database: full, look, incremental, look.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
 
 #include "erp/extract/extract_erp.h"
-#include "support/sqlite_process.h"
+#include "support/local_process.h"
 #include "tables/configuration/configuration.h"
 #include "tables/master/master_data.h"
 
@@ -24,9 +24,9 @@ public:
 };
 
 // The ERP is an extract directory that the test writes.
-class EmbeddedCopies : private ExtractProvider, public SqliteProcess, public ::testing::Test {
+class LocalCopies : private ExtractProvider, public LocalProcess, public ::testing::Test {
 protected:
-    EmbeddedCopies() : SqliteProcess(static_cast<erp::ErpProvider&>(*this)) {}
+    LocalCopies() : LocalProcess(static_cast<erp::ErpProvider&>(*this)) {}
     void Write(const std::string& file, const std::string& content) {
         std::ofstream(directory.path / file, std::ios::binary) << content;
     }
@@ -41,11 +41,11 @@ protected:
     }
 };
 
-TEST_F(EmbeddedCopies, OfSkillsFollowTheErpInFullAndThenByItsTrail) {
+TEST_F(LocalCopies, OfSkillsFollowTheErpInFullAndThenByItsTrail) {
     Execute("INSERT INTO tsmdm130 (skll,dsca,clrt,upd_flag) VALUES (N'OLD',N'no longer there',N'',0)");
     Write("tsmdm130.csv", "skll,desc,clrt\nELEC,Electrics,L1\nMECH,\"Fitter's work\",\n");
     Copy(tables::CopySkills, "tsmdm130", 1);
-    EXPECT_THAT(Rows("SELECT * FROM tsmdm130", {"skll", "dsca", "clrt", "upd_flag"}),
+    EXPECT_THAT(Rows("SELECT * FROM tsmdm130 ORDER BY skll", {"skll", "dsca", "clrt", "upd_flag"}),
                 ElementsAre("ELEC|Electrics|L1|0", "MECH|Fitter's work||0"));
     ExpectCounts(2, 0, 0);  // the row that was swept is not counted
 
@@ -58,7 +58,7 @@ TEST_F(EmbeddedCopies, OfSkillsFollowTheErpInFullAndThenByItsTrail) {
           "2026-03-04 14:00:00,D,MECH,,\n"
           "2026-03-05 06:00:00,U,ELEC,after the window,L9\n");
     Copy(tables::CopySkills, "tsmdm130", 2);
-    EXPECT_THAT(Rows("SELECT * FROM tsmdm130", {"skll", "dsca", "clrt", "upd_flag"}),
+    EXPECT_THAT(Rows("SELECT * FROM tsmdm130 ORDER BY skll", {"skll", "dsca", "clrt", "upd_flag"}),
                 ElementsAre("COOL|Cooling|L3|0", "ELEC|Electronics|L2|0"));
     ExpectCounts(1, 1, 1);
     EXPECT_EQ(LastUpdate("tsmdm130"), "2026-03-05 04:06:07");
@@ -67,8 +67,8 @@ TEST_F(EmbeddedCopies, OfSkillsFollowTheErpInFullAndThenByItsTrail) {
     ExpectCounts(0, 0, 0);
 }
 
-TEST_F(EmbeddedCopies, OfAFailedExportLeaveTheTableAndOfAnEmptyTableEmptyIt) {
-    const auto rows = [&] { return Rows("SELECT * FROM tsmdm130", {"skll", "upd_flag"}); };
+TEST_F(LocalCopies, OfAFailedExportLeaveTheTableAndOfAnEmptyTableEmptyIt) {
+    const auto rows = [&] { return Rows("SELECT * FROM tsmdm130 ORDER BY skll", {"skll", "upd_flag"}); };
     Write("tsmdm130.csv", "skll,desc,clrt\nELEC,Electrics,L1\n");
     Copy(tables::CopySkills, "tsmdm130", 1);
     std::filesystem::remove(directory.path / "tsmdm130.csv");
@@ -84,7 +84,7 @@ TEST_F(EmbeddedCopies, OfAFailedExportLeaveTheTableAndOfAnEmptyTableEmptyIt) {
     EXPECT_THAT(rows(), IsEmpty());
 }
 
-TEST_F(EmbeddedCopies, OfAFailedExportOfTheTrailKeepTheLastUpdate) {
+TEST_F(LocalCopies, OfAFailedExportOfTheTrailKeepTheLastUpdate) {
     GivenTable("tsmdm130", 0);
     const std::string before = LastUpdate("tsmdm130");
     EXPECT_THROW(Copy(tables::CopySkills, "tsmdm130", 2), platform::RuntimeError);
@@ -98,16 +98,16 @@ TEST_F(EmbeddedCopies, OfAFailedExportOfTheTrailKeepTheLastUpdate) {
     EXPECT_NE(LastUpdate("tsmdm130"), before);
 }
 
-TEST_F(EmbeddedCopies, ThatFailLeaveTheUnconfirmedRowsMarked) {
+TEST_F(LocalCopies, ThatFailLeaveTheUnconfirmedRowsMarked) {
     Write("tsmdm130.csv", "skll,desc,clrt\nELEC,Electrics,L1\nMECH,Mechanics,L2\n");
     Copy(tables::CopySkills, "tsmdm130", 1);
     Write("tsmdm130.csv", "skll,desc,clrt\nELEC,Electronics,L1\n\"MECH,Mechanics,L2\n");
     EXPECT_THROW(Copy(tables::CopySkills, "tsmdm130", 1), platform::RuntimeError);
-    EXPECT_THAT(Rows("SELECT * FROM tsmdm130", {"skll", "dsca", "clrt", "upd_flag"}),
+    EXPECT_THAT(Rows("SELECT * FROM tsmdm130 ORDER BY skll", {"skll", "dsca", "clrt", "upd_flag"}),
                 ElementsAre("ELEC|Electronics|L1|0", "MECH|Mechanics|L2|1"));
 }
 
-TEST_F(EmbeddedCopies, SweepAnAddressWhoseCodeLiesOutsideTheRange) {
+TEST_F(LocalCopies, SweepAnAddressWhoseCodeLiesOutsideTheRange) {
     const std::string outside(9, '\x7f');
     Execute("INSERT INTO tccom130(cadr,nama,namc,hono,name,pstc,upd_flag) VALUES(N'" + outside +
             "',N'',N'',N'',N'',N'',0)");
@@ -117,44 +117,46 @@ TEST_F(EmbeddedCopies, SweepAnAddressWhoseCodeLiesOutsideTheRange) {
     EXPECT_THAT(Rows("SELECT * FROM tccom130", {"cadr", "nama"}), ElementsAre("ADR1|Home"));
 }
 
-TEST_F(EmbeddedCopies, OfSolutionTimesKeepTheirNumericKeys) {
+TEST_F(LocalCopies, OfSolutionTimesKeepTheirNumericKeys) {
     Write("tsclm024.csv", "sltt,desc\n30.125,Half an hour\n1440,A day\n");
     Copy(tables::CopySolutionTimes, "tsclm024", 1);
-    EXPECT_THAT(Rows("SELECT * FROM tsclm024", {"sltt", "dsca"}),
+    EXPECT_THAT(Rows("SELECT * FROM tsclm024 ORDER BY sltt", {"sltt", "dsca"}),
                 ElementsAre("30.12|Half an hour", "1440|A day"));
     clock.now = At("2026-03-05 05:06:07");
     Write("tsclm024.audit.csv", "changed_at,change,sltt,desc\n2026-03-04 12:00:00,D,30.125,\n");
     Copy(tables::CopySolutionTimes, "tsclm024", 2);
-    EXPECT_THAT(Rows("SELECT * FROM tsclm024", {"sltt", "dsca"}), ElementsAre("1440|A day"));
+    EXPECT_THAT(Rows("SELECT * FROM tsclm024 ORDER BY sltt", {"sltt", "dsca"}), ElementsAre("1440|A day"));
 }
 
-TEST_F(EmbeddedCopies, OfSkillCombinationsIntoAnEmptyTableLeaveTheLastRecord) {
+TEST_F(LocalCopies, OfSkillCombinationsIntoAnEmptyTableLeaveTheLastRecord) {
     Write("tsmdm000.csv", "seqn,skla,sklb,sklc,untd\n1,A,B,C,hour\n2,D,E,F,hour\n3,G,H,I,day\n");
     Copy(tables::CopySkillCombinations, "tsmdm000", 1);
-    EXPECT_THAT(Rows("SELECT * FROM tsmdm000", {"skla", "sklb", "sklc", "untd", "upd_flag"}),
-                ElementsAre("G|H|I|day|0"));
+    EXPECT_THAT(
+        Rows("SELECT * FROM tsmdm000 ORDER BY skla, sklb", {"skla", "sklb", "sklc", "untd", "upd_flag"}),
+        ElementsAre("G|H|I|day|0"));
     ExpectCounts(1, 2, 0);
 }
 
-TEST_F(EmbeddedCopies, OfSkillCombinationsKeepTheNumberOfRows) {
+TEST_F(LocalCopies, OfSkillCombinationsKeepTheNumberOfRows) {
     for (const char* skill : {"A", "B"})
         Execute("INSERT INTO tsmdm000 (skla,sklb,sklc,untd,upd_flag) VALUES (N'"s + skill + "',N'',N'',N'',0)");
     Write("tsmdm000.csv", "seqn,skla,sklb,sklc,untd\n1,A,B,C,hour\n2,D,E,F,hour\n");
     Copy(tables::CopySkillCombinations, "tsmdm000", 1);
-    EXPECT_THAT(Rows("SELECT * FROM tsmdm000", {"skla", "sklb", "sklc", "untd", "upd_flag"}),
-                ElementsAre("D|E|F|hour|0", "D|E|F|hour|0"));
+    EXPECT_THAT(
+        Rows("SELECT * FROM tsmdm000 ORDER BY skla, sklb", {"skla", "sklb", "sklc", "untd", "upd_flag"}),
+        ElementsAre("D|E|F|hour|0", "D|E|F|hour|0"));
 }
 
-TEST_F(EmbeddedCopies, OfADeletedSkillCombinationRemoveAllThatBeginWithItsFirstSkill) {
+TEST_F(LocalCopies, OfADeletedSkillCombinationRemoveAllThatBeginWithItsFirstSkill) {
     for (const char* skills : {"N'A',N'B'", "N'A',N'C'", "N'B',N'A'"})
         Execute("INSERT INTO tsmdm000 (skla,sklb,sklc,untd,upd_flag) VALUES ("s + skills + ",N'',N'',0)");
     Write("tsmdm000.audit.csv", "changed_at,change,seqn,skla,sklb,sklc,untd\n2026-03-04 05:00:00,D,1,A,B,,\n");
     Copy(tables::CopySkillCombinations, "tsmdm000", 2);
-    EXPECT_THAT(Rows("SELECT * FROM tsmdm000", {"skla", "sklb"}), ElementsAre("B|A"));
+    EXPECT_THAT(Rows("SELECT * FROM tsmdm000 ORDER BY skla, sklb", {"skla", "sklb"}), ElementsAre("B|A"));
     ExpectCounts(0, 0, 1);
 }
 
-TEST_F(EmbeddedCopies, OfServiceObjectsComeInPagesFromTheExtract) {
+TEST_F(LocalCopies, OfServiceObjectsComeInPagesFromTheExtract) {
     std::string objects = "ccfg,crob,oseq,desc,cogr,emno,cusc,manu,ccal,cdel\n";
     for (int i = 1; i <= 1501; ++i)
         objects += "C" + std::to_string(i) + ",PUMP,1,Pump " + std::to_string(i) + ",G,E,CU,MA,CA,D\n";

@@ -4,7 +4,7 @@
 
 #include "control/cls_data_copy.h"
 #include "platform/sqlite/sqlite_database.h"
-#include "support/sqlite_process.h"
+#include "support/local_process.h"
 #include "tables/calendars/object_pages.h"
 #include "tables/configuration/configuration.h"
 
@@ -30,7 +30,7 @@ struct OutcomeEvents : control::DataCopyEvents {
 };
 
 // The catalog knows service objects; the table refuses the object OB20.
-class FailingBatch : public SqliteProcess, public ::testing::Test {
+class FailingBatch : public LocalProcess, public ::testing::Test {
 protected:
     FailingBatch() {
         platform::ApplySqliteScript(directory.path / "local.db", R"(

@@ -11,7 +11,7 @@
 #include "sample/sample.h"
 #include "support/extract_erps.h"
 #include "support/late_database.h"
-#include "support/sqlite_process.h"
+#include "support/local_process.h"
 #include "support/test_process.h"
 #include "support/twin_database.h"
 
