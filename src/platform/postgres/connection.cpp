@@ -19,6 +19,7 @@ constexpr const char* kLeaveMark = "SELECT pg_logical_emit_message(true,'iQRXyQR
 constexpr const char* kLock =
     "SELECT pg_advisory_xact_lock(1364350041, hashtext(coalesce(current_schema(),'')))";
 constexpr std::size_t kRowsAtOnce = 500;
+constexpr int kRowsHeld = 1000;  // of a result, at a time
 
 // A definition is no statement of the copy: a script goes to the server as it stands.
 bool IsDefinition(std::string_view text) {
@@ -31,6 +32,17 @@ bool IsDefinition(std::string_view text) {
     }
     constexpr std::array<std::string_view, 5> kVerbs{"CREATE", "DROP", "COMMENT", "GRANT", "REVOKE"};
     return std::ranges::any_of(kVerbs, [&](auto known) { return EqualIgnoringCase(verb, known); });
+}
+
+// One more than are kept here: whether there are many is known with the first answer.
+void AskForFirstRows(Program& program) {
+    std::string& statement = program.translation.statements.front();
+    program.select = statement;
+    statement = "SELECT * FROM (" + statement + ") AS these LIMIT " + std::to_string(kRowsHeld + 1);
+}
+
+std::string FetchFrom(const std::string& cursor) {
+    return "FETCH FORWARD " + std::to_string(kRowsHeld) + " FROM " + cursor;
 }
 
 }  // namespace
@@ -54,6 +66,7 @@ void PostgresConnection::Open(const std::string& connectionString) {
             auto program = std::make_shared<Program>();
             program->statements.resize(made.statements.size());
             program->translation = std::move(made);
+            if (program->translation.isSelect) AskForFirstRows(*program);
             return program;
         });
         const int limit = std::exchange(commandTimeout_, 0);
@@ -269,12 +282,48 @@ PostgresConnection::Selected PostgresConnection::Select(const platform::Statemen
         try {
             Answer rows =
                 Ask([&] { session_->Queue(*static_cast<Program&>(*program).statements.front(), parameters_); });
-            return {std::move(rows), program->translation.tables, program->touchesControlTable};
+            Selected selected{std::move(rows), program->translation.tables, program->touchesControlTable};
+            if (PQntuples(selected.rows.get()) <= kRowsHeld) return selected;
+            selected.cursor = "c" + std::to_string(++cursors_);
+            selected.rows = FirstRows(static_cast<const Program&>(*program), selected.cursor);
+            return selected;
         } catch (const DatabaseFailure& failure) {
             if (!again || failure.sqlState != kResultChanged) throw;
             programs_->Forget();  // somebody has changed the table
         }
     }
+}
+
+// The server keeps the rows of this moment, whatever is written while they are read.
+Answer PostgresConnection::FirstRows(const Program& program, const std::string& cursor) {
+    const Prepared declaration("DECLARE " + cursor + " SCROLL CURSOR WITH HOLD FOR " + program.select,
+                               program.translation.steps.front().literalCount);
+    return Ask([&] {
+        session_->Queue(declaration, parameters_);
+        session_->Queue(FetchFrom(cursor).c_str());
+    });
+}
+
+Answer PostgresConnection::NextRows(const std::string& cursor) {
+    SendRows();
+    return Ask([&] { session_->Queue(FetchFrom(cursor).c_str()); });
+}
+
+std::int64_t PostgresConnection::CountRows(const std::string& cursor, std::int64_t read) {
+    SendRows();
+    const Answer rest = Ask([&] { session_->Queue(("MOVE FORWARD ALL IN " + cursor).c_str()); });
+    Ask([&] { session_->Queue(("MOVE ABSOLUTE " + std::to_string(read) + " IN " + cursor).c_str()); });
+    return read + postgres::CountOf(rest.get());
+}
+
+void PostgresConnection::Rewind(const std::string& cursor) {
+    SendRows();
+    Ask([&] { session_->Queue(("MOVE ABSOLUTE 0 IN " + cursor).c_str()); });
+}
+
+// One that was declared in a unit that has fallen is gone with it; any other goes with the session then.
+void PostgresConnection::Forget(const std::string& cursor) {
+    if (session_ && frame_ != Frame::Fallen) Ask([&] { session_->Queue(("CLOSE " + cursor).c_str()); });
 }
 
 const std::vector<std::string>& PostgresConnection::KeyOf(const std::string& table) {

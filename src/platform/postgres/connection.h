@@ -1,6 +1,7 @@
 // The port's connection, with what it shares with its recordsets.
 #pragma once
 
+#include <cstdint>
 #include <deque>
 #include <initializer_list>
 #include <map>
@@ -16,6 +17,7 @@ namespace iqrx::platform::postgres {
 
 struct Program : dialect::Program {
     std::vector<std::shared_ptr<const Prepared>> statements;  // of the translation, in its order; null: new
+    std::string select;  // the whole of one, whose statement asks for its first rows
 };
 
 class PostgresConnection final : public Sender {
@@ -46,8 +48,14 @@ public:
         Answer rows;
         std::vector<std::string> tables;
         bool touchesControlTable = false;
+        std::string cursor = {};  // that has them all, of which `rows` are the first; empty: there are no more
     };
     Selected Select(const platform::Statement& statement);
+    Answer NextRows(const std::string& cursor);
+    // Those that come after `read` rows.
+    std::int64_t CountRows(const std::string& cursor, std::int64_t read);
+    void Rewind(const std::string& cursor);
+    void Forget(const std::string& cursor);
 
     // A row that somebody adds goes with the next ones, at the latest with the next statement.
     void Add(const Prepared& insert, const Parameters& row, bool touchesControlTable);
@@ -82,6 +90,7 @@ private:
     std::shared_ptr<PreparedUpsert> PrepareUpsert(const Kept& first, const Kept& second,
                                                   const dialect::Translation& update,
                                                   const dialect::Translation& insert);
+    Answer FirstRows(const Program& program, const std::string& cursor);
     bool HoldsKeyOf(const std::string& table, const std::vector<Column>& columns);
     bool PrepareBoth(PreparedUpsert& upsert, const Session::Source& one, const std::string& many);
     void Settle();
@@ -92,6 +101,7 @@ private:
     std::map<std::string, std::vector<std::string>> keys_;               // by table
     std::map<std::string, std::shared_ptr<const Prepared>> recordsets_;  // their statements, by text
     Upserts upserts_;
+    std::uint64_t cursors_ = 0;  // so far
 };
 
 }  // namespace iqrx::platform::postgres

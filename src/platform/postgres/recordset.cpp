@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <limits>
 #include <optional>
+#include <utility>
 
 #include "platform/postgres/connection.h"
 #include "platform/postgres/errors.h"
@@ -15,7 +17,8 @@ std::string Quoted(std::string_view name) {
     return quoted + "\"";
 }
 
-// Rows are those of the moment at which it was opened, whatever the cursor: they stand in the server's answer.
+// Rows are those of the moment at which it was opened, whatever the cursor: few stand in the server's answer,
+// of many the server keeps those that are not there yet.
 class PostgresRecordset final : public Recordset {
 public:
     explicit PostgresRecordset(PostgresConnection& connection) : connection_(connection) {}
@@ -26,33 +29,44 @@ public:
             selected_ = connection_.Select(source);
             lock_ = lock;
             columns_ = PQnfields(Rows());
+            fetched_ = Held();
         });
     }
 
     void Close() override {
         if (!selected_) return;
-        selected_.reset();
+        const std::string cursor = std::exchange(selected_, std::nullopt)->cursor;
         insert_.reset();
         row_ = 0;
+        fetched_ = 0;
         isAdding_ = isDeleted_ = false;
-        connection_.Call([&] { connection_.SendRows(); });
+        connection_.Call([&] {
+            connection_.SendRows();
+            if (!cursor.empty()) connection_.Forget(cursor);
+        });
     }
 
-    bool Bof() const override { return Count() == 0; }
-    bool Eof() const override { return row_ >= Count(); }
+    bool Bof() const override { return Held() == 0 && !HasMany(); }
+    bool Eof() const override { return row_ >= Held(); }
 
     std::int32_t RecordCount() override {
-        connection_.Call([&] {
+        return connection_.Call([&] {
             CheckOpen();
             connection_.SendRows();
+            if (!HasMany()) return Held();
+            return static_cast<std::int32_t>(std::min<std::int64_t>(
+                connection_.CountRows(selected_->cursor, fetched_), std::numeric_limits<std::int32_t>::max()));
         });
-        return Count();
     }
 
     void MoveFirst() override {
         connection_.Call([&] {
             CheckOpen();
             if (Bof()) RaiseRecordsetError(kNoCurrentRecord, "The recordset is empty");
+            if (fetched_ == Held()) return;
+            connection_.Rewind(selected_->cursor);
+            fetched_ = 0;
+            Fetch();
         });
         row_ = 0;
         isDeleted_ = false;
@@ -62,8 +76,11 @@ public:
         connection_.Call([&] {
             CheckOpen();
             if (Eof()) RaiseRecordsetError(kNoCurrentRecord, "There is no current record");
+            if (++row_ == Held() && HasMany()) {
+                Fetch();
+                row_ = 0;
+            }
         });
-        ++row_;
         isDeleted_ = false;
     }
 
@@ -146,7 +163,12 @@ private:
     };
 
     const PGresult* Rows() const { return selected_->rows.get(); }
-    int Count() const { return selected_ ? PQntuples(Rows()) : 0; }
+    int Held() const { return selected_ ? PQntuples(Rows()) : 0; }
+    bool HasMany() const { return selected_ && !selected_->cursor.empty(); }
+    void Fetch() {
+        selected_->rows = connection_.NextRows(selected_->cursor);
+        fetched_ += Held();
+    }
     std::string_view NameOf(int position) const { return PQfname(Rows(), position); }
     bool HasColumn(int position) const { return position >= 0 && position < columns_; }
     std::optional<int> PositionOf(std::string_view name) const {
@@ -227,6 +249,7 @@ private:
     std::optional<PostgresConnection::Selected> selected_;  // nothing: closed
     LockType lock_ = LockType::ReadOnly;
     int row_ = 0, columns_ = 0;
+    std::int64_t fetched_ = 0;  // up to the last that is held
     bool isAdding_ = false, isDeleted_ = false;
     std::vector<NewField> newRow_;
     std::shared_ptr<const Prepared> insert_;
