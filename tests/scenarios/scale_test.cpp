@@ -1,5 +1,5 @@
-// What a site on PostgreSQL sets up that has many orders: rows that travel together, a table in partitions, a
-// replica to read from. The copy is none the wiser.
+// What a site on PostgreSQL sets up that has many orders: rows that travel together, a table in partitions,
+// servers to read from. The copy is none the wiser.
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -259,6 +259,63 @@ TEST_F(AReplica, IsReadWhileTheCopyWrites) {
     EXPECT_EQ(run.exitCode, 0) << run.err;
     ExpectEqualToThePrimary();
     EXPECT_THAT(OnReplica("SELECT count(*) FROM tsmdm030"), ElementsAre("2000"));
+}
+
+// A server that follows table by table, by what they publish.
+class ASubscriber : public Site {
+protected:
+    ASubscriber() : Site(true) {
+        Execute("ALTER SYSTEM SET wal_level = logical");
+        SiteServer().Stop();
+        SiteServer().Start();
+        for (const char* withoutKey : {"tcccp030", "tcccp031", "tsmdm000", "tsparameters"})
+            Execute(std::string("ALTER TABLE ") + withoutKey + " REPLICA IDENTITY FULL");
+        Execute("CREATE PUBLICATION copied FOR ALL TABLES");
+        EXPECT_EQ(BareQrxctl({"init", "--connection",
+                              "Provider=PostgreSQL;Host=" + subscriber.Host() + ";Port=" +
+                                  std::to_string(subscriber.Port()) + ";Database=postgres;User=postgres"})
+                      .exitCode,
+                  0);
+        for (const std::string& table : Database().Tables()) OnSubscriber("TRUNCATE " + table);
+        OnSubscriber("CREATE SUBSCRIPTION copied CONNECTION 'host=" + SiteServer().Host() +
+                     " port=" + std::to_string(SiteServer().Port()) +
+                     " user=postgres dbname=" + Cell("SELECT current_database()") + "' PUBLICATION copied");
+        WaitUntil([&] {
+            return OnSubscriber("SELECT count(*) FROM pg_subscription_rel WHERE srsubstate <> 'r'") ==
+                   std::vector<std::string>{"0"};
+        });
+    }
+    ~ASubscriber() override { OnSubscriber("DROP SUBSCRIPTION copied"); }  // it holds on to the database
+
+    std::vector<std::string> OnSubscriber(const std::string& sql) const {
+        return RowsOn(subscriber, "postgres", sql);
+    }
+    // Every row of every table.
+    void ExpectEqualToThePublisher() const {
+        const std::string written = Cell("SELECT pg_current_wal_lsn()");
+        WaitUntil([&] {
+            return Cell("SELECT bool_and(confirmed_flush_lsn >= '" + written +
+                        "') FROM pg_replication_slots") == "1";
+        });
+        for (const std::string& table : Database().Tables()) {
+            const std::string rows = "SELECT t.*::text FROM " + table + " t ORDER BY 1";
+            EXPECT_THAT(OnSubscriber(rows), ContainerEq(Rows(rows))) << table;
+        }
+    }
+
+    const PostgresServer subscriber{{.listens = PostgresOptions::Listens::Socket}};
+};
+
+TEST_F(ASubscriber, HasTheRowsOfTheDaysCopies) {
+    fs::remove(extract);
+    fs::copy(Sample(), extract);
+    EXPECT_EQ(Qrxctl({"copy", "--all", "--full"}).exitCode, 0);
+    ExpectEqualToThePublisher();
+    EXPECT_EQ(Qrxctl({"copy", "--all", "--incremental", "--since", "2025-06-20 00:00:00"}).exitCode, 0);
+    EXPECT_EQ(Qrxctl({"copy", "--all", "--full"}).exitCode, 0);  // empties tcccp031 and the change-logs
+    ExpectEqualToThePublisher();
+    EXPECT_THAT(OnSubscriber("SELECT count(*) FROM tssoc200"),
+                ElementsAre(Cell("SELECT count(*) FROM tssoc200")));
 }
 
 }  // namespace
