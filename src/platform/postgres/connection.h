@@ -52,8 +52,8 @@ public:
     };
     Selected Select(const platform::Statement& statement);
     Answer NextRows(const std::string& cursor);
-    // Those that come after `read` rows.
-    std::int64_t CountRows(const std::string& cursor, std::int64_t read);
+    std::int64_t CountRows(const std::string& cursor,
+                           std::int64_t read);  // all; the next are those after `read`
     void Rewind(const std::string& cursor);
     void Forget(const std::string& cursor);
 
