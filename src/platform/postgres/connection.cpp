@@ -171,32 +171,32 @@ dialect::Found PostgresConnection::Find(const platform::Statement& statement) {
     if (session_->Queued() > 0 && !IsReady(programs_->Find(statement))) SendPending();
     const dialect::Found found = programs_->Find(statement);
     auto& program = static_cast<Program&>(*found.program);
-    if (!IsReady(found))
+    if (!IsReady(found)) {
         PrepareAll({&program});
-    else if (IsNew(program))
+    } else if (!IsKnown(program)) {
         program.statements = {std::make_shared<Prepared>(program.translation.statements.front(),
                                                          program.translation.steps.front().literalCount)};
+        ++program.sentAsItStands;
+    }
     return found;
 }
 
-// A statement that comes for the first time is sent as it stands: most come once or twice. An empty text has
-// to know the type of its place.
+// Most statements come once or twice: these are sent as they stand. An empty text has to know the type of its
+// place.
 bool PostgresConnection::IsReady(const dialect::Found& found) {
+    constexpr int kMost = 2;
     const auto& program = static_cast<const Program&>(*found.program);
-    if (!IsNew(program)) return IsKnown(program);
+    if (IsKnown(program)) return true;
     const auto isEmpty = [](const Literal* literal) {
         return literal->Is() == Literal::Kind::Text && literal->TextValue().empty();
     };
-    return program.statements.size() == 1 && std::ranges::none_of(found.literals, isEmpty);
+    return program.statements.size() == 1 && program.sentAsItStands < kMost &&
+           std::ranges::none_of(found.literals, isEmpty);
 }
 
 bool PostgresConnection::IsKnown(const Program& program) {
     return std::ranges::all_of(program.statements,
                                [](const Kept& statement) { return statement && statement->IsKnown(); });
-}
-
-bool PostgresConnection::IsNew(const Program& program) {
-    return !program.statements.empty() && !program.statements.front();
 }
 
 void PostgresConnection::PrepareAll(std::initializer_list<Program*> programs) {

@@ -17,7 +17,8 @@ namespace iqrx::platform::postgres {
 
 struct Program : dialect::Program {
     std::vector<std::shared_ptr<const Prepared>> statements;  // of the translation, in its order; null: new
-    std::string select;  // the whole of one, whose statement asks for its first rows
+    std::string select;      // the whole of one, whose statement asks for its first rows
+    int sentAsItStands = 0;  // how often, before the server was told to keep it
 };
 
 class PostgresConnection final : public Sender {
@@ -67,7 +68,6 @@ private:
     dialect::Found Find(const platform::Statement& statement);
     static bool IsReady(const dialect::Found& found);
     static bool IsKnown(const Program& program);
-    static bool IsNew(const Program& program);
     void PrepareAll(std::initializer_list<Program*> programs);  // those that are not
     std::int64_t Run(const dialect::Found& found);
     std::int64_t RunBatch(const dialect::Found& found);
