@@ -204,41 +204,52 @@ INSTANTIATE_TEST_SUITE_P(Into, ManyOrders, kOnOneServer, NameOf);
 INSTANTIATE_TEST_SUITE_P(Beyond, ManyOrders, kOnTwoServers, NameOf);
 INSTANTIATE_TEST_SUITE_P(Into, ManyOrdersOfWhichOneIsRefused, kOnOneServer, NameOf);
 
-class AReplica : public Site {
+// A server beside the site's, with the same rows a little later.
+class AFollower : public Site {
 protected:
-    AReplica() : Site(true) {}
+    AFollower(const PostgresServer* primary, std::string database)
+        : Site(true),
+          follower{{.listens = PostgresOptions::Listens::Socket, .primary = primary}},
+          name(database.empty() ? Cell("SELECT current_database()") : std::move(database)) {}
 
-    std::vector<std::string> OnReplica(const std::string& sql) const { return RowsOn(replica, name, sql); }
-    void AwaitReplica() const {
-        const std::string written = Cell("SELECT pg_current_wal_flush_lsn()");
-        WaitUntil([&] {
-            return OnReplica("SELECT pg_last_wal_replay_lsn() >= '" + written + "'") ==
-                   std::vector<std::string>{"1"};
-        });
+    std::vector<std::string> OnFollower(const std::string& sql) const { return RowsOn(follower, name, sql); }
+    bool FollowerHas(const std::string& condition) const {
+        return OnFollower("SELECT " + condition) == std::vector<std::string>{"1"};
     }
+    virtual bool HasUpTo(const std::string& place) const = 0;  // of the site's log
+
     // Every row of every table.
-    void ExpectEqualToThePrimary() const {
-        AwaitReplica();
+    void ExpectEqual() const {
+        const std::string place = Cell("SELECT pg_current_wal_flush_lsn()");
+        WaitUntil([&] { return HasUpTo(place); });
         for (const std::string& table : Database().Tables()) {
             const std::string rows = "SELECT t.*::text FROM " + table + " t ORDER BY 1";
-            EXPECT_THAT(OnReplica(rows), ContainerEq(Rows(rows))) << table;
+            EXPECT_THAT(OnFollower(rows), ContainerEq(Rows(rows))) << table;
         }
     }
 
-    const std::string name = Cell("SELECT current_database()");
-    const PostgresServer replica{{.listens = PostgresOptions::Listens::Socket, .primary = &SiteServer()}};
+    const PostgresServer follower;
+    const std::string name;
+};
+
+class AReplica : public AFollower {
+protected:
+    AReplica() : AFollower(&SiteServer(), "") {}
+    bool HasUpTo(const std::string& place) const override {
+        return FollowerHas("pg_last_wal_replay_lsn() >= '" + place + "'");
+    }
 };
 
 TEST_F(AReplica, HasTheRowsOfTheDaysCopies) {
     fs::remove(extract);
     fs::copy(Sample(), extract);
     EXPECT_EQ(Qrxctl({"copy", "--all", "--full"}).exitCode, 0);
-    ExpectEqualToThePrimary();
+    ExpectEqual();
     EXPECT_EQ(Qrxctl({"copy", "--all", "--incremental", "--since", "2025-06-20 00:00:00"}).exitCode, 0);
-    ExpectEqualToThePrimary();
-    EXPECT_THAT(OnReplica("SELECT orno FROM tssoc200_audit WHERE action = 'D' ORDER BY orno"),
+    ExpectEqual();
+    EXPECT_THAT(OnFollower("SELECT orno FROM tssoc200_audit WHERE action = 'D' ORDER BY orno"),
                 ElementsAre("SO0000029", "SO0000039"));
-    EXPECT_THAT(OnReplica("SELECT count(*) FROM tssoc200 WHERE upd_flag <> 0"), ElementsAre("0"));
+    EXPECT_THAT(OnFollower("SELECT count(*) FROM tssoc200 WHERE upd_flag <> 0"), ElementsAre("0"));
 }
 
 // The test hands the copy its rows out.
@@ -251,20 +262,20 @@ TEST_F(AReplica, IsReadWhileTheCopyWrites) {
         stream << "cstp,desc,proc,ract,dahe\n";
         for (int i = 1000; i < 1300; ++i) stream << i << ",Type,P,WRK,1\n";
         stream << std::flush;
-        WaitUntil([&] { return OnReplica("SELECT count(*) FROM tsmdm030") != std::vector<std::string>{"0"}; });
-        EXPECT_THAT(OnReplica("SELECT in_use FROM tstables WHERE tablename = 'tsmdm030'"), ElementsAre("1"));
+        WaitUntil([&] { return OnFollower("SELECT count(*) FROM tsmdm030") != std::vector<std::string>{"0"}; });
+        EXPECT_THAT(OnFollower("SELECT in_use FROM tstables WHERE tablename = 'tsmdm030'"), ElementsAre("1"));
         for (int i = 1300; i < 3000; ++i) stream << i << ",Type,P,WRK,1\n";
     }
     const Finished run = copy.Wait();
     EXPECT_EQ(run.exitCode, 0) << run.err;
-    ExpectEqualToThePrimary();
-    EXPECT_THAT(OnReplica("SELECT count(*) FROM tsmdm030"), ElementsAre("2000"));
+    ExpectEqual();
+    EXPECT_THAT(OnFollower("SELECT count(*) FROM tsmdm030"), ElementsAre("2000"));
 }
 
-// A server that follows table by table, by what they publish.
-class ASubscriber : public Site {
+// It follows table by table, by what they publish.
+class ASubscriber : public AFollower {
 protected:
-    ASubscriber() : Site(true) {
+    ASubscriber() : AFollower(nullptr, "postgres") {
         Execute("ALTER SYSTEM SET wal_level = logical");
         SiteServer().Stop();
         SiteServer().Start();
@@ -272,49 +283,32 @@ protected:
             Execute(std::string("ALTER TABLE ") + withoutKey + " REPLICA IDENTITY FULL");
         Execute("CREATE PUBLICATION copied FOR ALL TABLES");
         EXPECT_EQ(BareQrxctl({"init", "--connection",
-                              "Provider=PostgreSQL;Host=" + subscriber.Host() + ";Port=" +
-                                  std::to_string(subscriber.Port()) + ";Database=postgres;User=postgres"})
+                              "Provider=PostgreSQL;Host=" + follower.Host() + ";Port=" +
+                                  std::to_string(follower.Port()) + ";Database=postgres;User=postgres"})
                       .exitCode,
                   0);
-        for (const std::string& table : Database().Tables()) OnSubscriber("TRUNCATE " + table);
-        OnSubscriber("CREATE SUBSCRIPTION copied CONNECTION 'host=" + SiteServer().Host() +
-                     " port=" + std::to_string(SiteServer().Port()) +
-                     " user=postgres dbname=" + Cell("SELECT current_database()") + "' PUBLICATION copied");
-        WaitUntil([&] {
-            return OnSubscriber("SELECT count(*) FROM pg_subscription_rel WHERE srsubstate <> 'r'") ==
-                   std::vector<std::string>{"0"};
-        });
+        for (const std::string& table : Database().Tables()) OnFollower("TRUNCATE " + table);
+        OnFollower("CREATE SUBSCRIPTION copied CONNECTION 'host=" + SiteServer().Host() +
+                   " port=" + std::to_string(SiteServer().Port()) +
+                   " user=postgres dbname=" + Cell("SELECT current_database()") + "' PUBLICATION copied");
+        WaitUntil([&] { return FollowerHas("bool_and(srsubstate = 'r') FROM pg_subscription_rel"); });
     }
-    ~ASubscriber() override { OnSubscriber("DROP SUBSCRIPTION copied"); }  // it holds on to the database
+    ~ASubscriber() override { OnFollower("DROP SUBSCRIPTION copied"); }  // it holds on to the database
 
-    std::vector<std::string> OnSubscriber(const std::string& sql) const {
-        return RowsOn(subscriber, "postgres", sql);
+    bool HasUpTo(const std::string& place) const override {
+        return Cell("SELECT bool_and(confirmed_flush_lsn >= '" + place + "') FROM pg_replication_slots") == "1";
     }
-    // Every row of every table.
-    void ExpectEqualToThePublisher() const {
-        const std::string written = Cell("SELECT pg_current_wal_lsn()");
-        WaitUntil([&] {
-            return Cell("SELECT bool_and(confirmed_flush_lsn >= '" + written +
-                        "') FROM pg_replication_slots") == "1";
-        });
-        for (const std::string& table : Database().Tables()) {
-            const std::string rows = "SELECT t.*::text FROM " + table + " t ORDER BY 1";
-            EXPECT_THAT(OnSubscriber(rows), ContainerEq(Rows(rows))) << table;
-        }
-    }
-
-    const PostgresServer subscriber{{.listens = PostgresOptions::Listens::Socket}};
 };
 
 TEST_F(ASubscriber, HasTheRowsOfTheDaysCopies) {
     fs::remove(extract);
     fs::copy(Sample(), extract);
     EXPECT_EQ(Qrxctl({"copy", "--all", "--full"}).exitCode, 0);
-    ExpectEqualToThePublisher();
+    ExpectEqual();
     EXPECT_EQ(Qrxctl({"copy", "--all", "--incremental", "--since", "2025-06-20 00:00:00"}).exitCode, 0);
     EXPECT_EQ(Qrxctl({"copy", "--all", "--full"}).exitCode, 0);  // empties tcccp031 and the change-logs
-    ExpectEqualToThePublisher();
-    EXPECT_THAT(OnSubscriber("SELECT count(*) FROM tssoc200"),
+    ExpectEqual();
+    EXPECT_THAT(OnFollower("SELECT count(*) FROM tssoc200"),
                 ElementsAre(Cell("SELECT count(*) FROM tssoc200")));
 }
 

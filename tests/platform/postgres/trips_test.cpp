@@ -1,6 +1,7 @@
 // Many statements a trip: how often somebody waits for the server, and that nobody sees more of it than that.
 #include "platform/postgres/connection.h"
 #include "platform/postgres/fixture.h"
+#include "support/heard.h"
 
 namespace iqrx::testing {
 namespace {
@@ -13,18 +14,6 @@ using ::testing::IsEmpty;
 using ::testing::Le;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
-
-struct Heard : Answers {
-    void Executed(std::int32_t affected) override { Say("executed", affected); }
-    void Updated(std::int32_t affected) override { Say("updated", affected); }
-    void Inserted(std::int32_t affected) override { Say("inserted", affected); }
-    void Failed(const RuntimeError& error) override { said.push_back("failed: " + error.description); }
-    void NotSent() override { said.push_back("not sent"); }
-    void Say(const std::string& what, std::int32_t affected) {
-        said.push_back(what + " " + std::to_string(affected));
-    }
-    std::vector<std::string> said;
-};
 
 class Trips : public ServerTest {
 protected:
