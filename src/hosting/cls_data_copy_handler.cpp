@@ -36,10 +36,6 @@ void clsDataCopyHandler::HandleDataCopy(const control::CopyRequest& request) {
     if (witness) witness->RunEnded(outcome_, failure.empty() ? process_.runLog.FirstError() : failure);
 }
 
-control::Counters clsDataCopyHandler::LastCounts() const {
-    return outcome_ == Outcome::Complete ? dataCopyJob_->Run().counters : control::Counters{};
-}
-
 void clsDataCopyHandler::Handle(const control::CopyRequest& request) {
     statusKey_ = request.statusKey;
     if (!process_.settings.standalone) FetchInstanceObject();

@@ -19,7 +19,6 @@ public:
 
     // What the last request came to; Error also when it never became a run.
     control::Outcome LastOutcome() const { return outcome_; }
-    control::Counters LastCounts() const;  // of a request that completed
 
     void DataCopyAlreadyInProgress(platform::Date iTime, platform::Integer iTableID) override;
     void DataCopyComplete(platform::Date iTime, platform::Integer iTableID, platform::Long icount,

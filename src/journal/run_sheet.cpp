@@ -1,18 +1,16 @@
 #include "journal/run_sheet.h"
 
 #include <algorithm>
-#include <system_error>
 
 #include "journal/files.h"
 #include "journal/sheet_text.h"
 #include "platform/error.h"
-#include "platform/text.h"
 
 namespace iqrx::journal {
 
 namespace {
 
-// Other files may lie beside the sheets: those that are about to become one.
+// And no other file, which may lie beside the sheets: those that are about to become one have a dot.
 bool IsTable(std::string_view name) {
     return !name.empty() && std::ranges::all_of(name, [](char c) {
         return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
@@ -96,19 +94,6 @@ SheetState RunSheets::StateOf(const std::string& table) const {
         return Unread(table, Holder::Elsewhere);
     }
     return Unread(table, Holder::Nobody);
-}
-
-std::vector<SheetState> RunSheets::All() const {
-    std::vector<SheetState> all;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(directory_.Sheets(), error), end; !error && entry != end;
-         entry.increment(error)) {
-        const std::string table = platform::Utf8(entry->path().filename());
-        if (IsTable(table)) all.push_back(StateOf(table));
-    }
-    std::erase_if(all, [](const SheetState& state) { return state.holder == Holder::Nobody; });
-    std::ranges::sort(all, {}, [](const SheetState& state) { return state.sheet.table; });
-    return all;
 }
 
 TakenSheet RunSheets::Take(const SheetText& text) {

@@ -6,7 +6,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "journal/state_directory.h"
 
@@ -79,7 +78,6 @@ public:
 
     // Neither disturbs a run, nor raises anything.
     SheetState StateOf(const std::string& table) const;
-    std::vector<SheetState> All() const;  // of the tables that have a sheet, by name
 
     // Takes the sheet of text.table, the one of a dead process or of another host, too. Where the directory
     // cannot be written there is no sheet and nobody InUse: the copy goes on without. Raises nothing.

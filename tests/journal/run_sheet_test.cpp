@@ -11,8 +11,6 @@
 namespace iqrx::journal {
 namespace {
 
-using ::testing::ElementsAre;
-
 class RunSheetTest : public JournalTest {
 protected:
     SheetText Sheet(const std::string& table = "tssoc200") const {
@@ -270,15 +268,6 @@ TEST_F(AHeartbeat, WithoutASheetIsNone) {
     const Heartbeat heartbeat(
         nullptr, host, [this] { return copied.load(); }, std::chrono::milliseconds(1));
     EXPECT_TRUE(is_empty(state.Sheets()));
-}
-
-TEST_F(RunSheetTest, SheetsAreListedByTable) {
-    const TakenSheet second = sheets.Take(Sheet("tssoc210"));
-    LeaveASheet("{}");
-    Fill(std::filesystem::path("running") / "tssoc220.12-1.new", "about to become a sheet");
-    std::vector<std::string> tables;
-    for (const SheetState& sheet : sheets.All()) tables.push_back(sheet.sheet.table);
-    EXPECT_THAT(tables, ElementsAre("tssoc200", "tssoc210"));
 }
 
 TEST_F(RunSheetTest, OfANameThatLeavesTheDirectoryIsNotKept) {
