@@ -94,7 +94,6 @@ std::int64_t PostgresConnection::RunBatch(const dialect::Found& found) {
 }
 
 std::int64_t PostgresConnection::RunSteps(const dialect::Found& found, std::size_t set) {
-    using Kind = dialect::Step::Kind;
     const auto& program = static_cast<Program&>(*found.program);
     const std::vector<dialect::Step>& steps = program.translation.steps;
     std::int64_t affected = 0, kept = 0;

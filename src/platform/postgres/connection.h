@@ -53,8 +53,8 @@ public:
     };
     Selected Select(const platform::Statement& statement);
     Answer NextRows(const std::string& cursor);
-    std::int64_t CountRows(const std::string& cursor,
-                           std::int64_t read);  // all; the next are those after `read`
+    // All of them; the next ones stay those after the first `read`.
+    std::int64_t CountRows(const std::string& cursor, std::int64_t read);
     void Rewind(const std::string& cursor);
     void Forget(const std::string& cursor);
 

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <limits>
 
 #include "platform/connection_string.h"
+#include "platform/connection_value.h"
 #include "platform/error.h"
 
 namespace iqrx::platform::postgres {
@@ -26,22 +26,11 @@ constexpr std::array kKeys{Key{"Host", "host"},
                            Key{"Service", "service"},
                            Key{"Application Name", "application_name"}};
 
-int Number(const std::string& text, int least, int most, const char* complaint) {
-    int number = 0;
-    const char* const last = text.data() + text.size();
-    const auto [end, failure] = std::from_chars(text.data(), last, number);
-    if (failure != std::errc() || end != last || number < least || number > most)
-        RaiseRuntimeError(kInvalidProcedureCall, complaint);
-    return number;
-}
-
 int Seconds(const std::string& text) {
-    return Number(text, 0, std::numeric_limits<int>::max(),
-                  "the value of Connect Timeout is not a number of seconds");
-}
-
-int Rows(const std::string& text) {
-    return Number(text, 1, 10000, "the value of Rows per Trip is not a whole number from 1 to 10000");
+    const auto seconds = WholeNumber(text, 0, std::numeric_limits<int>::max());
+    if (!seconds)
+        RaiseRuntimeError(kInvalidProcedureCall, "the value of Connect Timeout is not a number of seconds");
+    return *seconds;
 }
 
 // What follows a password may be a part of it.
@@ -69,7 +58,7 @@ Settings SettingsOf(const std::string& connectionString, int timeout) {
         else if (EqualIgnoringCase(name, "Connect Timeout"))
             settings.timeout = Seconds(value);
         else if (EqualIgnoringCase(name, "Rows per Trip"))
-            settings.rowsPerTrip = Rows(value);
+            settings.rowsPerTrip = RowsPerTrip(value);
         else if (!EqualIgnoringCase(name, "Provider"))
             RaiseUnknownKey(settings, name);
     }
