@@ -81,7 +81,8 @@ platform::Date ControlTables::GetTableLastUpdate(const std::string& table) {
 
 void ControlTables::SetTableLastUpdate(const std::string& table, const Literal& date) {
     const Literal name = UnescapedName(table);
-    if (database_.Execute(kSetLastUpdate(date, name)) == 0) database_.Execute(kInsertLastUpdate(name, date));
+    const auto insert = kInsertLastUpdate(name, date);
+    database_.Upsert(kSetLastUpdate(date, name), [&] { return platform::Statement(insert); });
 }
 
 platform::Integer ControlTables::GetFilterFlag(const std::string& table) {
@@ -95,14 +96,15 @@ Literal ControlTables::FullSyncLiteral() const {
 
 void ControlTables::MarkFullSyncStart(const std::string& table) {
     const Literal name = UnescapedName(table), time = FullSyncLiteral();
-    if (database_.Execute(kStartFullSync(time, name)) == 0) database_.Execute(kInsertFullSync(name, time));
+    const auto insert = kInsertFullSync(name, time);
+    database_.Upsert(kStartFullSync(time, name), [&] { return platform::Statement(insert); });
 }
 
 void ControlTables::MarkFullSyncFinish(const std::string& table) {
-    database_.Execute(kFinishFullSync(FullSyncLiteral(), UnescapedName(table)));
+    database_.Send(kFinishFullSync(FullSyncLiteral(), UnescapedName(table)));
 }
 
-void ControlTables::PurgeAuditTable(const std::string& table) { database_.Execute(kPurgeAudit.On(table)); }
+void ControlTables::PurgeAuditTable(const std::string& table) { database_.Send(kPurgeAudit.On(table)); }
 
 platform::Integer ControlTables::GetQrxCalendar() {
     auto rows = database_.OpenRecordset(kParameters());

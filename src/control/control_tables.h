@@ -12,7 +12,8 @@ namespace iqrx::control {
 // The names of these tables, in lower case. Processes coordinate through them.
 platform::TableNames CoordinatingTables();
 
-// Every member raises RuntimeError when its statement fails.
+// Every member raises RuntimeError when its statement fails, but those below that only write: their
+// statements are sent, and what fails is raised by the session's next call that waits.
 class ControlTables {
 public:
     ControlTables(platform::Clock& clock, runtime::DatabaseSession& database)
@@ -27,17 +28,17 @@ public:
 
     // The moment the next audit window begins; 1970-01-01 00:00:00 for a table that was never copied.
     platform::Date GetTableLastUpdate(const std::string& table);
-    void SetTableLastUpdate(const std::string& table, const platform::Literal& date);
 
     // A bit mask over the order statuses that are copied.
     platform::Integer GetFilterFlag(const std::string& table);
 
+    platform::Integer GetQrxCalendar();  // days of calendar history
+    platform::Value GetTVKFilter();      // 1: calendars are expanded; Empty when the parameter is not set
+
+    void SetTableLastUpdate(const std::string& table, const platform::Literal& date);
     void MarkFullSyncStart(const std::string& table);
     void MarkFullSyncFinish(const std::string& table);
     void PurgeAuditTable(const std::string& table);
-
-    platform::Integer GetQrxCalendar();  // days of calendar history
-    platform::Value GetTVKFilter();      // 1: calendars are expanded; Empty when the parameter is not set
 
 private:
     platform::Value ControlField(const std::string& table, std::string_view field);

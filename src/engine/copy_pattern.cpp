@@ -107,9 +107,9 @@ void ReadAuditTrail(const TableCall& call, const Table& table, Trail& trail, con
          platform::ByRef{criteria});
     steps.beforeLoop();
     ForEachChange(process.database, trail, steps);
-    process.database.AwaitAnswers();
     if (const auto stamp = call.run.Literals().UtcDateLiteral(to))
         process.controlTables.SetTableLastUpdate(call.tableName, *stamp);
+    process.database.AwaitAnswers();
     const control::Counters& counters = call.run.counters;
     process.runLog.LogTableCounts(call.tableName, counters.inserted, counters.updated, counters.deleted);
 }
@@ -158,9 +158,9 @@ Object* HeldObjects::NextRecord() {
     return record.get();
 }
 
-void Mark(const TableCall& call) { call.run.Database().Execute(kMark.On(call.tableName)); }
+void Mark(const TableCall& call) { call.run.Database().Send(kMark.On(call.tableName)); }
 
-void Sweep(const TableCall& call) { call.run.Database().Execute(kSweep.On(call.tableName)); }
+void Sweep(const TableCall& call) { call.run.Database().Send(kSweep.On(call.tableName)); }
 
 void HeldObjects::LetGo() {
     enumerator.reset();
@@ -175,6 +175,7 @@ void CountAllAsInserted(CopyRun& run) {
 
 void StampAndLogFullCopy(const TableCall& call, const Literal& startTime) {
     call.run.process.controlTables.SetTableLastUpdate(call.tableName, startTime);
+    call.run.Database().AwaitAnswers();
     const control::Counters& counters = call.run.counters;
     call.run.process.runLog.LogTableCounts(call.tableName, counters.inserted, counters.updated, 0);
 }
@@ -205,6 +206,7 @@ void FullCopy(const TableCall& call, const Table& table,
         held.manager = CreateManager(call, table);
         Call(*held.manager, "SetRunParameter", call.runParameter);
         copyRecords(held);
+        call.run.Database().AwaitAnswers();
         Call(*held.manager, "CloseManager");
         held.LetGo();
     });

@@ -230,6 +230,7 @@ void CopyJob::SetLastUpdate(const std::string& table, Moment moment) {
             table, wasNever
                        ? platform::Literal::Unknown("NULL")
                        : process_.database.Literals().WrapDateLiteral(runtime::FormatIsoDateTime(*moment)));
+    process_.database.AwaitAnswers();
     process_.database.CloseDatabase();
 }
 

@@ -31,11 +31,14 @@ public:
 
     // The number of rows affected.
     platform::Long Execute(const platform::Statement& statement) { return DbConnection().Execute(statement); }
-    // Without waiting for the counts; of the connection, see there. The count of what is sent is not asked for.
+    // Without waiting for the counts; of the connection, see there.
     void Send(const platform::Statement& statement) { DbConnection().Send(statement, unasked_); }
-    void Upsert(const platform::Statement& update, const platform::Connection::MakeStatement& insert,
-                platform::Answers& answers) {
+    using MakeStatement = platform::Connection::MakeStatement;
+    void Upsert(const platform::Statement& update, const MakeStatement& insert, platform::Answers& answers) {
         DbConnection().Upsert(update, insert, answers);
+    }
+    void Upsert(const platform::Statement& update, const MakeStatement& insert) {
+        Upsert(update, insert, unasked_);
     }
     void AwaitAnswers();  // nothing is under way while there is no connection
     std::unique_ptr<platform::Recordset> OpenRecordset(

@@ -123,8 +123,7 @@ public:
         return affected;
     }
     void Send(const Statement& statement, Answers& answers) override {
-        if (stop_.IsRefilling() || !meanings_.LeaveCopiedRows(statement))
-            return Connection::Send(statement, answers);
+        if (stop_.IsRefilling() || Empties(statement)) return Connection::Send(statement, answers);
         stop_.Check(statement);
         Wrapped().Send(statement, answers);
     }
@@ -140,6 +139,10 @@ public:
     }
 
 private:
+    bool Empties(const Statement& statement) {
+        return !OnlyWritesARow(statement) && meanings_.Of(statement).OnCopiedRows() == Deed::Replace;
+    }
+
     Stop stop_;
     Meanings meanings_;
 };
