@@ -18,6 +18,10 @@ constexpr const char* kLeaveMark = "SELECT pg_logical_emit_message(true,'iQRXyQR
 // One section at a time in a schema; the number is this system's own among the locks of the database.
 constexpr const char* kLock =
     "SELECT pg_advisory_xact_lock(1364350041, hashtext(coalesce(current_schema(),'')))";
+constexpr const char* kKeyOf =
+    "SELECT a.attname FROM pg_catalog.pg_index i JOIN pg_catalog.pg_attribute a"
+    " ON a.attrelid = i.indrelid AND a.attnum = ANY(i.indkey)"
+    " WHERE i.indrelid = to_regclass(quote_ident($1)) AND i.indisprimary";
 constexpr std::size_t kRowsAtOnce = 500;
 constexpr int kRowsHeld = 1000;  // of a result, at a time
 
@@ -39,6 +43,12 @@ void AskForFirstRows(Program& program) {
     std::string& statement = program.translation.statements.front();
     program.select = statement;
     statement = "SELECT * FROM (" + statement + ") AS these LIMIT " + std::to_string(kRowsHeld + 1);
+}
+
+std::vector<std::string> NamesIn(const PGresult* rows) {
+    std::vector<std::string> names;
+    for (int row = 0; row < PQntuples(rows); ++row) names.emplace_back(PQgetvalue(rows, row, 0));
+    return names;
 }
 
 std::string FetchFrom(const std::string& cursor) {
@@ -170,6 +180,11 @@ dialect::Found PostgresConnection::Find(const platform::Statement& statement) {
     QueueTrip();
     if (session_->Queued() > 0 && !IsReady(programs_->Find(statement))) SendPending();
     const dialect::Found found = programs_->Find(statement);
+    MakeReady(found);
+    return found;
+}
+
+void PostgresConnection::MakeReady(const dialect::Found& found) {
     auto& program = static_cast<Program&>(*found.program);
     if (!IsReady(found)) {
         PrepareAll({&program});
@@ -178,7 +193,6 @@ dialect::Found PostgresConnection::Find(const platform::Statement& statement) {
                                                          program.translation.steps.front().literalCount)};
         ++program.sentAsItStands;
     }
-    return found;
 }
 
 // Most statements come once or twice: these are sent as they stand. An empty text has to know the type of its
@@ -199,14 +213,18 @@ bool PostgresConnection::IsKnown(const Program& program) {
                                [](const Kept& statement) { return statement && statement->IsKnown(); });
 }
 
-void PostgresConnection::PrepareAll(std::initializer_list<Program*> programs) {
+void PostgresConnection::PrepareAll(std::initializer_list<Program*> programs, const std::string& table) {
     std::vector<Session::Source> sources;
     for (Program* program : programs)
         if (!IsKnown(*program))
             for (const std::string& sql : program->translation.statements) sources.push_back({sql});
     if (sources.empty()) return;
     if (session_->Queued() > 0) throw UnderWay{};
-    const std::vector<Kept> prepared = session_->Prepare(sources);
+    Answer key;
+    const bool asksForKey = !table.empty() && !keys_.contains(table);
+    if (asksForKey) session_->Queue(kKeyOf, {table.c_str()});
+    const std::vector<Kept> prepared = session_->Prepare(sources, asksForKey ? &key : nullptr);
+    if (asksForKey) keys_[table] = NamesIn(key.get());
     auto next = prepared.begin();
     for (Program* program : programs)
         if (!IsKnown(*program))
@@ -328,16 +346,7 @@ void PostgresConnection::Forget(const std::string& cursor) {
 
 const std::vector<std::string>& PostgresConnection::KeyOf(const std::string& table) {
     if (const auto known = keys_.find(table); known != keys_.end()) return known->second;
-    const Answer answer = session_->Ask(
-        "SELECT a.attname FROM pg_catalog.pg_index i JOIN pg_catalog.pg_attribute a"
-        " ON a.attrelid = i.indrelid AND a.attnum = ANY(i.indkey)"
-        " WHERE i.indrelid = to_regclass(quote_ident($1)) AND i.indisprimary",
-        {table.c_str()});
-    std::vector<std::string> columns;
-    columns.reserve(static_cast<std::size_t>(PQntuples(answer.get())));
-    for (int row = 0; row < PQntuples(answer.get()); ++row)
-        columns.emplace_back(PQgetvalue(answer.get(), row, 0));
-    return keys_[table] = std::move(columns);
+    return keys_[table] = NamesIn(session_->Ask(kKeyOf, {table.c_str()}).get());
 }
 
 void PostgresConnection::Commit() {

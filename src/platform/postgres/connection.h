@@ -68,7 +68,9 @@ private:
     dialect::Found Find(const platform::Statement& statement);
     static bool IsReady(const dialect::Found& found);
     static bool IsKnown(const Program& program);
-    void PrepareAll(std::initializer_list<Program*> programs);  // those that are not
+    void MakeReady(const dialect::Found& found);
+    // Those that are not; with them asks for the key of a table, if it is named.
+    void PrepareAll(std::initializer_list<Program*> programs, const std::string& table = "");
     std::int64_t Run(const dialect::Found& found);
     std::int64_t RunBatch(const dialect::Found& found);
     std::int64_t RunSteps(const dialect::Found& found, std::size_t set);
@@ -81,12 +83,14 @@ private:
     void ForgetTables();
     bool CanSend() const;
     bool Ready(platform::Answers& answers, const std::function<bool()>& bind);
-    Load LoadOf(Awaited write, Kept statement);
+    Load LoadOf(Awaited write, Kept statement, bool touchesControlTable);
     std::shared_ptr<Program> Sendable(const platform::Statement& statement);
     void BindTo(const Program& program, const platform::Statement& statement);
-    Kept Bound(const platform::Statement& statement);
+    std::shared_ptr<Program> Bound(const platform::Statement& statement);
     std::shared_ptr<PreparedUpsert> BoundUpsert(const platform::Statement& update,
                                                 const platform::Statement& insert);
+    static std::shared_ptr<PreparedUpsert> AsItStands(const dialect::Translation& update,
+                                                      const dialect::Translation& insert);
     std::shared_ptr<PreparedUpsert> PrepareUpsert(const Kept& first, const Kept& second,
                                                   const dialect::Translation& update,
                                                   const dialect::Translation& insert);

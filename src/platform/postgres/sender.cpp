@@ -71,10 +71,12 @@ void Sender::QueueTrip() {
 }
 
 void Sender::AddTransaction(std::vector<Command>& commands, std::vector<Load> loads) {
+    const bool waitsForDisk = std::ranges::any_of(loads, &Load::touchesControlTable);
     AddCommand(commands, {.kind = Entry::Kind::Begin}, kBegin);
+    if (waitsForDisk) AddCommand(commands, {.kind = Entry::Kind::Setting}, kWaitForDisk);
     AddLoads(commands, std::move(loads));
     AddCommand(commands, {.kind = Entry::Kind::Commit}, kCommit);
-    isAhead_ = true;
+    isAhead_ = !waitsForDisk;
 }
 
 void Sender::AddLoads(std::vector<Command>& commands, std::vector<Load> loads) {

@@ -11,10 +11,10 @@ namespace iqrx::platform::postgres {
 void PostgresConnection::Send(const platform::Statement& statement, platform::Answers& answers) {
     if (!CanSend()) return Connection::Send(statement, answers);
     Awaited write{.statement = KeptStatement(statement), .answers = &answers};
-    Kept prepared;
-    if (!Ready(answers, [&] { return (prepared = Bound(statement)) != nullptr; }))
+    std::shared_ptr<Program> program;
+    if (!Ready(answers, [&] { return (program = Bound(statement)) != nullptr; }))
         return Connection::Send(statement, answers);
-    Take(LoadOf(std::move(write), std::move(prepared)));
+    Take(LoadOf(std::move(write), program->statements.front(), program->touchesControlTable));
 }
 
 void PostgresConnection::Upsert(const platform::Statement& update, const MakeStatement& insert,
@@ -28,13 +28,15 @@ void PostgresConnection::Upsert(const platform::Statement& update, const MakeSta
         return upsert && upsert->one;
     });
     if (!isReady) return Connection::Upsert(write.statement.Borrowed(), insert, answers);
-    Load load = LoadOf(std::move(write), upsert->one);
+    Load load = LoadOf(std::move(write), upsert->one, upsert->touchesControlTable);
     load.upsert = std::move(upsert);
     Take(std::move(load));
 }
 
-Load PostgresConnection::LoadOf(Awaited write, Kept statement) {
-    Load load{.statement = std::move(statement), .parameters = parameters_};
+Load PostgresConnection::LoadOf(Awaited write, Kept statement, bool touchesControlTable) {
+    Load load{.statement = std::move(statement),
+              .parameters = parameters_,
+              .touchesControlTable = touchesControlTable};
     load.entry.writes.push_back(std::move(write));
     return load;
 }
@@ -74,44 +76,54 @@ bool PostgresConnection::Ready(platform::Answers& answers, const std::function<b
     return false;
 }
 
-// Null when somebody waits for such a statement.
+// Null when somebody waits for such a statement. What touches a control table is a transaction of its own.
 std::shared_ptr<Program> PostgresConnection::Sendable(const platform::Statement& statement) {
     auto program = std::static_pointer_cast<Program>(programs_->Find(statement).program);
     const dialect::Translation& translation = program->translation;
-    const bool isWrite = !translation.isSelect && !program->touchesControlTable &&
-                         translation.steps.size() == 1 &&
+    const bool isWrite = !translation.isSelect && translation.steps.size() == 1 &&
                          translation.steps.front().kind == dialect::Step::Kind::Run;
-    return isWrite ? program : nullptr;
+    return isWrite && (!program->touchesControlTable || frame_ == Frame::None) ? program : nullptr;
 }
 
 void PostgresConnection::BindTo(const Program& program, const platform::Statement& statement) {
-    Bind(programs_->Find(statement), 0, program.translation.steps.front());
+    const dialect::Found found = programs_->Find(statement);
+    MakeReady(found);
+    Bind(found, 0, program.translation.steps.front());
 }
 
-PostgresConnection::Kept PostgresConnection::Bound(const platform::Statement& statement) {
-    const auto program = Sendable(statement);
-    if (!program) return nullptr;
-    PrepareAll({program.get()});
-    BindTo(*program, statement);
-    return program->statements.front();
+std::shared_ptr<Program> PostgresConnection::Bound(const platform::Statement& statement) {
+    auto program = Sendable(statement);
+    if (program) BindTo(*program, statement);
+    return program;
 }
 
 std::shared_ptr<PreparedUpsert> PostgresConnection::BoundUpsert(const platform::Statement& update,
                                                                 const platform::Statement& insert) {
     const auto updates = Sendable(update), inserts = Sendable(insert);
     if (!updates || !inserts) return nullptr;
-    PrepareAll({updates.get(), inserts.get()});
+    const bool comesSeldom = updates->touchesControlTable || inserts->touchesControlTable;
+    if (!comesSeldom) PrepareAll({updates.get(), inserts.get()}, updates->translation.tables.front());
     BindTo(*updates, update);
     BindTo(*inserts, insert);
+    if (comesSeldom) return AsItStands(updates->translation, inserts->translation);
     const Kept &first = updates->statements.front(), &second = inserts->statements.front();
     const auto known = upserts_.Find(first, second);
     return known ? known : PrepareUpsert(first, second, updates->translation, inserts->translation);
 }
 
+std::shared_ptr<PreparedUpsert> PostgresConnection::AsItStands(const dialect::Translation& update,
+                                                               const dialect::Translation& insert) {
+    const auto one = UpsertOf(update, insert);
+    if (!one) return nullptr;
+    const std::size_t places = update.steps.front().literalCount + insert.steps.front().literalCount;
+    return std::make_shared<PreparedUpsert>(
+        PreparedUpsert{.one = std::make_shared<Prepared>(*one, places), .touchesControlTable = true});
+}
+
 std::shared_ptr<PreparedUpsert> PostgresConnection::PrepareUpsert(const Kept& first, const Kept& second,
                                                                   const dialect::Translation& update,
                                                                   const dialect::Translation& insert) {
-    PreparedUpsert upsert{first, second, nullptr, {}, nullptr};
+    PreparedUpsert upsert{.update = first, .insert = second};
     const auto one = UpsertOf(update, insert);
     if (!one) return upserts_.Keep(std::move(upsert));
     if (session_->Queued() > 0) throw UnderWay{};

@@ -60,7 +60,7 @@ Session::Kept Session::Prepare(const std::string& sql, const std::vector<Oid>& t
     return Prepare({{sql, types}}).front();
 }
 
-std::vector<Session::Kept> Session::Prepare(const std::vector<Source>& sources) {
+std::vector<Session::Kept> Session::Prepare(const std::vector<Source>& sources, Answer* answer) {
     RequireLink();
     if (!InTransaction())
         for (const std::string& name : std::exchange(*unused_, {})) Queue(("DEALLOCATE " + name).c_str());
@@ -72,7 +72,8 @@ std::vector<Session::Kept> Session::Prepare(const std::vector<Source>& sources) 
                             types.data()));
         Count(PQsendDescribePrepared(link_.get(), name.c_str()));
     }
-    const std::vector<Answer> answers = Finish();
+    std::vector<Answer> answers = Finish();
+    if (answer) *answer = std::move(answers.front());
     std::vector<Kept> prepared;
     for (std::size_t i = 0; i < names.size(); ++i) {
         const PGresult* const description = answers[before + 2 * i + 1].get();

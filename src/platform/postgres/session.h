@@ -21,14 +21,15 @@ public:
     Session& operator=(const Session&) = delete;
 
     // Where a trip fails, all of these raise, once the connection is lost for good.
-    // A trip of its own; nothing may be queued. The first places have these types, others what the server finds.
+    // A trip of its own. The first places have these types, others what the server finds. At most one
+    // question may be queued, whose answer is wanted then.
     using Kept = std::shared_ptr<const Prepared>;
     struct Source {
         std::string sql;
         std::vector<Oid> types = {};
     };
     Kept Prepare(const std::string& sql, const std::vector<Oid>& types = {});
-    std::vector<Kept> Prepare(const std::vector<Source>& sources);  // in one
+    std::vector<Kept> Prepare(const std::vector<Source>& sources, Answer* answer = nullptr);  // in one
 
     void Queue(const Prepared& statement, const Parameters& parameters);
     void Queue(const Prepared& statement, Arrays& rows);

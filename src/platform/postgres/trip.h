@@ -17,6 +17,7 @@ struct Load {
     Parameters parameters = {};                      // of the first row
     std::shared_ptr<PreparedUpsert> upsert = {};     // of rows that may go with others
     std::unique_ptr<Arrays> rows = {};               // all of them
+    bool touchesControlTable = false;
 };
 
 class Trip {

@@ -30,10 +30,11 @@ std::optional<std::string> UpsertOfMany(const dialect::Translation& update, cons
 // What was prepared for the two.
 struct PreparedUpsert {
     using Kept = std::shared_ptr<const Prepared>;
-    Kept update, insert;
-    Kept one;                     // null when the server does not take it
-    std::vector<Column> columns;  // of many
-    Kept many;                    // null when rows travel one by one
+    Kept update = {}, insert = {};
+    Kept one = {};                     // null when the server does not take it
+    std::vector<Column> columns = {};  // of many
+    Kept many = {};                    // null when rows travel one by one
+    bool touchesControlTable = false;
 };
 
 class Upserts {

@@ -44,6 +44,15 @@ TEST_F(Crash, LeavesWhatStoodBeforeAStatementOnAControlTable) {
     EXPECT_THAT(RowsAfterIt(), ElementsAre("1"));
 }
 
+TEST_F(Crash, LeavesWhatStoodBeforeAStatementOnAControlTableThatWasSent) {
+    Answers nobody;
+    Db().Send("INSERT INTO t (k) VALUES (1)", nobody);
+    Db().AwaitAnswers();
+    Db().Send("UPDATE tstables SET in_use = 1WHERE tablename = N't'", nobody);
+    Db().AwaitAnswers();
+    EXPECT_THAT(RowsAfterIt(), ElementsAre("1"));
+}
+
 TEST_F(Crash, LeavesWhatStoodBeforeCommit) {
     Run("INSERT INTO t (k) VALUES (1)");
     Db().Commit();

@@ -330,6 +330,28 @@ TEST_P(AnyTrips, OfALostConnectionFailOnce) {
 
 INSTANTIATE_TEST_SUITE_P(RowsPerTrip, AnyTrips, ::testing::Values(1, 2, 7, 200, 10000));
 
+// The table of the copy's locks, as a copy begins and ends: marked, stamped, looked at.
+TEST_F(Trips, TakeWritesToControlTablesAlong) {
+    Run("CREATE TABLE tstables(tablename TEXT PRIMARY KEY, lutm TIMESTAMP, reqd INTEGER, in_use INTEGER)");
+    GivenRowsPerTrip(200);
+    const auto stamp = [&](const std::string& table, const std::string& moment) {
+        Db().Upsert(
+            "UPDATE tstables SET lutm  = '" + moment + "' WHERE tablename = '" + table + "'",
+            [insert = "INSERT INTO tstables(tablename,lutm, reqd, in_use) VALUES('" + table + "','" + moment +
+                      "', 0, 0)"] { return Statement(insert); },
+            heard);
+    };
+    const std::size_t before = Waits();
+    Send("UPDATE t SET n = 1 ");
+    stamp("t", "2026-03-04 05:06:07");
+    stamp("t", "2026-05-06 07:08:09");
+    EXPECT_EQ(Waits(), before);
+    EXPECT_THAT(Rows("SELECT tablename, lutm, reqd, in_use FROM tstables"),
+                ElementsAre("t|2026-05-06 07:08:09|0|0"));
+    EXPECT_EQ(Waits(), before + 1);
+    EXPECT_THAT(heard.said, ElementsAre("executed 0", "updated 0", "inserted 1", "updated 1"));
+}
+
 TEST_F(Trips, HaveFromOneToTenThousandRows) {
     for (const char* wrong : {"0", "-1", "10001", "many", "", "7x"}) {
         EXPECT_THAT(Raised([&] { Connect(std::string(";Rows per Trip=") + wrong); }),
