@@ -58,6 +58,7 @@ Surroundings SurroundingsOfService(const Variables& variables, const platform::S
     const auto text =
         variable ? variable
                  : platform::IniFile(ProgramFolder() / "iQRXyQRXSync.ini").Find("Guard", "MaxRemoved");
+    surroundings.reusesSessions = true;
     if (!text || text->empty()) return surroundings;
     const auto limit = platform::watch::RemovalLimit::Parse(*text);
     if (!limit)

@@ -33,6 +33,7 @@ struct Surroundings {
     // Who hears each minute that a copy waits for the database; else it is told on standard error, as the service.
     std::function<void(const std::string& text)> onWait = {};
     const platform::StopRequest* stop = nullptr;  // borrowed
+    bool reusesSessions = false;  // a database is opened again as soon as it was closed: spare the login
 };
 Surroundings SurroundingsOf(const Variables& variables);
 // Of the service: it is guarded where QRX_MAX_REMOVED, or MaxRemoved in the section [Guard] of

@@ -8,20 +8,19 @@
 
 namespace iqrx::platform {
 
+// Many are kept while they are on their way, and few of them are needed again: the values are packed.
 class KeptStatement {
 public:
     KeptStatement() = default;
     explicit KeptStatement(const Statement& statement);
-    KeptStatement(KeptStatement&&) = default;
-    KeptStatement& operator=(KeptStatement&&) = default;
 
-    Statement Borrowed() const;  // from this
+    // From this, and from the room that the values were unpacked to.
+    Statement Borrowed(std::vector<Literal>& room) const;
 
 private:
     Shape shape_;
     std::string text_;  // of a statement without a shape; else the table's name
-    std::vector<Literal> values_;
-    std::vector<char> letters_;  // of the values' texts, which stay where they are when this is moved
+    std::string values_;
 };
 
 }  // namespace iqrx::platform

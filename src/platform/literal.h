@@ -48,12 +48,10 @@ public:
     // Texts are borrowed; this one holds its own, which is at most kOwnSize long.
     Literal WithItsText() const;
     static constexpr std::size_t kOwnSize = 24;
-    // The same, whose text, unless it holds its own, was copied to there.
-    Literal WithItsTextAt(std::string_view copy) const {
-        Literal literal = *this;
-        if (literal.ownSize_ == 0) literal.text_ = copy;
-        return literal;
-    }
+    // Adds it, with its text, to a string in less room than it takes itself.
+    void PackInto(std::string& packed) const;
+    // Takes it off again; its text lies where it was packed.
+    static Literal Unpack(std::string_view& packed);
 
     Kind Is() const { return kind_; }
     std::int64_t WholeNumber() const { return whole_; }

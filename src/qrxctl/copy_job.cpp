@@ -61,6 +61,7 @@ hosting::Surroundings CopyJob::Surroundings() {
     surroundings.limits = run_.copy.Limits(run_.place.options);
     surroundings.platform = PlatformNumber(run_.place.options);
     surroundings.removedRows = &undo_;
+    surroundings.reusesSessions = true;
     return surroundings;
 }
 

@@ -36,7 +36,8 @@ public:
         : counts_(counts),
           stop_(surroundings.stop),
           tell_(platform::TellingEachMinute(surroundings.onWait ? surroundings.onWait : TellOfWaiting)),
-          objects_(surroundings.instances) {
+          objects_(surroundings.instances),
+          idlePostgres_(surroundings.reusesSessions ? platform::IdlePostgresSession() : nullptr) {
         TakeFileSizeLimitAsError();
     }
 
@@ -51,7 +52,7 @@ public:
         if (IsEmbedded(keys))
             return platform::CreateSqliteConnection(control::CoordinatingTables(), Waiting());
         if (platform::EqualIgnoringCase(keys.Provider(), "PostgreSQL"))
-            return platform::CreatePostgresConnection(control::CoordinatingTables());
+            return platform::CreatePostgresConnection(control::CoordinatingTables(), idlePostgres_);
         if (keys.Has("Driver") || keys.Has("DSN"))
             return platform::CreateOdbcConnection(control::CoordinatingTables());
         platform::RaiseRuntimeError(
@@ -95,6 +96,7 @@ private:
     platform::posix::PosixMachine machine_;
     platform::posix::PosixHost host_;
     platform::posix::InstanceRegistryFactory objects_;
+    const std::shared_ptr<platform::postgres::IdleSession> idlePostgres_;
 };
 
 }  // namespace

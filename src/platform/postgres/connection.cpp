@@ -69,9 +69,10 @@ PostgresConnection::~PostgresConnection() {
 void PostgresConnection::Open(const std::string& connectionString) {
     Call([&] {
         Close();
-        const Settings settings = SettingsOf(connectionString, connectionTimeout_);
-        session_ = std::make_unique<Session>(settings);
-        rowsPerTrip_ = static_cast<std::size_t>(settings.rowsPerTrip);
+        settings_ = SettingsOf(connectionString, connectionTimeout_);
+        if (idle_) session_ = idle_->Take(settings_);
+        if (!session_) session_ = std::make_unique<Session>(settings_);
+        rowsPerTrip_ = static_cast<std::size_t>(settings_.rowsPerTrip);
         programs_.emplace(kGrammar, controlTables_, [](dialect::Translation made) {
             auto program = std::make_shared<Program>();
             program->statements.resize(made.statements.size());
@@ -94,6 +95,7 @@ void PostgresConnection::Close() {
     programs_.reset();
     trip_.Take();
     trips_.Take();
+    if (idle_ && session_->IsAsBegun()) idle_->Keep(settings_, std::move(session_));
     session_.reset();
     owed_ = nullptr;
     frame_ = Frame::None;
@@ -107,6 +109,7 @@ void PostgresConnection::SetCommandTimeout(int seconds) {
     }
     Call([&] {
         SendPending();
+        session_->NoteChange();
         const std::string limit = std::to_string(seconds) + "s";
         session_->Ask("SELECT set_config('statement_timeout',$1,false)", {limit.c_str()});
         commandTimeout_ = seconds;
@@ -117,6 +120,7 @@ std::string PostgresConnection::DefaultDatabase() {
     return Call([&] {
         Opened();
         SendPending();
+        if (const auto& schema = session_->FirstSchema()) return *schema;
         const Answer answer = session_->Ask("SELECT current_schema()::text");
         return std::string(PQgetvalue(answer.get(), 0, 0));
     });
@@ -140,6 +144,7 @@ void PostgresConnection::MoveTo(const std::string& schema) {
     if (std::string_view(PQgetvalue(found.get(), 0, 0)) == "0")
         Raise("3F000", "The database \"" + std::string(PQgetvalue(found.get(), 0, 1)) +
                            "\" has no schema \"" + schema + "\" that the user may use");
+    session_->NoteChange();
     session_->Ask("SELECT set_config('search_path',quote_ident($1),false)", {schema.c_str()});
     ForgetTables();
 }
@@ -393,8 +398,13 @@ void PostgresConnection::RunExclusively(const Work& work) {
 
 namespace iqrx::platform {
 
-std::unique_ptr<Connection> CreatePostgresConnection(TableNames controlTables) {
-    return std::make_unique<postgres::PostgresConnection>(std::move(controlTables));
+std::unique_ptr<Connection> CreatePostgresConnection(TableNames controlTables,
+                                                     std::shared_ptr<postgres::IdleSession> idle) {
+    return std::make_unique<postgres::PostgresConnection>(std::move(controlTables), std::move(idle));
+}
+
+std::shared_ptr<postgres::IdleSession> IdlePostgresSession() {
+    return std::make_shared<postgres::IdleSession>();
 }
 
 }  // namespace iqrx::platform

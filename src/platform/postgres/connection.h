@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/dialect/programs.h"
+#include "platform/postgres/idle_session.h"
 #include "platform/postgres/sender.h"
 
 namespace iqrx::platform::postgres {
@@ -23,7 +24,9 @@ struct Program : dialect::Program {
 
 class PostgresConnection final : public Sender {
 public:
-    explicit PostgresConnection(TableNames controlTables) : controlTables_(std::move(controlTables)) {}
+    // Where there is an idle session, it is used, and what is closed is left there.
+    PostgresConnection(TableNames controlTables, std::shared_ptr<IdleSession> idle)
+        : controlTables_(std::move(controlTables)), idle_(std::move(idle)) {}
     ~PostgresConnection() override;
 
     void SetConnectionTimeout(int seconds) override { connectionTimeout_ = seconds; }
@@ -100,6 +103,8 @@ private:
     void Settle();
 
     const TableNames controlTables_;
+    const std::shared_ptr<IdleSession> idle_;
+    Settings settings_;
     int connectionTimeout_ = 0, commandTimeout_ = 0;
     std::optional<dialect::Programs> programs_;
     std::map<std::string, std::vector<std::string>> keys_;               // by table

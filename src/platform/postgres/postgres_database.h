@@ -6,6 +6,10 @@
 
 #include "platform/database.h"
 
+namespace iqrx::platform::postgres {
+class IdleSession;
+}
+
 namespace iqrx::platform {
 
 // Opens strings of the form "Provider=PostgreSQL;Host=...;Port=...;Database=...;User=...;Password=...", of
@@ -18,6 +22,13 @@ namespace iqrx::platform {
 // an exclusive section wait for the disk, and with them everything before is kept. What a crash of the server
 // can take is therefore the end of a copy whose table has not got its new time of last update, which the next
 // copy does again; a group of writes would save nothing.
-std::unique_ptr<Connection> CreatePostgresConnection(TableNames controlTables);
+//
+// A connection that is closed leaves its session, unless it was changed, to the next one that has the same
+// idle session and the same string, and is opened within two seconds: that one need not log in.
+std::unique_ptr<Connection> CreatePostgresConnection(TableNames controlTables,
+                                                     std::shared_ptr<postgres::IdleSession> idle = nullptr);
+
+// To be handed to connections of one thread.
+std::shared_ptr<postgres::IdleSession> IdlePostgresSession();
 
 }  // namespace iqrx::platform

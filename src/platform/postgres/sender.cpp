@@ -11,7 +11,7 @@ namespace {
 
 // As many as a far server has in hand while the first answer is on its way; of wide trips few, which are kept
 // until then.
-constexpr std::size_t kMostTrips = 16, kFewestTrips = 2, kRowsUnderWay = 3200;
+constexpr std::size_t kMostTrips = 32, kFewestTrips = 2, kRowsUnderWay = 6400;
 
 [[noreturn]] void RaiseFallen() {
     Raise("25P02", "One of the statements failed, so that all of them were taken back");
@@ -254,11 +254,12 @@ void Sender::DoAgain(Awaited& write) {
     Answers nobody;
     Answers* const told = std::exchange(write.answers, nullptr);
     Answers& hearer = told ? *told : nobody;
+    std::vector<Literal> first, second;
     if (write.insert)
         Connection::Upsert(
-            write.statement.Borrowed(), [&] { return write.insert->Borrowed(); }, hearer);
+            write.statement.Borrowed(first), [&] { return write.insert->Borrowed(second); }, hearer);
     else
-        Connection::Send(write.statement.Borrowed(), hearer);
+        Connection::Send(write.statement.Borrowed(first), hearer);
 }
 
 // Of a unit that others than these have written to, and that is taken back as a whole.
@@ -284,7 +285,8 @@ void Sender::RaiseFirstFailure(Entries& entries) {
 void Sender::TellFailed(Entry& entry, DatabaseFailure& failure) {
     if (entry.writes.empty()) return;
     Awaited& write = entry.writes.front();
-    AddPlace(failure, (write.insert ? *write.insert : write.statement).Borrowed().Text());
+    std::vector<Literal> values;
+    AddPlace(failure, (write.insert ? *write.insert : write.statement).Borrowed(values).Text());
     if (write.answers) std::exchange(write.answers, nullptr)->Failed(failure);
 }
 

@@ -22,12 +22,13 @@ void PostgresConnection::Upsert(const platform::Statement& update, const MakeSta
     if (!CanSend()) return Connection::Upsert(update, insert, answers);
     Awaited write{.statement = KeptStatement(update), .answers = &answers};
     std::shared_ptr<PreparedUpsert> upsert;
+    std::vector<Literal> updated, inserted;
     const bool isReady = Ready(answers, [&] {
         if (!write.insert) write.insert.emplace(insert());
-        upsert = BoundUpsert(write.statement.Borrowed(), write.insert->Borrowed());
+        upsert = BoundUpsert(write.statement.Borrowed(updated), write.insert->Borrowed(inserted));
         return upsert && upsert->one;
     });
-    if (!isReady) return Connection::Upsert(write.statement.Borrowed(), insert, answers);
+    if (!isReady) return Connection::Upsert(write.statement.Borrowed(updated), insert, answers);
     Load load = LoadOf(std::move(write), upsert->one, upsert->touchesControlTable);
     load.upsert = std::move(upsert);
     Take(std::move(load));

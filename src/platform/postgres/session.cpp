@@ -1,5 +1,7 @@
 #include "platform/postgres/session.h"
 
+#include <poll.h>
+
 #include <utility>
 
 #include "platform/postgres/errors.h"
@@ -16,7 +18,8 @@ constexpr const char* kReady =
     " set_config('default_transaction_isolation','read committed',false),"
     " set_config('statement_timeout','0',false), set_config('lock_timeout','0',false),"
     " set_config('synchronous_commit','off',false), set_config('client_min_messages','warning',false),"
-    " set_config('plan_cache_mode','force_generic_plan',false), set_config('jit','off',false)";
+    " set_config('plan_cache_mode','force_generic_plan',false), set_config('jit','off',false),"
+    " current_schema()::text AS first_schema";
 
 bool WasNotDone(const PGresult* answer) { return PQresultStatus(answer) == PGRES_PIPELINE_ABORTED; }
 
@@ -47,6 +50,7 @@ void Session::Fail(const PGresult* answer) {
                         (said.sqlState.empty() && !PQconsumeInput(link_.get()));
     if (!isLost) Raise(said.sqlState.empty() ? "HY000" : said.sqlState, said.words);
     queued_ = left_ = 0;
+    NoteChange();
     lost_ = said.sqlState.empty() ? said.words : "[" + said.sqlState + "] " + said.words;
     RaiseLost(lost_);
 }
@@ -141,6 +145,8 @@ void Session::ReceiveLeft() {
     for (bool isOver = left_ == 0; !isOver;) {
         Answer answer = Receive();
         isOver = PQresultStatus(answer.get()) == PGRES_PIPELINE_SYNC;
+        if (const int column = PQfnumber(answer.get(), "first_schema"); column >= 0 && !isChanged_)
+            firstSchema_ = PQgetvalue(answer.get(), 0, column);
         if (!isOver && IsFailure(answer.get()) && !leftFailure_) leftFailure_ = std::move(answer);
     }
     left_ = 0;
@@ -196,8 +202,23 @@ Answer Session::Ask(const char* command, std::initializer_list<const char*> text
     return std::move(Finish().back());
 }
 
+void Session::NoteChange() {
+    isChanged_ = true;
+    firstSchema_.reset();
+}
+
+bool Session::IsAsBegun() const {
+    return !isChanged_ && lost_.empty() && !leftFailure_ && queued_ == 0 && left_ == 0 && !InTransaction();
+}
+
+bool Session::IsQuiet() const {
+    pollfd said{PQsocket(link_.get()), POLLIN, 0};
+    return poll(&said, 1, 0) == 0;
+}
+
 void Session::RunScript(const std::string& script) {
     RequireLink();
+    NoteChange();
     Finish();
     LeavePipeline();
     const Answer answer(PQexec(link_.get(), script.c_str()));

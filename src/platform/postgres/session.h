@@ -4,6 +4,7 @@
 
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -60,6 +61,13 @@ public:
     // Any number of statements, as they stand.
     void RunScript(const std::string& script);
 
+    // The schema that it began in, once an answer has told it; nothing when it may be in another.
+    const std::optional<std::string>& FirstSchema() const { return firstSchema_; }
+    // Its settings are not those any more with which it began.
+    void NoteChange();
+    bool IsAsBegun() const;  // nothing is under way either
+    bool IsQuiet() const;    // the server has nothing to say: it has not ended the session
+
     std::size_t Waits() const { return waits_; }  // for the server's answers, up to now
     void NoteWait() { ++waits_; }
     bool InTransaction() const { return PQtransactionStatus(link_.get()) != PQTRANS_IDLE; }
@@ -76,6 +84,8 @@ private:
     std::string lost_;  // why, once it is
     std::size_t queued_ = 0, left_ = 0, waits_ = 0;
     Answer leftFailure_;
+    std::optional<std::string> firstSchema_;
+    bool isChanged_ = false;
     std::uint64_t names_ = 0;
     std::shared_ptr<Unused> unused_ = std::make_shared<Unused>();
 };

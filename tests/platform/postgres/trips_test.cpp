@@ -91,7 +91,7 @@ TEST_F(Trips, AreSeveralUnderWayBeforeTheFirstIsWaitedFor) {
     EXPECT_EQ(Waits(), before);
     for (Long key = 31; key <= 1000; ++key) Upsert(key, 1);
     EXPECT_THAT(Waits() - before, Le(85U));
-    EXPECT_THAT(heard.said, SizeIs(::testing::Ge(2U * 820)));
+    EXPECT_THAT(heard.said, SizeIs(::testing::Ge(2U * 660)));
     Db().AwaitAnswers();
     EXPECT_THAT(Rows("SELECT count(*) FROM t"), ElementsAre("1001"));
 }
