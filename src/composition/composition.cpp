@@ -84,7 +84,7 @@ Composition::Composition(const Surroundings& surroundings)
     around([&](auto& inner) { return CountRows(inner, counts_); });
     if (surroundings.trace)
         around([&](auto& inner) {
-            return std::make_unique<platform::trace::TracingDatabaseProvider>(inner, system_->Machine().files,
+            return std::make_unique<platform::trace::TracingDatabaseProvider>(inner, system_->machine->files,
                                                                               *surroundings.trace);
         });
     if (surroundings.stop)
@@ -98,12 +98,12 @@ platform::DatabaseProvider& Composition::Databases() {
 Composition::~Composition() = default;
 
 control::Ports Composition::Ports(std::ostream& diagnostics, control::RunWitness* witness) {
-    return {system_->Machine(), Databases(), *erps_, system_->Objects(), diagnostics, witness};
+    return {*system_->machine, Databases(), *erps_, *system_->objects, diagnostics, witness};
 }
 
-platform::Machine Composition::Machine() { return system_->Machine(); }
+platform::Machine Composition::Machine() { return *system_->machine; }
 
-platform::Host& Composition::Host() { return system_->Host(); }
+platform::Host& Composition::Host() { return *system_->host; }
 
 platform::DatabaseProvider& Composition::PlainDatabases() { return *system_; }
 

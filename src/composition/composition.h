@@ -47,7 +47,7 @@ std::optional<std::filesystem::path> ExtractOf(std::string_view runParameter);
 // second request ends it at once.
 std::unique_ptr<platform::StopRequest> ListenForStop();
 
-class System;
+struct System;
 
 // One per process, or per thread of it that copies; everything that it hands out is borrowed from it.
 class Composition {

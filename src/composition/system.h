@@ -5,11 +5,14 @@
 
 namespace iqrx::hosting {
 
-class System : public platform::DatabaseProvider, public erp::ErpProvider {
-public:
-    virtual platform::Machine Machine() = 0;
-    virtual platform::Host& Host() = 0;
-    virtual platform::ObjectFactory& Objects() = 0;
+struct System : public platform::DatabaseProvider, public erp::ErpProvider {
+    System(std::shared_ptr<const platform::Machine> machine, std::unique_ptr<platform::Host> host,
+           std::unique_ptr<platform::ObjectFactory> objects)
+        : machine(std::move(machine)), host(std::move(host)), objects(std::move(objects)) {}
+
+    const std::shared_ptr<const platform::Machine> machine;
+    const std::unique_ptr<platform::Host> host;
+    const std::unique_ptr<platform::ObjectFactory> objects;
     virtual bool ApplyEmbeddedSchema(const std::string& connectionString, std::string_view script) = 0;
 };
 

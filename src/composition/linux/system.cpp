@@ -33,18 +33,13 @@ void TakeFileSizeLimitAsError() { std::signal(SIGXFSZ, SIG_IGN); }
 class LinuxSystem final : public System {
 public:
     LinuxSystem(const Surroundings& surroundings, platform::watch::RowCounts& counts)
-        : counts_(counts),
+        : System(platform::posix::CreateMachine(), platform::posix::CreateHost(),
+                 std::make_unique<platform::posix::InstanceRegistryFactory>(surroundings.instances)),
+          counts_(counts),
           stop_(surroundings.stop),
-          tell_(platform::TellingEachMinute(surroundings.onWait ? surroundings.onWait : TellOfWaiting)),
-          objects_(surroundings.instances) {
+          tell_(platform::TellingEachMinute(surroundings.onWait ? surroundings.onWait : TellOfWaiting)) {
         TakeFileSizeLimitAsError();
     }
-
-    platform::Machine Machine() override { return machine_.Ports(); }
-
-    platform::Host& Host() override { return host_; }
-
-    platform::ObjectFactory& Objects() override { return objects_; }
 
     std::unique_ptr<platform::Connection> CreateConnection(std::string_view text) override {
         const platform::ConnectionString keys(text);
@@ -92,9 +87,6 @@ private:
     platform::watch::RowCounts& counts_;
     const platform::StopRequest* const stop_;
     const platform::WaitListener tell_;
-    platform::posix::PosixMachine machine_;
-    platform::posix::PosixHost host_;
-    platform::posix::InstanceRegistryFactory objects_;
 };
 
 }  // namespace
@@ -107,9 +99,7 @@ std::optional<std::string> Variable(const std::string& name) {
 
 std::filesystem::path ProgramFolder() { return platform::posix::ProgramFile().parent_path(); }
 
-std::unique_ptr<platform::StopRequest> ListenForStop() {
-    return std::make_unique<platform::posix::StopSignals>();
-}
+std::unique_ptr<platform::StopRequest> ListenForStop() { return platform::posix::ListenForStopSignals(); }
 
 std::unique_ptr<System> CreateSystem(const Surroundings& surroundings, platform::watch::RowCounts& counts) {
     return std::make_unique<LinuxSystem>(surroundings, counts);

@@ -4,27 +4,10 @@
 // tells such a question from a holder and tries again.
 #pragma once
 
-#include <atomic>
-
 #include "platform/host.h"
 
 namespace iqrx::platform::posix {
 
-class PosixHost final : public Host {
-public:
-    ProcessIdentity Self() const override;
-    int UtcOffsetMinutes() const override;
-    Date LocalTime(std::chrono::system_clock::time_point moment) const override;
-    std::chrono::seconds Uptime() const override;
-    std::string Boot() const override;
-    std::unique_ptr<HeldFile> TryHold(const std::filesystem::path& file) override;
-    bool IsHeld(const std::filesystem::path& file) override;
-    void Replace(const std::filesystem::path& file, std::string_view text) override;
-
-private:
-    std::filesystem::path FreshName(const std::filesystem::path& file);  // beside the file
-
-    std::atomic<int> names_ = 0;
-};
+std::unique_ptr<Host> CreateHost();
 
 }  // namespace iqrx::platform::posix

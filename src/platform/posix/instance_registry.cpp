@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -13,6 +12,7 @@
 #include "platform/date.h"
 #include "platform/error.h"
 #include "platform/json_text.h"
+#include "platform/posix/descriptor.h"
 
 namespace iqrx::platform::posix {
 
@@ -65,19 +65,16 @@ class InstanceLines {
 public:
     explicit InstanceLines(const std::filesystem::path& file)
         : name_(file.string()), descriptor_(OpenForAppending(file)) {
-        if (descriptor_ < 0)
+        if (!descriptor_)
             RaiseRuntimeError(kCannotCreateObject,
                               "the instance file " + name_ + " cannot be written: " + LastError());
     }
-    ~InstanceLines() { close(descriptor_); }
-    InstanceLines(const InstanceLines&) = delete;
-    InstanceLines& operator=(const InstanceLines&) = delete;
 
     void Append(std::string line) {
         line += '\n';
         const BrokenPipesIgnored guard;
         for (std::string_view rest = line; !rest.empty();) {
-            const ssize_t written = write(descriptor_, rest.data(), rest.size());
+            const ssize_t written = write(descriptor_.Number(), rest.data(), rest.size());
             if (written >= 0)
                 rest.remove_prefix(static_cast<std::size_t>(written));
             else if (errno != EINTR)
@@ -87,7 +84,7 @@ public:
 
 private:
     std::string name_;
-    int descriptor_;
+    Descriptor descriptor_;
 };
 
 namespace {

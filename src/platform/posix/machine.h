@@ -8,17 +8,11 @@
 
 namespace iqrx::platform::posix {
 
-class PosixMachine {
-public:
-    PosixMachine();
-    ~PosixMachine();
+std::shared_ptr<const Machine> CreateMachine();  // its ports are borrowed from it
 
-    Machine Ports();  // valid for as long as this object lives
-
-private:
-    struct Parts;
-    std::unique_ptr<Parts> parts_;
-};
+// The parts that have a file of their own.
+std::unique_ptr<TextFiles> CreateTextFiles();
+std::unique_ptr<XmlDocumentFactory> CreateXmlDocuments();
 
 std::filesystem::path ProgramFile();
 

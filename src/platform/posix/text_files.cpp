@@ -1,15 +1,14 @@
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <span>
 #include <system_error>
-#include <utility>
 
 #include "platform/error.h"
-#include "platform/posix/machine_parts.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/machine.h"
 
 namespace iqrx::platform::posix {
 
@@ -36,23 +35,16 @@ class RegularFile final : public AppendingFile {
 public:
     RegularFile(const std::filesystem::path& file, Purpose purpose)
         : name_(file.string()), descriptor_(open(file.c_str(), purpose, kOwnerWritesGroupReads)) {
-        if (descriptor_ < 0) Raise(errno == ENOENT && purpose == kRead ? kFileNotFound : kPathFileAccess);
+        if (!descriptor_) Raise(errno == ENOENT && purpose == kRead ? kFileNotFound : kPathFileAccess);
         struct stat status {};
-        const bool regular = fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
-        if (regular && (purpose != kReplace || ftruncate(descriptor_, 0) == 0)) return;
-        const std::string cause = regular ? LastError() : "it is not a regular file";
-        close(descriptor_);
-        RaiseRuntimeError(kPathFileAccess, name_ + ": " + cause);
-    }
-    RegularFile(const RegularFile&) = delete;
-    RegularFile& operator=(const RegularFile&) = delete;
-    ~RegularFile() override {
-        if (descriptor_ >= 0) close(descriptor_);
+        const bool regular = fstat(descriptor_.Number(), &status) == 0 && S_ISREG(status.st_mode);
+        if (regular && (purpose != kReplace || ftruncate(descriptor_.Number(), 0) == 0)) return;
+        RaiseRuntimeError(kPathFileAccess, name_ + ": " + (regular ? LastError() : "it is not a regular file"));
     }
 
     std::size_t Read(std::span<char> buffer) {  // 0 at the end
         for (;;) {
-            const ssize_t got = read(descriptor_, buffer.data(), buffer.size());
+            const ssize_t got = read(descriptor_.Number(), buffer.data(), buffer.size());
             if (got >= 0) return static_cast<std::size_t>(got);
             if (errno != EINTR) Raise(kDeviceIoError);
         }
@@ -60,7 +52,7 @@ public:
 
     void Append(std::string_view text) override {
         while (!text.empty()) {
-            const ssize_t written = write(descriptor_, text.data(), text.size());
+            const ssize_t written = write(descriptor_.Number(), text.data(), text.size());
             if (written >= 0)
                 text.remove_prefix(static_cast<std::size_t>(written));
             else if (errno != EINTR)
@@ -69,7 +61,7 @@ public:
     }
 
     void Close() {
-        if (descriptor_ >= 0 && close(std::exchange(descriptor_, -1)) != 0) Raise(kDeviceIoError);
+        if (descriptor_.Close() != 0) Raise(kDeviceIoError);
     }
 
 private:
@@ -80,7 +72,7 @@ private:
     }
 
     std::string name_;
-    int descriptor_;
+    Descriptor descriptor_;
 };
 
 class PlainTextStream : public TextStream {

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <pugixml.hpp>
 
-#include "platform/posix/machine_parts.h"
+#include "platform/posix/machine.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::posix {

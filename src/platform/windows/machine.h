@@ -2,7 +2,6 @@
 // text files of the system's own COM components. Its thread has entered an apartment.
 #pragma once
 
-#include <chrono>
 #include <memory>
 
 #include "platform/machine.h"
@@ -16,17 +15,13 @@ enum class Audience {
                // button
 };
 
-class WindowsMachine {
-public:
-    explicit WindowsMachine(Audience audience, std::chrono::milliseconds boxLimit = std::chrono::minutes(1));
-    ~WindowsMachine();
+std::shared_ptr<const Machine> CreateMachine(Audience audience);  // its ports are borrowed from it
 
-    Machine Ports();  // valid for as long as this object lives
-
-private:
-    struct Parts;
-    std::unique_ptr<Parts> parts_;
-};
+// Text files through the scripting run-time's file-system object: ANSI text, lines that end in CR LF. Files
+// that grow at their end through Win32.
+std::unique_ptr<TextFiles> CreateTextFiles();
+// XML documents of the system's own parser; each raises RuntimeError where that is missing.
+std::unique_ptr<XmlDocumentFactory> CreateXmlDocuments();
 
 // Somebody, when the process owns a visible desktop.
 Audience AudienceOfDesktop();

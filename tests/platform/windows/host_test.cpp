@@ -32,7 +32,8 @@ protected:
 
     const testing::TemporaryDirectory directory;
     const std::filesystem::path file = directory.path / "sheet";
-    WindowsHost host;
+    const std::unique_ptr<Host> created = CreateHost();
+    Host& host = *created;
 };
 
 // This test program, as a process that holds a file until it is ended.
@@ -95,7 +96,7 @@ TEST_F(WindowsHostTest, TheUptimeGoesOn) {
 }
 
 TEST_F(WindowsHostTest, TheBootIsTheSameUntilTheMachineStartsAnew) {
-    EXPECT_EQ(host.Boot(), WindowsHost().Boot());
+    EXPECT_EQ(host.Boot(), CreateHost()->Boot());
 }
 
 TEST_F(WindowsHostTest, AFileIsHeldByOneOnlyUntilItLetsGo) {
