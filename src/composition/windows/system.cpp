@@ -24,8 +24,8 @@ public:
                      surroundings.isEmbedded ? Audience::Nobody : platform::windows::AudienceOfDesktop()),
                  platform::windows::CreateHost(), std::make_unique<platform::windows::ComObjectFactory>()) {}
 
-    std::unique_ptr<platform::Connection> CreateConnection(std::string_view text) override {
-        return databases_.CreateConnection(text);
+    std::unique_ptr<platform::Connection> CreateConnection(std::string_view) override {
+        return platform::ado::CreateConnection(*objects);
     }
 
     std::unique_ptr<erp::Erp> Open(const std::string&, const erp::Notice&) override {
@@ -34,9 +34,6 @@ public:
 
     // Every connection string goes to ADO.
     bool ApplyEmbeddedSchema(const std::string&, std::string_view) override { return false; }
-
-private:
-    platform::ado::AdoProvider databases_{*objects};
 };
 
 }  // namespace
