@@ -6,13 +6,12 @@
 #include "control/cls_data_copy.h"
 #include "journal/heartbeat.h"
 #include "journal/timestamp.h"
+#include "platform/error.h"
 #include "platform/printable.h"
 
 namespace iqrx::hosting {
 
 namespace {
-
-constexpr const char* kProgram = "iQRXyQRXSync";
 
 const char* MethodOf(const control::CopyRequest& request) {
     const bool calendarRun =
@@ -58,19 +57,13 @@ void RunRecorder::RunBegins(const control::CopyRequest& request, const std::stri
     run_->entry = {.run = journal::History(run_->directory).NewRunId(now),
                    .table = table,
                    .method = MethodOf(request),
-                   .program = kProgram,
+                   .program = platform::kProgram,
                    .by = self.user,
-                   .outcome = {},
-                   .cause = {},
-                   .began = began,
-                   .ended = {},
-                   .copied = {},
-                   .removed = {},
-                   .rows = {}};
+                   .began = began};
     run_->taken = journal::RunSheets(run_->directory)
                       .Take({.table = table,
                              .run = run_->entry.run,
-                             .program = kProgram,
+                             .program = platform::kProgram,
                              .method = run_->entry.method,
                              .since = began,
                              .by = self});

@@ -121,7 +121,7 @@ public:
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID iid, void** object) override {
         *object = nullptr;
         return windows::Guarded([&] {
-            const auto created = windows::DispatchAdapter::Around(create_());
+            const auto created = windows::AdapterAround(create_());
             Check(created->QueryInterface(iid, object), "CreateInstance");
         });
     }

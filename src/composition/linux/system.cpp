@@ -34,7 +34,7 @@ class LinuxSystem final : public System {
 public:
     LinuxSystem(const Surroundings& surroundings, platform::watch::RowCounts& counts)
         : System(platform::posix::CreateMachine(), platform::posix::CreateHost(),
-                 std::make_unique<platform::posix::InstanceRegistryFactory>(surroundings.instances)),
+                 platform::posix::CreateInstanceRegistries(surroundings.instances)),
           counts_(counts),
           stop_(surroundings.stop),
           tell_(platform::TellingEachMinute(surroundings.onWait ? surroundings.onWait : TellOfWaiting)) {

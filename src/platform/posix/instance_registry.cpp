@@ -48,18 +48,12 @@ int OpenForAppending(const std::filesystem::path& file) {
     }
 }
 
-std::string JsonArguments(std::span<const Argument> arguments) {
+std::string CallLine(std::string_view member, std::span<const Argument> arguments) {
     std::string json;
     for (const Argument& argument : arguments)
         json += (json.empty() ? "" : ",") + JsonValue(argument.value, IsoTime);
-    return "[" + json + "]";
+    return "{\"call\":" + JsonText(member) + ",\"args\":[" + json + "]}";
 }
-
-std::string CallLine(std::string_view member, std::span<const Argument> arguments) {
-    return "{\"call\":" + JsonText(member) + ",\"args\":" + JsonArguments(arguments) + "}";
-}
-
-}  // namespace
 
 class InstanceLines {
 public:
@@ -86,8 +80,6 @@ private:
     std::string name_;
     Descriptor descriptor_;
 };
-
-namespace {
 
 class Instance final : public Object {
 public:
@@ -125,13 +117,26 @@ private:
     std::shared_ptr<InstanceLines> lines_;
 };
 
+class InstanceRegistries final : public ObjectFactory {
+public:
+    explicit InstanceRegistries(std::optional<std::filesystem::path> file) : file_(std::move(file)) {}
+
+    ObjectRef CreateObject(std::string_view progId) override {
+        if (!file_ || progId != "iQRXyInstHandler.InstanceHandle")
+            RaiseRuntimeError(kCannotCreateObject, std::string(progId));
+        if (!lines_) lines_ = std::make_shared<InstanceLines>(*file_);
+        return std::make_shared<InstanceRegistry>(lines_);
+    }
+
+private:
+    const std::optional<std::filesystem::path> file_;
+    std::shared_ptr<InstanceLines> lines_;
+};
+
 }  // namespace
 
-ObjectRef InstanceRegistryFactory::CreateObject(std::string_view progId) {
-    if (!file_ || progId != "iQRXyInstHandler.InstanceHandle")
-        RaiseRuntimeError(kCannotCreateObject, std::string(progId));
-    if (!lines_) lines_ = std::make_shared<InstanceLines>(*file_);
-    return std::make_shared<InstanceRegistry>(lines_);
+std::unique_ptr<ObjectFactory> CreateInstanceRegistries(std::optional<std::filesystem::path> file) {
+    return std::make_unique<InstanceRegistries>(std::move(file));
 }
 
 }  // namespace iqrx::platform::posix

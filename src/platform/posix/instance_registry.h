@@ -5,27 +5,14 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <utility>
 
 #include "platform/object.h"
 
 namespace iqrx::platform::posix {
 
-class InstanceLines;
-
-class InstanceRegistryFactory : public ObjectFactory {
-public:
-    // Without a file there is no registry.
-    explicit InstanceRegistryFactory(std::optional<std::filesystem::path> file) : file_(std::move(file)) {}
-
-    // The first call opens the file, which waits for a FIFO's reader; it stays open as long as this object
-    // and those that it made, so that a FIFO's reader sees one stream. Raises RuntimeError 429 for every
-    // other class, without a file, and when the file can't be opened.
-    ObjectRef CreateObject(std::string_view progId) override;
-
-private:
-    std::optional<std::filesystem::path> file_;
-    std::shared_ptr<InstanceLines> lines_;
-};
+// Without a file there is no registry. The first object that is created opens the file, which waits for a
+// FIFO's reader; it stays open as long as the factory and the objects, so that the reader sees one stream.
+// Creating one raises RuntimeError 429 for every other class, without a file, and when it can't be opened.
+std::unique_ptr<ObjectFactory> CreateInstanceRegistries(std::optional<std::filesystem::path> file);
 
 }  // namespace iqrx::platform::posix

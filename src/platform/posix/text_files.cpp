@@ -79,18 +79,13 @@ class PlainTextStream : public TextStream {
 public:
     PlainTextStream(const std::filesystem::path& file, Purpose purpose) : file_(file, purpose) {}
 
-    bool AtEndOfStream() override { return begin_ == end_ && !Fill(); }
+    bool AtEndOfStream() override { return ahead_.empty() && !Fill(); }
 
     std::string ReadLine() override {
         if (AtEndOfStream()) throw RuntimeError(62, kProgram, "Input past end of file");
-        std::string line;
-        do {
-            const std::string_view read(buffer_.data() + begin_, end_ - begin_);
-            const auto lineEnd = read.find('\n');
-            line += read.substr(0, lineEnd);
-            begin_ += std::min(lineEnd, read.size() - 1) + 1;
-            if (lineEnd != std::string_view::npos) break;
-        } while (Fill());
+        while (ahead_.find('\n') == std::string::npos && Fill()) continue;
+        std::string line = ahead_.substr(0, ahead_.find('\n'));
+        ahead_.erase(0, line.size() + 1);
         if (line.ends_with('\r')) line.pop_back();
         return line;
     }
@@ -101,14 +96,14 @@ public:
 
 private:
     bool Fill() {
-        begin_ = 0;
-        end_ = file_.Read(buffer_);
-        return end_ > 0;
+        std::array<char, 4096> buffer;
+        const std::size_t size = file_.Read(buffer);
+        ahead_.append(buffer.data(), size);
+        return size > 0;
     }
 
     RegularFile file_;
-    std::array<char, 4096> buffer_{};
-    std::size_t begin_ = 0, end_ = 0;  // what is read ahead
+    std::string ahead_;  // what is read and not yet a line
 };
 
 class PlainTextFiles final : public TextFiles {

@@ -68,7 +68,7 @@ private:
 };
 
 ObjectRef ThroughCom(ObjectRef object) {
-    return std::make_shared<ComObject>(DispatchAdapter::Around(std::move(object)));
+    return std::make_shared<ComObject>(AdapterAround(std::move(object)));
 }
 
 Value Returned(const Value& value) {
@@ -193,9 +193,9 @@ TEST(ComObject, AMemberThatIsNotThereIsError438) {
 TEST(ComObject, AGetterCostsOneInvokeAfterTheFirstRecord) {
     const auto record =
         std::make_shared<Told>(Members{{"getServiceType", [](auto) { return std::string("A"); }}});
-    CountingDispatch first(DispatchAdapter::Around(record)), second(DispatchAdapter::Around(record));
+    CountingDispatch first(AdapterAround(record)), second(AdapterAround(record));
     int next = 0;
-    const auto enumerator = std::make_shared<ComObject>(DispatchAdapter::Around(std::make_shared<Told>(
+    const auto enumerator = std::make_shared<ComObject>(AdapterAround(std::make_shared<Told>(
         Members{{"nextElement", [&](auto) -> Value {
                      auto& dispatch = next++ == 0 ? first : second;
                      return ObjectRef(std::make_shared<ComObject>(ComRef<IDispatch>::Share(&dispatch)));
@@ -212,7 +212,7 @@ TEST(ComObject, AGetterCostsOneInvokeAfterTheFirstRecord) {
 }
 
 TEST(ComObject, ReleasesWhatItHolds) {
-    CountingDispatch dispatch(DispatchAdapter::Around(std::make_shared<Told>(Members{})));
+    CountingDispatch dispatch(AdapterAround(std::make_shared<Told>(Members{})));
     {
         const ObjectRef object = std::make_shared<ComObject>(ComRef<IDispatch>::Share(&dispatch));
         Returned(object);
