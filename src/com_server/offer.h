@@ -6,8 +6,7 @@
 #include <optional>
 
 #include "com_server/class_factory.h"
-#include "com_server/data_copy_class.h"
-#include "com_server/handler_class.h"
+#include "com_server/public_classes.h"
 
 namespace iqrx::hosting::windows {
 
@@ -31,8 +30,8 @@ public:
     // Borrows all three. Every class is offered when the constructor returns. Raises RuntimeError.
     Offer(ClassObjects& classObjects, ServerLifetime& lifetime, ComRequests& requests)
         : classObjects_(classObjects), lifetime_(lifetime), requests_(requests) {
-        Register<HandlerClass>(0, __uuidof(::clsDataCopyHandler));
-        Register<DataCopyClass>(1, __uuidof(::clsDataCopy));
+        Register(0, __uuidof(::clsDataCopyHandler), CreateHandler);
+        Register(1, __uuidof(::clsDataCopy), CreateDataCopy);
         classObjects_.Resume();
     }
     Offer(const Offer&) = delete;
@@ -60,24 +59,22 @@ private:
         DWORD entry_;
     };
 
-    template <class Class>
-    void Register(std::size_t place, REFCLSID classId) {
+    void Register(std::size_t place, REFCLSID classId, CreatePublicObject* create) {
         registrations_[place].emplace(
             classObjects_, classId,
-            [this, place, classId](REFIID iid, void** object) {
-                return Create<Class>(place, classId, iid, object);
+            [this, place, classId, create](REFIID iid, void** object) {
+                return Create(place, classId, create, iid, object);
             },
             lifetime_);
     }
 
-    template <class Class>
-    HRESULT Create(std::size_t place, REFCLSID classId, REFIID iid, void** object) {
+    HRESULT Create(std::size_t place, REFCLSID classId, CreatePublicObject* create, REFIID iid, void** object) {
         if (taken_) {
             // A client that got hold of a factory before its entry was revoked, or asks for a second object.
             registrations_[place].reset();
             return classObjects_.CreateElsewhere(classId, iid, object);
         }
-        const auto created = platform::windows::ComRef<Class>::Adopt(new Class(lifetime_, library_, requests_));
+        const auto created = create(lifetime_, library_, requests_);
         if (const HRESULT lacking = created->QueryInterface(iid, object); FAILED(lacking)) return lacking;
         taken_ = true;
         // Single use closes the entry of the class that was taken, not that of the other.

@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "com_server/data_copy_class.h"
-#include "com_server/handler_class.h"
+#include "com_server/public_classes.h"
 #include "platform/conversions.h"
 #include "platform/windows/com_object.h"
 #include "platform/windows/variant.h"
