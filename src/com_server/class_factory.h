@@ -1,14 +1,40 @@
-// Creates the objects of one public class.
+// What makes the objects of the public classes, and how long a process that COM started lives for them: until
+// its last object and its last lock go.
 #pragma once
 
 #include <functional>
 
-#include "com_server/lifetime.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/counted.h"
 
 namespace iqrx::hosting::windows {
 
+// Counts on the thread that created it and ends that thread's message loop when nothing is left.
+class ServerLifetime {
+public:
+    void Hold() { CoAddRefServerProcess(); }
+    void Release() {
+        // At zero COM also turns new clients away, so that none gets a server that is about to leave.
+        if (CoReleaseServerProcess() == 0) PostThreadMessageW(thread_, WM_QUIT, 0, 0);
+    }
+
+private:
+    DWORD thread_ = GetCurrentThreadId();
+};
+
+// Holds the process for as long as it lives.
+class ServerHold {
+public:
+    explicit ServerHold(ServerLifetime& lifetime) : lifetime_(lifetime) { lifetime_.Hold(); }
+    ~ServerHold() { lifetime_.Release(); }
+    ServerHold(const ServerHold&) = delete;
+    ServerHold& operator=(const ServerHold&) = delete;
+
+private:
+    ServerLifetime& lifetime_;
+};
+
+// Creates the objects of one public class.
 class ClassFactory final : public platform::windows::Counted<IClassFactory> {
 public:
     // Hands out an interface of a new object. May raise RuntimeError.

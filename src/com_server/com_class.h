@@ -2,7 +2,7 @@
 // class information that scripting clients ask for before they connect to events.
 #pragma once
 
-#include "com_server/lifetime.h"
+#include "com_server/class_factory.h"
 #include "com_server/type_library.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/counted.h"

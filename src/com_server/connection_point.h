@@ -9,18 +9,8 @@
 
 namespace iqrx::hosting::windows {
 
-// What the enumerators keep.
-struct KeptConnection {
-    platform::windows::ComRef<IDispatch> sink;
-    DWORD cookie;
-    CONNECTDATA HandOut() const { return {platform::windows::ComRef(sink).Detach(), cookie}; }
-};
-struct KeptConnectionPoint {
-    platform::windows::ComRef<IConnectionPoint> point;
-    LPCONNECTIONPOINT HandOut() const { return platform::windows::ComRef(point).Detach(); }
-};
-using ConnectionEnumerator = Enumerator<IEnumConnections, CONNECTDATA, KeptConnection>;
-using ConnectionPointEnumerator = Enumerator<IEnumConnectionPoints, LPCONNECTIONPOINT, KeptConnectionPoint>;
+using ConnectionEnumerator = Enumerator<IEnumConnections, CONNECTDATA>;
+using ConnectionPointEnumerator = Enumerator<IEnumConnectionPoints, LPCONNECTIONPOINT>;
 
 // Lives inside its object and shares the object's reference count.
 class ConnectionPoint final : public IConnectionPoint {
@@ -77,8 +67,11 @@ public:
         return sinks_.erase(cookie) == 1 ? S_OK : CONNECT_E_NOCONNECTION;
     }
     HRESULT STDMETHODCALLTYPE EnumConnections(IEnumConnections** connections) override {
-        return ConnectionEnumerator::Create(connections, *this, [&](std::vector<KeptConnection>& list) {
-            for (const auto& [cookie, sink] : sinks_) list.push_back({sink, cookie});
+        return ConnectionEnumerator::Create(connections, *this, [&](ConnectionEnumerator::List& list) {
+            for (const auto& [cookie, sink] : sinks_)
+                list.push_back([sink = sink, cookie = cookie] {
+                    return CONNECTDATA{platform::windows::ComRef(sink).Detach(), cookie};
+                });
         });
     }
 

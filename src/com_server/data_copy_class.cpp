@@ -100,8 +100,8 @@ public:
 
     HRESULT STDMETHODCALLTYPE EnumConnectionPoints(IEnumConnectionPoints** enumerator) override {
         return ConnectionPointEnumerator::Create(
-            enumerator, events_, [&](std::vector<KeptConnectionPoint>& list) {
-                list.push_back({ComRef<IConnectionPoint>::Share(&events_)});
+            enumerator, events_, [&](ConnectionPointEnumerator::List& list) {
+                list.push_back([this] { return ComRef<IConnectionPoint>::Share(&events_).Detach(); });
             });
     }
 

@@ -5,7 +5,6 @@
 #include <array>
 #include <optional>
 
-#include "com_server/class_factory.h"
 #include "com_server/public_classes.h"
 
 namespace iqrx::hosting::windows {

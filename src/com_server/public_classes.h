@@ -1,8 +1,8 @@
 // What a COM client creates: an object of each public class. All is borrowed, for as long as the object lives.
 #pragma once
 
+#include "com_server/class_factory.h"
 #include "com_server/com_requests.h"
-#include "com_server/lifetime.h"
 #include "com_server/type_library.h"
 
 namespace iqrx::hosting::windows {

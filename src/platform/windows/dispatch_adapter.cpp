@@ -27,26 +27,14 @@ void Store(const Value& value, VARIANT& reference) {
     ToVariant(value, converted);
     Check(VariantChangeType(&converted, &converted, 0, type), "");
     // What the place held goes with `converted`.
-    switch (type) {
-        case VT_BSTR:
-            return std::swap(*reference.pbstrVal, converted.bstrVal);
-        case VT_DISPATCH:
-        case VT_UNKNOWN:
-            return std::swap(*reference.ppunkVal, converted.punkVal);
-        case VT_BOOL:
-        case VT_I2:
-            return std::swap(*reference.piVal, converted.iVal);
-        case VT_UI1:
-            return std::swap(*reference.pbVal, converted.bVal);
-        case VT_I4:
-        case VT_R4:
-            return std::swap(*reference.plVal, converted.lVal);
-        case VT_R8:
-        case VT_DATE:
-            return std::swap(*reference.pdblVal, converted.dblVal);
-        default:
-            RaiseRuntimeError(kTypeMismatch);
-    }
+    const auto is = [&](auto... types) { return ((type == types) || ...); };
+    if (is(VT_BSTR)) return std::swap(*reference.pbstrVal, converted.bstrVal);
+    if (is(VT_DISPATCH, VT_UNKNOWN)) return std::swap(*reference.ppunkVal, converted.punkVal);
+    if (is(VT_BOOL, VT_I2)) return std::swap(*reference.piVal, converted.iVal);
+    if (is(VT_UI1)) return std::swap(*reference.pbVal, converted.bVal);
+    if (is(VT_I4, VT_R4)) return std::swap(*reference.plVal, converted.lVal);
+    if (is(VT_R8, VT_DATE)) return std::swap(*reference.pdblVal, converted.dblVal);
+    RaiseRuntimeError(kTypeMismatch);
 }
 
 class DispatchAdapter final : public Counted<IDispatch> {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstdlib>
 #include <optional>
 #include <thread>
 
@@ -102,21 +103,16 @@ std::int64_t UnixSeconds(std::chrono::system_clock::time_point moment) {
     return std::chrono::floor<std::chrono::seconds>(moment.time_since_epoch()).count();
 }
 
-std::string EnvironmentText(const wchar_t* name) {
-    std::array<wchar_t, 256> buffer{};
-    const DWORD length = GetEnvironmentVariableW(name, buffer.data(), buffer.size());
-    return length < buffer.size() ? Utf8({buffer.data(), length}) : std::string();
-}
-
 class WindowsHost final : public Host {
 public:
     ProcessIdentity Self() const override {
         std::array<wchar_t, 512> user{}, host{};
+        const wchar_t* const session = _wgetenv(L"SESSIONNAME");
         DWORD userSize = user.size(), hostSize = host.size();
         if (GetUserNameW(user.data(), &userSize) == 0) user[0] = L'\0';
         if (GetComputerNameExW(ComputerNamePhysicalDnsHostname, host.data(), &hostSize) == 0) host[0] = L'\0';
         return {static_cast<long>(GetCurrentProcessId()), Utf8(user.data()), Utf8(host.data()),
-                EnvironmentText(L"SESSIONNAME")};
+                Utf8(session ? session : L"")};
     }
 
     int UtcOffsetMinutes() const override {
