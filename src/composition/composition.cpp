@@ -12,20 +12,6 @@ namespace iqrx::hosting {
 
 namespace {
 
-class ErpChooser : public erp::ErpProvider {
-public:
-    explicit ErpChooser(erp::ErpProvider& others) : others_(others) {}
-
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice& notice) override {
-        if (const auto directory = ExtractOf(runParameter))
-            return erp::extract::OpenExtract(*directory, notice);
-        return others_.Open(runParameter, notice);
-    }
-
-private:
-    erp::ErpProvider& others_;
-};
-
 platform::watch::DateLiteral DateWriterOf(platform::Integer platform) {
     return [frame = &runtime::DialectOf(platform).date](platform::Date moment) {
         const std::string text = platform::IsoDateTime(moment);
@@ -36,6 +22,11 @@ platform::watch::DateLiteral DateWriterOf(platform::Integer platform) {
 }
 
 }  // namespace
+
+std::unique_ptr<erp::Erp> System::Open(const std::string& runParameter, const erp::Notice& notice) {
+    if (const auto directory = ExtractOf(runParameter)) return erp::extract::OpenExtract(*directory, notice);
+    return OpenOther(runParameter);
+}
 
 std::optional<std::filesystem::path> ExtractOf(std::string_view runParameter) {
     constexpr std::string_view kExtract = "extract=";
@@ -69,8 +60,7 @@ Surroundings SurroundingsOfService(const Variables& variables, const platform::S
 }
 
 // The trace shows a request's own statements: what guards them asks below it.
-Composition::Composition(const Surroundings& surroundings)
-    : system_(CreateSystem(surroundings, counts_)), erps_(std::make_unique<ErpChooser>(*system_)) {
+Composition::Composition(const Surroundings& surroundings) : system_(CreateSystem(surroundings, counts_)) {
     using namespace platform::watch;
     const auto around = [&](auto wrap) { databases_.push_back(wrap(Databases())); };
     if (surroundings.removedRows)
@@ -98,7 +88,7 @@ platform::DatabaseProvider& Composition::Databases() {
 Composition::~Composition() = default;
 
 control::Ports Composition::Ports(std::ostream& diagnostics, control::RunWitness* witness) {
-    return {*system_->machine, Databases(), *erps_, *system_->objects, diagnostics, witness};
+    return {*system_->machine, Databases(), *system_, *system_->objects, diagnostics, witness};
 }
 
 platform::Machine Composition::Machine() { return *system_->machine; }

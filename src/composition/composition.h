@@ -78,7 +78,6 @@ private:
 
     platform::watch::RowCounts counts_;
     std::unique_ptr<System> system_;
-    std::unique_ptr<erp::ErpProvider> erps_;
     platform::watch::RemovalLimits limits_;
     std::optional<platform::watch::RefusedRemoval> refused_;
     std::vector<std::unique_ptr<platform::DatabaseProvider>> databases_;  // each around the one before

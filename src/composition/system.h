@@ -13,7 +13,9 @@ struct System : public platform::DatabaseProvider, public erp::ErpProvider {
     const std::shared_ptr<const platform::Machine> machine;
     const std::unique_ptr<platform::Host> host;
     const std::unique_ptr<platform::ObjectFactory> objects;
-    virtual bool ApplyEmbeddedSchema(const std::string& connectionString, std::string_view script) = 0;
+    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice& notice) final;
+    virtual std::unique_ptr<erp::Erp> OpenOther(const std::string& runParameter) = 0;
+    virtual bool ApplyEmbeddedSchema(const std::string&, std::string_view) { return false; }
 };
 
 // The counts are borrowed: a wait for the database is told there.

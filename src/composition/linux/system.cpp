@@ -56,7 +56,7 @@ public:
             "ODBC");
     }
 
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice&) override {
+    std::unique_ptr<erp::Erp> OpenOther(const std::string& runParameter) override {
         platform::RaiseRuntimeError(
             platform::kInvalidProcedureCall,
             "the run parameter \"" + runParameter +

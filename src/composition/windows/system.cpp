@@ -24,16 +24,14 @@ public:
                      surroundings.isEmbedded ? Audience::Nobody : platform::windows::AudienceOfDesktop()),
                  platform::windows::CreateHost(), std::make_unique<platform::windows::ComObjectFactory>()) {}
 
+    // Every connection string goes to ADO.
     std::unique_ptr<platform::Connection> CreateConnection(std::string_view) override {
         return platform::ado::CreateConnection(*objects);
     }
 
-    std::unique_ptr<erp::Erp> Open(const std::string&, const erp::Notice&) override {
+    std::unique_ptr<erp::Erp> OpenOther(const std::string&) override {
         return erp::com::OpenComErp(*objects, ProgramFolder() / "ErpClasses.ini");
     }
-
-    // Every connection string goes to ADO.
-    bool ApplyEmbeddedSchema(const std::string&, std::string_view) override { return false; }
 };
 
 }  // namespace

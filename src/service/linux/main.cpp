@@ -17,8 +17,8 @@ int main(int argc, char** argv) {
         const auto stop = iqrx::hosting::ListenForStop();
         iqrx::hosting::Composition parts(
             iqrx::hosting::SurroundingsOfService(iqrx::hosting::Variable, stop.get()));
-        iqrx::hosting::RunRecorder recorder(parts, std::cerr, *stop);
-        iqrx::control::Process process(parts.Ports(std::cerr, &recorder));
+        const auto recorder = iqrx::hosting::RecordRuns(parts, std::cerr, *stop);
+        iqrx::control::Process process(parts.Ports(std::cerr, recorder.get()));
         return iqrx::hosting::SubMain(process, iqrx::hosting::RequestText(words));
     } catch (...) {
         std::cerr << iqrx::runtime::DiagnosticLine(iqrx::platform::CurrentError().description) << '\n';

@@ -42,8 +42,8 @@ int Run(const std::vector<std::string>& words) {
     Surroundings surroundings = SurroundingsOfService(Variable, stop.get());
     surroundings.isEmbedded = isEmbedded;
     Composition parts(surroundings);
-    RunRecorder recorder(parts, std::cerr, *stop);
-    control::Process process(parts.Ports(std::cerr, &recorder));
+    const auto recorder = RecordRuns(parts, std::cerr, *stop);
+    control::Process process(parts.Ports(std::cerr, recorder.get()));
     if (isEmbedded) return RunServer(process), kCompleted;
     return SubMain(process, RequestText(words));
 }
