@@ -26,10 +26,6 @@ namespace iqrx::platform::posix {
 
 namespace {
 
-constexpr mode_t kOwnerWritesGroupReads = 0640;
-// Links are not followed, and a FIFO's other end is not waited for.
-constexpr int kAlways = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
-
 [[noreturn]] void Raise(const std::filesystem::path& file, const std::string& cause) {
     throw RuntimeError(kPathFileAccess, kProgram, Utf8(file) + ": " + cause);
 }

@@ -1,6 +1,5 @@
 #include "platform/posix/instance_registry.h"
 
-#include <fcntl.h>
 #include <signal.h>
 
 #include <algorithm>
@@ -43,7 +42,8 @@ private:
 // Waits for the reader of a FIFO, whatever signal arrives meanwhile.
 int OpenForAppending(const std::filesystem::path& file) {
     for (;;) {
-        const int descriptor = open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
+        const int descriptor =
+            open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kOwnerWritesGroupReads);
         if (descriptor >= 0 || errno != EINTR) return descriptor;
     }
 }
@@ -67,13 +67,8 @@ public:
     void Append(std::string line) {
         line += '\n';
         const BrokenPipesIgnored guard;
-        for (std::string_view rest = line; !rest.empty();) {
-            const ssize_t written = write(descriptor_.Number(), rest.data(), rest.size());
-            if (written >= 0)
-                rest.remove_prefix(static_cast<std::size_t>(written));
-            else if (errno != EINTR)
-                RaiseRuntimeError(kDeviceIoError, "the instance file " + name_ + ": " + LastError());
-        }
+        if (!descriptor_.Write(line))
+            RaiseRuntimeError(kDeviceIoError, "the instance file " + name_ + ": " + LastError());
     }
 
 private:

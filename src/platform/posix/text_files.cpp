@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <array>
@@ -20,8 +19,6 @@ std::string LastError() {
     return std::system_category().message(errno);
 }
 
-// Without O_NONBLOCK the opening of a FIFO would wait for its other end.
-constexpr int kAlways = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
 // A file to be replaced is emptied only when it is known to be one.
 enum Purpose : int {
     kRead = kAlways | O_RDONLY,
@@ -51,13 +48,7 @@ public:
     }
 
     void Append(std::string_view text) override {
-        while (!text.empty()) {
-            const ssize_t written = write(descriptor_.Number(), text.data(), text.size());
-            if (written >= 0)
-                text.remove_prefix(static_cast<std::size_t>(written));
-            else if (errno != EINTR)
-                Raise(kDeviceIoError);
-        }
+        if (!descriptor_.Write(text)) Raise(kDeviceIoError);
     }
 
     void Close() {
@@ -65,8 +56,6 @@ public:
     }
 
 private:
-    static constexpr mode_t kOwnerWritesGroupReads = 0640;
-
     [[noreturn]] void Raise(ErrorNumber number) const {
         RaiseRuntimeError(number, name_ + ": " + LastError());
     }
