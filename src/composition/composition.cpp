@@ -1,6 +1,5 @@
 #include "composition/composition.h"
 
-#include "composition/system.h"
 #include "erp/extract/extract_erp.h"
 #include "platform/date.h"
 #include "platform/error.h"
@@ -85,20 +84,8 @@ platform::DatabaseProvider& Composition::Databases() {
     return databases_.empty() ? *system_ : *databases_.back();
 }
 
-Composition::~Composition() = default;
-
 control::Ports Composition::Ports(std::ostream& diagnostics, control::RunWitness* witness) {
     return {*system_->machine, Databases(), *system_, *system_->objects, diagnostics, witness};
-}
-
-platform::Machine Composition::Machine() { return *system_->machine; }
-
-platform::Host& Composition::Host() { return *system_->host; }
-
-platform::DatabaseProvider& Composition::PlainDatabases() { return *system_; }
-
-bool Composition::ApplyEmbeddedSchema(const std::string& connectionString, std::string_view script) {
-    return system_->ApplyEmbeddedSchema(connectionString, script);
 }
 
 }  // namespace iqrx::hosting
