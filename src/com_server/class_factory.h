@@ -9,6 +9,10 @@
 
 namespace iqrx::hosting::windows {
 
+using platform::windows::ComRef;
+using platform::windows::Counted;
+using platform::windows::Guarded;
+
 // Counts on the thread that created it and ends that thread's message loop when nothing is left.
 class ServerLifetime {
 public:
@@ -35,7 +39,7 @@ private:
 };
 
 // Creates the objects of one public class.
-class ClassFactory final : public platform::windows::Counted<IClassFactory> {
+class ClassFactory final : public Counted<IClassFactory> {
 public:
     // Hands out an interface of a new object. May raise RuntimeError.
     using Create = std::function<HRESULT(REFIID iid, void** object)>;
@@ -46,7 +50,7 @@ public:
         *object = nullptr;
         if (outer != nullptr) return CLASS_E_NOAGGREGATION;
         HRESULT created = E_FAIL;
-        const HRESULT called = platform::windows::Guarded([&] { created = create_(iid, object); });
+        const HRESULT called = Guarded([&] { created = create_(iid, object); });
         return FAILED(called) ? called : created;
     }
     HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {

@@ -55,7 +55,7 @@ public:
         *cookie = 0;
         if (sink == nullptr) return E_POINTER;
         // A sink has the events' interface; what is called through is its IDispatch.
-        platform::windows::ComRef<IDispatch> events;
+        ComRef<IDispatch> events;
         if (FAILED(sink->QueryInterface(eventsId_, events.PutVoid())) &&
             FAILED(sink->QueryInterface(IID_IDispatch, events.PutVoid())))
             return CONNECT_E_CANNOTCONNECT;
@@ -70,7 +70,7 @@ public:
         return ConnectionEnumerator::Create(connections, *this, [&](ConnectionEnumerator::List& list) {
             for (const auto& [cookie, sink] : sinks_)
                 list.push_back([sink = sink, cookie = cookie] {
-                    return CONNECTDATA{platform::windows::ComRef(sink).Detach(), cookie};
+                    return CONNECTDATA{ComRef(sink).Detach(), cookie};
                 });
         });
     }
@@ -78,7 +78,7 @@ public:
 private:
     IConnectionPointContainer& owner_;
     IID eventsId_;
-    std::map<DWORD, platform::windows::ComRef<IDispatch>> sinks_;
+    std::map<DWORD, ComRef<IDispatch>> sinks_;
     DWORD lastCookie_ = 0;
 };
 

@@ -14,7 +14,6 @@ namespace iqrx::hosting::windows {
 using platform::Integer;
 using platform::RuntimeError;
 using platform::windows::Bstr;
-using platform::windows::ComRef;
 using platform::windows::FromBstr;
 using platform::windows::FromVariant;
 using platform::windows::ObjectOf;

@@ -13,7 +13,7 @@ namespace iqrx::hosting::windows {
 // `Interface` is an IEnum... of `Item`. The list's functions own what an item stands for; each hands it out
 // with a reference of its own. `owner` is the object that the enumerator keeps alive.
 template <class Interface, class Item>
-class Enumerator final : public platform::windows::Counted<Interface> {
+class Enumerator final : public Counted<Interface> {
 public:
     using List = std::vector<std::function<Item()>>;
 
@@ -22,10 +22,10 @@ public:
     static HRESULT Create(Interface** enumerator, IUnknown& owner, Fill fill) {
         if (enumerator == nullptr) return E_POINTER;
         *enumerator = nullptr;
-        return platform::windows::Guarded([&] {
+        return Guarded([&] {
             const auto list = std::make_shared<List>();
             fill(*list);
-            *enumerator = new Enumerator(list, platform::windows::ComRef<IUnknown>::Share(&owner), 0);
+            *enumerator = new Enumerator(list, ComRef<IUnknown>::Share(&owner), 0);
         });
     }
 
@@ -48,15 +48,15 @@ public:
     HRESULT STDMETHODCALLTYPE Clone(Interface** clone) override {
         if (clone == nullptr) return E_POINTER;
         *clone = nullptr;
-        return platform::windows::Guarded([&] { *clone = new Enumerator(list_, owner_, next_); });
+        return Guarded([&] { *clone = new Enumerator(list_, owner_, next_); });
     }
 
 private:
-    Enumerator(std::shared_ptr<const List> list, platform::windows::ComRef<IUnknown> owner, std::size_t next)
+    Enumerator(std::shared_ptr<const List> list, ComRef<IUnknown> owner, std::size_t next)
         : list_(std::move(list)), owner_(std::move(owner)), next_(next) {}
 
     const std::shared_ptr<const List> list_;
-    platform::windows::ComRef<IUnknown> owner_;
+    ComRef<IUnknown> owner_;
     std::size_t next_;
 };
 

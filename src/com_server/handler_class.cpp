@@ -35,9 +35,8 @@ private:
 
 }  // namespace
 
-platform::windows::ComRef<IDispatch> CreateHandler(ServerLifetime& lifetime, const TypeLibrary& library,
-                                                   ComRequests& requests) {
-    return platform::windows::ComRef<IDispatch>::Adopt(new HandlerClass(lifetime, library, requests));
+ComRef<IDispatch> CreateHandler(ServerLifetime& lifetime, const TypeLibrary& library, ComRequests& requests) {
+    return ComRef<IDispatch>::Adopt(new HandlerClass(lifetime, library, requests));
 }
 
 }  // namespace iqrx::hosting::windows

@@ -7,9 +7,8 @@
 
 namespace iqrx::hosting::windows {
 
-using CreatePublicObject = platform::windows::ComRef<IDispatch>(ServerLifetime& lifetime,
-                                                                const TypeLibrary& library,
-                                                                ComRequests& requests);
+using CreatePublicObject = ComRef<IDispatch>(ServerLifetime& lifetime, const TypeLibrary& library,
+                                             ComRequests& requests);
 
 CreatePublicObject CreateHandler;   // clsDataCopyHandler
 CreatePublicObject CreateDataCopy;  // clsDataCopy, with its events

@@ -10,6 +10,8 @@ namespace iqrx::platform::windows {
 
 namespace {
 
+constexpr std::int32_t kOutOfMemory = 7, kServerUnavailable = 462;
+
 struct Pair {
     HRESULT result;
     std::int32_t number;

@@ -58,13 +58,9 @@ public:
     }
 };
 
-BOOL CALLBACK Answer(HWND window, LPARAM) {
-    EndDialog(window, IDOK);
-    return TRUE;
-}
-
 void CALLBACK AnswerForNobody(HWND, UINT, UINT_PTR, DWORD) {
-    EnumThreadWindows(GetCurrentThreadId(), Answer, 0);
+    const auto answer = [](HWND window, LPARAM) { return EndDialog(window, IDOK), TRUE; };
+    EnumThreadWindows(GetCurrentThreadId(), answer, 0);
 }
 
 class UserMessageBox final : public MessageDisplay {
