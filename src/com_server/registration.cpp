@@ -1,6 +1,5 @@
 #include "com_server/server.h"
 
-#include <array>
 #include <memory>
 #include <string>
 #include <vector>
@@ -67,27 +66,23 @@ private:
     REGSAM view_;
 };
 
-struct PublicClass {
+const struct {
     const wchar_t* progId;
     CLSID classId;
-};
-
-const std::array<PublicClass, 2> kPublicClasses{{
+} kPublicClasses[] = {
     {L"iQRXyQRXSync.clsDataCopyHandler", __uuidof(::clsDataCopyHandler)},
     {L"iQRXyQRXSync.clsDataCopy", __uuidof(::clsDataCopy)},
-}};
+};
 
-struct PublicInterface {
+const struct {
     const wchar_t* name;
     IID id;
     const wchar_t* marshaller;
-};
-
-const std::array<PublicInterface, 3> kPublicInterfaces{{
+} kPublicInterfaces[] = {
     {L"_clsDataCopyHandler", __uuidof(_clsDataCopyHandler), kTypeLibraryMarshaller},
     {L"_clsDataCopy", __uuidof(_clsDataCopy), kTypeLibraryMarshaller},
     {L"__clsDataCopy", __uuidof(__clsDataCopy), kDispatchMarshaller},
-}};
+};
 
 // What is written at a path below a key; without a name as the default value.
 struct Setting {

@@ -1,5 +1,4 @@
 #include "journal/machine.h"
-#include "platform/posix/host.h"
 #include "platform/posix/machine.h"
 
 namespace iqrx::testing {

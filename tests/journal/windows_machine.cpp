@@ -1,5 +1,4 @@
 #include "journal/machine.h"
-#include "platform/windows/host.h"
 #include "platform/windows/machine.h"
 #include "support/apartment.h"
 

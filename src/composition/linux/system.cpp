@@ -8,10 +8,7 @@
 #include "platform/connection_string.h"
 #include "platform/error.h"
 #include "platform/odbc/odbc_database.h"
-#include "platform/posix/host.h"
-#include "platform/posix/instance_registry.h"
 #include "platform/posix/machine.h"
-#include "platform/posix/stop_signals.h"
 #include "platform/postgres/postgres_database.h"
 #include "platform/sqlite/sqlite_database.h"
 #include "runtime/run_log.h"
@@ -26,10 +23,6 @@ bool IsEmbedded(const platform::ConnectionString& keys) {
     return platform::EqualIgnoringCase(keys.Provider(), "SQLite");
 }
 
-// A file that grows beyond the process's limit is then an error of the write, which can be told and leaves
-// the table free, and not the end of the process.
-void TakeFileSizeLimitAsError() { std::signal(SIGXFSZ, SIG_IGN); }
-
 class LinuxSystem final : public System {
 public:
     LinuxSystem(const Surroundings& surroundings, platform::watch::RowCounts& counts)
@@ -38,7 +31,9 @@ public:
           counts_(counts),
           stop_(surroundings.stop),
           tell_(platform::TellingEachMinute(surroundings.onWait ? surroundings.onWait : TellOfWaiting)) {
-        TakeFileSizeLimitAsError();
+        // A file that grows beyond the process's limit is then an error of the write, which can be told and
+        // leaves the table free, and not the end of the process.
+        std::signal(SIGXFSZ, SIG_IGN);
     }
 
     std::unique_ptr<platform::Connection> CreateConnection(std::string_view text) override {

@@ -1,4 +1,4 @@
-#include "platform/posix/host.h"
+#include "platform/posix/machine.h"
 
 #include <fcntl.h>
 #include <limits.h>
@@ -17,7 +17,6 @@
 #include <thread>
 #include <vector>
 
-#include "platform/date.h"
 #include "platform/error.h"
 #include "platform/posix/descriptor.h"
 #include "platform/text.h"

@@ -1,4 +1,4 @@
-#include "platform/posix/instance_registry.h"
+#include "platform/posix/machine.h"
 
 #include <signal.h>
 

@@ -1,4 +1,4 @@
-#include "platform/posix/stop_signals.h"
+#include "platform/posix/machine.h"
 
 #include <signal.h>
 

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cerrno>
-#include <span>
 #include <system_error>
 
 #include "platform/error.h"
@@ -39,12 +38,15 @@ public:
         RaiseRuntimeError(kPathFileAccess, name_ + ": " + (regular ? LastError() : "it is not a regular file"));
     }
 
-    std::size_t Read(std::span<char> buffer) {  // 0 at the end
-        for (;;) {
-            const ssize_t got = read(descriptor_.Number(), buffer.data(), buffer.size());
-            if (got >= 0) return static_cast<std::size_t>(got);
-            if (errno != EINTR) Raise(kDeviceIoError);
-        }
+    bool ReadMore(std::string& text) const {  // false at the end
+        std::array<char, 4096> buffer;
+        ssize_t got = 0;
+        do {
+            got = read(descriptor_.Number(), buffer.data(), buffer.size());
+        } while (got < 0 && errno == EINTR);
+        if (got < 0) Raise(kDeviceIoError);
+        text.append(buffer.data(), static_cast<std::size_t>(got));
+        return got > 0;
     }
 
     void Append(std::string_view text) override {
@@ -68,11 +70,11 @@ class PlainTextStream : public TextStream {
 public:
     PlainTextStream(const std::filesystem::path& file, Purpose purpose) : file_(file, purpose) {}
 
-    bool AtEndOfStream() override { return ahead_.empty() && !Fill(); }
+    bool AtEndOfStream() override { return ahead_.empty() && !file_.ReadMore(ahead_); }
 
     std::string ReadLine() override {
         if (AtEndOfStream()) throw RuntimeError(62, kProgram, "Input past end of file");
-        while (ahead_.find('\n') == std::string::npos && Fill()) continue;
+        while (ahead_.find('\n') == std::string::npos && file_.ReadMore(ahead_)) continue;
         std::string line = ahead_.substr(0, ahead_.find('\n'));
         ahead_.erase(0, line.size() + 1);
         if (line.ends_with('\r')) line.pop_back();
@@ -84,13 +86,6 @@ public:
     void Close() override { file_.Close(); }
 
 private:
-    bool Fill() {
-        std::array<char, 4096> buffer;
-        const std::size_t size = file_.Read(buffer);
-        ahead_.append(buffer.data(), size);
-        return size > 0;
-    }
-
     RegularFile file_;
     std::string ahead_;  // what is read and not yet a line
 };

@@ -61,9 +61,6 @@ private:
 
 }  // namespace
 
-ComObject::ComObject(ComRef<IDispatch> dispatch, std::shared_ptr<ObjectClass> objectClass)
-    : dispatch_(std::move(dispatch)), class_(std::move(objectClass)) {}
-
 Value ComObject::Invoke(std::string_view member, std::span<Argument> arguments) {
     const DISPID id = IdOf(member);
     CallFrame frame(arguments);

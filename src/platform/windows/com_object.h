@@ -22,7 +22,8 @@ struct ObjectClass {
 class ComObject : public Object {
 public:
     explicit ComObject(ComRef<IDispatch> dispatch,
-                       std::shared_ptr<ObjectClass> objectClass = std::make_shared<ObjectClass>());
+                       std::shared_ptr<ObjectClass> objectClass = std::make_shared<ObjectClass>())
+        : dispatch_(std::move(dispatch)), class_(std::move(objectClass)) {}
 
     Value Invoke(std::string_view member, std::span<Argument> arguments) override;
     void Set(std::string_view member, const Value& value) override;

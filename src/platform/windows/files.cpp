@@ -27,13 +27,6 @@ private:
 
 std::string LastError() { return ErrorOfCall(HRESULT_FROM_WIN32(GetLastError()), nullptr, {}).description; }
 
-// A file to be overwritten must not be a link to another one.
-void RequireNoLink(const std::filesystem::path& file) {
-    const DWORD attributes = GetFileAttributesW(file.c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
-        RaiseRuntimeError(kPathFileAccess, Utf8(file.native()) + ": it is a link");
-}
-
 class AppendedFile : public AppendingFile {
 public:
     explicit AppendedFile(const std::filesystem::path& file)
@@ -59,7 +52,9 @@ ObjectRef FileSystem() { return ComObjectFactory().CreateObject("Scripting.FileS
 
 class ScriptingTextFiles final : public TextFiles {
     std::unique_ptr<TextStream> CreateTextFile(const std::filesystem::path& file) override {
-        RequireNoLink(file);
+        // A file to be overwritten must not be a link to another one.
+        if (Has(file, FILE_ATTRIBUTE_REPARSE_POINT))
+            RaiseRuntimeError(kPathFileAccess, Utf8(file.native()) + ": it is a link");
         const bool overwrite = true;
         return std::make_unique<ScriptingTextStream>(
             ToObject(Call(*FileSystem(), "CreateTextFile", Utf8(file.native()), overwrite)));

@@ -34,6 +34,11 @@ inline Handle Open(const std::filesystem::path& file, DWORD access, DWORD share,
                               FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
 }
 
+inline bool Has(const std::filesystem::path& file, DWORD attribute) {
+    const DWORD attributes = GetFileAttributesW(file.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & attribute) != 0;
+}
+
 inline bool IsRegular(const Handle& file) {
     BY_HANDLE_FILE_INFORMATION information{};
     return GetFileType(file.Get()) == FILE_TYPE_DISK &&

@@ -1,4 +1,4 @@
-#include "platform/windows/host.h"
+#include "platform/windows/machine.h"
 
 #include <array>
 #include <atomic>

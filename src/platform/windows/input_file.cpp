@@ -45,11 +45,6 @@ private:
     windows::Handle handle_;
 };
 
-bool IsDirectory(const std::filesystem::path& file) {
-    const DWORD attributes = GetFileAttributesW(file.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
 }  // namespace
 
 std::unique_ptr<InputFile> OpenInputFile(const std::filesystem::path& file) {
@@ -59,7 +54,8 @@ std::unique_ptr<InputFile> OpenInputFile(const std::filesystem::path& file) {
                                        OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (handle) return std::make_unique<WindowsFile>(std::move(handle));
     const DWORD error = GetLastError();
-    if (IsDirectory(file)) throw std::system_error(std::make_error_code(std::errc::is_a_directory));
+    if (windows::Has(file, FILE_ATTRIBUTE_DIRECTORY))
+        throw std::system_error(std::make_error_code(std::errc::is_a_directory));
     Raise(error);
 }
 

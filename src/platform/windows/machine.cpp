@@ -59,7 +59,10 @@ public:
 };
 
 void CALLBACK AnswerForNobody(HWND, UINT, UINT_PTR, DWORD) {
-    const auto answer = [](HWND window, LPARAM) { return EndDialog(window, IDOK), TRUE; };
+    const auto answer = [](HWND window, LPARAM) {
+        EndDialog(window, IDOK);
+        return TRUE;
+    };
     EnumThreadWindows(GetCurrentThreadId(), answer, 0);
 }
 

@@ -6,8 +6,8 @@
 #include "composition/run_recorder.h"
 #include "hosting/sub_main.h"
 #include "hosting/version.h"
-#include "platform/connection_string.h"
 #include "platform/error.h"
+#include "platform/text.h"
 #include "platform/windows/apartment.h"
 
 namespace iqrx::hosting::windows {

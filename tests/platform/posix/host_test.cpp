@@ -1,4 +1,4 @@
-#include "platform/posix/host.h"
+#include "platform/posix/machine.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

@@ -1,5 +1,5 @@
 // Signals to a child process that waits for them in the way that a copy does.
-#include "platform/posix/stop_signals.h"
+#include "platform/posix/machine.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>

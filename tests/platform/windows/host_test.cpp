@@ -1,4 +1,4 @@
-#include "platform/windows/host.h"
+#include "platform/windows/machine.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -11,7 +11,6 @@
 
 #include "platform/date.h"
 #include "platform/error.h"
-#include "platform/windows/machine.h"
 #include "platform/windows/text.h"
 #include "support/temporary_directory.h"
 
