@@ -4,6 +4,8 @@
 
 #include <functional>
 
+#include "com_server/com_requests.h"
+#include "com_server/type_library.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/counted.h"
 
@@ -62,5 +64,12 @@ private:
     ServerLifetime& lifetime_;
     Create create_;
 };
+
+// Creates an object of a public class. All is borrowed, for as long as the object lives.
+using CreatePublicObject = ComRef<IDispatch>(ServerLifetime& lifetime, const TypeLibrary& library,
+                                             ComRequests& requests);
+
+CreatePublicObject CreateHandler;   // clsDataCopyHandler
+CreatePublicObject CreateDataCopy;  // clsDataCopy, with its events
 
 }  // namespace iqrx::hosting::windows

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "com_server/class_factory.h"
-#include "com_server/type_library.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/counted.h"
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "com_server/enumerator.h"
-#include "platform/windows/variant.h"
+#include "platform/windows/com_object.h"
 
 namespace iqrx::hosting::windows {
 

@@ -1,12 +1,11 @@
+#include "com_server/class_factory.h"
 #include "com_server/com_class.h"
 #include "com_server/connection_point.h"
-#include "com_server/public_classes.h"
 #include "control/cls_data_copy.h"
 #include "hosting/dispatch.h"
 #include "platform/conversions.h"
 #include "platform/date.h"
 #include "platform/windows/com_object.h"
-#include "platform/windows/variant.h"
 #include "tables/calendars/calendars.h"
 
 namespace iqrx::hosting::windows {
@@ -21,7 +20,7 @@ using platform::windows::ObjectOf;
 namespace {
 
 Integer PlatformOf(const VARIANT& databasePlatform) {
-    return platform::ToInteger(FromVariant(databasePlatform, ObjectOf));
+    return platform::ToInteger(FromVariant(databasePlatform));
 }
 
 class DataCopyClass final : public ComClass<_clsDataCopy, IConnectionPointContainer>,
@@ -90,7 +89,7 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE WriteCalcode(VARIANT sCalCode) override {
-        return Call([&] { tables::WriteCalcode(NamedRun(), FromVariant(sCalCode, ObjectOf)); });
+        return Call([&] { tables::WriteCalcode(NamedRun(), FromVariant(sCalCode)); });
     }
 
     HRESULT STDMETHODCALLTYPE CloseCalcodesFile() override {

@@ -1,5 +1,5 @@
+#include "com_server/class_factory.h"
 #include "com_server/com_class.h"
-#include "com_server/public_classes.h"
 #include "hosting/cls_data_copy_handler.h"
 
 namespace iqrx::hosting::windows {

@@ -5,7 +5,7 @@
 #include <array>
 #include <memory>
 
-#include "com_server/public_classes.h"
+#include "com_server/class_factory.h"
 
 namespace iqrx::hosting::windows {
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "composition/system.h"
+#include "control/run_witness.h"
 
 namespace iqrx::hosting {
 
@@ -49,5 +50,10 @@ private:
     std::optional<platform::watch::RefusedRemoval> refused_;
     std::vector<std::unique_ptr<platform::DatabaseProvider>> databases_;  // each around the one before
 };
+
+// Writes down the service's runs: a run sheet while one copies, a line of history when it has ended. All is
+// borrowed. What cannot be written is told there, in one line a run, and the copy goes on.
+std::unique_ptr<control::RunWitness> RecordRuns(Composition& parts, std::ostream& diagnostics,
+                                                const platform::StopRequest& stop);
 
 }  // namespace iqrx::hosting

@@ -1,4 +1,4 @@
-#include "composition/run_recorder.h"
+#include "composition/composition.h"
 
 #include <chrono>
 #include <ostream>

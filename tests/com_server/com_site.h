@@ -7,10 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "com_server/public_classes.h"
+#include "com_server/class_factory.h"
 #include "platform/conversions.h"
 #include "platform/windows/com_object.h"
-#include "platform/windows/variant.h"
 #include "support/apartment.h"
 #include "support/test_process.h"
 
@@ -39,8 +38,7 @@ public:
         std::string text = name;
         for (UINT i = parameters->cArgs; i-- > 0;)
             if (parameters->rgvarg[i].vt != VT_DATE)
-                text += " " + platform::ToText(platform::windows::FromVariant(parameters->rgvarg[i],
-                                                                              platform::windows::ObjectOf));
+                text += " " + platform::ToText(platform::windows::FromVariant(parameters->rgvarg[i]));
         heard.push_back(text);
         if (name == actAt) act();
         return S_OK;

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "platform/windows/dispatch_adapter.h"
+#include "platform/windows/com_object.h"
 
 namespace iqrx::platform::windows {
 

@@ -3,8 +3,6 @@
 #include <vector>
 
 #include "platform/windows/com_error.h"
-#include "platform/windows/dispatch_adapter.h"
-#include "platform/windows/variant.h"
 
 namespace iqrx::platform::windows {
 
@@ -28,7 +26,7 @@ public:
     void ReadBack() {
         for (std::size_t i = 0; i < arguments_.size(); ++i)
             if (arguments_[i].byReference && !IsStillTheSame(i))
-                arguments_[i].value = FromVariant(storage_[i], ObjectOf);
+                arguments_[i].value = FromVariant(storage_[i]);
     }
 
 private:

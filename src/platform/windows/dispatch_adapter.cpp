@@ -1,12 +1,10 @@
-#include "platform/windows/dispatch_adapter.h"
+#include "platform/windows/com_object.h"
 
 #include <array>
 #include <vector>
 
 #include "platform/windows/com_error.h"
-#include "platform/windows/com_object.h"
 #include "platform/windows/counted.h"
-#include "platform/windows/variant.h"
 
 namespace iqrx::platform::windows {
 
@@ -66,7 +64,7 @@ public:
             if ((flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) == 0)
                 Call(member, *parameters, result);
             else if (parameters->cArgs == 1)
-                object_->Set(member, FromVariant(parameters->rgvarg[0], ObjectOf));
+                object_->Set(member, FromVariant(parameters->rgvarg[0]));
             else
                 RaiseRuntimeError(kWrongArgumentCount);
             return S_OK;
@@ -83,7 +81,7 @@ private:
         std::vector<Argument> arguments(parameters.cArgs);
         for (UINT i = 0; i < parameters.cArgs; ++i) {
             const VARIANT& passed = parameters.rgvarg[parameters.cArgs - 1 - i];
-            arguments[i] = {FromVariant(passed, ObjectOf), (passed.vt & VT_BYREF) != 0};
+            arguments[i] = {FromVariant(passed), (passed.vt & VT_BYREF) != 0};
         }
         const std::vector<Argument> received = arguments;
         const Value returned = object_->Invoke(member, arguments);

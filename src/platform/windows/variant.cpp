@@ -1,11 +1,10 @@
-#include "platform/windows/variant.h"
+#include "platform/windows/com_object.h"
 
 #include <type_traits>
 
 #include "platform/date.h"
 #include "platform/error.h"
 #include "platform/windows/com_error.h"
-#include "platform/windows/com_object.h"
 
 namespace iqrx::platform::windows {
 

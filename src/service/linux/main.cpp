@@ -1,7 +1,6 @@
 #include <iostream>
 
 #include "composition/composition.h"
-#include "composition/run_recorder.h"
 #include "hosting/sub_main.h"
 #include "hosting/version.h"
 #include "platform/error.h"

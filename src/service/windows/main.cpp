@@ -3,7 +3,6 @@
 
 #include "com_server/server.h"
 #include "composition/composition.h"
-#include "composition/run_recorder.h"
 #include "hosting/sub_main.h"
 #include "hosting/version.h"
 #include "platform/error.h"

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/windows/com_error.h"
-#include "platform/windows/dispatch_adapter.h"
+#include "platform/windows/com_object.h"
 
 namespace iqrx::platform::windows {
 namespace {
