@@ -1,15 +1,47 @@
-// Creates the objects of one public class.
+// What makes the objects of the public classes, and how long a process that COM started lives for them: until
+// its last object and its last lock go.
 #pragma once
 
 #include <functional>
 
-#include "com_server/lifetime.h"
+#include "com_server/com_requests.h"
+#include "com_server/type_library.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/counted.h"
 
 namespace iqrx::hosting::windows {
 
-class ClassFactory final : public platform::windows::Counted<IClassFactory> {
+using platform::windows::ComRef;
+using platform::windows::Counted;
+using platform::windows::Guarded;
+
+// Counts on the thread that created it and ends that thread's message loop when nothing is left.
+class ServerLifetime {
+public:
+    void Hold() { CoAddRefServerProcess(); }
+    void Release() {
+        // At zero COM also turns new clients away, so that none gets a server that is about to leave.
+        if (CoReleaseServerProcess() == 0) PostThreadMessageW(thread_, WM_QUIT, 0, 0);
+    }
+
+private:
+    DWORD thread_ = GetCurrentThreadId();
+};
+
+// Holds the process for as long as it lives.
+class ServerHold {
+public:
+    explicit ServerHold(ServerLifetime& lifetime) : lifetime_(lifetime) { lifetime_.Hold(); }
+    ~ServerHold() { lifetime_.Release(); }
+    ServerHold(const ServerHold&) = delete;
+    ServerHold& operator=(const ServerHold&) = delete;
+
+private:
+    ServerLifetime& lifetime_;
+};
+
+// Creates the objects of one public class.
+class ClassFactory final : public Counted<IClassFactory> {
 public:
     // Hands out an interface of a new object. May raise RuntimeError.
     using Create = std::function<HRESULT(REFIID iid, void** object)>;
@@ -20,7 +52,7 @@ public:
         *object = nullptr;
         if (outer != nullptr) return CLASS_E_NOAGGREGATION;
         HRESULT created = E_FAIL;
-        const HRESULT called = platform::windows::Guarded([&] { created = create_(iid, object); });
+        const HRESULT called = Guarded([&] { created = create_(iid, object); });
         return FAILED(called) ? called : created;
     }
     HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {
@@ -32,5 +64,12 @@ private:
     ServerLifetime& lifetime_;
     Create create_;
 };
+
+// Creates an object of a public class. All is borrowed, for as long as the object lives.
+using CreatePublicObject = ComRef<IDispatch>(ServerLifetime& lifetime, const TypeLibrary& library,
+                                             ComRequests& requests);
+
+CreatePublicObject CreateHandler;   // clsDataCopyHandler
+CreatePublicObject CreateDataCopy;  // clsDataCopy, with its events
 
 }  // namespace iqrx::hosting::windows

@@ -2,17 +2,15 @@
 // class information that scripting clients ask for before they connect to events.
 #pragma once
 
-#include "com_server/lifetime.h"
-#include "com_server/type_library.h"
+#include "com_server/class_factory.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/counted.h"
 
 namespace iqrx::hosting::windows {
 
 template <class Interface, class... Others>
-class ComClass
-    : public platform::windows::Counted<Interface, ISupportErrorInfo, IProvideClassInfo2, Others...> {
-    using Base = platform::windows::Counted<Interface, ISupportErrorInfo, IProvideClassInfo2, Others...>;
+class ComClass : public Counted<Interface, ISupportErrorInfo, IProvideClassInfo2, Others...> {
+    using Base = Counted<Interface, ISupportErrorInfo, IProvideClassInfo2, Others...>;
 
 public:
     ComClass(ServerLifetime& lifetime, const TypeLibrary& library, REFCLSID classId, REFIID eventsId)
@@ -28,7 +26,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID, ITypeInfo** info) override {
         *info = nullptr;
         if (index != 0) return DISP_E_BADINDEX;
-        *info = platform::windows::ComRef(interfaceInfo_).Detach();
+        *info = ComRef(interfaceInfo_).Detach();
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) override {
@@ -45,7 +43,7 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE GetClassInfo(ITypeInfo** info) override {
-        *info = platform::windows::ComRef(classInfo_).Detach();
+        *info = ComRef(classInfo_).Detach();
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetGUID(DWORD kind, GUID* guid) override {
@@ -63,17 +61,27 @@ protected:
         return Base::Find(iid);
     }
 
-    // A public method. The object stays while it runs, though its client may be gone by then.
+    // A public method, which raises nothing to its caller: what it fails with goes to `log`. The object stays
+    // while it runs, though its client may be gone by then.
     template <class Body, class Log>
     HRESULT Method(Body body, Log log) noexcept {
-        const auto alive = platform::windows::ComRef<Interface>::Share(this);
-        return platform::windows::Trapped(body, log);
+        const auto alive = ComRef<Interface>::Share(this);
+        try {
+            try {
+                body();
+            } catch (...) {
+                log(platform::CurrentError());
+            }
+        } catch (...) {
+            // A failure that cannot be told anywhere.
+        }
+        return S_OK;
     }
 
 private:
     ServerHold hold_;
-    platform::windows::ComRef<ITypeInfo> interfaceInfo_;
-    platform::windows::ComRef<ITypeInfo> classInfo_;
+    ComRef<ITypeInfo> interfaceInfo_;
+    ComRef<ITypeInfo> classInfo_;
     IID eventsId_;  // IID_NULL: no events
 };
 

@@ -5,22 +5,12 @@
 #include <vector>
 
 #include "com_server/enumerator.h"
-#include "platform/windows/variant.h"
+#include "platform/windows/com_object.h"
 
 namespace iqrx::hosting::windows {
 
-// What the enumerators keep.
-struct KeptConnection {
-    platform::windows::ComRef<IDispatch> sink;
-    DWORD cookie;
-    CONNECTDATA HandOut() const { return {platform::windows::ComRef(sink).Detach(), cookie}; }
-};
-struct KeptConnectionPoint {
-    platform::windows::ComRef<IConnectionPoint> point;
-    LPCONNECTIONPOINT HandOut() const { return platform::windows::ComRef(point).Detach(); }
-};
-using ConnectionEnumerator = Enumerator<IEnumConnections, CONNECTDATA, KeptConnection>;
-using ConnectionPointEnumerator = Enumerator<IEnumConnectionPoints, LPCONNECTIONPOINT, KeptConnectionPoint>;
+using ConnectionEnumerator = Enumerator<IEnumConnections, CONNECTDATA>;
+using ConnectionPointEnumerator = Enumerator<IEnumConnectionPoints, LPCONNECTIONPOINT>;
 
 // Lives inside its object and shares the object's reference count.
 class ConnectionPoint final : public IConnectionPoint {
@@ -65,7 +55,7 @@ public:
         *cookie = 0;
         if (sink == nullptr) return E_POINTER;
         // A sink has the events' interface; what is called through is its IDispatch.
-        platform::windows::ComRef<IDispatch> events;
+        ComRef<IDispatch> events;
         if (FAILED(sink->QueryInterface(eventsId_, events.PutVoid())) &&
             FAILED(sink->QueryInterface(IID_IDispatch, events.PutVoid())))
             return CONNECT_E_CANNOTCONNECT;
@@ -77,15 +67,18 @@ public:
         return sinks_.erase(cookie) == 1 ? S_OK : CONNECT_E_NOCONNECTION;
     }
     HRESULT STDMETHODCALLTYPE EnumConnections(IEnumConnections** connections) override {
-        return ConnectionEnumerator::Create(connections, *this, [&](std::vector<KeptConnection>& list) {
-            for (const auto& [cookie, sink] : sinks_) list.push_back({sink, cookie});
+        return ConnectionEnumerator::Create(connections, *this, [&](ConnectionEnumerator::List& list) {
+            for (const auto& [cookie, sink] : sinks_)
+                list.push_back([sink = sink, cookie = cookie] {
+                    return CONNECTDATA{ComRef(sink).Detach(), cookie};
+                });
         });
     }
 
 private:
     IConnectionPointContainer& owner_;
     IID eventsId_;
-    std::map<DWORD, platform::windows::ComRef<IDispatch>> sinks_;
+    std::map<DWORD, ComRef<IDispatch>> sinks_;
     DWORD lastCookie_ = 0;
 };
 

@@ -1,6 +1,7 @@
 // A COM enumerator over a list as it was when the enumerator was made.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -9,29 +10,29 @@
 
 namespace iqrx::hosting::windows {
 
-// `Interface` is an IEnum... of `Item`. `Kept` owns what an item stands for; its HandOut() returns an item
+// `Interface` is an IEnum... of `Item`. The list's functions own what an item stands for; each hands it out
 // with a reference of its own. `owner` is the object that the enumerator keeps alive.
-template <class Interface, class Item, class Kept>
-class Enumerator final : public platform::windows::Counted<Interface> {
-    using List = std::shared_ptr<const std::vector<Kept>>;
-
+template <class Interface, class Item>
+class Enumerator final : public Counted<Interface> {
 public:
+    using List = std::vector<std::function<Item()>>;
+
     // Hands out a new one over what `fill` puts into the list.
     template <class Fill>
     static HRESULT Create(Interface** enumerator, IUnknown& owner, Fill fill) {
         if (enumerator == nullptr) return E_POINTER;
         *enumerator = nullptr;
-        return platform::windows::Guarded([&] {
-            const auto list = std::make_shared<std::vector<Kept>>();
+        return Guarded([&] {
+            const auto list = std::make_shared<List>();
             fill(*list);
-            *enumerator = new Enumerator(list, platform::windows::ComRef<IUnknown>::Share(&owner), 0);
+            *enumerator = new Enumerator(list, ComRef<IUnknown>::Share(&owner), 0);
         });
     }
 
     HRESULT STDMETHODCALLTYPE Next(ULONG count, Item* items, ULONG* fetched) override {
         if (items == nullptr || (fetched == nullptr && count != 1)) return E_POINTER;
         ULONG copied = 0;
-        for (; copied < count && next_ < list_->size(); ++copied) items[copied] = (*list_)[next_++].HandOut();
+        for (; copied < count && next_ < list_->size(); ++copied) items[copied] = (*list_)[next_++]();
         if (fetched != nullptr) *fetched = copied;
         return copied == count ? S_OK : S_FALSE;
     }
@@ -47,15 +48,15 @@ public:
     HRESULT STDMETHODCALLTYPE Clone(Interface** clone) override {
         if (clone == nullptr) return E_POINTER;
         *clone = nullptr;
-        return platform::windows::Guarded([&] { *clone = new Enumerator(list_, owner_, next_); });
+        return Guarded([&] { *clone = new Enumerator(list_, owner_, next_); });
     }
 
 private:
-    Enumerator(List list, platform::windows::ComRef<IUnknown> owner, std::size_t next)
+    Enumerator(std::shared_ptr<const List> list, ComRef<IUnknown> owner, std::size_t next)
         : list_(std::move(list)), owner_(std::move(owner)), next_(next) {}
 
-    List list_;
-    platform::windows::ComRef<IUnknown> owner_;
+    const std::shared_ptr<const List> list_;
+    ComRef<IUnknown> owner_;
     std::size_t next_;
 };
 

@@ -3,11 +3,9 @@
 #pragma once
 
 #include <array>
-#include <optional>
+#include <memory>
 
 #include "com_server/class_factory.h"
-#include "com_server/data_copy_class.h"
-#include "com_server/handler_class.h"
 
 namespace iqrx::hosting::windows {
 
@@ -31,8 +29,8 @@ public:
     // Borrows all three. Every class is offered when the constructor returns. Raises RuntimeError.
     Offer(ClassObjects& classObjects, ServerLifetime& lifetime, ComRequests& requests)
         : classObjects_(classObjects), lifetime_(lifetime), requests_(requests) {
-        Register<HandlerClass>(0, __uuidof(::clsDataCopyHandler));
-        Register<DataCopyClass>(1, __uuidof(::clsDataCopy));
+        Register(0, __uuidof(::clsDataCopyHandler), CreateHandler);
+        Register(1, __uuidof(::clsDataCopy), CreateDataCopy);
         classObjects_.Resume();
     }
     Offer(const Offer&) = delete;
@@ -41,48 +39,35 @@ public:
     bool Taken() const { return taken_; }
 
 private:
-    class Registration {
-    public:
-        Registration(ClassObjects& classObjects, REFCLSID classId, ClassFactory::Create create,
-                     ServerLifetime& lifetime)
-            : classObjects_(classObjects) {
-            const auto factory =
-                platform::windows::ComRef<ClassFactory>::Adopt(new ClassFactory(lifetime, std::move(create)));
-            // Suspended: a client that came before every class is entered would find half a server.
-            entry_ = classObjects_.Register(classId, factory.Get(), REGCLS_SINGLEUSE | REGCLS_SUSPENDED);
-        }
-        ~Registration() { classObjects_.Revoke(entry_); }
-        Registration(const Registration&) = delete;
-        Registration& operator=(const Registration&) = delete;
-
-    private:
-        ClassObjects& classObjects_;
-        DWORD entry_;
+    struct Entry {
+        ClassObjects& classObjects;
+        DWORD number;
+        ~Entry() { classObjects.Revoke(number); }
     };
 
-    template <class Class>
-    void Register(std::size_t place, REFCLSID classId) {
-        registrations_[place].emplace(
-            classObjects_, classId,
-            [this, place, classId](REFIID iid, void** object) {
-                return Create<Class>(place, classId, iid, object);
-            },
-            lifetime_);
+    void Register(std::size_t place, REFCLSID classId, CreatePublicObject* create) {
+        const auto factory = ComRef<ClassFactory>::Adopt(
+            new ClassFactory(lifetime_, [this, place, classId, create](REFIID iid, void** object) {
+                return Create(place, classId, create, iid, object);
+            }));
+        // Suspended: a client that came before every class is entered would find half a server.
+        const DWORD number =
+            classObjects_.Register(classId, factory.Get(), REGCLS_SINGLEUSE | REGCLS_SUSPENDED);
+        entries_[place].reset(new Entry{classObjects_, number});
     }
 
-    template <class Class>
-    HRESULT Create(std::size_t place, REFCLSID classId, REFIID iid, void** object) {
+    HRESULT Create(std::size_t place, REFCLSID classId, CreatePublicObject* create, REFIID iid, void** object) {
         if (taken_) {
             // A client that got hold of a factory before its entry was revoked, or asks for a second object.
-            registrations_[place].reset();
+            entries_[place].reset();
             return classObjects_.CreateElsewhere(classId, iid, object);
         }
-        const auto created = platform::windows::ComRef<Class>::Adopt(new Class(lifetime_, library_, requests_));
+        const auto created = create(lifetime_, library_, requests_);
         if (const HRESULT lacking = created->QueryInterface(iid, object); FAILED(lacking)) return lacking;
         taken_ = true;
         // Single use closes the entry of the class that was taken, not that of the other.
-        for (std::size_t other = 0; other < registrations_.size(); ++other)
-            if (other != place) registrations_[other].reset();
+        for (std::size_t other = 0; other < entries_.size(); ++other)
+            if (other != place) entries_[other].reset();
         return S_OK;
     }
 
@@ -91,7 +76,7 @@ private:
     ComRequests& requests_;
     TypeLibrary library_;
     bool taken_ = false;
-    std::array<std::optional<Registration>, 2> registrations_;
+    std::array<std::unique_ptr<Entry>, 2> entries_;
 };
 
 }  // namespace iqrx::hosting::windows

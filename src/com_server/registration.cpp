@@ -1,6 +1,6 @@
 #include "com_server/server.h"
 
-#include <array>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -31,23 +31,16 @@ class Classes {
 public:
     Classes(HKEY root, REGSAM view) : root_(root), view_(view) {}
 
-    bool Writable() const {
-        HKEY key = nullptr;
-        if (RegOpenKeyExW(root_, kPath, 0, KEY_READ | KEY_WRITE | DELETE | view_, &key) != ERROR_SUCCESS)
-            return false;
-        RegCloseKey(key);
-        return true;
-    }
+    bool Writable() const { return Open(L"") != nullptr; }
 
     void Set(const std::wstring& path, const std::wstring& value, const wchar_t* name = nullptr) const {
         HKEY key = nullptr;
         LSTATUS status = RegCreateKeyExW(root_, (std::wstring(kPath) + L"\\" + path).c_str(), 0, nullptr, 0,
                                          KEY_SET_VALUE | view_, nullptr, &key, nullptr);
-        if (status == ERROR_SUCCESS) {
-            const auto bytes = static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t));
+        const Key created(key, RegCloseKey);
+        const auto bytes = static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t));
+        if (status == ERROR_SUCCESS)
             status = RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()), bytes);
-            RegCloseKey(key);
-        }
         Check(HRESULT_FROM_WIN32(status), platform::windows::Utf8(path));
     }
 
@@ -55,41 +48,41 @@ public:
     void Remove(const std::wstring& path) const {
         const auto last = path.rfind(L'\\');
         const std::wstring parent = last == std::wstring::npos ? L"" : L"\\" + path.substr(0, last);
-        HKEY key = nullptr;
-        if (RegOpenKeyExW(root_, (kPath + parent).c_str(), 0, KEY_READ | KEY_WRITE | DELETE | view_, &key) !=
-            ERROR_SUCCESS)
-            return;
-        RegDeleteTreeW(key, path.substr(last + 1).c_str());
-        RegCloseKey(key);
+        if (const Key key = Open(parent)) RegDeleteTreeW(key.get(), path.substr(last + 1).c_str());
     }
 
 private:
+    using Key = std::unique_ptr<std::remove_pointer_t<HKEY>, decltype(&RegCloseKey)>;
+
+    // Null: it is missing, or not to be written.
+    Key Open(const std::wstring& below) const {
+        HKEY key = nullptr;
+        RegOpenKeyExW(root_, (kPath + below).c_str(), 0, KEY_READ | KEY_WRITE | DELETE | view_, &key);
+        return {key, RegCloseKey};
+    }
+
     static constexpr const wchar_t* kPath = L"Software\\Classes";
     HKEY root_;
     REGSAM view_;
 };
 
-struct PublicClass {
+const struct {
     const wchar_t* progId;
     CLSID classId;
-};
-
-const std::array<PublicClass, 2> kPublicClasses{{
+} kPublicClasses[] = {
     {L"iQRXyQRXSync.clsDataCopyHandler", __uuidof(::clsDataCopyHandler)},
     {L"iQRXyQRXSync.clsDataCopy", __uuidof(::clsDataCopy)},
-}};
+};
 
-struct PublicInterface {
+const struct {
     const wchar_t* name;
     IID id;
     const wchar_t* marshaller;
-};
-
-const std::array<PublicInterface, 3> kPublicInterfaces{{
+} kPublicInterfaces[] = {
     {L"_clsDataCopyHandler", __uuidof(_clsDataCopyHandler), kTypeLibraryMarshaller},
     {L"_clsDataCopy", __uuidof(_clsDataCopy), kTypeLibraryMarshaller},
     {L"__clsDataCopy", __uuidof(__clsDataCopy), kDispatchMarshaller},
-}};
+};
 
 // What is written at a path below a key; without a name as the default value.
 struct Setting {

@@ -41,7 +41,7 @@ public:
 // Those that every client calls through.
 void KeepInterfaces(ServerLifetime& lifetime) {
     platform::windows::KeepDispatchInterfaces();
-    const auto factory = platform::windows::ComRef<ClassFactory>::Adopt(new ClassFactory(lifetime, {}));
+    const auto factory = ComRef<ClassFactory>::Adopt(new ClassFactory(lifetime, {}));
     platform::windows::KeepInterface(IID_IClassFactory, factory.Get());
 }
 

@@ -1,6 +1,5 @@
 #include "composition/composition.h"
 
-#include "composition/system.h"
 #include "erp/extract/extract_erp.h"
 #include "platform/date.h"
 #include "platform/error.h"
@@ -12,20 +11,6 @@ namespace iqrx::hosting {
 
 namespace {
 
-class ErpChooser : public erp::ErpProvider {
-public:
-    explicit ErpChooser(erp::ErpProvider& others) : others_(others) {}
-
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice& notice) override {
-        if (const auto directory = ExtractOf(runParameter))
-            return erp::extract::OpenExtract(*directory, notice);
-        return others_.Open(runParameter, notice);
-    }
-
-private:
-    erp::ErpProvider& others_;
-};
-
 platform::watch::DateLiteral DateWriterOf(platform::Integer platform) {
     return [frame = &runtime::DialectOf(platform).date](platform::Date moment) {
         const std::string text = platform::IsoDateTime(moment);
@@ -36,6 +21,11 @@ platform::watch::DateLiteral DateWriterOf(platform::Integer platform) {
 }
 
 }  // namespace
+
+std::unique_ptr<erp::Erp> System::Open(const std::string& runParameter, const erp::Notice& notice) {
+    if (const auto directory = ExtractOf(runParameter)) return erp::extract::OpenExtract(*directory, notice);
+    return OpenOther(runParameter);
+}
 
 std::optional<std::filesystem::path> ExtractOf(std::string_view runParameter) {
     constexpr std::string_view kExtract = "extract=";
@@ -70,8 +60,7 @@ Surroundings SurroundingsOfService(const Variables& variables, const platform::S
 }
 
 // The trace shows a request's own statements: what guards them asks below it.
-Composition::Composition(const Surroundings& surroundings)
-    : system_(CreateSystem(surroundings, counts_)), erps_(std::make_unique<ErpChooser>(*system_)) {
+Composition::Composition(const Surroundings& surroundings) : system_(CreateSystem(surroundings, counts_)) {
     using namespace platform::watch;
     const auto around = [&](auto wrap) { databases_.push_back(wrap(Databases())); };
     if (surroundings.removedRows)
@@ -85,7 +74,7 @@ Composition::Composition(const Surroundings& surroundings)
     around([&](auto& inner) { return CountRows(inner, counts_); });
     if (surroundings.trace)
         around([&](auto& inner) {
-            return std::make_unique<platform::trace::TracingDatabaseProvider>(inner, system_->Machine().files,
+            return std::make_unique<platform::trace::TracingDatabaseProvider>(inner, system_->machine->files,
                                                                               *surroundings.trace);
         });
     if (surroundings.stop)
@@ -96,20 +85,8 @@ platform::DatabaseProvider& Composition::Databases() {
     return databases_.empty() ? *system_ : *databases_.back();
 }
 
-Composition::~Composition() = default;
-
 control::Ports Composition::Ports(std::ostream& diagnostics, control::RunWitness* witness) {
-    return {system_->Machine(), Databases(), *erps_, system_->Objects(), diagnostics, witness};
-}
-
-platform::Machine Composition::Machine() { return system_->Machine(); }
-
-platform::Host& Composition::Host() { return system_->Host(); }
-
-platform::DatabaseProvider& Composition::PlainDatabases() { return *system_; }
-
-bool Composition::ApplyEmbeddedSchema(const std::string& connectionString, std::string_view script) {
-    return system_->ApplyEmbeddedSchema(connectionString, script);
+    return {*system_->machine, Databases(), *system_, *system_->objects, diagnostics, witness};
 }
 
 }  // namespace iqrx::hosting

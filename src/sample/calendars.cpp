@@ -67,12 +67,10 @@ void WriteCalendars(const std::filesystem::path& directory, const World& world) 
     TextFile csv(directory / "calendars.csv");
     csv.WriteLine(IntervalRecord("", {}, {}, 0).header);
     // The retired and the new employee and center have a calendar, too.
-    for (long index = 0; index < world.employees + 2; ++index) {
+    for (long index = 0; index < world.employees + 2; ++index)
         WriteCalendar(csv, EmployeeCode(index), kEmployeeWeek);
-    }
-    for (long index = 0; index < world.centers + 2; ++index) {
+    for (long index = 0; index < world.centers + 2; ++index)
         WriteCalendar(csv, CenterCode(index), kCenterWeek);
-    }
     csv.Close();
 }
 

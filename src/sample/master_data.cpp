@@ -27,9 +27,8 @@ struct MasterTable {
     long recordsOfAGroup = 1;
 };
 
-template <std::size_t N>
-std::string Pick(const std::array<std::string_view, N>& values, long index) {
-    return std::string(values[static_cast<std::size_t>(index) % N]);
+std::string Pick(std::span<const std::string_view> values, long index) {
+    return std::string(values[static_cast<std::size_t>(index) % values.size()]);
 }
 
 constexpr std::array<std::string_view, 6> kCities{"Aarhus", "Brno", "'s-Hertogenbosch",

@@ -130,22 +130,18 @@ void WriteOrder(OrderFiles& files, const std::optional<Change>& change, const Or
     for (const Activity& activity : order.activities) {
         files.activities.Write(change, ActivityRecord(order, activity));
         files.lines.Write(change, LineRecord(order, activity));
-        if (IsAssigned(order)) {
+        if (IsAssigned(order))
             files.assignments.Write(newlyAssigned ? Change{change->at, "I"} : change,
                                     AssignmentRecord(order, activity));
-        }
     }
 }
 
 void WriteMorning(OrderFiles& files, const World& world) {
-    for (long index = 0; index < world.orders; ++index) {
+    for (long index = 0; index < world.orders; ++index)
         WriteOrder(files, {}, MakeOrder(world, index, world.day));
-    }
-    for (long installation = 0; installation < world.installations; ++installation) {
-        for (const PlannedActivity& planned : PlannedAt(world, installation)) {
+    for (long installation = 0; installation < world.installations; ++installation)
+        for (const PlannedActivity& planned : PlannedAt(world, installation))
             files.planned.Write({}, PlannedRecord(planned.order, planned.sequence));
-        }
-    }
 }
 
 // The orders that the day changes. Orders are counted from the youngest; of ten, the second is cancelled and
@@ -200,9 +196,8 @@ private:
     void WriteLast(std::string_view letter, bool newlyAssigned = false) {
         const Change change{now_, letter};
         WriteOrder(files_, change, last_, newlyAssigned);
-        if (const auto sequence = PlannedSequence(world_, last_)) {
+        if (const auto sequence = PlannedSequence(world_, last_))
             files_.planned.Write(change, PlannedRecord(last_, *sequence));
-        }
     }
 
     OrderFiles& files_;

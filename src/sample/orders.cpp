@@ -14,17 +14,11 @@ using platform::AddDays;
 using platform::AddMinutes;
 using platform::Date;
 
-constexpr int kMinutesBetweenActivities = 15;
+constexpr int kMinutesBetweenActivities = 15, kFriday = 4;
 
-Date LastWorkday(Date date) {
-    const int beyondFriday = Weekday(date) - 4;
-    return beyondFriday > 0 ? AddDays(date, -beyondFriday) : date;
-}
+Date LastWorkday(Date date) { return AddDays(date, -std::max(0, Weekday(date) - kFriday)); }
 
-Date NextWorkday(Date date) {
-    const int weekday = Weekday(date);
-    return weekday > 4 ? AddDays(date, 7 - weekday) : date;
-}
+Date NextWorkday(Date date) { return Weekday(date) > kFriday ? AddDays(date, 7 - Weekday(date)) : date; }
 
 // The youngest orders are being planned, the oldest are done. Every tenth, from the second youngest on, is
 // planned: these are the ones that the day cancels.
@@ -101,9 +95,8 @@ Date FirstPlan(const World& world, const Order& order, Random& draw) {
 
 long NextStatus(const Order& order) {
     if (order.status == kUnderWay && order.index % 4 == 0) return kInterrupted;
-    for (const long next : {kPlanned, kReleased, kUnderWay, kCompleted}) {
+    for (const long next : {kPlanned, kReleased, kUnderWay, kCompleted})
         if (next > order.status) return next;
-    }
     return kClosed;
 }
 

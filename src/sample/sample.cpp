@@ -7,15 +7,17 @@ namespace iqrx::sample {
 
 namespace {
 
+void WriteFile(const std::filesystem::path& path, std::string_view text) {
+    TextFile file(path);
+    file.Write(text);
+    file.Close();
+}
+
 void WriteFixedTables(const std::filesystem::path& directory, const World& world) {
-    for (const FixedTable& table : FixedTables()) {
-        const std::string_view header = table.trail.substr(0, table.trail.find('\n') + 1);
-        TextFile current(directory / (std::string(table.name) + ".csv"));
-        TextFile trail(directory / (std::string(table.name) + ".audit.csv"));
-        current.Write(table.current);
-        trail.Write(world.changes > 0 ? table.trail : header);
-        current.Close();
-        trail.Close();
+    for (const auto& [name, current, trail] : FixedTables()) {
+        const std::string_view header = trail.substr(0, trail.find('\n') + 1);
+        WriteFile(directory / (std::string(name) + ".csv"), current);
+        WriteFile(directory / (std::string(name) + ".audit.csv"), world.changes > 0 ? trail : header);
     }
 }
 
@@ -25,9 +27,8 @@ void WriteSample(const std::filesystem::path& directory, const SampleSize& size)
     const World world(size);
     std::error_code failure;
     std::filesystem::create_directories(directory, failure);
-    if (failure) {
+    if (failure)
         platform::RaiseRuntimeError(platform::kPathFileAccess, directory.string() + ": " + failure.message());
-    }
     WriteFixedTables(directory, world);
     WriteMasterData(directory, world);
     WriteCalendars(directory, world);

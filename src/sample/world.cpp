@@ -39,10 +39,9 @@ World::World(const SampleSize& size)
       areas(centers * 2),
       installations(std::max(6L, size.orders / 10)),
       day(*platform::ParseIsoDate(kSampleDay)) {
-    if (orders < 0 || changes < 0 || orders > kLargestOrderNumber - changes) {
+    if (orders < 0 || changes < 0 || orders > kLargestOrderNumber - changes)
         platform::RaiseRuntimeError(platform::kInvalidProcedureCall,
                                     "orders and changes lie between 0 and 9999999, their sum included");
-    }
 }
 
 int Weekday(platform::Date date) {

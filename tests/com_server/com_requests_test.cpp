@@ -8,7 +8,7 @@ namespace {
 
 using namespace std::string_literals;
 using hosting::windows::ComRequests;
-using hosting::windows::DataCopyClass;
+using hosting::windows::CreateDataCopy;
 using platform::Long;
 using platform::windows::Bstr;
 using platform::windows::ComRef;
@@ -21,7 +21,7 @@ protected:
     void Request(const std::string& connection, const std::string& name, short platformNumber = 1) {
         if (!copy) {
             requests.emplace(process);
-            copy = ComRef<_clsDataCopy>::Adopt(new DataCopyClass(lifetime, library, *requests));
+            copy = CreateDataCopy(lifetime, library, *requests).As<_clsDataCopy>();
         }
         Variant number;
         platform::windows::ToVariant(platform::Integer{platformNumber}, number);

@@ -7,11 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "com_server/data_copy_class.h"
-#include "com_server/handler_class.h"
+#include "com_server/class_factory.h"
 #include "platform/conversions.h"
 #include "platform/windows/com_object.h"
-#include "platform/windows/variant.h"
 #include "support/apartment.h"
 #include "support/test_process.h"
 
@@ -40,8 +38,7 @@ public:
         std::string text = name;
         for (UINT i = parameters->cArgs; i-- > 0;)
             if (parameters->rgvarg[i].vt != VT_DATE)
-                text += " " + platform::ToText(platform::windows::FromVariant(parameters->rgvarg[i],
-                                                                              platform::windows::ObjectOf));
+                text += " " + platform::ToText(platform::windows::FromVariant(parameters->rgvarg[i]));
         heard.push_back(text);
         if (name == actAt) act();
         return S_OK;

@@ -9,14 +9,14 @@ namespace iqrx::testing {
 namespace {
 
 using hosting::windows::ComRequests;
-using hosting::windows::DataCopyClass;
+using hosting::windows::CreateDataCopy;
 using platform::windows::ComRef;
 using ::testing::ElementsAre;
 
 class ConnectionPoints : public ComSite, public ::testing::Test {
 protected:
     ConnectionPoints() : requests(process) {
-        const auto copy = ComRef<_clsDataCopy>::Adopt(new DataCopyClass(lifetime, library, requests));
+        const auto copy = CreateDataCopy(lifetime, library, requests).As<_clsDataCopy>();
         container = copy.As<IConnectionPointContainer>();
         container->FindConnectionPoint(__uuidof(__clsDataCopy), point.Put());
         for (Listener& listener : sinks) point->Advise(&listener.sink, &listener.cookie);

@@ -8,7 +8,7 @@ namespace {
 
 using namespace std::string_literals;
 using hosting::windows::ComRequests;
-using hosting::windows::DataCopyClass;
+using hosting::windows::CreateDataCopy;
 using platform::ObjectRef;
 using platform::Value;
 using platform::windows::Bstr;
@@ -30,7 +30,7 @@ protected:
     ADataCopyObject() : requests(process), copy(NewObject()) { Connect(copy, sink); }
 
     ComRef<_clsDataCopy> NewObject() {
-        return ComRef<_clsDataCopy>::Adopt(new DataCopyClass(lifetime, library, requests));
+        return CreateDataCopy(lifetime, library, requests).As<_clsDataCopy>();
     }
     static void Connect(const ComRef<_clsDataCopy>& object, EventSink& listener) {
         ComRef<IConnectionPoint> point;

@@ -7,7 +7,7 @@ namespace iqrx::testing {
 namespace {
 
 using hosting::windows::ComRequests;
-using hosting::windows::HandlerClass;
+using hosting::windows::CreateHandler;
 using platform::ObjectRef;
 using platform::Value;
 using platform::windows::Bstr;
@@ -35,7 +35,7 @@ protected:
     AHandlerObject()
         : service({process.machine, database, erp, scheduler, diagnostics}),
           requests(service),
-          handler(ComRef<_clsDataCopyHandler>::Adopt(new HandlerClass(lifetime, library, requests))) {}
+          handler(CreateHandler(lifetime, library, requests).As<_clsDataCopyHandler>()) {}
 
     HRESULT Handle(const std::string& folder) const {
         return handler->HandleDataCopy(Bstr("the string").Get(), Bstr("db").Get(), 2, 1,

@@ -1,5 +1,4 @@
 #include "journal/machine.h"
-#include "platform/posix/host.h"
 #include "platform/posix/machine.h"
 
 namespace iqrx::testing {
@@ -8,12 +7,12 @@ namespace {
 
 class Own final : public JournalMachine {
 public:
-    platform::Host& Host() override { return host_; }
-    platform::TextFiles& Files() override { return machine_.Ports().files; }
+    platform::Host& Host() override { return *host_; }
+    platform::TextFiles& Files() override { return machine_->files; }
 
 private:
-    platform::posix::PosixMachine machine_;
-    platform::posix::PosixHost host_;
+    const std::shared_ptr<const platform::Machine> machine_ = platform::posix::CreateMachine();
+    const std::unique_ptr<platform::Host> host_ = platform::posix::CreateHost();
 };
 
 }  // namespace

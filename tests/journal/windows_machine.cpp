@@ -1,5 +1,4 @@
 #include "journal/machine.h"
-#include "platform/windows/host.h"
 #include "platform/windows/machine.h"
 #include "support/apartment.h"
 
@@ -9,13 +8,14 @@ namespace {
 
 class Own final : public JournalMachine {
 public:
-    platform::Host& Host() override { return host_; }
-    platform::TextFiles& Files() override { return machine_.Ports().files; }
+    platform::Host& Host() override { return *host_; }
+    platform::TextFiles& Files() override { return machine_->files; }
 
 private:
     platform::windows::Apartment apartment_;
-    platform::windows::WindowsMachine machine_{platform::windows::Audience::Nobody};
-    platform::windows::WindowsHost host_;
+    const std::shared_ptr<const platform::Machine> machine_ =
+        platform::windows::CreateMachine(platform::windows::Audience::Nobody);
+    const std::unique_ptr<platform::Host> host_ = platform::windows::CreateHost();
 };
 
 }  // namespace

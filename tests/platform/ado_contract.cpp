@@ -21,7 +21,7 @@ public:
 
     const Quirks& GetQuirks() const override { return quirks_; }
     std::unique_ptr<platform::Connection> CreateConnection() override {
-        return provider_.CreateConnection(ConnectionString());
+        return platform::ado::CreateConnection(objects_);
     }
     std::string ConnectionString() override { return "Data Source=" + file_.string(); }
     std::string UnusableConnectionString() override { return "Data Source=" + file_.string() + ".none"; }
@@ -35,7 +35,6 @@ private:
     std::filesystem::path file_ =
         std::filesystem::temp_directory_path() / ("database_contract." + std::to_string(getpid()) + ".ado.db");
     AdoObjects objects_{[] { return platform::CreateSqliteConnection({}); }};
-    platform::ado::AdoProvider provider_{objects_};
     Quirks quirks_{.uncounted = {"SET DATEFORMAT YMD", "truncate table items "}};
 };
 

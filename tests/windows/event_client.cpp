@@ -9,7 +9,6 @@
 #include "platform/windows/apartment.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/com_object.h"
-#include "platform/windows/variant.h"
 // After com.h, whose types it uses.
 #include <ocidl.h>
 

@@ -24,7 +24,7 @@
 #include "platform/ini_file.h"
 #include "platform/json_text.h"
 #include "platform/windows/com_error.h"
-#include "platform/windows/dispatch_adapter.h"
+#include "platform/windows/com_object.h"
 #include "platform/windows/machine.h"
 #include "support/apartment.h"
 #include "support/test_process.h"
@@ -121,7 +121,7 @@ public:
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID iid, void** object) override {
         *object = nullptr;
         return windows::Guarded([&] {
-            const auto created = windows::DispatchAdapter::Around(create_());
+            const auto created = windows::AdapterAround(create_());
             Check(created->QueryInterface(iid, object), "CreateInstance");
         });
     }

@@ -8,10 +8,7 @@
 #include "platform/connection_string.h"
 #include "platform/error.h"
 #include "platform/odbc/odbc_database.h"
-#include "platform/posix/host.h"
-#include "platform/posix/instance_registry.h"
 #include "platform/posix/machine.h"
-#include "platform/posix/stop_signals.h"
 #include "platform/postgres/postgres_database.h"
 #include "platform/sqlite/sqlite_database.h"
 #include "runtime/run_log.h"
@@ -26,26 +23,19 @@ bool IsEmbedded(const platform::ConnectionString& keys) {
     return platform::EqualIgnoringCase(keys.Provider(), "SQLite");
 }
 
-// A file that grows beyond the process's limit is then an error of the write, which can be told and leaves
-// the table free, and not the end of the process.
-void TakeFileSizeLimitAsError() { std::signal(SIGXFSZ, SIG_IGN); }
-
 class LinuxSystem final : public System {
 public:
     LinuxSystem(const Surroundings& surroundings, platform::watch::RowCounts& counts)
-        : counts_(counts),
+        : System(platform::posix::CreateMachine(), platform::posix::CreateHost(),
+                 platform::posix::CreateInstanceRegistries(surroundings.instances)),
+          counts_(counts),
           stop_(surroundings.stop),
           tell_(platform::TellingEachMinute(surroundings.onWait ? surroundings.onWait : TellOfWaiting)),
-          objects_(surroundings.instances),
           idlePostgres_(surroundings.reusesSessions ? platform::IdlePostgresSession() : nullptr) {
-        TakeFileSizeLimitAsError();
+        // A file that grows beyond the process's limit is then an error of the write, which can be told and
+        // leaves the table free, and not the end of the process.
+        std::signal(SIGXFSZ, SIG_IGN);
     }
-
-    platform::Machine Machine() override { return machine_.Ports(); }
-
-    platform::Host& Host() override { return host_; }
-
-    platform::ObjectFactory& Objects() override { return objects_; }
 
     std::unique_ptr<platform::Connection> CreateConnection(std::string_view text) override {
         const platform::ConnectionString keys(text);
@@ -62,7 +52,7 @@ public:
             "ODBC");
     }
 
-    std::unique_ptr<erp::Erp> Open(const std::string& runParameter, const erp::Notice&) override {
+    std::unique_ptr<erp::Erp> OpenOther(const std::string& runParameter) override {
         platform::RaiseRuntimeError(
             platform::kInvalidProcedureCall,
             "the run parameter \"" + runParameter +
@@ -93,9 +83,6 @@ private:
     platform::watch::RowCounts& counts_;
     const platform::StopRequest* const stop_;
     const platform::WaitListener tell_;
-    platform::posix::PosixMachine machine_;
-    platform::posix::PosixHost host_;
-    platform::posix::InstanceRegistryFactory objects_;
     const std::shared_ptr<platform::postgres::IdleSession> idlePostgres_;
 };
 
@@ -109,9 +96,7 @@ std::optional<std::string> Variable(const std::string& name) {
 
 std::filesystem::path ProgramFolder() { return platform::posix::ProgramFile().parent_path(); }
 
-std::unique_ptr<platform::StopRequest> ListenForStop() {
-    return std::make_unique<platform::posix::StopSignals>();
-}
+std::unique_ptr<platform::StopRequest> ListenForStop() { return platform::posix::ListenForStopSignals(); }
 
 std::unique_ptr<System> CreateSystem(const Surroundings& surroundings, platform::watch::RowCounts& counts) {
     return std::make_unique<LinuxSystem>(surroundings, counts);

@@ -6,7 +6,6 @@
 #include "platform/ado/connection.h"
 #include "platform/windows/apartment.h"
 #include "platform/windows/com_object.h"
-#include "platform/windows/host.h"
 #include "platform/windows/machine.h"
 #include "platform/windows/stop_events.h"
 #include "platform/windows/text.h"
@@ -17,40 +16,21 @@ namespace {
 
 using platform::windows::Audience;
 
-// Entered and never left: to leave is to wait for COM's tear-down, which may not end.
-struct EnteredApartment {
-    EnteredApartment() { platform::windows::EnterApartment(); }
-};
-
 class WindowsSystem final : public System {
 public:
     explicit WindowsSystem(const Surroundings& surroundings)
-        : machine_(surroundings.isEmbedded ? Audience::Nobody : platform::windows::AudienceOfDesktop()) {}
-
-    platform::Machine Machine() override { return machine_.Ports(); }
-
-    platform::Host& Host() override { return host_; }
-
-    platform::ObjectFactory& Objects() override { return objects_; }
-
-    std::unique_ptr<platform::Connection> CreateConnection(std::string_view text) override {
-        return databases_.CreateConnection(text);
-    }
-
-    std::unique_ptr<erp::Erp> Open(const std::string&, const erp::Notice&) override {
-        return erp::com::OpenComErp(objects_,
-                                    platform::windows::ProgramFile().parent_path() / "ErpClasses.ini");
-    }
+        : System(platform::windows::CreateMachine(
+                     surroundings.isEmbedded ? Audience::Nobody : platform::windows::AudienceOfDesktop()),
+                 platform::windows::CreateHost(), std::make_unique<platform::windows::ComObjectFactory>()) {}
 
     // Every connection string goes to ADO.
-    bool ApplyEmbeddedSchema(const std::string&, std::string_view) override { return false; }
+    std::unique_ptr<platform::Connection> CreateConnection(std::string_view) override {
+        return platform::ado::CreateConnection(*objects);
+    }
 
-private:
-    EnteredApartment apartment_;  // before everything that calls COM
-    platform::windows::WindowsMachine machine_;
-    platform::windows::WindowsHost host_;
-    platform::windows::ComObjectFactory objects_;
-    platform::ado::AdoProvider databases_{objects_};
+    std::unique_ptr<erp::Erp> OpenOther(const std::string&) override {
+        return erp::com::OpenComErp(*objects, ProgramFolder() / "ErpClasses.ini");
+    }
 };
 
 }  // namespace
@@ -63,11 +43,12 @@ std::optional<std::string> Variable(const std::string& name) {
 
 std::filesystem::path ProgramFolder() { return platform::windows::ProgramFile().parent_path(); }
 
-std::unique_ptr<platform::StopRequest> ListenForStop() {
-    return std::make_unique<platform::windows::StopEvents>();
-}
+std::unique_ptr<platform::StopRequest> ListenForStop() { return platform::windows::ListenForConsoleEvents(); }
 
 std::unique_ptr<System> CreateSystem(const Surroundings& surroundings, platform::watch::RowCounts&) {
+    // Before everything that calls COM. It is never left: to leave is to wait for COM's tear-down, which may
+    // not end.
+    platform::windows::EnterApartment();
     return std::make_unique<WindowsSystem>(surroundings);
 }
 

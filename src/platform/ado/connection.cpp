@@ -54,20 +54,14 @@ public:
 
     void Close() override {
         open_ = false;
-        try {
-            Call(*connection_, "Close");
-        } catch (const RuntimeError&) {
-            // Closed or broken already.
-        }
+        Quietly([&] { Call(*connection_, "Close"); });  // closed or broken already
     }
 
     std::int32_t Execute(const Statement& statement) override {
         const std::string_view sql = statement.Text();
+        if (!IsBatch(sql)) return Run(sql);
         std::int32_t affected = 0;
-        if (IsBatch(sql))
-            InTransaction([&] { affected = Run(sql); });
-        else
-            affected = Run(sql);
+        InTransaction([&] { affected = Run(sql); });
         return affected;
     }
 
@@ -119,12 +113,9 @@ private:
         RestoreLevel(level);
     }
 
+    // Where it fails, later transactions are kept apart from others' more than they need.
     void RestoreLevel(const Value& level) {
-        try {
-            if (!level.Is<Empty>()) connection_->Set("IsolationLevel", level);
-        } catch (const RuntimeError&) {
-            // Later transactions are kept apart from others' more than they need.
-        }
+        if (!level.Is<Empty>()) Quietly([&] { connection_->Set("IsolationLevel", level); });
     }
 
     // What the work writes stands or falls together, unless the provider has no transactions. One transaction
@@ -137,18 +128,11 @@ private:
             Calling([&] { Call(*connection_, "CommitTrans"); });
         } catch (...) {
             inTransaction_ = false;
-            RollBack();
+            // The server has rolled back already, or does so when it misses the connection.
+            Quietly([&] { Call(*connection_, "RollbackTrans"); });
             throw;
         }
         inTransaction_ = false;
-    }
-
-    void RollBack() {
-        try {
-            Call(*connection_, "RollbackTrans");
-        } catch (const RuntimeError&) {
-            // The server has rolled back already, or does so when it misses the connection.
-        }
     }
 
     // Makes the calls; false where the provider does not have them.
@@ -174,8 +158,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Connection> AdoProvider::CreateConnection(std::string_view) {
-    return std::make_unique<AdoConnection>(factory_);
+std::unique_ptr<Connection> CreateConnection(ObjectFactory& factory) {
+    return std::make_unique<AdoConnection>(factory);
 }
 
 }  // namespace iqrx::platform::ado

@@ -7,13 +7,6 @@
 
 namespace iqrx::platform::ado {
 
-class AdoProvider : public DatabaseProvider {
-public:
-    explicit AdoProvider(ObjectFactory& factory) : factory_(factory) {}
-    std::unique_ptr<Connection> CreateConnection(std::string_view connectionString) override;
-
-private:
-    ObjectFactory& factory_;
-};
+std::unique_ptr<Connection> CreateConnection(ObjectFactory& factory);  // borrows it; not open yet
 
 }  // namespace iqrx::platform::ado

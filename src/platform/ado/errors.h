@@ -14,11 +14,20 @@ inline ErrorEntry EntryOf(Object& error) {
             Printable(ToText(error.Get("Description"))), ToText(error.Get("SQLState"))};
 }
 
+// Makes the calls of somebody who can do nothing about their failure.
+template <class F>
+void Quietly(F call) {
+    try {
+        call();
+    } catch (const RuntimeError&) {
+    }
+}
+
 // Takes the entries of a connection's collection over into `errors` and clears the collection, so that an
 // entry is reported once. Entries already there stay when the collection is empty. Never raises: what it is
 // asked for in is a failure already.
 inline void TakeErrors(Object& connection, Errors& errors) {
-    try {
+    Quietly([&] {
         const ObjectRef collection = ToObject(connection.Get("Errors"));
         const Long count = ToLong(collection->Get("Count"));
         if (count == 0) return;
@@ -26,9 +35,7 @@ inline void TakeErrors(Object& connection, Errors& errors) {
         for (Long i = 0; i < count; ++i) taken.push_back(EntryOf(*ToObject(Call(*collection, "Item", i))));
         errors = std::move(taken);
         Call(*collection, "Clear");
-    } catch (const RuntimeError&) {
-        // A connection that can't even say what went wrong: the failure itself says it.
-    }
+    });
 }
 
 // Runs a call on ADO; when it fails, the error rises after the connection's entries were taken over.

@@ -21,11 +21,8 @@ public:
     AdoRecordset(ObjectRef recordset, ObjectRef connection, Errors& errors)
         : recordset_(std::move(recordset)), connection_(std::move(connection)), errors_(errors) {}
     ~AdoRecordset() override {
-        try {
-            if (open_) AdoRecordset::Close();
-        } catch (const RuntimeError&) {
-            // Its provider is gone, and the rows with it.
-        }
+        if (open_)
+            Quietly([&] { AdoRecordset::Close(); });  // else its provider is gone, and the rows with it
     }
 
     void Open(const Statement& source, CursorType cursor, LockType lock) override {

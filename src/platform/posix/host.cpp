@@ -1,4 +1,4 @@
-#include "platform/posix/host.h"
+#include "platform/posix/machine.h"
 
 #include <fcntl.h>
 #include <limits.h>
@@ -8,26 +8,22 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <ctime>
 #include <fstream>
 #include <optional>
 #include <system_error>
 #include <thread>
-#include <utility>
 #include <vector>
 
-#include "platform/date.h"
 #include "platform/error.h"
+#include "platform/posix/descriptor.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::posix {
 
 namespace {
-
-constexpr mode_t kOwnerWritesGroupReads = 0640;
-// Links are not followed, and a FIFO's other end is not waited for.
-constexpr int kAlways = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
 
 [[noreturn]] void Raise(const std::filesystem::path& file, const std::string& cause) {
     throw RuntimeError(kPathFileAccess, kProgram, Utf8(file) + ": " + cause);
@@ -36,22 +32,6 @@ constexpr int kAlways = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
 [[noreturn]] void RaiseLastError(const std::filesystem::path& file) {
     Raise(file, errno == ELOOP ? "it is a link" : std::system_category().message(errno));
 }
-
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number_(number) {}
-    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (number_ >= 0) close(number_);
-    }
-    explicit operator bool() const { return number_ >= 0; }
-    int Number() const { return number_; }
-
-private:
-    int number_;
-};
 
 // False: another one's lock stands against it.
 bool Lock(const Descriptor& file, int kind, const std::filesystem::path& name) {
@@ -109,7 +89,7 @@ public:
             if (IsNamed(descriptor_, name_)) unlink(name_.c_str());
         } catch (const RuntimeError&) {
         }
-        const Descriptor letGo = std::move(descriptor_);
+        descriptor_.Close();
     }
 
 private:
@@ -166,85 +146,97 @@ std::tm Local(std::time_t moment) {
     return local;
 }
 
-}  // namespace
+class PosixHost final : public Host {
+public:
+    ProcessIdentity Self() const override {
+        std::array<char, HOST_NAME_MAX + 1> name{};
+        if (gethostname(name.data(), name.size() - 1) != 0) name[0] = '\0';
+        return {getpid(), UserName(), name.data(), Terminal()};
+    }
 
-ProcessIdentity PosixHost::Self() const {
-    std::array<char, HOST_NAME_MAX + 1> name{};
-    if (gethostname(name.data(), name.size() - 1) != 0) name[0] = '\0';
-    return {getpid(), UserName(), name.data(), Terminal()};
-}
+    int UtcOffsetMinutes() const override {
+        return static_cast<int>(Local(std::time(nullptr)).tm_gmtoff / 60);
+    }
 
-int PosixHost::UtcOffsetMinutes() const { return static_cast<int>(Local(std::time(nullptr)).tm_gmtoff / 60); }
+    Date LocalTime(std::chrono::system_clock::time_point moment) const override {
+        const auto seconds = std::chrono::floor<std::chrono::seconds>(moment.time_since_epoch()).count();
+        return {seconds + Local(seconds).tm_gmtoff};
+    }
 
-Date PosixHost::LocalTime(std::chrono::system_clock::time_point moment) const {
-    const auto seconds = std::chrono::floor<std::chrono::seconds>(moment.time_since_epoch()).count();
-    return {seconds + Local(seconds).tm_gmtoff};
-}
+    std::chrono::seconds Uptime() const override {
+        timespec now{};
+        clock_gettime(CLOCK_BOOTTIME, &now);
+        return std::chrono::seconds(now.tv_sec);
+    }
 
-std::chrono::seconds PosixHost::Uptime() const {
-    timespec now{};
-    clock_gettime(CLOCK_BOOTTIME, &now);
-    return std::chrono::seconds(now.tv_sec);
-}
+    std::string Boot() const override {
+        std::ifstream file("/proc/sys/kernel/random/boot_id");
+        std::string boot;
+        std::getline(file, boot);
+        return boot;
+    }
 
-std::string PosixHost::Boot() const {
-    std::ifstream file("/proc/sys/kernel/random/boot_id");
-    std::string boot;
-    std::getline(file, boot);
-    return boot;
-}
+    std::unique_ptr<HeldFile> TryHold(const std::filesystem::path& file) override {
+        int create = 0;
+        constexpr int kTries = 500;
+        for (int attempt = 0; attempt < kTries; ++attempt) {
+            Descriptor existing(open(file.c_str(), kAlways | O_RDWR | create, kOwnerWritesGroupReads));
+            if (!existing && errno != ENOENT) RaiseLastError(file);
+            if (!existing) {
+                if (auto created = CreateHeld(file, FreshName(file), create))
+                    return std::make_unique<LockedFile>(std::move(*created), file, true);
+            } else if (Lock(existing, LOCK_EX, file)) {
+                const bool isNew = create != 0 && StatusOf(existing, file).st_size == 0;
+                if (IsNamed(existing, file))
+                    return std::make_unique<LockedFile>(std::move(existing), file, isNew);
+            } else if (IsTaken(existing, file)) {
+                return nullptr;
+            } else {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+        }
+        return nullptr;
+    }
 
-std::unique_ptr<HeldFile> PosixHost::TryHold(const std::filesystem::path& file) {
-    int create = 0;
-    constexpr int kTries = 500;
-    for (int attempt = 0; attempt < kTries; ++attempt) {
-        Descriptor existing(open(file.c_str(), kAlways | O_RDWR | create, kOwnerWritesGroupReads));
-        if (!existing && errno != ENOENT) RaiseLastError(file);
-        if (!existing) {
-            if (auto created = CreateHeld(file, FreshName(file), create))
-                return std::make_unique<LockedFile>(std::move(*created), file, true);
-        } else if (Lock(existing, LOCK_EX, file)) {
-            const bool isNew = create != 0 && StatusOf(existing, file).st_size == 0;
-            if (IsNamed(existing, file))
-                return std::make_unique<LockedFile>(std::move(existing), file, isNew);
-        } else if (IsTaken(existing, file)) {
-            return nullptr;
-        } else {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    bool IsHeld(const std::filesystem::path& file) override {
+        const Descriptor existing(open(file.c_str(), kAlways | O_RDONLY));
+        if (existing) return StatusOf(existing, file).st_nlink > 0 && IsTaken(existing, file);
+        if (errno == ENOENT) return false;
+        RaiseLastError(file);
+    }
+
+    void Replace(const std::filesystem::path& file, std::string_view text) override {
+        const std::filesystem::path fresh = FreshName(file);
+        struct stat before {};
+        const bool exists = lstat(file.c_str(), &before) == 0 && S_ISREG(before.st_mode);
+        const Descriptor created(
+            open(fresh.c_str(), kAlways | O_WRONLY | O_CREAT | O_EXCL, kOwnerWritesGroupReads));
+        if (!created) RaiseLastError(file);
+        try {
+            constexpr mode_t kPermissions = 0777;
+            if (exists && fchmod(created.Number(), before.st_mode & kPermissions) != 0) RaiseLastError(file);
+            WriteAll(created, text, file);
+            if (fdatasync(created.Number()) != 0) RaiseLastError(file);
+            if (rename(fresh.c_str(), file.c_str()) != 0) RaiseLastError(file);
+        } catch (const RuntimeError&) {
+            unlink(fresh.c_str());
+            throw;
         }
     }
-    return nullptr;
-}
 
-bool PosixHost::IsHeld(const std::filesystem::path& file) {
-    const Descriptor existing(open(file.c_str(), kAlways | O_RDONLY));
-    if (existing) return StatusOf(existing, file).st_nlink > 0 && IsTaken(existing, file);
-    if (errno == ENOENT) return false;
-    RaiseLastError(file);
-}
-
-void PosixHost::Replace(const std::filesystem::path& file, std::string_view text) {
-    const std::filesystem::path fresh = FreshName(file);
-    struct stat before {};
-    const bool exists = lstat(file.c_str(), &before) == 0 && S_ISREG(before.st_mode);
-    const Descriptor created(open(fresh.c_str(), kAlways | O_WRONLY | O_CREAT | O_EXCL, kOwnerWritesGroupReads));
-    if (!created) RaiseLastError(file);
-    try {
-        constexpr mode_t kPermissions = 0777;
-        if (exists && fchmod(created.Number(), before.st_mode & kPermissions) != 0) RaiseLastError(file);
-        WriteAll(created, text, file);
-        if (fdatasync(created.Number()) != 0) RaiseLastError(file);
-        if (rename(fresh.c_str(), file.c_str()) != 0) RaiseLastError(file);
-    } catch (const RuntimeError&) {
-        unlink(fresh.c_str());
-        throw;
+private:
+    // Beside the file.
+    std::filesystem::path FreshName(const std::filesystem::path& file) {
+        std::filesystem::path fresh = file;
+        fresh += "." + std::to_string(getpid()) + "-" + std::to_string(++names_) + ".new";
+        return fresh;
     }
-}
 
-std::filesystem::path PosixHost::FreshName(const std::filesystem::path& file) {
-    std::filesystem::path fresh = file;
-    fresh += "." + std::to_string(getpid()) + "-" + std::to_string(++names_) + ".new";
-    return fresh;
-}
+    std::atomic<int> names_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<Host> CreateHost() { return std::make_unique<PosixHost>(); }
 
 }  // namespace iqrx::platform::posix

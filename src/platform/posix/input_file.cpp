@@ -2,10 +2,11 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <system_error>
+
+#include "platform/posix/descriptor.h"
 
 namespace iqrx::platform {
 
@@ -15,15 +16,16 @@ namespace {
 
 class PosixFile final : public InputFile {
 public:
-    explicit PosixFile(int descriptor) : descriptor_(descriptor) {}
-    ~PosixFile() override { close(descriptor_); }
-    PosixFile(const PosixFile&) = delete;
-    PosixFile& operator=(const PosixFile&) = delete;
+    explicit PosixFile(const std::filesystem::path& file)
+        : descriptor_(open(file.c_str(), O_RDONLY | O_CLOEXEC)) {
+        if (!descriptor_) RaiseLastError();
+        if (S_ISDIR(Status().st_mode)) throw std::system_error(EISDIR, std::system_category());
+    }
 
     std::size_t Read(std::uint64_t offset, char* buffer, std::size_t size) override {
         for (;;) {
-            ssize_t got = pread(descriptor_, buffer, size, static_cast<off_t>(offset));
-            if (got < 0 && errno == ESPIPE) got = read(descriptor_, buffer, size);
+            ssize_t got = pread(descriptor_.Number(), buffer, size, static_cast<off_t>(offset));
+            if (got < 0 && errno == ESPIPE) got = read(descriptor_.Number(), buffer, size);
             if (got >= 0) return static_cast<std::size_t>(got);
             if (errno != EINTR) RaiseLastError();
         }
@@ -37,28 +39,20 @@ public:
                 status.st_mtim.tv_sec * kNanoseconds + status.st_mtim.tv_nsec};
     }
 
-    void RefuseDirectory() const {
-        if (S_ISDIR(Status().st_mode)) throw std::system_error(EISDIR, std::system_category());
-    }
-
 private:
     struct stat Status() const {
         struct stat status {};
-        if (fstat(descriptor_, &status) != 0) RaiseLastError();
+        if (fstat(descriptor_.Number(), &status) != 0) RaiseLastError();
         return status;
     }
 
-    int descriptor_;
+    posix::Descriptor descriptor_;
 };
 
 }  // namespace
 
 std::unique_ptr<InputFile> OpenInputFile(const std::filesystem::path& file) {
-    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) RaiseLastError();
-    auto opened = std::make_unique<PosixFile>(descriptor);
-    opened->RefuseDirectory();
-    return opened;
+    return std::make_unique<PosixFile>(file);
 }
 
 }  // namespace iqrx::platform

@@ -1,8 +1,6 @@
-#include "platform/posix/instance_registry.h"
+#include "platform/posix/machine.h"
 
-#include <fcntl.h>
 #include <signal.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -13,6 +11,7 @@
 #include "platform/date.h"
 #include "platform/error.h"
 #include "platform/json_text.h"
+#include "platform/posix/descriptor.h"
 
 namespace iqrx::platform::posix {
 
@@ -43,54 +42,39 @@ private:
 // Waits for the reader of a FIFO, whatever signal arrives meanwhile.
 int OpenForAppending(const std::filesystem::path& file) {
     for (;;) {
-        const int descriptor = open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
+        const int descriptor =
+            open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kOwnerWritesGroupReads);
         if (descriptor >= 0 || errno != EINTR) return descriptor;
     }
 }
 
-std::string JsonArguments(std::span<const Argument> arguments) {
+std::string CallLine(std::string_view member, std::span<const Argument> arguments) {
     std::string json;
     for (const Argument& argument : arguments)
         json += (json.empty() ? "" : ",") + JsonValue(argument.value, IsoTime);
-    return "[" + json + "]";
+    return "{\"call\":" + JsonText(member) + ",\"args\":[" + json + "]}";
 }
-
-std::string CallLine(std::string_view member, std::span<const Argument> arguments) {
-    return "{\"call\":" + JsonText(member) + ",\"args\":" + JsonArguments(arguments) + "}";
-}
-
-}  // namespace
 
 class InstanceLines {
 public:
     explicit InstanceLines(const std::filesystem::path& file)
         : name_(file.string()), descriptor_(OpenForAppending(file)) {
-        if (descriptor_ < 0)
+        if (!descriptor_)
             RaiseRuntimeError(kCannotCreateObject,
                               "the instance file " + name_ + " cannot be written: " + LastError());
     }
-    ~InstanceLines() { close(descriptor_); }
-    InstanceLines(const InstanceLines&) = delete;
-    InstanceLines& operator=(const InstanceLines&) = delete;
 
     void Append(std::string line) {
         line += '\n';
         const BrokenPipesIgnored guard;
-        for (std::string_view rest = line; !rest.empty();) {
-            const ssize_t written = write(descriptor_, rest.data(), rest.size());
-            if (written >= 0)
-                rest.remove_prefix(static_cast<std::size_t>(written));
-            else if (errno != EINTR)
-                RaiseRuntimeError(kDeviceIoError, "the instance file " + name_ + ": " + LastError());
-        }
+        if (!descriptor_.Write(line))
+            RaiseRuntimeError(kDeviceIoError, "the instance file " + name_ + ": " + LastError());
     }
 
 private:
     std::string name_;
-    int descriptor_;
+    Descriptor descriptor_;
 };
-
-namespace {
 
 class Instance final : public Object {
 public:
@@ -128,13 +112,26 @@ private:
     std::shared_ptr<InstanceLines> lines_;
 };
 
+class InstanceRegistries final : public ObjectFactory {
+public:
+    explicit InstanceRegistries(std::optional<std::filesystem::path> file) : file_(std::move(file)) {}
+
+    ObjectRef CreateObject(std::string_view progId) override {
+        if (!file_ || progId != "iQRXyInstHandler.InstanceHandle")
+            RaiseRuntimeError(kCannotCreateObject, std::string(progId));
+        if (!lines_) lines_ = std::make_shared<InstanceLines>(*file_);
+        return std::make_shared<InstanceRegistry>(lines_);
+    }
+
+private:
+    const std::optional<std::filesystem::path> file_;
+    std::shared_ptr<InstanceLines> lines_;
+};
+
 }  // namespace
 
-ObjectRef InstanceRegistryFactory::CreateObject(std::string_view progId) {
-    if (!file_ || progId != "iQRXyInstHandler.InstanceHandle")
-        RaiseRuntimeError(kCannotCreateObject, std::string(progId));
-    if (!lines_) lines_ = std::make_shared<InstanceLines>(*file_);
-    return std::make_shared<InstanceRegistry>(lines_);
+std::unique_ptr<ObjectFactory> CreateInstanceRegistries(std::optional<std::filesystem::path> file) {
+    return std::make_unique<InstanceRegistries>(std::move(file));
 }
 
 }  // namespace iqrx::platform::posix

@@ -8,7 +8,6 @@
 #include <ctime>
 
 #include "platform/date.h"
-#include "platform/posix/machine_parts.h"
 
 namespace iqrx::platform::posix {
 
@@ -81,38 +80,34 @@ private:
 class ErrorLine : public MessageDisplay {
 public:
     void Show(const std::string& text) override {
-        std::string line;
-        for (const char c : text) {
-            if (c == '\r') continue;
-            line += c == '\n' ? ' ' : c;
-        }
+        std::string line = text;
+        std::erase(line, '\r');
+        std::ranges::replace(line, '\n', ' ');
         std::fprintf(stderr, "%s\n", line.c_str());
     }
 };
 
-}  // namespace
-
-struct PosixMachine::Parts {
+struct Parts {
     LocalClock clock;
     UserLocale locale;
     StandardTimeZone timeZone;
     ErrorLine messageBox;
     const std::unique_ptr<XmlDocumentFactory> xml = CreateXmlDocuments();
     const std::unique_ptr<TextFiles> files = CreateTextFiles();
+    const Machine ports{.clock = clock,
+                        .locale = locale,
+                        .timeZone = timeZone,
+                        .messageBox = messageBox,
+                        .xml = *xml,
+                        .files = *files,
+                        .programFolder = ProgramFile().parent_path()};
 };
 
-PosixMachine::PosixMachine() : parts_(std::make_unique<Parts>()) {}
+}  // namespace
 
-PosixMachine::~PosixMachine() = default;
-
-Machine PosixMachine::Ports() {
-    return {.clock = parts_->clock,
-            .locale = parts_->locale,
-            .timeZone = parts_->timeZone,
-            .messageBox = parts_->messageBox,
-            .xml = *parts_->xml,
-            .files = *parts_->files,
-            .programFolder = ProgramFile().parent_path()};
+std::shared_ptr<const Machine> CreateMachine() {
+    const auto parts = std::make_shared<Parts>();
+    return {parts, &parts->ports};
 }
 
 std::filesystem::path ProgramFile() { return std::filesystem::read_symlink("/proc/self/exe"); }

@@ -1,7 +1,12 @@
-#include "platform/posix/stop_signals.h"
+#include "platform/posix/machine.h"
 
+#include <signal.h>
+
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <utility>
+#include <vector>
 
 namespace iqrx::platform::posix {
 
@@ -27,39 +32,46 @@ void TakeSignal(int number) {
 
 void TakeQuestion(int) { ++timesAskedHowFar; }
 
+class StopSignals final : public StopRequest {
+public:
+    StopSignals() {
+        firstSignal = 0;
+        timesAskedHowFar = 0;
+        for (const Named& each : kSignals) Handle(each.number, TakeSignal);
+        Handle(SIGUSR1, TakeQuestion);
+    }
+    ~StopSignals() override {
+        for (const auto& [number, before] : before_) sigaction(number, &before, nullptr);
+    }
+    StopSignals(const StopSignals&) = delete;
+    StopSignals& operator=(const StopSignals&) = delete;
+
+    std::optional<std::string> Asked() const override {
+        const int number = firstSignal.load(std::memory_order_relaxed);
+        const auto* const first = std::ranges::find(kSignals, number, &Named::number);
+        if (first == kSignals.end()) return std::nullopt;
+        return first->name;
+    }
+    int TimesAskedHowFar() const override { return timesAskedHowFar.load(std::memory_order_relaxed); }
+
+private:
+    void Handle(int number, void (*handler)(int)) {
+        struct sigaction action {};
+        action.sa_handler = handler;
+        action.sa_flags = SA_RESTART;  // a call of the system's is no statement: it goes on
+        sigemptyset(&action.sa_mask);
+        struct sigaction before {};
+        sigaction(number, nullptr, &before);
+        if (before.sa_handler == SIG_IGN) return;
+        before_.emplace_back(number, before);
+        sigaction(number, &action, nullptr);
+    }
+
+    std::vector<std::pair<int, struct sigaction>> before_;
+};
+
 }  // namespace
 
-StopSignals::StopSignals() {
-    firstSignal = 0;
-    timesAskedHowFar = 0;
-    for (const Named& each : kSignals) Handle(each.number, TakeSignal);
-    Handle(SIGUSR1, TakeQuestion);
-}
-
-void StopSignals::Handle(int number, void (*handler)(int)) {
-    struct sigaction action {};
-    action.sa_handler = handler;
-    action.sa_flags = SA_RESTART;  // a call of the system's is no statement: it goes on
-    sigemptyset(&action.sa_mask);
-    struct sigaction before {};
-    sigaction(number, nullptr, &before);
-    if (before.sa_handler == SIG_IGN) return;
-    before_.emplace_back(number, before);
-    sigaction(number, &action, nullptr);
-}
-
-StopSignals::~StopSignals() {
-    for (const auto& [number, before] : before_) sigaction(number, &before, nullptr);
-}
-
-std::optional<std::string> StopSignals::Asked() const {
-    const int number = firstSignal.load(std::memory_order_relaxed);
-    if (number == 0) return std::nullopt;
-    for (const Named& each : kSignals)
-        if (each.number == number) return each.name;
-    return std::nullopt;
-}
-
-int StopSignals::TimesAskedHowFar() const { return timesAskedHowFar.load(std::memory_order_relaxed); }
+std::unique_ptr<StopRequest> ListenForStopSignals() { return std::make_unique<StopSignals>(); }
 
 }  // namespace iqrx::platform::posix

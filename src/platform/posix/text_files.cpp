@@ -1,15 +1,12 @@
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <span>
 #include <system_error>
-#include <utility>
 
 #include "platform/error.h"
-#include "platform/posix/machine_parts.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/machine.h"
 
 namespace iqrx::platform::posix {
 
@@ -21,8 +18,6 @@ std::string LastError() {
     return std::system_category().message(errno);
 }
 
-// Without O_NONBLOCK the opening of a FIFO would wait for its other end.
-constexpr int kAlways = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
 // A file to be replaced is emptied only when it is known to be one.
 enum Purpose : int {
     kRead = kAlways | O_RDONLY,
@@ -36,69 +31,52 @@ class RegularFile final : public AppendingFile {
 public:
     RegularFile(const std::filesystem::path& file, Purpose purpose)
         : name_(file.string()), descriptor_(open(file.c_str(), purpose, kOwnerWritesGroupReads)) {
-        if (descriptor_ < 0) Raise(errno == ENOENT && purpose == kRead ? kFileNotFound : kPathFileAccess);
+        if (!descriptor_) Raise(errno == ENOENT && purpose == kRead ? kFileNotFound : kPathFileAccess);
         struct stat status {};
-        const bool regular = fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
-        if (regular && (purpose != kReplace || ftruncate(descriptor_, 0) == 0)) return;
-        const std::string cause = regular ? LastError() : "it is not a regular file";
-        close(descriptor_);
-        RaiseRuntimeError(kPathFileAccess, name_ + ": " + cause);
-    }
-    RegularFile(const RegularFile&) = delete;
-    RegularFile& operator=(const RegularFile&) = delete;
-    ~RegularFile() override {
-        if (descriptor_ >= 0) close(descriptor_);
+        const bool regular = fstat(descriptor_.Number(), &status) == 0 && S_ISREG(status.st_mode);
+        if (regular && (purpose != kReplace || ftruncate(descriptor_.Number(), 0) == 0)) return;
+        RaiseRuntimeError(kPathFileAccess, name_ + ": " + (regular ? LastError() : "it is not a regular file"));
     }
 
-    std::size_t Read(std::span<char> buffer) {  // 0 at the end
-        for (;;) {
-            const ssize_t got = read(descriptor_, buffer.data(), buffer.size());
-            if (got >= 0) return static_cast<std::size_t>(got);
-            if (errno != EINTR) Raise(kDeviceIoError);
-        }
+    bool ReadMore(std::string& text) const {  // false at the end
+        std::array<char, 4096> buffer;
+        ssize_t got = 0;
+        do {
+            got = read(descriptor_.Number(), buffer.data(), buffer.size());
+        } while (got < 0 && errno == EINTR);
+        if (got < 0) Raise(kDeviceIoError);
+        text.append(buffer.data(), static_cast<std::size_t>(got));
+        return got > 0;
     }
 
     void Append(std::string_view text) override {
-        while (!text.empty()) {
-            const ssize_t written = write(descriptor_, text.data(), text.size());
-            if (written >= 0)
-                text.remove_prefix(static_cast<std::size_t>(written));
-            else if (errno != EINTR)
-                Raise(kDeviceIoError);
-        }
+        if (!descriptor_.Write(text)) Raise(kDeviceIoError);
     }
 
     void Close() {
-        if (descriptor_ >= 0 && close(std::exchange(descriptor_, -1)) != 0) Raise(kDeviceIoError);
+        if (descriptor_.Close() != 0) Raise(kDeviceIoError);
     }
 
 private:
-    static constexpr mode_t kOwnerWritesGroupReads = 0640;
-
     [[noreturn]] void Raise(ErrorNumber number) const {
         RaiseRuntimeError(number, name_ + ": " + LastError());
     }
 
     std::string name_;
-    int descriptor_;
+    Descriptor descriptor_;
 };
 
 class PlainTextStream : public TextStream {
 public:
     PlainTextStream(const std::filesystem::path& file, Purpose purpose) : file_(file, purpose) {}
 
-    bool AtEndOfStream() override { return begin_ == end_ && !Fill(); }
+    bool AtEndOfStream() override { return ahead_.empty() && !file_.ReadMore(ahead_); }
 
     std::string ReadLine() override {
         if (AtEndOfStream()) throw RuntimeError(62, kProgram, "Input past end of file");
-        std::string line;
-        do {
-            const std::string_view read(buffer_.data() + begin_, end_ - begin_);
-            const auto lineEnd = read.find('\n');
-            line += read.substr(0, lineEnd);
-            begin_ += std::min(lineEnd, read.size() - 1) + 1;
-            if (lineEnd != std::string_view::npos) break;
-        } while (Fill());
+        while (ahead_.find('\n') == std::string::npos && file_.ReadMore(ahead_)) continue;
+        std::string line = ahead_.substr(0, ahead_.find('\n'));
+        ahead_.erase(0, line.size() + 1);
         if (line.ends_with('\r')) line.pop_back();
         return line;
     }
@@ -108,15 +86,8 @@ public:
     void Close() override { file_.Close(); }
 
 private:
-    bool Fill() {
-        begin_ = 0;
-        end_ = file_.Read(buffer_);
-        return end_ > 0;
-    }
-
     RegularFile file_;
-    std::array<char, 4096> buffer_{};
-    std::size_t begin_ = 0, end_ = 0;  // what is read ahead
+    std::string ahead_;  // what is read and not yet a line
 };
 
 class PlainTextFiles final : public TextFiles {

@@ -1,19 +1,12 @@
 #include <algorithm>
 #include <pugixml.hpp>
 
-#include "platform/posix/machine_parts.h"
+#include "platform/posix/machine.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::posix {
 
 namespace {
-
-void AppendText(const pugi::xml_node& node, std::string& text) {
-    for (const pugi::xml_node child : node.children()) {
-        text += child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata ? child.value() : "";
-        AppendText(child, text);
-    }
-}
 
 class PugiDocument : public XmlDocument {
 public:
@@ -30,8 +23,7 @@ public:
     std::optional<std::string> SelectSingleNodeText(const std::string& path) override {
         const pugi::xml_node node = document_.first_element_by_path(path.c_str());
         if (!node) return std::nullopt;
-        std::string text;
-        AppendText(node, text);
+        const std::string text = pugi::xpath_query("string()").evaluate_string(pugi::xpath_node(node));
         return std::string(Trim(text));  // blanks around it are the file's layout
     }
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "platform/windows/dispatch_adapter.h"
+#include "platform/windows/com_object.h"
 
 namespace iqrx::platform::windows {
 
@@ -16,7 +16,7 @@ void KeepInterface(REFIID iid, IUnknown* object) {
 }
 
 void KeepDispatchInterfaces() {
-    const auto object = DispatchAdapter::Around(nullptr);
+    const auto object = AdapterAround(nullptr);
     KeepInterface(IID_IUnknown, object.Get());
     KeepInterface(IID_IDispatch, object.Get());
 }

@@ -10,6 +10,8 @@ namespace iqrx::platform::windows {
 
 namespace {
 
+constexpr std::int32_t kOutOfMemory = 7, kServerUnavailable = 462;
+
 struct Pair {
     HRESULT result;
     std::int32_t number;
@@ -81,11 +83,6 @@ std::string Taken(BSTR& text) {
     return taken;
 }
 
-std::string WithContext(std::string text, std::string_view context) {
-    if (!context.empty()) text.append(": ").append(context);
-    return text;
-}
-
 }  // namespace
 
 RuntimeError ErrorOfCall(HRESULT result, EXCEPINFO* exception, std::string_view context) {
@@ -100,7 +97,8 @@ RuntimeError ErrorOfCall(HRESULT result, EXCEPINFO* exception, std::string_view 
         if (SUCCEEDED(result)) result = E_FAIL;  // an exception that names no code
     }
     const std::int32_t number = NumberOf(result);
-    if (description.empty()) description = WithContext(OwnText(number, result), context);
+    if (description.empty())
+        description = OwnText(number, result).append(context.empty() ? "" : ": ").append(context);
     return {number, std::move(source), std::move(description)};
 }
 

@@ -8,11 +8,6 @@
 
 namespace iqrx::platform::windows {
 
-enum AutomationErrorNumber : std::int32_t {
-    kOutOfMemory = 7,
-    kServerUnavailable = 462,
-};
-
 // The error that a call ended with. `exception` is what the callee said in an EXCEPINFO, or null; its texts
 // are freed. Where it said nothing, the source is the program and the description Windows' own for the code,
 // followed by `context`.
@@ -36,21 +31,6 @@ HRESULT Guarded(Body body) noexcept {
     } catch (...) {
         return Report(CurrentError());
     }
-}
-
-// Runs the body of a method that raises nothing to its caller: what it fails with goes to `log`.
-template <class Body, class Log>
-HRESULT Trapped(Body body, Log log) noexcept {
-    try {
-        try {
-            body();
-        } catch (...) {
-            log(CurrentError());
-        }
-    } catch (...) {
-        // A failure that cannot be told anywhere.
-    }
-    return S_OK;
 }
 
 }  // namespace iqrx::platform::windows

@@ -3,8 +3,6 @@
 #include <vector>
 
 #include "platform/windows/com_error.h"
-#include "platform/windows/dispatch_adapter.h"
-#include "platform/windows/variant.h"
 
 namespace iqrx::platform::windows {
 
@@ -28,7 +26,7 @@ public:
     void ReadBack() {
         for (std::size_t i = 0; i < arguments_.size(); ++i)
             if (arguments_[i].byReference && !IsStillTheSame(i))
-                arguments_[i].value = FromVariant(storage_[i], ObjectOf);
+                arguments_[i].value = FromVariant(storage_[i]);
     }
 
 private:
@@ -60,9 +58,6 @@ private:
 };
 
 }  // namespace
-
-ComObject::ComObject(ComRef<IDispatch> dispatch, std::shared_ptr<ObjectClass> objectClass)
-    : dispatch_(std::move(dispatch)), class_(std::move(objectClass)) {}
 
 Value ComObject::Invoke(std::string_view member, std::span<Argument> arguments) {
     const DISPID id = IdOf(member);
@@ -107,7 +102,7 @@ DISPID ComObject::IdOf(std::string_view member) {
 }
 
 ObjectRef ComObject::Returned(std::string_view member, ComRef<IDispatch> dispatch) {
-    if (ObjectRef own = DispatchAdapter::Inside(dispatch.Get())) return own;
+    if (ObjectRef own = ObjectInside(dispatch.Get())) return own;
     auto& known = class_->returned[{std::string(member), MethodTable(dispatch.Get())}];
     if (!known) known = std::make_shared<ObjectClass>();
     return std::make_shared<ComObject>(std::move(dispatch), known);
@@ -115,11 +110,11 @@ ObjectRef ComObject::Returned(std::string_view member, ComRef<IDispatch> dispatc
 
 ComRef<IDispatch> DispatchOf(const ObjectRef& object) {
     if (const auto* com = dynamic_cast<const ComObject*>(object.get())) return com->Dispatch();
-    return DispatchAdapter::Around(object);
+    return AdapterAround(object);
 }
 
 ObjectRef ObjectOf(ComRef<IDispatch> dispatch) {
-    if (ObjectRef own = DispatchAdapter::Inside(dispatch.Get())) return own;
+    if (ObjectRef own = ObjectInside(dispatch.Get())) return own;
     return std::make_shared<ComObject>(std::move(dispatch));
 }
 
@@ -132,9 +127,8 @@ ObjectRef ComObjectFactory::CreateObject(std::string_view progId) {
           progId);
     auto& members = classes_[std::string(progId)];
     if (!members) members = std::make_shared<MemberIds>();
-    auto objectClass = std::make_shared<ObjectClass>();
-    objectClass->members = members;
-    return std::make_shared<ComObject>(std::move(dispatch), std::move(objectClass));
+    return std::make_shared<ComObject>(std::move(dispatch),
+                                       std::make_shared<ObjectClass>(ObjectClass{members, {}}));
 }
 
 }  // namespace iqrx::platform::windows

@@ -1,7 +1,8 @@
-// COM objects for the port of late-bound objects. Members are called by name through IDispatch; an object
-// is used on the thread that obtained it.
+// COM objects for the port of late-bound objects, and automation values as VARIANTs. Members are called by
+// name through IDispatch; an object is used on the thread that obtained it.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -22,7 +23,8 @@ struct ObjectClass {
 class ComObject : public Object {
 public:
     explicit ComObject(ComRef<IDispatch> dispatch,
-                       std::shared_ptr<ObjectClass> objectClass = std::make_shared<ObjectClass>());
+                       std::shared_ptr<ObjectClass> objectClass = std::make_shared<ObjectClass>())
+        : dispatch_(std::move(dispatch)), class_(std::move(objectClass)) {}
 
     Value Invoke(std::string_view member, std::span<Argument> arguments) override;
     void Set(std::string_view member, const Value& value) override;
@@ -37,11 +39,28 @@ private:
     std::shared_ptr<ObjectClass> class_;
 };
 
+// Any object as an IDispatch, for COM objects that are handed one of ours.
+ComRef<IDispatch> AdapterAround(ObjectRef object);
+
 // The interface of a COM object, or a new one around any other object.
 ComRef<IDispatch> DispatchOf(const ObjectRef& object);
 
+// The object that an adapter of ours in this process is around; null for any other interface.
+ObjectRef ObjectInside(IDispatch* dispatch);
+
 // What a caller handed in: the object that DispatchOf wrapped, or a new ComObject.
 ObjectRef ObjectOf(ComRef<IDispatch> dispatch);
+
+// An object that came from COM goes out as itself, any other as an IDispatch around it.
+void ToVariant(const Value& value, VARIANT& variant);
+
+// How an interface pointer, never null, becomes an object.
+using MakeObject = std::function<ObjectRef(ComRef<IDispatch>)>;
+
+// References are followed. Wide whole numbers become a Long where they fit and a Double where they don't,
+// currency and decimals a Double. Raises "type mismatch" for arrays, error values and interfaces that are not
+// late-bound.
+Value FromVariant(const VARIANT& variant, const MakeObject& makeObject = ObjectOf);
 
 class ComObjectFactory : public ObjectFactory {
 public:

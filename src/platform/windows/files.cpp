@@ -4,6 +4,7 @@
 #include "platform/error.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/com_object.h"
+#include "platform/windows/machine.h"
 
 namespace iqrx::platform::windows {
 
@@ -26,50 +27,34 @@ private:
 
 std::string LastError() { return ErrorOfCall(HRESULT_FROM_WIN32(GetLastError()), nullptr, {}).description; }
 
-// A file to be overwritten must not be a link to another one.
-void RequireNoLink(const std::filesystem::path& file) {
-    const DWORD attributes = GetFileAttributesW(file.c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
-        RaiseRuntimeError(kPathFileAccess, Utf8(file.native()) + ": it is a link");
-}
-
 class AppendedFile : public AppendingFile {
 public:
     explicit AppendedFile(const std::filesystem::path& file)
         : name_(Utf8(file.native())),
-          handle_(CreateFileW(file.c_str(), FILE_APPEND_DATA | SYNCHRONIZE,
-                              FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
-                              FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr)) {
-        if (handle_ == INVALID_HANDLE_VALUE) RaiseRuntimeError(kPathFileAccess, name_ + ": " + LastError());
-        BY_HANDLE_FILE_INFORMATION information{};
-        const bool regular = GetFileType(handle_) == FILE_TYPE_DISK &&
-                             GetFileInformationByHandle(handle_, &information) != 0 &&
-                             (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
-        if (regular) return;
-        CloseHandle(handle_);
-        RaiseRuntimeError(kPathFileAccess, name_ + ": it is not a regular file");
+          handle_(Open(file, FILE_APPEND_DATA | SYNCHRONIZE, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS)) {
+        if (!handle_) RaiseRuntimeError(kPathFileAccess, name_ + ": " + LastError());
+        if (!IsRegular(handle_)) RaiseRuntimeError(kPathFileAccess, name_ + ": it is not a regular file");
     }
-    AppendedFile(const AppendedFile&) = delete;
-    AppendedFile& operator=(const AppendedFile&) = delete;
-    ~AppendedFile() override { CloseHandle(handle_); }
 
     void Append(std::string_view text) override {
         DWORD written = 0;
-        if (WriteFile(handle_, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) == 0 ||
+        if (WriteFile(handle_.Get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr) == 0 ||
             written != text.size())
             RaiseRuntimeError(kDeviceIoError, name_ + ": " + LastError());
     }
 
 private:
     std::string name_;
-    HANDLE handle_;
+    Handle handle_;
 };
 
 ObjectRef FileSystem() { return ComObjectFactory().CreateObject("Scripting.FileSystemObject"); }
 
 class ScriptingTextFiles final : public TextFiles {
     std::unique_ptr<TextStream> CreateTextFile(const std::filesystem::path& file) override {
-        RequireNoLink(file);
+        // A file to be overwritten must not be a link to another one.
+        if (Has(file, FILE_ATTRIBUTE_REPARSE_POINT))
+            RaiseRuntimeError(kPathFileAccess, Utf8(file.native()) + ": it is a link");
         const bool overwrite = true;
         return std::make_unique<ScriptingTextStream>(
             ToObject(Call(*FileSystem(), "CreateTextFile", Utf8(file.native()), overwrite)));

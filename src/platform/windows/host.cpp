@@ -1,16 +1,15 @@
-#include "platform/windows/host.h"
-
-#include <windows.h>
+#include "platform/windows/machine.h"
 
 #include <array>
+#include <atomic>
+#include <cstdlib>
 #include <optional>
 #include <thread>
-#include <utility>
 
 #include "platform/date.h"
 #include "platform/error.h"
 #include "platform/windows/com_error.h"
-#include "platform/windows/text.h"
+#include "platform/windows/files.h"
 
 namespace iqrx::platform::windows {
 
@@ -23,39 +22,9 @@ constexpr DWORD kForAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE
     throw RuntimeError(kPathFileAccess, kProgram, Utf8(file.native()) + ": " + cause);
 }
 
-class Handle {
-public:
-    explicit Handle(HANDLE handle) : handle_(handle) {}
-    Handle(Handle&& other) noexcept : handle_(std::exchange(other.handle_, INVALID_HANDLE_VALUE)) {}
-    Handle& operator=(Handle other) noexcept {
-        std::swap(handle_, other.handle_);
-        return *this;
-    }
-    Handle(const Handle&) = delete;
-    ~Handle() { Close(); }
-    void Close() {
-        if (*this) CloseHandle(std::exchange(handle_, INVALID_HANDLE_VALUE));
-    }
-    explicit operator bool() const { return handle_ != INVALID_HANDLE_VALUE; }
-    HANDLE Get() const { return handle_; }
-
-private:
-    HANDLE handle_;
-};
-
-Handle Open(const std::filesystem::path& file, DWORD access, DWORD share, DWORD creation) {
-    // A link is opened as itself, so that nobody can have another file written.
-    return Handle(CreateFileW(file.c_str(), access, share, nullptr, creation,
-                              FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
-}
-
 void RequireRegular(const Handle& handle, const std::filesystem::path& file) {
-    BY_HANDLE_FILE_INFORMATION information{};
-    if (GetFileType(handle.Get()) == FILE_TYPE_DISK &&
-        GetFileInformationByHandle(handle.Get(), &information) != 0 &&
-        (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0)
-        return;
-    throw RuntimeError(kPathFileAccess, kProgram, Utf8(file.native()) + ": it is not a regular file");
+    if (!IsRegular(handle))
+        throw RuntimeError(kPathFileAccess, kProgram, Utf8(file.native()) + ": it is not a regular file");
 }
 
 void WriteAll(const Handle& handle, std::string_view text, const std::filesystem::path& file) {
@@ -134,115 +103,119 @@ std::int64_t UnixSeconds(std::chrono::system_clock::time_point moment) {
     return std::chrono::floor<std::chrono::seconds>(moment.time_since_epoch()).count();
 }
 
-std::string EnvironmentText(const wchar_t* name) {
-    std::array<wchar_t, 256> buffer{};
-    const DWORD length = GetEnvironmentVariableW(name, buffer.data(), buffer.size());
-    return length < buffer.size() ? Utf8({buffer.data(), length}) : std::string();
-}
+class WindowsHost final : public Host {
+public:
+    ProcessIdentity Self() const override {
+        std::array<wchar_t, 512> user{}, host{};
+        const wchar_t* const session = _wgetenv(L"SESSIONNAME");
+        DWORD userSize = user.size(), hostSize = host.size();
+        if (GetUserNameW(user.data(), &userSize) == 0) user[0] = L'\0';
+        if (GetComputerNameExW(ComputerNamePhysicalDnsHostname, host.data(), &hostSize) == 0) host[0] = L'\0';
+        return {static_cast<long>(GetCurrentProcessId()), Utf8(user.data()), Utf8(host.data()),
+                Utf8(session ? session : L"")};
+    }
 
-}  // namespace
+    int UtcOffsetMinutes() const override {
+        const auto now = std::chrono::system_clock::now();
+        return static_cast<int>((LocalTime(now).secondsSince1970 - UnixSeconds(now)) / 60);
+    }
 
-ProcessIdentity WindowsHost::Self() const {
-    std::array<wchar_t, 512> user{}, host{};
-    DWORD userSize = user.size(), hostSize = host.size();
-    if (GetUserNameW(user.data(), &userSize) == 0) user[0] = L'\0';
-    if (GetComputerNameExW(ComputerNamePhysicalDnsHostname, host.data(), &hostSize) == 0) host[0] = L'\0';
-    return {static_cast<long>(GetCurrentProcessId()), Utf8(user.data()), Utf8(host.data()),
-            EnvironmentText(L"SESSIONNAME")};
-}
+    Date LocalTime(std::chrono::system_clock::time_point moment) const override {
+        constexpr std::int64_t kTicks = 10'000'000, kSecondsFrom1601 = 11'644'473'600;
+        const std::int64_t ticks = (UnixSeconds(moment) + kSecondsFrom1601) * kTicks;
+        const FILETIME time{static_cast<DWORD>(ticks & 0xFFFFFFFF), static_cast<DWORD>(ticks >> 32)};
+        SYSTEMTIME utc{}, local{};
+        if (FileTimeToSystemTime(&time, &utc) == 0 ||
+            SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local) == 0)
+            return {UnixSeconds(moment)};
+        return FromCivil({local.wYear, local.wMonth, local.wDay, local.wHour, local.wMinute, local.wSecond});
+    }
 
-int WindowsHost::UtcOffsetMinutes() const {
-    const auto now = std::chrono::system_clock::now();
-    return static_cast<int>((LocalTime(now).secondsSince1970 - UnixSeconds(now)) / 60);
-}
+    std::chrono::seconds Uptime() const override {
+        return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::milliseconds(GetTickCount64()));
+    }
 
-Date WindowsHost::LocalTime(std::chrono::system_clock::time_point moment) const {
-    constexpr std::int64_t kTicks = 10'000'000, kSecondsFrom1601 = 11'644'473'600;
-    const std::int64_t ticks = (UnixSeconds(moment) + kSecondsFrom1601) * kTicks;
-    const FILETIME time{static_cast<DWORD>(ticks & 0xFFFFFFFF), static_cast<DWORD>(ticks >> 32)};
-    SYSTEMTIME utc{}, local{};
-    if (FileTimeToSystemTime(&time, &utc) == 0 || SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local) == 0)
-        return {UnixSeconds(moment)};
-    return FromCivil({local.wYear, local.wMonth, local.wDay, local.wHour, local.wMinute, local.wSecond});
-}
+    std::string Boot() const override {
+        constexpr const wchar_t* kKey =
+            L"SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Memory Management\\PrefetchParameters";
+        DWORD number = 0, size = sizeof number;
+        if (RegGetValueW(HKEY_LOCAL_MACHINE, kKey, L"BootId", RRF_RT_REG_DWORD, nullptr, &number, &size) !=
+            ERROR_SUCCESS)
+            return {};
+        return std::to_string(number);
+    }
 
-std::chrono::seconds WindowsHost::Uptime() const {
-    return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::milliseconds(GetTickCount64()));
-}
-
-std::string WindowsHost::Boot() const {
-    constexpr const wchar_t* kKey =
-        L"SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Memory Management\\PrefetchParameters";
-    DWORD number = 0, size = sizeof number;
-    if (RegGetValueW(HKEY_LOCAL_MACHINE, kKey, L"BootId", RRF_RT_REG_DWORD, nullptr, &number, &size) !=
-        ERROR_SUCCESS)
-        return {};
-    return std::to_string(number);
-}
-
-std::unique_ptr<HeldFile> WindowsHost::TryHold(const std::filesystem::path& file) {
-    constexpr int kTries = 500;
-    Handle handle(INVALID_HANDLE_VALUE);
-    bool taken = false, isNew = false;
-    const DWORD error = Patiently(
-        [&] {
-            Handle opened = Open(file, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, OPEN_ALWAYS);
-            const DWORD failure = GetLastError();
-            if (opened) {
-                RequireRegular(opened, file);
-                // It waits for those who ask, for a moment: nobody else can want it.
-                OVERLAPPED mark = MarkOfHolder();
-                LockFileEx(opened.Get(), LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &mark);
-                isNew = failure != ERROR_ALREADY_EXISTS;
-                handle = std::move(opened);
-                return true;
-            }
-            taken = failure == ERROR_SHARING_VIOLATION && IsTaken(file) == true;
-            SetLastError(failure);
-            return taken;
-        },
-        kTries);
-    if (taken || error == ERROR_SHARING_VIOLATION) return nullptr;
-    if (error != ERROR_SUCCESS) Raise(file, error);
-    return std::make_unique<ExclusiveFile>(std::move(handle), file, isNew);
-}
-
-bool WindowsHost::IsHeld(const std::filesystem::path& file) {
-    constexpr int kTries = 50;
-    bool held = false;
-    const DWORD error = Patiently(
-        [&] {
-            const std::optional<bool> taken = IsTaken(file);
-            held = taken == true;
-            return taken.has_value();
-        },
-        kTries);
-    if (error != ERROR_SUCCESS) Raise(file, error);
-    return held;
-}
-
-void WindowsHost::Replace(const std::filesystem::path& file, std::string_view text) {
-    constexpr int kTries = 1000;
-    std::filesystem::path fresh = file;
-    fresh += "." + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++names_) + ".new";
-    Handle created = Open(fresh, GENERIC_WRITE, kForAll, CREATE_NEW);
-    if (!created) Raise(file, GetLastError());
-    try {
-        WriteAll(created, text, file);
-        if (FlushFileBuffers(created.Get()) == 0) Raise(file, GetLastError());
-        created.Close();
+    std::unique_ptr<HeldFile> TryHold(const std::filesystem::path& file) override {
+        constexpr int kTries = 500;
+        Handle handle(INVALID_HANDLE_VALUE);
+        bool taken = false, isNew = false;
         const DWORD error = Patiently(
             [&] {
-                return MoveFileExW(fresh.c_str(), file.c_str(),
-                                   MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
+                Handle opened = Open(file, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, OPEN_ALWAYS);
+                const DWORD failure = GetLastError();
+                if (opened) {
+                    RequireRegular(opened, file);
+                    // It waits for those who ask, for a moment: nobody else can want it.
+                    OVERLAPPED mark = MarkOfHolder();
+                    LockFileEx(opened.Get(), LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &mark);
+                    isNew = failure != ERROR_ALREADY_EXISTS;
+                    handle = std::move(opened);
+                    return true;
+                }
+                taken = failure == ERROR_SHARING_VIOLATION && IsTaken(file) == true;
+                SetLastError(failure);
+                return taken;
+            },
+            kTries);
+        if (taken || error == ERROR_SHARING_VIOLATION) return nullptr;
+        if (error != ERROR_SUCCESS) Raise(file, error);
+        return std::make_unique<ExclusiveFile>(std::move(handle), file, isNew);
+    }
+
+    bool IsHeld(const std::filesystem::path& file) override {
+        constexpr int kTries = 50;
+        bool held = false;
+        const DWORD error = Patiently(
+            [&] {
+                const std::optional<bool> taken = IsTaken(file);
+                held = taken == true;
+                return taken.has_value();
             },
             kTries);
         if (error != ERROR_SUCCESS) Raise(file, error);
-    } catch (const RuntimeError&) {
-        created.Close();
-        DeleteFileW(fresh.c_str());
-        throw;
+        return held;
     }
-}
+
+    void Replace(const std::filesystem::path& file, std::string_view text) override {
+        constexpr int kTries = 1000;
+        std::filesystem::path fresh = file;
+        fresh += "." + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++names_) + ".new";
+        Handle created = Open(fresh, GENERIC_WRITE, kForAll, CREATE_NEW);
+        if (!created) Raise(file, GetLastError());
+        try {
+            WriteAll(created, text, file);
+            if (FlushFileBuffers(created.Get()) == 0) Raise(file, GetLastError());
+            created.Close();
+            const DWORD error = Patiently(
+                [&] {
+                    return MoveFileExW(fresh.c_str(), file.c_str(),
+                                       MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
+                },
+                kTries);
+            if (error != ERROR_SUCCESS) Raise(file, error);
+        } catch (const RuntimeError&) {
+            created.Close();
+            DeleteFileW(fresh.c_str());
+            throw;
+        }
+    }
+
+private:
+    std::atomic<int> names_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<Host> CreateHost() { return std::make_unique<WindowsHost>(); }
 
 }  // namespace iqrx::platform::windows

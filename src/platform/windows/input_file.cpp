@@ -1,10 +1,10 @@
 #include "platform/input_file.h"
 
-#include <windows.h>
-
 #include <algorithm>
 #include <limits>
 #include <system_error>
+
+#include "platform/windows/files.h"
 
 namespace iqrx::platform {
 
@@ -18,10 +18,7 @@ std::uint64_t Joined(DWORD high, DWORD low) { return (std::uint64_t{high} << 32U
 
 class WindowsFile final : public InputFile {
 public:
-    explicit WindowsFile(HANDLE handle) : handle_(handle) {}
-    ~WindowsFile() override { CloseHandle(handle_); }
-    WindowsFile(const WindowsFile&) = delete;
-    WindowsFile& operator=(const WindowsFile&) = delete;
+    explicit WindowsFile(windows::Handle handle) : handle_(std::move(handle)) {}
 
     std::size_t Read(std::uint64_t offset, char* buffer, std::size_t size) override {
         OVERLAPPED place{};
@@ -29,40 +26,36 @@ public:
         place.OffsetHigh = static_cast<DWORD>(offset >> 32U);
         const auto wanted = static_cast<DWORD>(std::min<std::size_t>(size, std::numeric_limits<DWORD>::max()));
         DWORD got = 0;
-        if (ReadFile(handle_, buffer, wanted, &got, &place)) return got;
+        if (ReadFile(handle_.Get(), buffer, wanted, &got, &place)) return got;
         const DWORD error = GetLastError();
         if (error == ERROR_HANDLE_EOF || error == ERROR_BROKEN_PIPE) return 0;
         Raise(error);
     }
 
     FileState State() override {
-        if (GetFileType(handle_) != FILE_TYPE_DISK) return {};
+        if (GetFileType(handle_.Get()) != FILE_TYPE_DISK) return {};
         BY_HANDLE_FILE_INFORMATION now{};
-        if (!GetFileInformationByHandle(handle_, &now)) Raise(GetLastError());
+        if (!GetFileInformationByHandle(handle_.Get(), &now)) Raise(GetLastError());
         return {Joined(now.nFileSizeHigh, now.nFileSizeLow),
                 static_cast<std::int64_t>(
                     Joined(now.ftLastWriteTime.dwHighDateTime, now.ftLastWriteTime.dwLowDateTime))};
     }
 
 private:
-    HANDLE handle_;
+    windows::Handle handle_;
 };
-
-bool IsDirectory(const std::filesystem::path& file) {
-    const DWORD attributes = GetFileAttributesW(file.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
 
 }  // namespace
 
 std::unique_ptr<InputFile> OpenInputFile(const std::filesystem::path& file) {
     // Nobody is kept from replacing the file, or from writing to it.
-    const HANDLE handle =
-        CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (handle != INVALID_HANDLE_VALUE) return std::make_unique<WindowsFile>(handle);
+    windows::Handle handle(CreateFileW(file.c_str(), GENERIC_READ,
+                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                       OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (handle) return std::make_unique<WindowsFile>(std::move(handle));
     const DWORD error = GetLastError();
-    if (IsDirectory(file)) throw std::system_error(std::make_error_code(std::errc::is_a_directory));
+    if (windows::Has(file, FILE_ATTRIBUTE_DIRECTORY))
+        throw std::system_error(std::make_error_code(std::errc::is_a_directory));
     Raise(error);
 }
 

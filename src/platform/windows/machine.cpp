@@ -4,7 +4,6 @@
 
 #include "platform/date.h"
 #include "platform/windows/com.h"
-#include "platform/windows/files.h"
 
 namespace iqrx::platform::windows {
 
@@ -59,61 +58,57 @@ public:
     }
 };
 
-BOOL CALLBACK Answer(HWND window, LPARAM) {
-    EndDialog(window, IDOK);
-    return TRUE;
-}
-
 void CALLBACK AnswerForNobody(HWND, UINT, UINT_PTR, DWORD) {
-    EnumThreadWindows(GetCurrentThreadId(), Answer, 0);
+    const auto answer = [](HWND window, LPARAM) {
+        EndDialog(window, IDOK);
+        return TRUE;
+    };
+    EnumThreadWindows(GetCurrentThreadId(), answer, 0);
 }
 
 class UserMessageBox final : public MessageDisplay {
 public:
-    UserMessageBox(Audience audience, std::chrono::milliseconds limit) : audience_(audience), limit_(limit) {}
+    explicit UserMessageBox(Audience audience) : audience_(audience) {}
 
     void Show(const std::string& text) override {
         const std::wstring wide = Wide(text);
         if (audience_ == Audience::Nobody) return OutputDebugStringW(wide.c_str());
         // The box runs the thread's messages, and with them the timer.
-        const UINT_PTR timer = SetTimer(nullptr, 0, static_cast<UINT>(limit_.count()), &AnswerForNobody);
+        constexpr UINT kLimitMilliseconds = 60'000;
+        const UINT_PTR timer = SetTimer(nullptr, 0, kLimitMilliseconds, &AnswerForNobody);
         MessageBoxW(nullptr, wide.c_str(), L"iQRXyQRXSync", MB_OK | MB_ICONEXCLAMATION | MB_SETFOREGROUND);
         KillTimer(nullptr, timer);
     }
 
 private:
     Audience audience_;
-    std::chrono::milliseconds limit_;
 };
 
-}  // namespace
-
-struct WindowsMachine::Parts {
+struct Parts {
     UserMessageBox messageBox;
     LocalClock clock = {};
     UserLocale locale = {};
     StandardTimeZone timeZone = {};
     const std::unique_ptr<XmlDocumentFactory> xml = CreateXmlDocuments();
     const std::unique_ptr<TextFiles> files = CreateTextFiles();
+    const Machine ports{.clock = clock,
+                        .locale = locale,
+                        .timeZone = timeZone,
+                        .messageBox = messageBox,
+                        .xml = *xml,
+                        .files = *files,
+                        .programFolder = ProgramFile().parent_path(),
+                        .pathSeparator = '\\',
+                        .lineEnd = "\r\n",
+                        .blankDirectory = "",
+                        .defaultLogDirectory = "C:"};
 };
 
-WindowsMachine::WindowsMachine(Audience audience, std::chrono::milliseconds boxLimit)
-    : parts_(new Parts{{audience, boxLimit}}) {}
+}  // namespace
 
-WindowsMachine::~WindowsMachine() = default;
-
-Machine WindowsMachine::Ports() {
-    return {.clock = parts_->clock,
-            .locale = parts_->locale,
-            .timeZone = parts_->timeZone,
-            .messageBox = parts_->messageBox,
-            .xml = *parts_->xml,
-            .files = *parts_->files,
-            .programFolder = ProgramFile().parent_path(),
-            .pathSeparator = '\\',
-            .lineEnd = "\r\n",
-            .blankDirectory = "",
-            .defaultLogDirectory = "C:"};
+std::shared_ptr<const Machine> CreateMachine(Audience audience) {
+    const std::shared_ptr<Parts> parts(new Parts{UserMessageBox(audience)});
+    return {parts, &parts->ports};
 }
 
 Audience AudienceOfDesktop() {

@@ -1,10 +1,7 @@
-// The ports of a Windows machine: clock, locale, time zone and message box of Win32, XML documents and
-// text files of the system's own COM components. Its thread has entered an apartment.
+// What a Windows machine supplies.
 #pragma once
 
-#include <chrono>
-#include <memory>
-
+#include "platform/host.h"
 #include "platform/machine.h"
 
 namespace iqrx::platform::windows {
@@ -16,21 +13,24 @@ enum class Audience {
                // button
 };
 
-class WindowsMachine {
-public:
-    explicit WindowsMachine(Audience audience, std::chrono::milliseconds boxLimit = std::chrono::minutes(1));
-    ~WindowsMachine();
+// Clock, locale, time zone and message box of Win32, XML documents and text files of the system's own COM
+// components, all borrowed from it. Its thread has entered an apartment.
+std::shared_ptr<const Machine> CreateMachine(Audience audience);
 
-    Machine Ports();  // valid for as long as this object lives
-
-private:
-    struct Parts;
-    std::unique_ptr<Parts> parts_;
-};
+// Text files through the scripting run-time's file-system object: ANSI text, lines that end in CR LF. Files
+// that grow at their end through Win32.
+std::unique_ptr<TextFiles> CreateTextFiles();
+// XML documents of the system's own parser; each raises RuntimeError where that is missing.
+std::unique_ptr<XmlDocumentFactory> CreateXmlDocuments();
 
 // Somebody, when the process owns a visible desktop.
 Audience AudienceOfDesktop();
 
 std::filesystem::path ProgramFile();
+
+// A file is held by its share mode, so that there is no moment at which a new one is there and not held, and
+// a lock far after its text tells so to those who ask, without excluding anybody. A process's terminal is the
+// session's name, "Console" or "RDP-Tcp#3"; the start is told by its number, where the system counts.
+std::unique_ptr<Host> CreateHost();
 
 }  // namespace iqrx::platform::windows

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
 
 #include "platform/stop_request.h"
 
@@ -11,16 +12,8 @@ namespace iqrx::platform::windows {
 // if nobody handled it. After a close, a log-off and a shutdown the process ends when their handler returns:
 // it waits until this is destroyed, so that what it was asked to stop comes to its end; the system waits some
 // five seconds for that, at a service's shutdown twenty. Of log-off and shutdown Windows tells services only.
-// One at a time in a process.
-class StopEvents final : public StopRequest {
-public:
-    StopEvents();
-    ~StopEvents() override;
-    StopEvents(const StopEvents&) = delete;
-    StopEvents& operator=(const StopEvents&) = delete;
-
-    std::optional<std::string> Asked() const override;  // "Ctrl-C", "Ctrl-Break", "close", "logoff", "shutdown"
-};
+// One at a time in a process. It was asked by "Ctrl-C", "Ctrl-Break", "close", "logoff" or "shutdown".
+std::unique_ptr<StopRequest> ListenForConsoleEvents();
 
 // What the handler, which runs in a thread of its own, and the process say to each other.
 struct StopConversation {

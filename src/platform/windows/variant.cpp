@@ -1,11 +1,10 @@
-#include "platform/windows/variant.h"
+#include "platform/windows/com_object.h"
 
 #include <type_traits>
 
 #include "platform/date.h"
 #include "platform/error.h"
 #include "platform/windows/com_error.h"
-#include "platform/windows/com_object.h"
 
 namespace iqrx::platform::windows {
 
@@ -68,47 +67,23 @@ void ToVariant(const Value& value, VARIANT& variant) {
 }
 
 Value FromVariant(const VARIANT& variant, const MakeObject& makeObject) {
-    switch (variant.vt) {
-        case VT_EMPTY:
-            return Empty{};
-        case VT_NULL:
-            return Null{};
-        case VT_BOOL:
-            return variant.boolVal != VARIANT_FALSE;
-        case VT_UI1:
-            return variant.bVal;
-        case VT_I1:
-            return static_cast<Integer>(variant.cVal);
-        case VT_I2:
-            return variant.iVal;
-        case VT_UI2:
-            return static_cast<Long>(variant.uiVal);
-        case VT_I4:
-        case VT_INT:
-            return static_cast<Long>(variant.lVal);
-        case VT_UI4:
-        case VT_UINT:
-            return Fitting(variant.ulVal);
-        case VT_I8:
-            return Fitting(variant.llVal);
-        case VT_R4:
-            return variant.fltVal;
-        case VT_R8:
-            return variant.dblVal;
-        case VT_UI8:
-        case VT_CY:
-        case VT_DECIMAL:
-            return AsDouble(variant);
-        case VT_DATE:
-            return FromAutomationDate(variant.date);
-        case VT_BSTR:
-            return FromBstr(variant.bstrVal);
-        case VT_DISPATCH:
-        case VT_UNKNOWN:
-            return AsObject(variant.punkVal, makeObject);
-        default:
-            break;
-    }
+    const auto is = [&](auto... types) { return ((variant.vt == types) || ...); };
+    if (is(VT_EMPTY)) return Empty{};
+    if (is(VT_NULL)) return Null{};
+    if (is(VT_BOOL)) return variant.boolVal != VARIANT_FALSE;
+    if (is(VT_UI1)) return variant.bVal;
+    if (is(VT_I1)) return static_cast<Integer>(variant.cVal);
+    if (is(VT_I2)) return variant.iVal;
+    if (is(VT_UI2)) return static_cast<Long>(variant.uiVal);
+    if (is(VT_I4, VT_INT)) return static_cast<Long>(variant.lVal);
+    if (is(VT_UI4, VT_UINT)) return Fitting(variant.ulVal);
+    if (is(VT_I8)) return Fitting(variant.llVal);
+    if (is(VT_R4)) return variant.fltVal;
+    if (is(VT_R8)) return variant.dblVal;
+    if (is(VT_UI8, VT_CY, VT_DECIMAL)) return AsDouble(variant);
+    if (is(VT_DATE)) return FromAutomationDate(variant.date);
+    if (is(VT_BSTR)) return FromBstr(variant.bstrVal);
+    if (is(VT_DISPATCH, VT_UNKNOWN)) return AsObject(variant.punkVal, makeObject);
     if ((variant.vt & VT_BYREF) == 0) RaiseRuntimeError(kTypeMismatch);
     Variant followed;
     Check(VariantCopyInd(&followed, const_cast<VARIANT*>(&variant)), "");

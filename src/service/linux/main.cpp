@@ -1,27 +1,26 @@
 #include <iostream>
 
 #include "composition/composition.h"
-#include "composition/run_recorder.h"
 #include "hosting/sub_main.h"
 #include "hosting/version.h"
 #include "platform/error.h"
 #include "platform/posix/arguments.h"
 
 int main(int argc, char** argv) {
+    using namespace iqrx::hosting;
     try {
         const std::vector<std::string> words = iqrx::platform::posix::TakeArguments(argc, argv);
-        if (const auto answer = iqrx::hosting::AnswerAboutItself(words)) {
+        if (const auto answer = AnswerAboutItself(words)) {
             std::cout << *answer;
-            return iqrx::hosting::kCompleted;
+            return kCompleted;
         }
-        const auto stop = iqrx::hosting::ListenForStop();
-        iqrx::hosting::Composition parts(
-            iqrx::hosting::SurroundingsOfService(iqrx::hosting::Variable, stop.get()));
-        iqrx::hosting::RunRecorder recorder(parts, std::cerr, *stop);
-        iqrx::control::Process process(parts.Ports(std::cerr, &recorder));
-        return iqrx::hosting::SubMain(process, iqrx::hosting::RequestText(words));
+        const auto stop = ListenForStop();
+        Composition parts(SurroundingsOfService(Variable, stop.get()));
+        const auto recorder = RecordRuns(parts, std::cerr, *stop);
+        iqrx::control::Process process(parts.Ports(std::cerr, recorder.get()));
+        return SubMain(process, RequestText(words));
     } catch (...) {
         std::cerr << iqrx::runtime::DiagnosticLine(iqrx::platform::CurrentError().description) << '\n';
-        return iqrx::hosting::kFailed;
+        return kFailed;
     }
 }

@@ -3,11 +3,10 @@
 
 #include "com_server/server.h"
 #include "composition/composition.h"
-#include "composition/run_recorder.h"
 #include "hosting/sub_main.h"
 #include "hosting/version.h"
-#include "platform/connection_string.h"
 #include "platform/error.h"
+#include "platform/text.h"
 #include "platform/windows/apartment.h"
 
 namespace iqrx::hosting::windows {
@@ -42,8 +41,8 @@ int Run(const std::vector<std::string>& words) {
     Surroundings surroundings = SurroundingsOfService(Variable, stop.get());
     surroundings.isEmbedded = isEmbedded;
     Composition parts(surroundings);
-    RunRecorder recorder(parts, std::cerr, *stop);
-    control::Process process(parts.Ports(std::cerr, &recorder));
+    const auto recorder = RecordRuns(parts, std::cerr, *stop);
+    control::Process process(parts.Ports(std::cerr, recorder.get()));
     if (isEmbedded) return RunServer(process), kCompleted;
     return SubMain(process, RequestText(words));
 }

@@ -48,7 +48,7 @@ struct Ado : ObjectFactory {
 class AdoTest : public ::testing::Test {
 protected:
     std::unique_ptr<Connection> Opened() {
-        auto connection = AdoProvider(ado).CreateConnection("Provider=X;Data Source=Y");
+        auto connection = CreateConnection(ado);
         connection->Open("Provider=X;Data Source=Y");
         ado.calls.clear();
         return connection;
@@ -76,7 +76,7 @@ protected:
 };
 
 TEST_F(AdoTest, AConnectionStringIsHandedOverAsItStands) {
-    const auto connection = AdoProvider(ado).CreateConnection("ignored");
+    const auto connection = CreateConnection(ado);
     connection->SetConnectionTimeout(0);
     connection->SetCommandTimeout(0);
     connection->Open("Provider=X;Data Source={a;b}");

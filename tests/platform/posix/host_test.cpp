@@ -1,4 +1,4 @@
-#include "platform/posix/host.h"
+#include "platform/posix/machine.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -44,7 +44,8 @@ protected:
 
     const testing::TemporaryDirectory directory;
     const std::filesystem::path file = directory.path / "sheet";
-    PosixHost host;
+    const std::unique_ptr<Host> created = CreateHost();
+    Host& host = *created;
 };
 
 TEST_F(HostTest, TellsWhoThisProcessIs) {
@@ -81,7 +82,7 @@ TEST_F(HostTest, TheUptimeIsTheSystems) {
 
 TEST_F(HostTest, TheBootIsTheSameUntilTheMachineStartsAnew) {
     EXPECT_EQ(host.Boot().size(), 36U);
-    EXPECT_EQ(host.Boot(), PosixHost().Boot());
+    EXPECT_EQ(host.Boot(), CreateHost()->Boot());
 }
 
 TEST_F(HostTest, AFileIsHeldByOneOnlyUntilItLetsGo) {

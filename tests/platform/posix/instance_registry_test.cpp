@@ -1,4 +1,4 @@
-#include "platform/posix/instance_registry.h"
+#include "platform/posix/machine.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -31,7 +31,7 @@ protected:
     const std::filesystem::path file = directory.path / "instance";
 };
 
-std::int32_t NumberRaisedBy(InstanceRegistryFactory& factory, std::string_view progId) {
+std::int32_t NumberRaisedBy(ObjectFactory& factory, std::string_view progId) {
     try {
         factory.CreateObject(progId);
     } catch (const RuntimeError& error) {
@@ -41,8 +41,8 @@ std::int32_t NumberRaisedBy(InstanceRegistryFactory& factory, std::string_view p
 }
 
 TEST_F(Registry, WritesTheCallsOnItselfAndOnTheInstanceInOrder) {
-    InstanceRegistryFactory factory(file);
-    const ObjectRef registry = factory.CreateObject(kRegistry);
+    const auto factory = CreateInstanceRegistries(file);
+    const ObjectRef registry = factory->CreateObject(kRegistry);
     Value number = Integer{2};
     const ObjectRef instance = ToObject(Call(*registry, "getInstance", ByRef{number}));
     registry->Set("CurrentInstanceNumber", Integer{2});
@@ -67,27 +67,27 @@ TEST_F(Registry, WritesTheCallsOnItselfAndOnTheInstanceInOrder) {
 
 TEST_F(Registry, AppendsToWhatTheFileHolds) {
     for (const Integer number : {Integer{1}, Integer{2}})
-        InstanceRegistryFactory(file).CreateObject(kRegistry)->Set("CurrentInstanceNumber", number);
+        CreateInstanceRegistries(file)->CreateObject(kRegistry)->Set("CurrentInstanceNumber", number);
     EXPECT_EQ(Written(),
               "{\"set\":\"CurrentInstanceNumber\",\"value\":1}\n"
               "{\"set\":\"CurrentInstanceNumber\",\"value\":2}\n");
 }
 
 TEST_F(Registry, DoesNotExistWithoutAFile) {
-    InstanceRegistryFactory factory(std::nullopt);
-    EXPECT_EQ(NumberRaisedBy(factory, kRegistry), kCannotCreateObject);
+    const auto factory = CreateInstanceRegistries(std::nullopt);
+    EXPECT_EQ(NumberRaisedBy(*factory, kRegistry), kCannotCreateObject);
 }
 
 TEST_F(Registry, IsTheOnlyClass) {
-    InstanceRegistryFactory factory(file);
-    EXPECT_EQ(NumberRaisedBy(factory, "ADODB.Connection"), kCannotCreateObject);
+    const auto factory = CreateInstanceRegistries(file);
+    EXPECT_EQ(NumberRaisedBy(*factory, "ADODB.Connection"), kCannotCreateObject);
     EXPECT_FALSE(std::filesystem::exists(file));
 }
 
 TEST_F(Registry, ThatCannotBeWrittenIsAnErrorThatNamesTheFile) {
-    InstanceRegistryFactory factory(file / "below" / "nothing");
+    const auto factory = CreateInstanceRegistries(file / "below" / "nothing");
     try {
-        factory.CreateObject(kRegistry);
+        factory->CreateObject(kRegistry);
         FAIL();
     } catch (const RuntimeError& error) {
         EXPECT_EQ(error.number, kCannotCreateObject);
@@ -96,8 +96,8 @@ TEST_F(Registry, ThatCannotBeWrittenIsAnErrorThatNamesTheFile) {
 }
 
 TEST_F(Registry, AnswersNoMemberThatItDoesNotHave) {
-    InstanceRegistryFactory factory(file);
-    const ObjectRef registry = factory.CreateObject(kRegistry);
+    const auto factory = CreateInstanceRegistries(file);
+    const ObjectRef registry = factory->CreateObject(kRegistry);
     Value number = Integer{1};
     const ObjectRef instance = ToObject(Call(*registry, "getInstance", ByRef{number}));
     EXPECT_THROW(Call(*registry, "writeToMessageBox", std::string("x")), RuntimeError);
@@ -112,10 +112,10 @@ TEST_F(Registry, SpeaksToTheReaderOfAFifo) {
         return std::string(std::istreambuf_iterator<char>(stream), {});
     });
     {
-        InstanceRegistryFactory factory(file);
+        const auto factory = CreateInstanceRegistries(file);
         Value number = Integer{3};
-        Call(*factory.CreateObject(kRegistry), "getInstance", ByRef{number});
-        factory.CreateObject(kRegistry)->Set("CurrentInstanceNumber", Integer{3});
+        Call(*factory->CreateObject(kRegistry), "getInstance", ByRef{number});
+        factory->CreateObject(kRegistry)->Set("CurrentInstanceNumber", Integer{3});
     }
     EXPECT_EQ(read.get(),
               "{\"call\":\"getInstance\",\"args\":[3]}\n{\"set\":\"CurrentInstanceNumber\",\"value\":3}\n");
@@ -159,9 +159,9 @@ TEST_F(Registry, IsNotDisturbedByASignalWhileItWaitsForItsReader) {
     }
     {
         const Interruptions interruptions;
-        InstanceRegistryFactory factory(file);
+        const auto factory = CreateInstanceRegistries(file);
         Value number = Integer{3};
-        const Value instance = Call(*factory.CreateObject(kRegistry), "getInstance", ByRef{number});
+        const Value instance = Call(*factory->CreateObject(kRegistry), "getInstance", ByRef{number});
         EXPECT_NO_THROW(Call(*ToObject(instance), "writeToMessageBox", text, Date{}));
     }
     int status = -1;
@@ -172,8 +172,8 @@ TEST_F(Registry, IsNotDisturbedByASignalWhileItWaitsForItsReader) {
 TEST_F(Registry, RaisesWhenTheReaderOfAFifoHasLeft) {
     ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
     auto reader = std::async(std::launch::async, [&] { std::ifstream stream(file); });
-    InstanceRegistryFactory factory(file);
-    const ObjectRef registry = factory.CreateObject(kRegistry);
+    const auto factory = CreateInstanceRegistries(file);
+    const ObjectRef registry = factory->CreateObject(kRegistry);
     reader.get();
     EXPECT_THROW(registry->Set("CurrentInstanceNumber", Integer{3}), RuntimeError);
 }

@@ -24,13 +24,13 @@ protected:
 
     const testing::TemporaryDirectory owned;
     const std::filesystem::path directory = owned.path;
-    PosixMachine owner;
-    Machine machine = owner.Ports();
+    const std::shared_ptr<const Machine> owner = CreateMachine();
+    const Machine& machine = *owner;
 };
 
 int BiasOf(const char* zone) {
     const ScopedVariable tz("TZ", zone);
-    return PosixMachine().Ports().timeZone.BiasMinutes();
+    return CreateMachine()->timeZone.BiasMinutes();
 }
 
 TEST_F(PosixPorts, GiveTheLocalTime) {
@@ -70,7 +70,7 @@ TEST_F(PosixPorts, BiasOfANamedZoneIsItsStandardTimes) {
 // The C library never frees what it reads LOCPATH into, which a leak check at this process's end would report.
 void ExpectCommaInAnotherProcess() {
     const auto check = [] {
-        const bool comma = PosixMachine().Ports().locale.DecimalSeparator() == ",";
+        const bool comma = CreateMachine()->locale.DecimalSeparator() == ",";
         const bool processUntouched = std::string(std::localeconv()->decimal_point) == ".";
         _exit(comma && processUntouched ? 0 : 1);
     };
@@ -94,7 +94,7 @@ TEST_F(PosixPorts, DecimalSeparatorFollowsTheEnvironmentsLocale) {
 
 TEST_F(PosixPorts, DecimalSeparatorIsThePointInALocaleThatTheMachineLacks) {
     const ScopedVariable all("LC_ALL", "zz_ZZ.nowhere");
-    EXPECT_EQ(PosixMachine().Ports().locale.DecimalSeparator(), ".");
+    EXPECT_EQ(CreateMachine()->locale.DecimalSeparator(), ".");
 }
 
 TEST_F(PosixPorts, WriteDatesAndTimesInIsoForm) {

@@ -23,8 +23,8 @@ protected:
 
     const testing::TemporaryDirectory owned;
     const std::filesystem::path directory = owned.path;
-    PosixMachine machine;
-    TextFiles& files = machine.Ports().files;
+    const std::unique_ptr<TextFiles> created = CreateTextFiles();
+    TextFiles& files = *created;
 };
 
 TEST_F(TextFilesOfPosix, AppendToWhatIsThere) {

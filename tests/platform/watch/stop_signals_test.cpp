@@ -1,7 +1,8 @@
 // Signals to a child process that waits for them in the way that a copy does.
-#include "platform/posix/stop_signals.h"
+#include "platform/posix/machine.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -56,7 +57,7 @@ private:
 void Tell(int pipe) { static_cast<void>(write(pipe, "r", 1)); }
 
 // Until it is asked to stop; then says so, and goes on until it is let go.
-int CopyUntilAsked(const StopSignals& stop, int ready, int go, const std::string& by) {
+int CopyUntilAsked(const StopRequest& stop, int ready, int go, const std::string& by) {
     Tell(ready);
     while (!stop.Asked()) usleep(1000);
     if (stop.Asked() != by) return 1;
@@ -70,8 +71,8 @@ std::string NameOf(int signal) { return std::string("SIG") + sigabbrev_np(signal
 class ASignal : public ::testing::TestWithParam<int> {
 protected:
     const Child child{[](int ready, int go) {
-        const StopSignals stop;
-        return CopyUntilAsked(stop, ready, go, NameOf(GetParam()));
+        const auto stop = ListenForStopSignals();
+        return CopyUntilAsked(*stop, ready, go, NameOf(GetParam()));
     }};
 };
 
@@ -106,8 +107,8 @@ INSTANTIATE_TEST_SUITE_P(ThatStops, ASignal, ::testing::Values(SIGINT, SIGTERM, 
 TEST(StopSignalsInAProcess, LeaveASignalIgnoredThatWasIgnored) {
     const Child child([](int ready, int go) {
         signal(SIGHUP, SIG_IGN);
-        const StopSignals stop;
-        return CopyUntilAsked(stop, ready, go, "SIGTERM");
+        const auto stop = ListenForStopSignals();
+        return CopyUntilAsked(*stop, ready, go, "SIGTERM");
     });
     child.AwaitReady();
     child.Send(SIGHUP);
@@ -120,13 +121,13 @@ TEST(StopSignalsInAProcess, LeaveASignalIgnoredThatWasIgnored) {
 
 TEST(StopSignalsInAProcess, CountHowOftenSigusr1HasAskedHowFarTheWorkIsAndGoOn) {
     const Child child([](int ready, int go) {
-        const StopSignals stop;
-        if (stop.TimesAskedHowFar() != 0) return 1;
+        const auto stop = ListenForStopSignals();
+        if (stop->TimesAskedHowFar() != 0) return 1;
         for (int asked = 1; asked <= 2; ++asked) {
             Tell(ready);
-            while (stop.TimesAskedHowFar() < asked) usleep(1000);
+            while (stop->TimesAskedHowFar() < asked) usleep(1000);
         }
-        return CopyUntilAsked(stop, ready, go, "SIGTERM");
+        return CopyUntilAsked(*stop, ready, go, "SIGTERM");
     });
     for (int asked = 0; asked < 2; ++asked) {
         child.AwaitReady();
@@ -141,7 +142,7 @@ TEST(StopSignalsInAProcess, CountHowOftenSigusr1HasAskedHowFarTheWorkIsAndGoOn) 
 
 TEST(StopSignalsInAProcess, PutBackWhatWasBefore) {
     const Child child([](int ready, int go) {
-        { const StopSignals stop; }
+        ListenForStopSignals().reset();
         Tell(ready);
         char byte = 0;
         return static_cast<int>(read(go, &byte, 1));
@@ -152,8 +153,7 @@ TEST(StopSignalsInAProcess, PutBackWhatWasBefore) {
 }
 
 TEST(StopSignalsInAProcess, AreAskedByNobodyAtFirst) {
-    const StopSignals stop;
-    EXPECT_EQ(stop.Asked(), std::nullopt);
+    EXPECT_EQ(ListenForStopSignals()->Asked(), std::nullopt);
 }
 
 }  // namespace

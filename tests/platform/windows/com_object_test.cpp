@@ -7,8 +7,6 @@
 #include "platform/conversions.h"
 #include "platform/error.h"
 #include "platform/windows/com_error.h"
-#include "platform/windows/dispatch_adapter.h"
-#include "platform/windows/variant.h"
 #include "support/apartment.h"
 
 namespace iqrx::platform::windows {
@@ -68,7 +66,7 @@ private:
 };
 
 ObjectRef ThroughCom(ObjectRef object) {
-    return std::make_shared<ComObject>(DispatchAdapter::Around(std::move(object)));
+    return std::make_shared<ComObject>(AdapterAround(std::move(object)));
 }
 
 Value Returned(const Value& value) {
@@ -193,9 +191,9 @@ TEST(ComObject, AMemberThatIsNotThereIsError438) {
 TEST(ComObject, AGetterCostsOneInvokeAfterTheFirstRecord) {
     const auto record =
         std::make_shared<Told>(Members{{"getServiceType", [](auto) { return std::string("A"); }}});
-    CountingDispatch first(DispatchAdapter::Around(record)), second(DispatchAdapter::Around(record));
+    CountingDispatch first(AdapterAround(record)), second(AdapterAround(record));
     int next = 0;
-    const auto enumerator = std::make_shared<ComObject>(DispatchAdapter::Around(std::make_shared<Told>(
+    const auto enumerator = std::make_shared<ComObject>(AdapterAround(std::make_shared<Told>(
         Members{{"nextElement", [&](auto) -> Value {
                      auto& dispatch = next++ == 0 ? first : second;
                      return ObjectRef(std::make_shared<ComObject>(ComRef<IDispatch>::Share(&dispatch)));
@@ -212,7 +210,7 @@ TEST(ComObject, AGetterCostsOneInvokeAfterTheFirstRecord) {
 }
 
 TEST(ComObject, ReleasesWhatItHolds) {
-    CountingDispatch dispatch(DispatchAdapter::Around(std::make_shared<Told>(Members{})));
+    CountingDispatch dispatch(AdapterAround(std::make_shared<Told>(Members{})));
     {
         const ObjectRef object = std::make_shared<ComObject>(ComRef<IDispatch>::Share(&dispatch));
         Returned(object);
@@ -236,7 +234,7 @@ TEST(Variants, WideNumbersAndDecimalsBecomeWhatHoldsThem) {
         Variant variant;
         variant.vt = type;
         fill(variant);
-        return FromVariant(variant, ObjectOf);
+        return FromVariant(variant);
     };
     EXPECT_EQ(from(VT_I8, [](VARIANT& v) { v.llVal = 5; }), Value(Long{5}));
     EXPECT_EQ(from(VT_I8, [](VARIANT& v) { v.llVal = 1LL << 40; }), Value(Double{1099511627776.0}));
@@ -254,11 +252,11 @@ TEST(Variants, AnErrorValueOrAnArrayIsATypeMismatch) {
     Variant missing;
     missing.vt = VT_ERROR;
     missing.scode = DISP_E_PARAMNOTFOUND;
-    EXPECT_THROW(FromVariant(missing, ObjectOf), RuntimeError);
+    EXPECT_THROW(FromVariant(missing), RuntimeError);
     Variant array;
     array.vt = VT_ARRAY | VT_I4;
     array.parray = SafeArrayCreateVector(VT_I4, 0, 2);
-    EXPECT_THROW(FromVariant(array, ObjectOf), RuntimeError);
+    EXPECT_THROW(FromVariant(array), RuntimeError);
 }
 
 TEST(ComErrors, AServerThatIsGoneIsError462) {

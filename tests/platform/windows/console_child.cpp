@@ -23,10 +23,10 @@ void SendCtrlBreak() {
 int main(int, char** arguments) {
     constexpr int kAsked = 42, kNotAsked = 1, kStillHere = 2;
     constexpr int kTurns = 1000;
-    const iqrx::platform::windows::StopEvents stop;
+    const auto stop = iqrx::platform::windows::ListenForConsoleEvents();
     SendCtrlBreak();
-    for (int turn = 0; turn < kTurns && !stop.Asked(); ++turn) Sleep(10);
-    if (stop.Asked() != "Ctrl-Break") return kNotAsked;
+    for (int turn = 0; turn < kTurns && !stop->Asked(); ++turn) Sleep(10);
+    if (stop->Asked() != "Ctrl-Break") return kNotAsked;
     if (std::strcmp(arguments[1], "once") == 0) return kAsked;
     SendCtrlBreak();
     for (int turn = 0; turn < kTurns; ++turn) Sleep(10);

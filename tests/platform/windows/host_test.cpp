@@ -1,4 +1,4 @@
-#include "platform/windows/host.h"
+#include "platform/windows/machine.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -11,7 +11,6 @@
 
 #include "platform/date.h"
 #include "platform/error.h"
-#include "platform/windows/machine.h"
 #include "platform/windows/text.h"
 #include "support/temporary_directory.h"
 
@@ -32,7 +31,8 @@ protected:
 
     const testing::TemporaryDirectory directory;
     const std::filesystem::path file = directory.path / "sheet";
-    WindowsHost host;
+    const std::unique_ptr<Host> created = CreateHost();
+    Host& host = *created;
 };
 
 // This test program, as a process that holds a file until it is ended.
@@ -95,7 +95,7 @@ TEST_F(WindowsHostTest, TheUptimeGoesOn) {
 }
 
 TEST_F(WindowsHostTest, TheBootIsTheSameUntilTheMachineStartsAnew) {
-    EXPECT_EQ(host.Boot(), WindowsHost().Boot());
+    EXPECT_EQ(host.Boot(), CreateHost()->Boot());
 }
 
 TEST_F(WindowsHostTest, AFileIsHeldByOneOnlyUntilItLetsGo) {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/windows/com_error.h"
-#include "platform/windows/dispatch_adapter.h"
+#include "platform/windows/com_object.h"
 
 namespace iqrx::platform::windows {
 namespace {
@@ -19,7 +19,7 @@ TEST(AKeptInterface, HoldsItsObjectUntilTheApartmentIsLeft) {
     bool gone = false;
     {
         const Apartment apartment;
-        KeepInterface(IID_IDispatch, DispatchAdapter::Around(std::make_shared<Noted>(gone)).Get());
+        KeepInterface(IID_IDispatch, AdapterAround(std::make_shared<Noted>(gone)).Get());
         EXPECT_FALSE(gone);
     }
     EXPECT_TRUE(gone);
@@ -27,7 +27,7 @@ TEST(AKeptInterface, HoldsItsObjectUntilTheApartmentIsLeft) {
 
 TEST(AKeptInterface, IsOneThatTheObjectHas) {
     const Apartment apartment;
-    const auto object = DispatchAdapter::Around(nullptr);
+    const auto object = AdapterAround(nullptr);
     EXPECT_THROW(KeepInterface(IID_IClassFactory, object.Get()), RuntimeError);
 }
 

@@ -27,8 +27,8 @@ protected:
     void Fill(const std::string& text) const { std::ofstream(file, std::ios::binary) << text; }
 
     Apartment apartment;
-    WindowsMachine machine{Audience::Nobody};
-    Machine ports = machine.Ports();
+    const std::shared_ptr<const Machine> machine = CreateMachine(Audience::Nobody);
+    const Machine& ports = *machine;
     const testing::TemporaryDirectory directory;
     const std::filesystem::path file = directory.path / "file.txt";
 };
@@ -95,7 +95,7 @@ TEST_F(WindowsMachineTest, AMissingFileDoesNotOpen) {
     EXPECT_THROW(ports.files.OpenTextFile(file), RuntimeError);
 }
 
-TEST(MessageBoxes, NoBoxHoldsAServerUp) { WindowsMachine(Audience::Nobody).Ports().messageBox.Show("text"); }
+TEST(MessageBoxes, NoBoxHoldsAServerUp) { CreateMachine(Audience::Nobody)->messageBox.Show("text"); }
 
 }  // namespace
 }  // namespace iqrx::platform::windows

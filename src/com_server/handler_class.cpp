@@ -1,11 +1,10 @@
-// The public class clsDataCopyHandler.
-#pragma once
-
+#include "com_server/class_factory.h"
 #include "com_server/com_class.h"
-#include "com_server/com_requests.h"
 #include "hosting/cls_data_copy_handler.h"
 
 namespace iqrx::hosting::windows {
+
+namespace {
 
 class HandlerClass final : public ComClass<_clsDataCopyHandler> {
 public:
@@ -33,5 +32,11 @@ private:
     ComRequests& requests_;
     hosting::clsDataCopyHandler handler_;
 };
+
+}  // namespace
+
+ComRef<IDispatch> CreateHandler(ServerLifetime& lifetime, const TypeLibrary& library, ComRequests& requests) {
+    return ComRef<IDispatch>::Adopt(new HandlerClass(lifetime, library, requests));
+}
 
 }  // namespace iqrx::hosting::windows
