@@ -6,8 +6,6 @@
 
 namespace iqrx::tables {
 
-namespace {
-
 using namespace engine;
 using platform::ByRef;
 using platform::Call;
@@ -40,6 +38,8 @@ constexpr Table kServiceObjects = Checked({
     .count = "select @iCount = count(*)  from tscfg200  WHERE ccfg= {ccfg} AND crob= {crob} AND oseq= "
              "{oseqUnquoted}",
 });
+
+namespace {
 
 constexpr Long kPageSize = 750;
 
@@ -136,8 +136,6 @@ void CopyPage(CopyRun& run, HeldObjects& held, const std::string& tableName) {
 }
 
 }  // namespace
-
-const Table& ServiceObjects() { return kServiceObjects; }
 
 void CopyServiceObjects(const TableCall& call) {
     ChooseCopy(call, CopyServiceObjectsFull, CopyServiceObjectsIncremental);

@@ -7,8 +7,6 @@ namespace iqrx::tables {
 
 using namespace engine;
 
-namespace {
-
 constexpr TableDef kDefinition{
     .name = "tssoc200",
     .titleLabel = "STIT0017",
@@ -58,6 +56,8 @@ constexpr TableDef kDefinition{
 };
 
 constexpr Table kServiceOrders = Checked(kDefinition);
+
+namespace {
 
 // The audit trail does not carry the sold-to partner's name.
 constexpr TableStatement kUpdateLeavingSoldToName = Cut(
@@ -109,8 +109,6 @@ void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& 
 }
 
 }  // namespace
-
-const Table& ServiceOrders() { return kServiceOrders; }
 
 void CopyServiceOrders(const TableCall& call) {
     ChooseCopy(call, CopyServiceOrdersFull, CopyServiceOrdersIncremental);
