@@ -7,7 +7,6 @@
 #include <optional>
 
 #include "platform/date.h"
-#include "platform/error.h"
 #include "platform/text.h"
 
 namespace iqrx::platform {

@@ -10,10 +10,6 @@ namespace iqrx::erp::extract {
 
 namespace {
 
-using platform::Argument;
-using platform::ObjectRef;
-using platform::Value;
-
 // What an audit reader is asked for. The classes keep the objects that they are given, not copies.
 struct AuditPeriod final : platform::Object {
     Value Invoke(std::string_view member, std::span<Argument> arguments) override {
@@ -130,8 +126,7 @@ RecordStream ChangesIn(const std::filesystem::path& file, const TableLayout& lay
     };
     const auto rows = std::make_shared<Rows>(std::make_shared<SourceFile>(file, kErrorSource), fields,
                                              NeededColumns(layout, criteria));
-    Records changes(rows, keep);
-    return [rows, change, changes](Record& record) mutable {
+    return [rows, change, changes = RecordsOf(rows, keep)](Record& record) {
         const bool found = changes(record);
         if (found) ReadChange(*rows, change, record);
         return found;

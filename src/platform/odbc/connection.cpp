@@ -1,7 +1,5 @@
 #include "platform/odbc/connection.h"
 
-#include <utility>
-
 #include "platform/exclusive_section.h"
 #include "platform/odbc/odbc_database.h"
 #include "platform/odbc/settings.h"

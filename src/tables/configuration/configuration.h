@@ -3,9 +3,6 @@
 // say so. All raise RuntimeError after they have logged the failure.
 #pragma once
 
-#include <string_view>
-#include <vector>
-
 #include "engine/routines.h"
 
 namespace iqrx::tables {

@@ -4,9 +4,6 @@
 // logged the failure.
 #pragma once
 
-#include <string_view>
-#include <vector>
-
 #include "engine/routines.h"
 
 namespace iqrx::tables {
