@@ -181,6 +181,10 @@ ObjectRef ToObject(Value value) {
     return std::move(*object);
 }
 
+ObjectRef ObjectOrNothing(const Value& value) {
+    return value.Is<ObjectRef>() ? value.As<ObjectRef>() : nullptr;
+}
+
 bool ConcernsValue(const RuntimeError& error) {
     return error.number == kTypeMismatch || error.number == kOverflow || error.number == kInvalidUseOfNull;
 }

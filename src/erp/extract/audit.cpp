@@ -142,8 +142,8 @@ public:
             return ObjectRef(ObjectOf<Record>(arguments[0].value, "an audit element"));
         }
         ExpectArguments(arguments, 0);
-        if (member == "hasMoreElements") return elements_ && elements_->HasMore();
-        if (member == "nextElement") return NextElement();
+        if (member == "hasMoreElements") return elements_.HasMore();
+        if (member == "nextElement") return ObjectRef(elements_.Next());
         RaiseNoSuchMember("The audit reader", member);
     }
 
@@ -154,18 +154,12 @@ private:
         const auto manager = ObjectOf<Manager>(arguments[0].value, "a manager");
         ObjectOf<Record>(arguments[1].value, "a record");
         const auto criteria = ObjectOf<AuditCriteria>(arguments[2].value, "audit criteria");
-        elements_.reset();
-        elements_.emplace(ChangesIn(manager->AuditFile(), manager->Layout(), *criteria),
-                          manager->Layout().fields);
+        elements_ = {};
+        elements_ = {ChangesIn(manager->AuditFile(), manager->Layout(), *criteria), manager->Layout().fields};
         return {};
     }
 
-    Value NextElement() {
-        if (!elements_) Raise(platform::kInvalidProcedureCall, "There are no more elements");
-        return ObjectRef(elements_->Next());
-    }
-
-    std::optional<Elements> elements_;
+    Elements elements_;
 };
 
 class RecordStatus final : public platform::Object {

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/error.h"
+#include "platform/conversions.h"
 #include "platform/object.h"
 #include "platform/printable.h"
 
@@ -34,8 +34,7 @@ inline void ExpectArguments(std::span<const Argument> arguments, std::size_t cou
 // The object in an argument as the class that made it; `wanted` names the class, article included, in the error.
 template <class T>
 std::shared_ptr<T> ObjectOf(const Value& value, std::string_view wanted) {
-    std::shared_ptr<T> object;
-    if (value.Is<ObjectRef>()) object = std::dynamic_pointer_cast<T>(value.As<ObjectRef>());
+    auto object = std::dynamic_pointer_cast<T>(platform::ObjectOrNothing(value));
     if (!object) Raise(platform::kTypeMismatch, "The argument is not " + std::string(wanted));
     return object;
 }

@@ -42,6 +42,7 @@ RecordStream RecordsOf(std::shared_ptr<Rows> rows, Keep keep, std::function<void
 // it: a caller that keeps a record keeps its values.
 class Elements {
 public:
+    Elements() : ended_(true) {}  // none
     Elements(RecordStream stream, std::span<const FieldLayout> fields)
         : stream_(std::move(stream)), fields_(fields) {}
 

@@ -24,12 +24,6 @@ bool Parse(std::string_view cell, Value& into) {
     return true;
 }
 
-bool ParseDate(std::string_view cell, Value& into) {
-    const auto date = platform::ParseIsoDate(cell);
-    if (date) into = *date;
-    return date.has_value();
-}
-
 bool AssignText(std::string_view cell, Value& into) {
     if (into.Is<std::string>())
         std::get<std::string>(into).assign(cell);  // keeps its memory
@@ -46,7 +40,9 @@ bool DecodeCell(std::string_view cell, FieldKind kind, Value& into) {
     }
     if (kind == FieldKind::Whole) return Parse<Long>(cell, into);
     if (kind == FieldKind::Real) return Parse<platform::Double>(cell, into);
-    return ParseDate(cell, into);
+    const auto date = platform::ParseIsoDate(cell);
+    if (date) into = *date;
+    return date.has_value();
 }
 
 // What a cell may fail to be: each is a text.

@@ -7,12 +7,8 @@
 
 namespace iqrx::tables {
 
-using control::CopyRun;
 using control::Routine;
-using control::TableCall;
 using engine::UpsertRoutine;
-using platform::Integer;
-using platform::Object;
 
 // tcccp001
 Routine CopyAvailabilityTypes, CopyAvailabilityTypesFull, CopyAvailabilityTypesIncremental;

@@ -104,9 +104,8 @@ struct Listing {
 
     // Nothing where the ERP returns no page.
     ObjectRef NextPage(Object& manager) {
-        const Value page = Call(manager, "ListObjects", configuration, object, objectNumber, kPageSize,
-                                ByRef{callId}, ByRef{setComplete});
-        return page.Is<ObjectRef>() ? page.As<ObjectRef>() : ObjectRef();
+        return platform::ObjectOrNothing(Call(manager, "ListObjects", configuration, object, objectNumber,
+                                              kPageSize, ByRef{callId}, ByRef{setComplete}));
     }
     bool IsComplete() const { return platform::ToText(setComplete) == "Y"; }
     // Raises "object not set" for a page without objects that is not the last: there is no key to go on from.

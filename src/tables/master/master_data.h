@@ -9,9 +9,7 @@
 namespace iqrx::tables {
 
 using control::Routine;
-using control::TableCall;
 using engine::UpsertRoutine;
-using platform::Object;
 
 // tsmdm030
 Routine CopyServiceTypes, CopyServiceTypesFull, CopyServiceTypesIncremental;

@@ -80,11 +80,9 @@ bool SoldToChanged(platform::Recordset& local, Object& order) {
 
 // The order as the ERP holds it now; Nothing when it is gone.
 ObjectRef FetchOrder(Object& manager, const std::string& orno) {
-    const platform::Value answer = platform::Call(manager, "GetByKeyRange", orno, orno);
-    if (!answer.Is<ObjectRef>() || !answer.As<ObjectRef>()) return {};
-    Object& orders = *answer.As<ObjectRef>();
-    if (!platform::ToBoolean(orders.Get("hasMoreElements"))) return {};
-    return platform::ToObject(orders.Get("nextElement"));
+    const ObjectRef orders = platform::ObjectOrNothing(platform::Call(manager, "GetByKeyRange", orno, orno));
+    if (!orders || !platform::ToBoolean(orders->Get("hasMoreElements"))) return {};
+    return platform::ToObject(orders->Get("nextElement"));
 }
 
 void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& change) {
