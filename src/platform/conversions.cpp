@@ -7,7 +7,6 @@
 #include <optional>
 
 #include "platform/date.h"
-#include "platform/error.h"
 #include "platform/text.h"
 
 namespace iqrx::platform {
@@ -180,6 +179,10 @@ ObjectRef ToObject(Value value) {
     if (!object) RaiseRuntimeError(kTypeMismatch);
     if (!*object) RaiseRuntimeError(kObjectNotSet);
     return std::move(*object);
+}
+
+ObjectRef ObjectOrNothing(const Value& value) {
+    return value.Is<ObjectRef>() ? value.As<ObjectRef>() : nullptr;
 }
 
 bool ConcernsValue(const RuntimeError& error) {

@@ -21,7 +21,8 @@ Integer ToInteger(const Value& value);
 Long ToLong(const Value& value);
 Double ToDouble(const Value& value);
 Date ToDate(const Value& value);
-ObjectRef ToObject(Value value);  // raises "object not set" for Nothing
+ObjectRef ToObject(Value value);                // raises "object not set" for Nothing
+ObjectRef ObjectOrNothing(const Value& value);  // Nothing for what is not an object, too; raises nothing
 
 // Whether the error is "type mismatch", "overflow" or "invalid use of Null".
 bool ConcernsValue(const RuntimeError& error);

@@ -1,7 +1,5 @@
 #include "platform/date.h"
 
-#include <array>
-#include <charconv>
 #include <chrono>
 #include <cmath>
 

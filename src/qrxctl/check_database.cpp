@@ -232,8 +232,8 @@ void CheckFilters(const Site& site) {
     constexpr const char* kStep = "127 copies every status; see docs/local-database.md";
     std::int64_t wrong = 0;
     const std::vector<std::string> catalog = TablesOf(site.process.catalog);
-    for (const tables::Definition* definition : tables::Definitions()) try {
-            const engine::TableDef& def = definition().def;
+    for (const engine::Table* table : tables::kTables) try {
+            const engine::TableDef& def = table->def;
             if (std::ranges::find(catalog, def.name) == catalog.end()) continue;
             // The service objects' copy reads its flag, though none of its rows has a status.
             if (def.statusField.empty() && def.name != "tscfg200") continue;

@@ -144,9 +144,9 @@ void CheckFiles(const Site& site, const fs::path& directory) {
     const erp::Notice ignored = [](const std::string&) {};
     const std::unique_ptr<erp::Erp> erp = site.process.erps.Open(site.options.erp, ignored);
     Files files(*erp, directory);
-    for (const tables::Definition* definition : tables::Definitions()) {
-        files.LookAtRecords(definition());
-        files.LookAtTrail(definition());
+    for (const engine::Table* table : tables::kTables) {
+        files.LookAtRecords(*table);
+        files.LookAtTrail(*table);
     }
     files.LookAtCalendars();
     if (!files.Missing().empty())

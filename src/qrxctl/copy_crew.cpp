@@ -14,7 +14,7 @@
 #include "qrxctl/lines.h"
 #include "qrxctl/table_choice.h"
 #include "qrxctl/terminal.h"
-#include "tables/blanked.h"
+#include "tables/definitions.h"
 
 namespace iqrx::qrxctl {
 

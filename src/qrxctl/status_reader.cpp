@@ -11,7 +11,7 @@
 #include "qrxctl/reading.h"
 #include "qrxctl/table_choice.h"
 #include "qrxctl/table_status.h"
-#include "tables/blanked.h"
+#include "tables/definitions.h"
 
 namespace iqrx::qrxctl {
 

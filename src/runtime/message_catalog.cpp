@@ -11,9 +11,8 @@ std::string MessageCatalog::GetI18nText(std::string_view label) {
             auto document = xml_.CreateDocument();
             if (document->Load(file_)) loaded_ = std::move(document);
         }
-        if (loaded_) {
-            if (auto text = loaded_->SelectSingleNodeText("I18NTEXT/" + std::string(label))) return *text;
-        }
+        const std::string path = "I18NTEXT/" + std::string(label);
+        if (const auto text = loaded_ ? loaded_->SelectSingleNodeText(path) : std::nullopt) return *text;
     } catch (const std::exception&) {
         // Without a text the label still tells the reader what happened.
     }

@@ -2,7 +2,6 @@
 
 #include <ostream>
 #include <utility>
-#include <vector>
 
 #include "platform/conversions.h"
 #include "platform/printable.h"

@@ -1,18 +1,14 @@
 #include "tables/definitions.h"
 
+#include "engine/trail.h"
+
 namespace iqrx::tables {
 
-namespace {
-
-constexpr Definition* kDefinitions[] = {
-    SkillCombinations, ServiceTypes,      ServiceCenters, ServiceAreas,      Skills,
-    EmployeeSkills,    ServiceEmployees,  Installations,  ServiceObjects,    ServiceOrders,
-    OrderLines,        Assignments,       Activities,     PlannedActivities, ResponseTimes,
-    SolutionTimes,     AvailabilityTypes, Addresses,
-};
-
-}  // namespace
-
-std::span<Definition* const> Definitions() { return kDefinitions; }
+std::vector<std::string_view> BlankedColumns(std::string_view table) {
+    if (table == "tsmdm100") return engine::ColumnsBesideTrail(kServiceCenters);
+    if (table == "tsmdm140") return engine::ColumnsBesideTrail(kServiceEmployees);
+    if (table == "tscfg220") return engine::ColumnsBesideTrail(kInstallations);
+    return {};
+}
 
 }  // namespace iqrx::tables

@@ -2,18 +2,28 @@
 // a service of their own.
 #pragma once
 
-#include <span>
+#include <string_view>
+#include <vector>
 
 #include "engine/table.h"
 
 namespace iqrx::tables {
 
-using Definition = const engine::Table&();
+extern const engine::Table kSkillCombinations, kServiceTypes, kServiceCenters, kServiceAreas, kSkills,
+    kEmployeeSkills, kServiceEmployees, kInstallations, kServiceObjects, kServiceOrders, kOrderLines,
+    kAssignments, kActivities, kPlannedActivities, kResponseTimes, kSolutionTimes, kAvailabilityTypes,
+    kAddresses;
 
-Definition SkillCombinations, ServiceTypes, ServiceCenters, ServiceAreas, Skills, EmployeeSkills,
-    ServiceEmployees, Installations, ServiceObjects, ServiceOrders, OrderLines, Assignments, Activities,
-    PlannedActivities, ResponseTimes, SolutionTimes, AvailabilityTypes, Addresses;
+// In the order of the catalog's ids.
+inline constexpr const engine::Table* kTables[] = {
+    &kSkillCombinations, &kServiceTypes,      &kServiceCenters, &kServiceAreas,      &kSkills,
+    &kEmployeeSkills,    &kServiceEmployees,  &kInstallations,  &kServiceObjects,    &kServiceOrders,
+    &kOrderLines,        &kAssignments,       &kActivities,     &kPlannedActivities, &kResponseTimes,
+    &kSolutionTimes,     &kAvailabilityTypes, &kAddresses,
+};
 
-std::span<Definition* const> Definitions();  // in the order of the catalog's ids
+// The columns of a table that an incremental copy writes as empty texts and only a full copy fills. Empty for the
+// tables whose trail carries every column, and for orders, whose incremental copy keeps what it does not know.
+std::vector<std::string_view> BlankedColumns(std::string_view table);
 
 }  // namespace iqrx::tables

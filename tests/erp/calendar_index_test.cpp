@@ -30,7 +30,9 @@ protected:
     Rows All() const { return {file, CalendarFields()}; }
     // Where a calendar's rows stand: read through the runs, and read from the first row to the last.
     Offsets Found(const CalendarIndex& index, const std::string& calendar) const {
-        return OffsetsOf({file, CalendarFields(), index.Find(calendar)}, calendar);
+        Rows rows = All();
+        rows.Restart(index.Find(calendar));
+        return OffsetsOf(std::move(rows), calendar);
     }
     Offsets Expected(const std::string& calendar) const { return OffsetsOf(All(), calendar); }
 

@@ -10,10 +10,6 @@ namespace iqrx::erp::extract {
 
 namespace {
 
-using platform::Argument;
-using platform::ObjectRef;
-using platform::Value;
-
 // What an audit reader is asked for. The classes keep the objects that they are given, not copies.
 struct AuditPeriod final : platform::Object {
     Value Invoke(std::string_view member, std::span<Argument> arguments) override {
@@ -130,8 +126,7 @@ RecordStream ChangesIn(const std::filesystem::path& file, const TableLayout& lay
     };
     const auto rows = std::make_shared<Rows>(std::make_shared<SourceFile>(file, kErrorSource), fields,
                                              NeededColumns(layout, criteria));
-    Records changes(rows, keep);
-    return [rows, change, changes](Record& record) mutable {
+    return [rows, change, changes = RecordsOf(rows, keep)](Record& record) {
         const bool found = changes(record);
         if (found) ReadChange(*rows, change, record);
         return found;
@@ -147,8 +142,8 @@ public:
             return ObjectRef(ObjectOf<Record>(arguments[0].value, "an audit element"));
         }
         ExpectArguments(arguments, 0);
-        if (member == "hasMoreElements") return elements_ && elements_->HasMore();
-        if (member == "nextElement") return NextElement();
+        if (member == "hasMoreElements") return elements_.HasMore();
+        if (member == "nextElement") return ObjectRef(elements_.Next());
         RaiseNoSuchMember("The audit reader", member);
     }
 
@@ -159,18 +154,12 @@ private:
         const auto manager = ObjectOf<Manager>(arguments[0].value, "a manager");
         ObjectOf<Record>(arguments[1].value, "a record");
         const auto criteria = ObjectOf<AuditCriteria>(arguments[2].value, "audit criteria");
-        elements_.reset();
-        elements_.emplace(ChangesIn(manager->AuditFile(), manager->Layout(), *criteria),
-                          manager->Layout().fields);
+        elements_ = {};
+        elements_ = {ChangesIn(manager->AuditFile(), manager->Layout(), *criteria), manager->Layout().fields};
         return {};
     }
 
-    Value NextElement() {
-        if (!elements_) Raise(platform::kInvalidProcedureCall, "There are no more elements");
-        return ObjectRef(elements_->Next());
-    }
-
-    std::optional<Elements> elements_;
+    Elements elements_;
 };
 
 class RecordStatus final : public platform::Object {

@@ -9,9 +9,6 @@ namespace iqrx::erp::extract {
 
 namespace {
 
-using platform::Argument;
-using platform::Value;
-
 // Dates of this form compare as texts; the window may end on a day that its year does not have.
 bool StartsBetween(const Rows& row, const std::string& first, const std::string& last) {
     const std::string_view date = row.Text(kStartDate);
@@ -58,14 +55,17 @@ Elements CalendarManager::Select(std::span<const Argument> arguments) {
          last = platform::ToText(arguments[5].value)](const Rows& row) {
             return calendars.Contains(row) && StartsBetween(row, first, last) && types.Contains(row);
         };
-    return {Records(RowsOf(from, to), keep), CalendarFields()};
+    return {RecordsOf(std::make_shared<Rows>(RowsOf(from, to)), keep), CalendarFields()};
 }
 
 // The rows of one calendar are found by an index; several calendars need all of the file.
 Rows CalendarManager::RowsOf(const std::string& from, const std::string& to) {
     if (!file_) file_ = std::make_shared<SourceFile>(path_, kErrorSource);
     if (from != to) return {file_, CalendarFields()};
-    return {file_, CalendarFields(), IndexFor(from).Find(from)};
+    std::vector<Rows::Run> runs = IndexFor(from).Find(from);
+    Rows rows(file_, CalendarFields());
+    rows.Restart(std::move(runs));
+    return rows;
 }
 
 const CalendarIndex& CalendarManager::IndexFor(const std::string& calendar) {

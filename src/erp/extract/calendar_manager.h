@@ -14,10 +14,10 @@ class CalendarManager final : public platform::Object {
 public:
     explicit CalendarManager(const std::filesystem::path& directory,
                              std::size_t indexBytes = CalendarIndex::kMostBytes);
-    platform::Value Invoke(std::string_view member, std::span<platform::Argument> arguments) override;
+    Value Invoke(std::string_view member, std::span<Argument> arguments) override;
 
 private:
-    Elements Select(std::span<const platform::Argument> arguments);
+    Elements Select(std::span<const Argument> arguments);
     Rows RowsOf(const std::string& from, const std::string& to);
     const CalendarIndex& IndexFor(const std::string& calendar);
 

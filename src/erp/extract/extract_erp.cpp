@@ -8,8 +8,6 @@ namespace iqrx::erp::extract {
 
 namespace {
 
-using platform::ObjectRef;
-
 class ExtractErp final : public Erp {
 public:
     ExtractErp(std::filesystem::path directory, Notice notice)

@@ -9,8 +9,6 @@ namespace iqrx::erp::extract {
 
 namespace {
 
-using platform::Value;
-
 constexpr char kHighestCharacter = '\x7f';
 
 bool IsHighest(std::string_view text) {

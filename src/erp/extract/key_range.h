@@ -13,7 +13,7 @@ class KeyRange {
 public:
     // The bounds of a number may be texts such as "0000" and "999.99"; an empty lower bound and an upper
     // bound of nothing but code-127 characters leave their side open. Raises RuntimeError for other texts.
-    KeyRange(std::size_t field, FieldKind kind, const platform::Value& from, const platform::Value& to);
+    KeyRange(std::size_t field, FieldKind kind, const Value& from, const Value& to);
 
     // Whether the current row lies inside; a Null does not.
     bool Contains(const Rows& row) const;

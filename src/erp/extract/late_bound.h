@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/error.h"
+#include "platform/conversions.h"
 #include "platform/object.h"
 #include "platform/printable.h"
 
@@ -25,7 +25,7 @@ inline constexpr std::string_view kErrorSource = "ERP extract";
     Raise(platform::kNoSuchMember, std::string(type) + " has no member " + std::string(member));
 }
 
-inline void ExpectArguments(std::span<const platform::Argument> arguments, std::size_t count) {
+inline void ExpectArguments(std::span<const Argument> arguments, std::size_t count) {
     if (arguments.size() != count)
         Raise(platform::kWrongArgumentCount, "Wrong number of arguments: " + std::to_string(arguments.size()) +
                                                  " instead of " + std::to_string(count));
@@ -33,10 +33,8 @@ inline void ExpectArguments(std::span<const platform::Argument> arguments, std::
 
 // The object in an argument as the class that made it; `wanted` names the class, article included, in the error.
 template <class T>
-std::shared_ptr<T> ObjectOf(const platform::Value& value, std::string_view wanted) {
-    std::shared_ptr<T> object;
-    if (value.Is<platform::ObjectRef>())
-        object = std::dynamic_pointer_cast<T>(value.As<platform::ObjectRef>());
+std::shared_ptr<T> ObjectOf(const Value& value, std::string_view wanted) {
+    auto object = std::dynamic_pointer_cast<T>(platform::ObjectOrNothing(value));
     if (!object) Raise(platform::kTypeMismatch, "The argument is not " + std::string(wanted));
     return object;
 }

@@ -10,12 +10,8 @@ namespace iqrx::erp::extract {
 
 namespace {
 
-using platform::Argument;
-using platform::ObjectRef;
-using platform::Value;
-
 // True from the row after the one with the given key on.
-Records::Keep After(std::vector<std::string> key) {
+Keep After(std::vector<std::string> key) {
     return [key = std::move(key), found = false](const Rows& row) mutable {
         if (found) return true;
         found = true;
@@ -98,10 +94,10 @@ Value Manager::Invoke(std::string_view member, std::span<Argument> arguments) {
 }
 
 // All that this manager reads comes from the file as it was when it was first needed.
-const std::shared_ptr<SourceFile>& Manager::RecordsFile() {
+std::shared_ptr<Rows> Manager::AllRows() {
     if (!file_)
         file_ = std::make_shared<SourceFile>(directory_ / (std::string(layout_.table) + ".csv"), kErrorSource);
-    return file_;
+    return std::make_shared<Rows>(file_, layout_.fields);
 }
 
 std::filesystem::path Manager::AuditFile() const {
@@ -138,27 +134,27 @@ KeyRanges Manager::RangesOfKeys(std::span<const Argument> bounds) const {
 
 // The first listing tells of the records outside; the next ones read the same file.
 Value Manager::Select(KeyRanges keys, std::optional<KeyRange> status) {
+    auto rows = AllRows();
     const auto outside =
-        std::make_shared<KeysOutside>(RecordsFile()->Name(), keys.size(), std::exchange(notice_, nullptr));
+        std::make_shared<KeysOutside>(file_->Name(), keys.size(), std::exchange(notice_, nullptr));
     const auto keep = [keys = std::move(keys), status = std::move(status), outside](const Rows& row) {
         if (Contain(keys, row)) return !status || status->Contains(row);
         outside->Add(row);
         return false;
     };
-    return EnumeratorOver({{RecordsFile(), layout_.fields}, keep, [outside] { outside->Tell(); }});
+    return EnumeratorOver(RecordsOf(std::move(rows), keep, [outside] { outside->Tell(); }));
 }
 
 Value Manager::SelectByKey(const std::string& key, KeyRanges ranges) {
-    if (!keyBlocks_) keyBlocks_.emplace(Rows(RecordsFile(), layout_.fields));
+    if (!keyBlocks_) keyBlocks_.emplace(std::move(*AllRows()));
     const auto keep = [ranges = std::move(ranges)](const Rows& row) { return Contain(ranges, row); };
     // An enumeration that is still held goes on in rows of its own.
-    if (!keyRows_ || keyRows_.use_count() > 1)
-        keyRows_ = std::make_shared<Rows>(RecordsFile(), layout_.fields);
+    if (!keyRows_ || keyRows_.use_count() > 1) keyRows_ = AllRows();
     keyRows_->Restart(keyBlocks_->Holding(key));
-    return EnumeratorOver({keyRows_, keep});
+    return EnumeratorOver(RecordsOf(keyRows_, keep));
 }
 
-Value Manager::EnumeratorOver(Records records) const {
+Value Manager::EnumeratorOver(RecordStream records) const {
     return ObjectRef(std::make_shared<Enumerator>(Elements(std::move(records), layout_.fields)));
 }
 
@@ -173,8 +169,7 @@ Elements Manager::ElementsAfter(std::span<const Argument> key) {
     std::vector<std::string> texts;
     for (const Argument& part : key) texts.push_back(platform::ToText(part.value));
     const bool fromTheFirst = texts[0].empty() && texts[1].empty();
-    return {Records(Rows(RecordsFile(), layout_.fields),
-                    fromTheFirst ? [](const Rows&) { return true; } : After(std::move(texts))),
+    return {RecordsOf(AllRows(), fromTheFirst ? [](const Rows&) { return true; } : After(std::move(texts))),
             layout_.fields};
 }
 

@@ -15,21 +15,21 @@ public:
     Manager(std::filesystem::path directory, const TableLayout& layout, Notice notice);
 
     // SetRunParameter, CloseManager, GetByKeyRange, GetByStatusRange, ListObjects.
-    platform::Value Invoke(std::string_view member, std::span<platform::Argument> arguments) override;
+    Value Invoke(std::string_view member, std::span<Argument> arguments) override;
 
     const TableLayout& Layout() const { return layout_; }
     std::filesystem::path AuditFile() const;
 
 private:
-    const std::shared_ptr<SourceFile>& RecordsFile();
-    platform::Value GetByKeyRange(std::span<const platform::Argument> arguments);
-    platform::Value GetByStatusRange(std::span<const platform::Argument> arguments);
-    platform::Value ListObjects(std::span<platform::Argument> arguments);
-    KeyRanges RangesOfKeys(std::span<const platform::Argument> bounds) const;
-    platform::Value Select(KeyRanges keys, std::optional<KeyRange> status = {});
-    platform::Value SelectByKey(const std::string& key, KeyRanges ranges);
-    platform::Value EnumeratorOver(Records records) const;
-    Elements ElementsAfter(std::span<const platform::Argument> key);
+    std::shared_ptr<Rows> AllRows();
+    Value GetByKeyRange(std::span<const Argument> arguments);
+    Value GetByStatusRange(std::span<const Argument> arguments);
+    Value ListObjects(std::span<Argument> arguments);
+    KeyRanges RangesOfKeys(std::span<const Argument> bounds) const;
+    Value Select(KeyRanges keys, std::optional<KeyRange> status = {});
+    Value SelectByKey(const std::string& key, KeyRanges ranges);
+    Value EnumeratorOver(RecordStream records) const;
+    Elements ElementsAfter(std::span<const Argument> key);
 
     std::filesystem::path directory_;
     TableLayout layout_;
@@ -42,6 +42,6 @@ private:
 
 // The audit class of that ProgID, or Nothing: what to read, the reader over a table's audit trail, and the
 // kind of a change.
-platform::ObjectRef CreateAuditObject(std::string_view progId);
+ObjectRef CreateAuditObject(std::string_view progId);
 
 }  // namespace iqrx::erp::extract

@@ -9,11 +9,6 @@ namespace iqrx::erp::extract {
 
 namespace {
 
-using platform::Argument;
-using platform::Long;
-using platform::ObjectRef;
-using platform::Value;
-
 using PageRecords = std::vector<std::shared_ptr<Record>>;
 
 class Wrapper final : public platform::Object {

@@ -23,15 +23,15 @@ public:
     // The next page of the listing `callId`; 0 begins the one that `begin` opens. Leaves the call id and "Y"
     // or "N" in the arguments. Besides its wrapper the page has getSetComplete and getCallId. Raises
     // RuntimeError for a page size below 1 and for a call id that is not open.
-    platform::ObjectRef NextPage(const std::function<Elements()>& begin, const platform::Argument& pageSize,
-                                 platform::Argument& callId, platform::Argument& setComplete);
+    ObjectRef NextPage(const std::function<Elements()>& begin, const Argument& pageSize, Argument& callId,
+                       Argument& setComplete);
 
     void Close() { open_.clear(); }
 
 private:
     PageMembers members_;
-    std::map<platform::Long, Elements> open_;
-    platform::Long lastCallId_ = 0;
+    std::map<Long, Elements> open_;
+    Long lastCallId_ = 0;
 };
 
 }  // namespace iqrx::erp::extract

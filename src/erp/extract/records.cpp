@@ -7,8 +7,6 @@
 
 namespace iqrx::erp::extract {
 
-using platform::Value;
-
 namespace {
 
 // The caller's current record, the one that it assigns next, and one that it may set aside.
@@ -17,7 +15,7 @@ constexpr std::size_t kRecordsKept = 3;
 // What a field holds that a row does not carry: the empty text, 0 or a Null date.
 Value MissingValue(FieldKind kind) {
     if (kind == FieldKind::Text) return std::string();
-    if (kind == FieldKind::Whole) return platform::Long{0};
+    if (kind == FieldKind::Whole) return Long{0};
     if (kind == FieldKind::Real) return platform::Double{0};
     return platform::Null();
 }
@@ -29,7 +27,7 @@ Record::Record(std::span<const FieldLayout> fields) : fields_(fields) {
     for (const FieldLayout& field : fields) values_.push_back(MissingValue(field.kind));
 }
 
-Value Record::Invoke(std::string_view member, std::span<platform::Argument> arguments) {
+Value Record::Invoke(std::string_view member, std::span<Argument> arguments) {
     const auto field = std::ranges::find(fields_, member, &FieldLayout::getter);
     if (field == fields_.end()) RaiseNoSuchMember("The record", member);
     ExpectArguments(arguments, 0);
@@ -40,14 +38,16 @@ std::span<const Value> Record::Values(const TableLayout& layout) const {
     return layout.fields.data() == fields_.data() ? std::span<const Value>(values_) : std::span<const Value>();
 }
 
-bool Records::operator()(Record& record) {
-    do {
-        if (rows_->Next()) continue;
-        if (const auto atEnd = std::exchange(atEnd_, nullptr)) atEnd();
-        return false;
-    } while (!keep_(*rows_));
-    rows_->Decode(record);
-    return true;
+RecordStream RecordsOf(std::shared_ptr<Rows> rows, Keep keep, std::function<void()> atEnd) {
+    return [rows = std::move(rows), keep = std::move(keep), atEnd = std::move(atEnd)](Record& record) mutable {
+        do {
+            if (rows->Next()) continue;
+            if (const auto tell = std::exchange(atEnd, nullptr)) tell();
+            return false;
+        } while (!keep(*rows));
+        rows->Decode(record);
+        return true;
+    };
 }
 
 bool Elements::HasMore() {
@@ -73,10 +73,10 @@ std::shared_ptr<Record> Elements::FreeRecord() {
     return record;
 }
 
-Value Enumerator::Invoke(std::string_view member, std::span<platform::Argument> arguments) {
+Value Enumerator::Invoke(std::string_view member, std::span<Argument> arguments) {
     ExpectArguments(arguments, 0);
     if (member == "hasMoreElements") return elements_.HasMore();
-    if (member == "nextElement") return platform::ObjectRef(elements_.Next());
+    if (member == "nextElement") return ObjectRef(elements_.Next());
     RaiseNoSuchMember("The enumerator", member);
 }
 

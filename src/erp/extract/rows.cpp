@@ -12,8 +12,6 @@ namespace iqrx::erp::extract {
 
 namespace {
 
-using platform::Value;
-
 // std::from_chars takes words such as "inf" too; a number is digits, a point and a sign.
 template <class Number>
 bool Parse(std::string_view cell, Value& into) {
@@ -24,12 +22,6 @@ bool Parse(std::string_view cell, Value& into) {
     if (error != std::errc() || stop != end) return false;
     into = number;
     return true;
-}
-
-bool ParseDate(std::string_view cell, Value& into) {
-    const auto date = platform::ParseIsoDate(cell);
-    if (date) into = *date;
-    return date.has_value();
 }
 
 bool AssignText(std::string_view cell, Value& into) {
@@ -46,9 +38,11 @@ bool DecodeCell(std::string_view cell, FieldKind kind, Value& into) {
         into = platform::Null();
         return true;
     }
-    if (kind == FieldKind::Whole) return Parse<platform::Long>(cell, into);
+    if (kind == FieldKind::Whole) return Parse<Long>(cell, into);
     if (kind == FieldKind::Real) return Parse<platform::Double>(cell, into);
-    return ParseDate(cell, into);
+    const auto date = platform::ParseIsoDate(cell);
+    if (date) into = *date;
+    return date.has_value();
 }
 
 // What a cell may fail to be: each is a text.
@@ -68,11 +62,6 @@ std::vector<std::string_view> Names(std::span<const FieldLayout> fields) {
 
 Rows::Rows(std::shared_ptr<SourceFile> file, std::span<const FieldLayout> fields)
     : Rows(std::move(file), fields, Names(fields)) {}
-
-Rows::Rows(std::shared_ptr<SourceFile> file, std::span<const FieldLayout> fields, std::vector<Run> runs)
-    : Rows(std::move(file), fields) {
-    Restart(std::move(runs));
-}
 
 void Rows::Restart(std::vector<Run> runs) {
     runs_ = std::move(runs);

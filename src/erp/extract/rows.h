@@ -13,8 +13,12 @@
 
 namespace iqrx::erp::extract {
 
+using platform::Argument;
 using platform::CsvReader;
+using platform::Long;
+using platform::ObjectRef;
 using platform::SourceFile;
+using platform::Value;
 
 class Record;
 
@@ -28,26 +32,24 @@ public:
 
     // Raises RuntimeError that names the file and the columns that its header lacks.
     Rows(std::shared_ptr<SourceFile> file, std::span<const FieldLayout> fields);
-    // Only these runs, in their order.
-    Rows(std::shared_ptr<SourceFile> file, std::span<const FieldLayout> fields, std::vector<Run> runs);
-    void Restart(std::vector<Run> runs);  // other runs from now on
     // A header that has the needed columns will do; the fields without one are not read.
     Rows(std::shared_ptr<SourceFile> file, std::span<const FieldLayout> fields,
          const std::vector<std::string_view>& needed);
 
+    void Restart(std::vector<Run> runs);                            // only these from now on, in their order
     Run Place() const { return {csv_.RowStart(), csv_.RowEnd()}; }  // of the current row
     bool Next();
 
     // Of the current row. Raises RuntimeError that names file, line and column for a cell that is not a value
     // of its kind.
     std::string_view Text(std::size_t field) const;
-    platform::Value Decode(std::size_t field) const;
+    Value Decode(std::size_t field) const;
     // Fills the record's fields; one that is not read keeps its value.
     void Decode(Record& record) const;
     [[noreturn]] void FailAt(std::size_t field, const std::string& what) const;
 
 private:
-    void Decode(std::size_t field, std::string_view cell, platform::Value& into) const;
+    void Decode(std::size_t field, std::string_view cell, Value& into) const;
 
     CsvReader csv_;
     std::vector<FieldLayout> fields_;

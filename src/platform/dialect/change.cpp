@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/dialect/literals.h"
 #include "platform/printable.h"
 #include "platform/text.h"
 
@@ -35,11 +36,7 @@ public:
     }
 
 private:
-    static bool InName(char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-               c == '.' || c == '$' || c == '#' || c == '@' || c == '"' || c == '[' ||
-               static_cast<unsigned char>(c) >= 0x80;
-    }
+    static bool InName(char c) { return IsWordCharacter(c) || c == '.' || c == '"' || c == '['; }
     std::size_t AfterQuoted(std::size_t open) const {
         const auto close = rest_.find(rest_[open] == '[' ? ']' : rest_[open], open + 1);
         return close == std::string_view::npos ? rest_.size() : close + 1;

@@ -21,4 +21,8 @@ struct Grammar {
     std::size_t longestName = std::string_view::npos;  // bytes; of a longer one it would take the beginning
 };
 
+// Raises what is wrong with a statement's text, quoting it from `place` on.
+[[noreturn]] void RaiseSyntaxError(const Grammar& grammar, std::string_view text, std::size_t place,
+                                   std::string_view message, std::string_view sqlState = "42000");
+
 }  // namespace iqrx::platform::dialect

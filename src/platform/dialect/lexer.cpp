@@ -1,6 +1,5 @@
 #include "platform/dialect/lexer.h"
 
-#include "platform/dialect/syntax_error.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::dialect {

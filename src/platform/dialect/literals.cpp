@@ -4,7 +4,6 @@
 #include <charconv>
 
 #include "platform/date.h"
-#include "platform/dialect/syntax_error.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::dialect {

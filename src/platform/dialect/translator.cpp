@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "platform/dialect/syntax_error.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::dialect {

@@ -1,7 +1,5 @@
 #include "platform/odbc/connection.h"
 
-#include <utility>
-
 #include "platform/exclusive_section.h"
 #include "platform/odbc/odbc_database.h"
 #include "platform/odbc/settings.h"
@@ -34,8 +32,7 @@ void OdbcConnection::Open(const std::string& connectionString) {
         Connect(settings.driverText);
         upserts_.SetRowsPerTrip(settings.rowsPerTrip);
         if (settings.commitInterval == 0) return;
-        WriteGroupLimits limits;
-        limits.time = std::chrono::milliseconds(settings.commitInterval);
+        const WriteGroupLimits limits{.time = std::chrono::milliseconds(settings.commitInterval)};
         // The timer commits as well, in a thread of its own, and must leave the connection's errors alone.
         group_ = std::make_unique<WriteGroup>([this] { BeginTransaction(); },
                                               [this] { CommitTransaction(loss_); }, limits);

@@ -8,7 +8,6 @@
 #include <limits>
 
 #include "platform/date.h"
-#include "platform/odbc/errors.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::odbc {

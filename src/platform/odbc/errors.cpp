@@ -45,9 +45,6 @@ constexpr std::array kStates{
     StateOfNative{12899, "22001"},  // the same of Oracle
 };
 
-// The state stands before the words: it is what the reader looks up.
-std::string InBrackets(std::string_view state) { return "[" + std::string(state) + "] "; }
-
 void SetState(ErrorEntry& entry, std::int32_t native) {
     const auto found = std::ranges::find(kStates, native, &StateOfNative::native);
     if (found != kStates.end()) entry.sqlState = found->state;
@@ -78,7 +75,8 @@ bool ReadRecord(const Handle& handle, const DriverTraits& driver, SQLSMALLINT nu
         entry.description = text.c_str();
     }
     SetState(entry, native);
-    entry.description = InBrackets(entry.sqlState) + Printable(entry.description);
+    // The state stands before the words: it is what the reader looks up.
+    entry.description = "[" + entry.sqlState + "] " + Printable(entry.description);
     entry.source = driver.source;
     return true;
 }

@@ -2,7 +2,6 @@
 #include <utility>
 
 #include "platform/odbc/cursor.h"
-#include "platform/odbc/errors.h"
 #include "platform/odbc/row_deleter.h"
 #include "platform/odbc/row_writer.h"
 #include "platform/odbc/table.h"

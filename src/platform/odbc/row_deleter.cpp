@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <optional>
 
-#include "platform/odbc/errors.h"
 #include "platform/odbc/parameters.h"
 #include "platform/odbc/table.h"
 #include "platform/text.h"

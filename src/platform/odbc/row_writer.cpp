@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "platform/odbc/errors.h"
 #include "platform/odbc/table.h"
 
 namespace iqrx::platform::odbc {

@@ -1,5 +1,6 @@
 #include "platform/sqlite/connection.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "platform/connection_string.h"
@@ -59,18 +60,14 @@ void SqliteConnection::Close() {
 std::int32_t SqliteConnection::Execute(const platform::Statement& statement) {
     Session& session = Opened();
     const std::int64_t affected = session.Call([&] { return session.Run(session.Find(statement)); });
-    constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
-    return static_cast<std::int32_t>(affected < kMost ? affected : kMost);
+    return static_cast<std::int32_t>(std::min<std::int64_t>(affected, std::numeric_limits<std::int32_t>::max()));
 }
 
 Session& SqliteConnection::Opened() {
     if (session_) return *session_;
-    try {
-        RaiseRecordsetError(kObjectClosed, "The connection is closed");
-    } catch (...) {
-        errors_ = {EntryOf(std::current_exception())};
-        throw;
-    }
+    const DatabaseFailure closed(kObjectClosed, "The connection is closed", "HY000");
+    errors_ = {EntryOf(std::make_exception_ptr(closed))};
+    throw closed;
 }
 
 }  // namespace iqrx::platform::sqlite

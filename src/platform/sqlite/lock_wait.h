@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <utility>
 
-#include "platform/sqlite/wait_listener.h"
+#include "platform/sqlite/sqlite_database.h"
 
 namespace iqrx::platform::sqlite {
 

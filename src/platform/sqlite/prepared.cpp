@@ -134,4 +134,14 @@ Value Prepared::Field(int column, ColumnType type) const {
     return type == ColumnType::Date ? DateOrText(text) : Value(std::string(text));
 }
 
+std::shared_ptr<Program> Prepare(Database& database, dialect::Translation translation) {
+    auto program = std::make_shared<Program>();
+    program->translation = std::move(translation);
+    for (const std::string& sql : program->translation.statements)
+        program->statements.emplace_back(database, sql);
+    if (program->translation.isSelect)
+        program->columns = std::make_shared<const std::vector<Column>>(program->statements.front().Columns());
+    return program;
+}
+
 }  // namespace iqrx::platform::sqlite

@@ -15,17 +15,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-WriteGroupLimits GroupLimits() {
-    WriteGroupLimits limits;
-    limits.time = 100ms;
-    // Our own connections look twice in a millisecond and are served by a short pause. Others wait with SQLite's
-    // own handler, which looks every 100 ms in the end and gives up after seconds (five, in many programs): each of
-    // them meets two quiet times in which no load is running, however many loads there are.
-    limits.pause = 0.01;
-    limits.quiet = 125ms;
-    limits.cycle = 2400ms;
-    return limits;
-}
+// Our own connections look twice in a millisecond and are served by a short pause. Others wait with SQLite's
+// own handler, which looks every 100 ms in the end and gives up after seconds (five, in many programs): each
+// of them meets two quiet times in which no load is running, however many loads there are.
+constexpr WriteGroupLimits kGroupLimits{.time = 100ms, .pause = 0.01, .quiet = 125ms, .cycle = 2400ms};
 
 // Statistics from a part of the rows serve as well, in a time that does not grow with the table. The log of
 // changes is worked into the file at every 16 MB rather than at the default 4: rows in no order touch the
@@ -42,7 +35,7 @@ Session::Session(const std::filesystem::path& file, Database::Access access, Err
       database_(file, access, std::move(listener)),
       programs_(kGrammar, controlTables,
                 [this](dialect::Translation made) { return Prepare(database_, std::move(made)); }),
-      group_([this] { database_.Run("BEGIN IMMEDIATE"); }, [this] { CommitGroup(); }, GroupLimits()) {
+      group_([this] { database_.Run("BEGIN IMMEDIATE"); }, [this] { CommitGroup(); }, kGroupLimits) {
     database_.Run(kSettings);
     beginUnit_ = Prepared(database_, "SAVEPOINT unit");
     endUnit_ = Prepared(database_, "RELEASE unit");

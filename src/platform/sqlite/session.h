@@ -4,11 +4,10 @@
 
 #include <filesystem>
 #include <mutex>
-#include <string_view>
 
 #include "platform/database.h"
 #include "platform/sqlite/database.h"
-#include "platform/sqlite/program.h"
+#include "platform/sqlite/prepared.h"
 #include "platform/write_group.h"
 
 namespace iqrx::platform::sqlite {

@@ -1,14 +1,23 @@
 // The embedded database: takes the statement texts that are meant for SQL Server and for Oracle.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "platform/database.h"
-#include "platform/sqlite/wait_listener.h"
 
 namespace iqrx::platform {
+
+// Hears of a wait after three seconds and each second then; returns whether it goes on. A wait that does not
+// ends as at its limit: the statement fails. Must not raise. Called by the thread that waits.
+using WaitListener = std::function<bool(std::chrono::seconds waited, const std::filesystem::path& file)>;
+
+// One that lets each wait go on, and tells of it in one line after each minute.
+WaitListener TellingEachMinute(std::function<void(const std::string& text)> tell);
 
 // Opens strings of the form "Provider=SQLite;Data Source=FILE", for reading only with ";Mode=ReadOnly". The
 // file must exist and hold a database. A file that is opened for reading only need not be writable, nor its

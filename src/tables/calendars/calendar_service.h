@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "engine/copy_pattern.h"
+#include "platform/conversions.h"
 #include "platform/date.h"
 
 namespace iqrx::tables {
@@ -46,11 +47,10 @@ public:
         constexpr int kAvailabilityTypeWidth = 6;
         constexpr platform::Integer kStartOfDay = 0, kEndOfDay = 2400;
         platform::Value pageSize = platform::Long{750}, id = callId, complete = setComplete;
-        const platform::Value page =
+        return platform::ObjectOrNothing(
             platform::Call(*manager_, "ListUTCActualCalendarForQRX", calendar, calendar, std::string(),
                            runtime::MaxKeyString(kAvailabilityTypeWidth), from_, to_, kStartOfDay, kEndOfDay,
-                           platform::ByRef{pageSize}, platform::ByRef{id}, platform::ByRef{complete});
-        return page.Is<platform::ObjectRef>() ? page.As<platform::ObjectRef>() : platform::ObjectRef();
+                           platform::ByRef{pageSize}, platform::ByRef{id}, platform::ByRef{complete}));
     }
 
     void Close() { platform::Call(*std::exchange(manager_, {}), "Close"); }

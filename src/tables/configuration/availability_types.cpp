@@ -24,8 +24,6 @@ constexpr Table kAvailabilityTypes = Checked({
     .remove = "DELETE FROM {table} WHERE ract= {ract}",
 });
 
-const Table& AvailabilityTypes() { return kAvailabilityTypes; }
-
 void CopyAvailabilityTypes(const TableCall& call) {
     ChooseCopy(call, CopyAvailabilityTypesFull, CopyAvailabilityTypesIncremental);
 }

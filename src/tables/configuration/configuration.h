@@ -3,19 +3,12 @@
 // say so. All raise RuntimeError after they have logged the failure.
 #pragma once
 
-#include <string_view>
-#include <vector>
-
 #include "engine/routines.h"
 
 namespace iqrx::tables {
 
-using control::CopyRun;
 using control::Routine;
-using control::TableCall;
 using engine::UpsertRoutine;
-using platform::Integer;
-using platform::Object;
 
 // tcccp001
 Routine CopyAvailabilityTypes, CopyAvailabilityTypesFull, CopyAvailabilityTypesIncremental;

@@ -36,8 +36,6 @@ constexpr Table kInstallations = Checked({
     .remove = "DELETE FROM {table} WHERE ccfg = {ccfg}",
 });
 
-const Table& Installations() { return kInstallations; }
-
 void CopyInstallations(const TableCall& call) {
     ChooseCopy(call, CopyInstallationsFull, CopyInstallationsIncremental);
 }

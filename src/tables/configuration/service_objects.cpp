@@ -6,8 +6,6 @@
 
 namespace iqrx::tables {
 
-namespace {
-
 using namespace engine;
 using platform::ByRef;
 using platform::Call;
@@ -40,6 +38,8 @@ constexpr Table kServiceObjects = Checked({
     .count = "select @iCount = count(*)  from tscfg200  WHERE ccfg= {ccfg} AND crob= {crob} AND oseq= "
              "{oseqUnquoted}",
 });
+
+namespace {
 
 constexpr Long kPageSize = 750;
 
@@ -104,9 +104,8 @@ struct Listing {
 
     // Nothing where the ERP returns no page.
     ObjectRef NextPage(Object& manager) {
-        const Value page = Call(manager, "ListObjects", configuration, object, objectNumber, kPageSize,
-                                ByRef{callId}, ByRef{setComplete});
-        return page.Is<ObjectRef>() ? page.As<ObjectRef>() : ObjectRef();
+        return platform::ObjectOrNothing(Call(manager, "ListObjects", configuration, object, objectNumber,
+                                              kPageSize, ByRef{callId}, ByRef{setComplete}));
     }
     bool IsComplete() const { return platform::ToText(setComplete) == "Y"; }
     // Raises "object not set" for a page without objects that is not the last: there is no key to go on from.
@@ -136,8 +135,6 @@ void CopyPage(CopyRun& run, HeldObjects& held, const std::string& tableName) {
 }
 
 }  // namespace
-
-const Table& ServiceObjects() { return kServiceObjects; }
 
 void CopyServiceObjects(const TableCall& call) {
     ChooseCopy(call, CopyServiceObjectsFull, CopyServiceObjectsIncremental);

@@ -24,8 +24,6 @@ constexpr Table kSkillCombinations = Checked({
     .countsEveryInsert = true,
 });
 
-const Table& SkillCombinations() { return kSkillCombinations; }
-
 void CopySkillCombinations(const TableCall& call) {
     ChooseCopy(call, CopySkillCombinationsFull, CopySkillCombinationsIncremental);
 }

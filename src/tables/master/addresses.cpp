@@ -25,8 +25,6 @@ constexpr Table kAddresses = Checked({
     .remove = "DELETE FROM {table} WHERE cadr={cadr}",
 });
 
-const Table& Addresses() { return kAddresses; }
-
 void CopyAddresses(const TableCall& call) { ChooseCopy(call, CopyAddressesFull, CopyAddressesIncremental); }
 void CopyAddressesFull(const TableCall& call) { FullCopy(call, kAddresses, UpsertAddress); }
 void CopyAddressesIncremental(const TableCall& call) { IncrementalCopy(call, kAddresses, UpsertAddress); }

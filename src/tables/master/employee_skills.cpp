@@ -22,8 +22,6 @@ constexpr Table kEmployeeSkills = Checked({
     .remove = "DELETE FROM {table} WHERE emno= {emno} AND skll = {skll} AND cogr = {cogr}",
 });
 
-const Table& EmployeeSkills() { return kEmployeeSkills; }
-
 void CopyEmployeeSkills(const TableCall& call) {
     ChooseCopy(call, CopyEmployeeSkillsFull, CopyEmployeeSkillsIncremental);
 }

@@ -4,17 +4,12 @@
 // logged the failure.
 #pragma once
 
-#include <string_view>
-#include <vector>
-
 #include "engine/routines.h"
 
 namespace iqrx::tables {
 
 using control::Routine;
-using control::TableCall;
 using engine::UpsertRoutine;
-using platform::Object;
 
 // tsmdm030
 Routine CopyServiceTypes, CopyServiceTypesFull, CopyServiceTypesIncremental;

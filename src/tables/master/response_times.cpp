@@ -25,8 +25,6 @@ constexpr Table kResponseTimes = Checked({
     .remove = "DELETE FROM {table} WHERE crtc= {crtc}",
 });
 
-const Table& ResponseTimes() { return kResponseTimes; }
-
 void CopyResponseTimes(const TableCall& call) {
     ChooseCopy(call, CopyResponseTimesFull, CopyResponseTimesIncremental);
 }

@@ -31,8 +31,6 @@ constexpr Table kServiceAreas = Checked({
     .remove = "DELETE FROM {table} WHERE csar= {csar}",
 });
 
-const Table& ServiceAreas() { return kServiceAreas; }
-
 void CopyServiceAreas(const TableCall& call) {
     ChooseCopy(call, CopyServiceAreasFull, CopyServiceAreasIncremental);
 }

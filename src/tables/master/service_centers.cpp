@@ -29,8 +29,6 @@ constexpr Table kServiceCenters = Checked({
     .remove = "DELETE FROM {table} WHERE cwoc= {cwoc}",
 });
 
-const Table& ServiceCenters() { return kServiceCenters; }
-
 void CopyServiceCenters(const TableCall& call) {
     ChooseCopy(call, CopyServiceCentersFull, CopyServiceCentersIncremental);
 }

@@ -30,8 +30,6 @@ constexpr Table kServiceEmployees = Checked({
     .remove = "DELETE FROM {table} WHERE emno= {emno}",
 });
 
-const Table& ServiceEmployees() { return kServiceEmployees; }
-
 void CopyServiceEmployees(const TableCall& call) {
     ChooseCopy(call, CopyServiceEmployeesFull, CopyServiceEmployeesIncremental);
 }

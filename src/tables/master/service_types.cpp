@@ -24,8 +24,6 @@ constexpr Table kServiceTypes = Checked({
     .remove = "DELETE FROM {table} WHERE cstp= {cstp}",
 });
 
-const Table& ServiceTypes() { return kServiceTypes; }
-
 void CopyServiceTypes(const TableCall& call) {
     ChooseCopy(call, CopyServiceTypesFull, CopyServiceTypesIncremental);
 }

@@ -20,8 +20,6 @@ constexpr Table kSkills = Checked({
     .remove = "DELETE FROM {table} WHERE skll= {skll}",
 });
 
-const Table& Skills() { return kSkills; }
-
 void CopySkills(const TableCall& call) { ChooseCopy(call, CopySkillsFull, CopySkillsIncremental); }
 void CopySkillsFull(const TableCall& call) { FullCopy(call, kSkills, UpsertSkill); }
 void CopySkillsIncremental(const TableCall& call) { IncrementalCopy(call, kSkills, UpsertSkill); }

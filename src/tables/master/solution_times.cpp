@@ -21,8 +21,6 @@ constexpr Table kSolutionTimes = Checked({
     .remove = "DELETE FROM {table} WHERE sltt={slttInLocale}",
 });
 
-const Table& SolutionTimes() { return kSolutionTimes; }
-
 void CopySolutionTimes(const TableCall& call) {
     ChooseCopy(call, CopySolutionTimesFull, CopySolutionTimesIncremental);
 }

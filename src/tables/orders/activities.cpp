@@ -7,8 +7,6 @@ namespace iqrx::tables {
 
 using namespace engine;
 
-namespace {
-
 // An update leaves `crac` alone: an activity keeps the reference activity that it was inserted with.
 constexpr Table kActivities = Checked({
     .name = "tssoc210",
@@ -54,6 +52,8 @@ constexpr Table kActivities = Checked({
     .countsEveryInsert = true,
 });
 
+namespace {
+
 struct ActivityKey {
     std::string orno;
     Long acln;
@@ -85,8 +85,6 @@ void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& 
 }
 
 }  // namespace
-
-const Table& Activities() { return kActivities; }
 
 void CopyServiceOrderActivities(const TableCall& call) {
     ChooseCopy(call, CopyServiceOrderActivitiesFull, CopyServiceOrderActivitiesIncremental);

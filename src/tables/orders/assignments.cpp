@@ -7,8 +7,6 @@ namespace iqrx::tables {
 
 using namespace engine;
 
-namespace {
-
 constexpr Table kAssignments = Checked({
     .name = "tssoc206",
     .titleLabel = "STIT0019",
@@ -36,6 +34,8 @@ constexpr Table kAssignments = Checked({
     .countsEveryInsert = true,
 });
 
+namespace {
+
 std::string OrderNumber(Object& assignment) { return platform::ToText(assignment.Get("getServiceOrder")); }
 Integer Line(Object& assignment) { return platform::ToInteger(assignment.Get("getAssignmentLine")); }
 Integer ActivityLine(Object& assignment) { return platform::ToInteger(assignment.Get("getActivity")); }
@@ -46,8 +46,6 @@ constexpr runtime::Sql<5> kInsertAudit =
     "INSERT INTO tssoc206_audit(orno,acln,asln,time,action) VALUES( {orno},{acln},{asln},{time},{action})";
 
 }  // namespace
-
-const Table& Assignments() { return kAssignments; }
 
 void CopyAssignments(const TableCall& call) {
     ChooseCopy(call, CopyAssignmentsFull, CopyAssignmentsIncremental);

@@ -3,6 +3,8 @@
 #include <array>
 #include <utility>
 
+#include "platform/conversions.h"
+
 namespace iqrx::tables {
 
 namespace {
@@ -18,10 +20,9 @@ bool IsSet(platform::Integer filterFlag, int bit) { return (filterFlag >> bit & 
 constexpr int kOrderNumberWidth = 9;
 
 engine::ObjectRef FetchByStatusRange(engine::Object& manager, const StatusRange& statuses) {
-    const platform::Value enumerator =
-        platform::Call(manager, "GetByStatusRange", std::string(), runtime::MaxKeyString(kOrderNumberWidth),
-                       statuses.from, statuses.to);
-    return enumerator.Is<engine::ObjectRef>() ? enumerator.As<engine::ObjectRef>() : engine::ObjectRef();
+    return platform::ObjectOrNothing(platform::Call(manager, "GetByStatusRange", std::string(),
+                                                    runtime::MaxKeyString(kOrderNumberWidth), statuses.from,
+                                                    statuses.to));
 }
 
 }  // namespace

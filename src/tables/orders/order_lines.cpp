@@ -23,8 +23,6 @@ constexpr Table kOrderLines = Checked({
     .countsEveryInsert = true,
 });
 
-const Table& OrderLines() { return kOrderLines; }
-
 void CopyServiceOrderLines(const TableCall& call) {
     ChooseCopy(call, CopyServiceOrderLinesFull, CopyServiceOrderLinesIncremental);
 }

@@ -46,8 +46,6 @@ constexpr Table kPlannedActivities = Checked({
     .countsEveryInsert = true,
 });
 
-const Table& PlannedActivities() { return kPlannedActivities; }
-
 void CopyPlannedActivities(const TableCall& call) {
     ChooseCopy(call, CopyPlannedActivitiesFull, CopyPlannedActivitiesIncremental);
 }

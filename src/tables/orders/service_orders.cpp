@@ -7,8 +7,6 @@ namespace iqrx::tables {
 
 using namespace engine;
 
-namespace {
-
 constexpr TableDef kDefinition{
     .name = "tssoc200",
     .titleLabel = "STIT0017",
@@ -59,6 +57,8 @@ constexpr TableDef kDefinition{
 
 constexpr Table kServiceOrders = Checked(kDefinition);
 
+namespace {
+
 // The audit trail does not carry the sold-to partner's name.
 constexpr TableStatement kUpdateLeavingSoldToName = Cut(
     kDefinition,
@@ -80,11 +80,9 @@ bool SoldToChanged(platform::Recordset& local, Object& order) {
 
 // The order as the ERP holds it now; Nothing when it is gone.
 ObjectRef FetchOrder(Object& manager, const std::string& orno) {
-    const platform::Value answer = platform::Call(manager, "GetByKeyRange", orno, orno);
-    if (!answer.Is<ObjectRef>() || !answer.As<ObjectRef>()) return {};
-    Object& orders = *answer.As<ObjectRef>();
-    if (!platform::ToBoolean(orders.Get("hasMoreElements"))) return {};
-    return platform::ToObject(orders.Get("nextElement"));
+    const ObjectRef orders = platform::ObjectOrNothing(platform::Call(manager, "GetByKeyRange", orno, orno));
+    if (!orders || !platform::ToBoolean(orders->Get("hasMoreElements"))) return {};
+    return platform::ToObject(orders->Get("nextElement"));
 }
 
 void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& change) {
@@ -109,8 +107,6 @@ void ApplyChange(const TableCall& call, Integer filterFlag, const AuditElement& 
 }
 
 }  // namespace
-
-const Table& ServiceOrders() { return kServiceOrders; }
 
 void CopyServiceOrders(const TableCall& call) {
     ChooseCopy(call, CopyServiceOrdersFull, CopyServiceOrdersIncremental);

@@ -1,4 +1,4 @@
-#include "platform/dialect/syntax_error.h"
+#include "platform/dialect/grammar.h"
 
 #include <string>
 
