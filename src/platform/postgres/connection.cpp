@@ -18,10 +18,6 @@ constexpr const char* kLeaveMark = "SELECT pg_logical_emit_message(true,'iQRXyQR
 // One section at a time in a schema; the number is this system's own among the locks of the database.
 constexpr const char* kLock =
     "SELECT pg_advisory_xact_lock(1364350041, hashtext(coalesce(current_schema(),'')))";
-constexpr const char* kKeyOf =
-    "SELECT a.attname FROM pg_catalog.pg_index i JOIN pg_catalog.pg_attribute a"
-    " ON a.attrelid = i.indrelid AND a.attnum = ANY(i.indkey)"
-    " WHERE i.indrelid = to_regclass(quote_ident($1)) AND i.indisprimary";
 constexpr std::size_t kRowsAtOnce = 500;
 constexpr int kRowsHeld = 1000;  // of a result, at a time
 
@@ -43,12 +39,6 @@ void AskForFirstRows(Program& program) {
     std::string& statement = program.translation.statements.front();
     program.select = statement;
     statement = "SELECT * FROM (" + statement + ") AS these LIMIT " + std::to_string(kRowsHeld + 1);
-}
-
-std::vector<std::string> NamesIn(const PGresult* rows) {
-    std::vector<std::string> names;
-    for (int row = 0; row < PQntuples(rows); ++row) names.emplace_back(PQgetvalue(rows, row, 0));
-    return names;
 }
 
 std::string FetchFrom(const std::string& cursor) {
@@ -149,13 +139,6 @@ void PostgresConnection::MoveTo(const std::string& schema) {
     ForgetTables();
 }
 
-void PostgresConnection::ForgetTables() {
-    if (programs_) programs_->Forget();
-    upserts_.Forget();
-    recordsets_.clear();
-    keys_.clear();
-}
-
 std::int32_t PostgresConnection::Execute(const platform::Statement& statement) {
     const std::int64_t affected = Call([&]() -> std::int64_t {
         Opened();
@@ -179,63 +162,6 @@ std::int32_t PostgresConnection::Execute(const platform::Statement& statement) {
     return static_cast<std::int32_t>(std::min<std::int64_t>(affected, std::numeric_limits<std::int32_t>::max()));
 }
 
-// What is under way is waited for with the statement, unless the server has to know the statement first.
-dialect::Found PostgresConnection::Find(const platform::Statement& statement) {
-    SendRows();
-    QueueTrip();
-    if (session_->Queued() > 0 && !IsReady(programs_->Find(statement))) SendPending();
-    const dialect::Found found = programs_->Find(statement);
-    MakeReady(found);
-    return found;
-}
-
-void PostgresConnection::MakeReady(const dialect::Found& found) {
-    auto& program = static_cast<Program&>(*found.program);
-    if (!IsReady(found)) {
-        PrepareAll({&program});
-    } else if (!IsKnown(program)) {
-        program.statements = {std::make_shared<Prepared>(program.translation.statements.front(),
-                                                         program.translation.steps.front().literalCount)};
-        ++program.sentAsItStands;
-    }
-}
-
-// Most statements come once or twice: these are sent as they stand. An empty text has to know the type of its
-// place.
-bool PostgresConnection::IsReady(const dialect::Found& found) {
-    constexpr int kMost = 2;
-    const auto& program = static_cast<const Program&>(*found.program);
-    if (IsKnown(program)) return true;
-    const auto isEmpty = [](const Literal* literal) {
-        return literal->Is() == Literal::Kind::Text && literal->TextValue().empty();
-    };
-    return program.statements.size() == 1 && program.sentAsItStands < kMost &&
-           std::ranges::none_of(found.literals, isEmpty);
-}
-
-bool PostgresConnection::IsKnown(const Program& program) {
-    return std::ranges::all_of(program.statements,
-                               [](const Kept& statement) { return statement && statement->IsKnown(); });
-}
-
-void PostgresConnection::PrepareAll(std::initializer_list<Program*> programs, const std::string& table) {
-    std::vector<Session::Source> sources;
-    for (Program* program : programs)
-        if (!IsKnown(*program))
-            for (const std::string& sql : program->translation.statements) sources.push_back({sql});
-    if (sources.empty()) return;
-    if (session_->Queued() > 0) throw UnderWay{};
-    Answer key;
-    const bool asksForKey = !table.empty() && !keys_.contains(table);
-    if (asksForKey) session_->Queue(kKeyOf, {table.c_str()});
-    const std::vector<Kept> prepared = session_->Prepare(sources, asksForKey ? &key : nullptr);
-    if (asksForKey) keys_[table] = NamesIn(key.get());
-    auto next = prepared.begin();
-    for (Program* program : programs)
-        if (!IsKnown(*program))
-            for (Kept& statement : program->statements) statement = *next++;
-}
-
 std::int64_t PostgresConnection::Run(const dialect::Found& found) {
     const dialect::Translation& translation = found.program->translation;
     if (const std::string schema = translation.schema; !schema.empty()) {
@@ -251,15 +177,6 @@ std::int64_t PostgresConnection::Run(const dialect::Found& found) {
     const std::int64_t affected = Write(*static_cast<Program&>(*found.program).statements[step.statement],
                                         parameters_, found.program->touchesControlTable);
     return step.kind == dialect::Step::Kind::Run ? affected : 0;
-}
-
-void PostgresConnection::Bind(const dialect::Found& found, std::size_t set, const dialect::Step& step) {
-    const std::vector<Oid>& types = static_cast<Program&>(*found.program).statements[step.statement]->Types();
-    const std::vector<std::size_t>& negative = found.program->translation.negative;
-    const auto literals = found.Of(set, step.firstLiteral, step.literalCount);
-    for (std::size_t i = 0; i < literals.size(); ++i)
-        parameters_.Add(*literals[i], types[i],
-                        std::ranges::find(negative, step.firstLiteral + i) != negative.end());
 }
 
 std::int64_t PostgresConnection::Write(const Prepared& statement, const Parameters& parameters,
@@ -280,14 +197,6 @@ void PostgresConnection::Add(const Prepared& insert, const Parameters& row, bool
     session_->Queue(insert, row);
     if (touchesControlTable || session_->Queued() >= kRowsAtOnce) SendPending();
     if (touchesControlTable) EndWrite(true);
-}
-
-PostgresConnection::Kept PostgresConnection::Prepare(const std::string& sql) {
-    constexpr std::size_t kMost = 64;
-    if (const auto known = recordsets_.find(sql); known != recordsets_.end()) return known->second;
-    SendPending();
-    if (recordsets_.size() == kMost) recordsets_.clear();
-    return recordsets_[sql] = session_->Prepare(sql);
 }
 
 PostgresConnection::Selected PostgresConnection::Select(const platform::Statement& statement) {
@@ -347,11 +256,6 @@ void PostgresConnection::Rewind(const std::string& cursor) {
 // One that was declared in a unit that has fallen is gone with it; any other goes with the session then.
 void PostgresConnection::Forget(const std::string& cursor) {
     if (session_ && frame_ != Frame::Fallen) Ask([&] { session_->Queue(("CLOSE " + cursor).c_str()); });
-}
-
-const std::vector<std::string>& PostgresConnection::KeyOf(const std::string& table) {
-    if (const auto known = keys_.find(table); known != keys_.end()) return known->second;
-    return keys_[table] = NamesIn(session_->Ask(kKeyOf, {table.c_str()}).get());
 }
 
 void PostgresConnection::Commit() {

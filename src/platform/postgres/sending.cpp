@@ -2,13 +2,13 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/postgres/connection.h"
 #include "platform/postgres/errors.h"
+#include "platform/postgres/statements.h"
 #include "platform/postgres/types.h"
 
 namespace iqrx::platform::postgres {
 
-void PostgresConnection::Send(const platform::Statement& statement, platform::Answers& answers) {
+void Statements::Send(const platform::Statement& statement, platform::Answers& answers) {
     if (!CanSend()) return Connection::Send(statement, answers);
     Awaited write{.statement = KeptStatement(statement), .answers = &answers};
     std::shared_ptr<Program> program;
@@ -17,8 +17,8 @@ void PostgresConnection::Send(const platform::Statement& statement, platform::An
     Take(LoadOf(std::move(write), program->statements.front(), program->touchesControlTable));
 }
 
-void PostgresConnection::Upsert(const platform::Statement& update, const MakeStatement& insert,
-                                platform::Answers& answers) {
+void Statements::Upsert(const platform::Statement& update, const MakeStatement& insert,
+                        platform::Answers& answers) {
     if (!CanSend()) return Connection::Upsert(update, insert, answers);
     Awaited write{.statement = KeptStatement(update), .answers = &answers};
     std::shared_ptr<PreparedUpsert> upsert;
@@ -34,7 +34,7 @@ void PostgresConnection::Upsert(const platform::Statement& update, const MakeSta
     Take(std::move(load));
 }
 
-Load PostgresConnection::LoadOf(Awaited write, Kept statement, bool touchesControlTable) {
+Load Statements::LoadOf(Awaited write, Kept statement, bool touchesControlTable) {
     Load load{.statement = std::move(statement),
               .parameters = parameters_,
               .touchesControlTable = touchesControlTable};
@@ -42,17 +42,17 @@ Load PostgresConnection::LoadOf(Awaited write, Kept statement, bool touchesContr
     return load;
 }
 
-void PostgresConnection::AwaitAnswers() {
+void Statements::AwaitAnswers() {
     if (session_) Call([&] { SendPending(); });
 }
 
-bool PostgresConnection::CanSend() const {
+bool Statements::CanSend() const {
     return session_ && rowsPerTrip_ > 1 && frame_ != Frame::Exclusive && frame_ != Frame::Fallen;
 }
 
 // False: the statement is one for which its caller waits, since something is wrong with it or since it is not
 // of the usual form; nothing is under way then.
-bool PostgresConnection::Ready(platform::Answers& answers, const std::function<bool()>& bind) {
+bool Statements::Ready(platform::Answers& answers, const std::function<bool()>& bind) {
     const auto settle = [&] {
         try {
             Call([&] { SendPending(); });
@@ -78,7 +78,7 @@ bool PostgresConnection::Ready(platform::Answers& answers, const std::function<b
 }
 
 // Null when somebody waits for such a statement. What touches a control table is a transaction of its own.
-std::shared_ptr<Program> PostgresConnection::Sendable(const platform::Statement& statement) {
+std::shared_ptr<Program> Statements::Sendable(const platform::Statement& statement) {
     auto program = std::static_pointer_cast<Program>(programs_->Find(statement).program);
     const dialect::Translation& translation = program->translation;
     const bool isWrite = !translation.isSelect && translation.steps.size() == 1 &&
@@ -86,20 +86,20 @@ std::shared_ptr<Program> PostgresConnection::Sendable(const platform::Statement&
     return isWrite && (!program->touchesControlTable || frame_ == Frame::None) ? program : nullptr;
 }
 
-void PostgresConnection::BindTo(const Program& program, const platform::Statement& statement) {
+void Statements::BindTo(const Program& program, const platform::Statement& statement) {
     const dialect::Found found = programs_->Find(statement);
     MakeReady(found);
     Bind(found, 0, program.translation.steps.front());
 }
 
-std::shared_ptr<Program> PostgresConnection::Bound(const platform::Statement& statement) {
+std::shared_ptr<Program> Statements::Bound(const platform::Statement& statement) {
     auto program = Sendable(statement);
     if (program) BindTo(*program, statement);
     return program;
 }
 
-std::shared_ptr<PreparedUpsert> PostgresConnection::BoundUpsert(const platform::Statement& update,
-                                                                const platform::Statement& insert) {
+std::shared_ptr<PreparedUpsert> Statements::BoundUpsert(const platform::Statement& update,
+                                                        const platform::Statement& insert) {
     const auto updates = Sendable(update), inserts = Sendable(insert);
     if (!updates || !inserts) return nullptr;
     const bool comesSeldom = updates->touchesControlTable || inserts->touchesControlTable;
@@ -112,8 +112,8 @@ std::shared_ptr<PreparedUpsert> PostgresConnection::BoundUpsert(const platform::
     return known ? known : PrepareUpsert(first, second, updates->translation, inserts->translation);
 }
 
-std::shared_ptr<PreparedUpsert> PostgresConnection::AsItStands(const dialect::Translation& update,
-                                                               const dialect::Translation& insert) {
+std::shared_ptr<PreparedUpsert> Statements::AsItStands(const dialect::Translation& update,
+                                                       const dialect::Translation& insert) {
     const auto one = UpsertOf(update, insert);
     if (!one) return nullptr;
     const std::size_t places = update.steps.front().literalCount + insert.steps.front().literalCount;
@@ -121,9 +121,9 @@ std::shared_ptr<PreparedUpsert> PostgresConnection::AsItStands(const dialect::Tr
         PreparedUpsert{.one = std::make_shared<Prepared>(*one, places), .touchesControlTable = true});
 }
 
-std::shared_ptr<PreparedUpsert> PostgresConnection::PrepareUpsert(const Kept& first, const Kept& second,
-                                                                  const dialect::Translation& update,
-                                                                  const dialect::Translation& insert) {
+std::shared_ptr<PreparedUpsert> Statements::PrepareUpsert(const Kept& first, const Kept& second,
+                                                          const dialect::Translation& update,
+                                                          const dialect::Translation& insert) {
     PreparedUpsert upsert{.update = first, .insert = second};
     const auto one = UpsertOf(update, insert);
     if (!one) return upserts_.Keep(std::move(upsert));
@@ -140,7 +140,7 @@ std::shared_ptr<PreparedUpsert> PostgresConnection::PrepareUpsert(const Kept& fi
 }
 
 // Rows of one key are told apart then by the server, too, whatever it takes for equal.
-bool PostgresConnection::HoldsKeyOf(const std::string& table, const std::vector<Column>& columns) {
+bool Statements::HoldsKeyOf(const std::string& table, const std::vector<Column>& columns) {
     const std::vector<std::string>& key = KeyOf(table);
     const auto isThere = [&](const std::string& name) {
         return std::ranges::any_of(columns,
@@ -150,8 +150,7 @@ bool PostgresConnection::HoldsKeyOf(const std::string& table, const std::vector<
 }
 
 // False where the server does not take many, as for a view with rules, and in a transaction, which would fall.
-bool PostgresConnection::PrepareBoth(PreparedUpsert& upsert, const Session::Source& one,
-                                     const std::string& many) {
+bool Statements::PrepareBoth(PreparedUpsert& upsert, const Session::Source& one, const std::string& many) {
     if (session_->InTransaction()) return false;
     try {
         const auto both = session_->Prepare({one, {many, std::vector<Oid>(upsert.columns.size(), kTexts)}});
