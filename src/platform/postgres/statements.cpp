@@ -13,6 +13,7 @@ constexpr const char* kKeyOf =
 
 std::vector<std::string> NamesIn(const PGresult* rows) {
     std::vector<std::string> names;
+    names.reserve(static_cast<std::size_t>(PQntuples(rows)));
     for (int row = 0; row < PQntuples(rows); ++row) names.emplace_back(PQgetvalue(rows, row, 0));
     return names;
 }
