@@ -129,7 +129,7 @@ std::optional<std::int64_t> PostgresConnection::RunBatchAsRows(const dialect::Fo
     if (blocks.empty() || !CanSend() || frame_ != Frame::None || program.touchesControlTable)
         return std::nullopt;
     const auto upsert = UpsertOfBlock(program, *blocks[0].update, *blocks[0].insert);
-    if (!upsert || !upsert->many) return std::nullopt;
+    if (!upsert || !upsert->many || upsert->many->IsRefused()) return std::nullopt;
     std::deque<Arrays> trips;
     for (std::size_t set = 0; set < found.sets; ++set)
         for (const Block& block : blocks) {
@@ -149,12 +149,14 @@ bool PostgresConnection::AskForAll(const Prepared& statement, std::deque<Arrays>
         Ask([&] {
             session_->Queue(kBegin);
             session_->Queue(kByKeys);
+            if (statement.IsToBeTold()) session_->Tell(statement);
             for (Arrays& rows : trips) session_->Queue(statement, rows);
             session_->Queue(kCommit);
         });
     } catch (const DatabaseFailure& failure) {
         if (isOfEarlier_ || IsLost(failure)) throw;
         EndTransaction();
+        statement.Become(Prepared::Told::Refused);
         return false;
     }
     EndWrite(false);

@@ -75,6 +75,8 @@ void RaiseLogin(PGconn* link) {
     Raise(named ? found[1].str() : PQconnectionNeedsPassword(link) ? kLoginRefused : kNoConnection, words);
 }
 
+bool WasNotDone(const PGresult* answer) { return PQresultStatus(answer) == PGRES_PIPELINE_ABORTED; }
+
 bool IsFailure(const PGresult* answer) {
     const ExecStatusType status = PQresultStatus(answer);
     return status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK && status != PGRES_EMPTY_QUERY;

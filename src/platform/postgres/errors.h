@@ -26,6 +26,7 @@ Said SaidOf(const PGresult* answer, PGconn* link);
 [[noreturn]] void RaiseLogin(PGconn* link);
 
 bool IsFailure(const PGresult* answer);
+bool WasNotDone(const PGresult* answer);  // since something before it in the trip failed
 
 // To an error about a value that the statement holds: which row that is.
 void AddPlace(DatabaseFailure& failure, std::string_view statement);

@@ -84,6 +84,12 @@ void Sender::AddLoads(std::vector<Command>& commands, std::vector<Load> loads) {
     if (std::ranges::any_of(loads, isMany)) AddCommand(commands, {.kind = Entry::Kind::Setting}, kByKeys);
     for (Load& load : loads) {
         if (isMany(load)) load.entry.many = load.upsert;
+        const auto& statement = isMany(load) ? load.upsert->many : load.statement;
+        if (statement && statement->IsToBeTold()) {
+            trips_.Add({.kind = Entry::Kind::Setting, .told = statement});
+            commands.push_back({.told = statement});
+            statement->Become(Prepared::Told::Name);
+        }
         const bool isCommand = load.entry.IsCommand();
         trips_.Add(std::move(load.entry));
         if (isCommand) commands.push_back({.load = std::move(load)});
@@ -99,6 +105,8 @@ void Sender::Queue(Command& command) {
     Load& load = command.load;
     if (command.text)
         session_->Queue(command.text);
+    else if (command.told)
+        session_->Tell(*command.told);
     else if (load.rows && load.rows->Rows() > 1)
         session_->Queue(*load.upsert->many, *load.rows);
     else
@@ -246,6 +254,8 @@ void Sender::DoAgain(Entry& entry) {
         TellNotSent(entry);
         throw;
     }
+    using enum Prepared::Told;
+    if (entry.told && Failed(entry)) entry.told->Become(WasNotDone(entry.answer.get()) ? Nothing : Refused);
     // What each of its rows does, they do not do together: a trigger of the site's own.
     if (entry.many && Failed(entry)) entry.many->many.reset();
 }

@@ -75,8 +75,9 @@ protected:
 
 private:
     struct Command {
-        const char* text = nullptr;  // else the load's
-        Load load = {};
+        const char* text = nullptr;
+        std::shared_ptr<const Prepared> told = {};
+        Load load = {};  // where it is none of the two
     };
     void AddTransaction(std::vector<Command>& commands, std::vector<Load> loads);
     void AddLoads(std::vector<Command>& commands, std::vector<Load> loads);

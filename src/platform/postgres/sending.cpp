@@ -26,7 +26,7 @@ void Statements::Upsert(const platform::Statement& update, const MakeStatement& 
     const bool isReady = Ready(answers, [&] {
         if (!write.insert) write.insert.emplace(insert());
         upsert = BoundUpsert(write.statement.Borrowed(updated), write.insert->Borrowed(inserted));
-        return upsert && upsert->one;
+        return upsert && upsert->one && !upsert->one->IsRefused();
     });
     if (!isReady) return Connection::Upsert(write.statement.Borrowed(updated), insert, answers);
     Load load = LoadOf(std::move(write), upsert->one, upsert->touchesControlTable);
@@ -149,11 +149,18 @@ bool Statements::HoldsKeyOf(const std::string& table, const std::vector<Column>&
     return !key.empty() && std::ranges::all_of(key, isThere);
 }
 
-// False where the server does not take many, as for a view with rules, and in a transaction, which would fall.
+// False where the server does not take many, as for a view with rules, and in a transaction, which would
+// fall. Where a trip can be done again, it is told with the first use.
 bool Statements::PrepareBoth(PreparedUpsert& upsert, const Session::Source& one, const std::string& many) {
     if (session_->InTransaction()) return false;
+    const std::vector<Oid> arrays(upsert.columns.size(), kTexts);
+    if (frame_ == Frame::None) {
+        upsert.one = session_->Promise(one.sql, one.types);
+        upsert.many = session_->Promise(many, arrays);
+        return true;
+    }
     try {
-        const auto both = session_->Prepare({one, {many, std::vector<Oid>(upsert.columns.size(), kTexts)}});
+        const auto both = session_->Prepare({one, {many, arrays}});
         upsert.one = both.front();
         upsert.many = both.back();
         return true;

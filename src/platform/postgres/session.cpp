@@ -21,8 +21,6 @@ constexpr const char* kReady =
     " set_config('plan_cache_mode','force_generic_plan',false), set_config('jit','off',false),"
     " current_schema()::text AS first_schema";
 
-bool WasNotDone(const PGresult* answer) { return PQresultStatus(answer) == PGRES_PIPELINE_ABORTED; }
-
 }  // namespace
 
 Session::Session(const Settings& settings) : link_(LogIn(settings)) {
@@ -88,6 +86,18 @@ std::vector<Session::Kept> Session::Prepare(const std::vector<Source>& sources, 
         prepared.push_back(std::make_shared<Prepared>(names[i], std::move(found), unused_));
     }
     return prepared;
+}
+
+Session::Kept Session::Promise(const std::string& sql, const std::vector<Oid>& types) {
+    return std::make_shared<Prepared>("s" + std::to_string(++names_), sql, types, unused_);
+}
+
+void Session::Tell(const Prepared& statement) {
+    RequireLink();
+    const std::vector<Oid>& types = statement.Types();
+    Count(PQsendPrepare(link_.get(), statement.Name().c_str(), statement.Sql().c_str(),
+                        static_cast<int>(types.size()), types.data()));
+    statement.Become(Prepared::Told::Name);
 }
 
 void Session::SendWithoutWait() {

@@ -32,6 +32,9 @@ public:
     Kept Prepare(const std::string& sql, const std::vector<Oid>& types = {});
     std::vector<Kept> Prepare(const std::vector<Source>& sources, Answer* answer = nullptr);  // in one
 
+    Kept Promise(const std::string& sql, const std::vector<Oid>& types);  // to be told with its first use
+    void Tell(const Prepared& statement);
+
     void Queue(const Prepared& statement, const Parameters& parameters);
     void Queue(const Prepared& statement, Arrays& rows);
     void Queue(const char* command, std::initializer_list<const char*> texts = {});

@@ -29,6 +29,7 @@ struct Entry {
     bool isWhole = true;  // of a Begin: nothing but what stands here was written since
     std::vector<Awaited> writes = {};
     std::shared_ptr<PreparedUpsert> many = {};  // that did all of the writes
+    std::shared_ptr<const Prepared> told = {};  // to the server, by a Setting
     Answer answer = {};                         // null: not read
 
     bool IsCommand() const { return kind != Kind::UnitBegin && kind != Kind::UnitEnd; }

@@ -81,6 +81,15 @@ TEST_F(Trips, AreAWaitForManyRows) {
     EXPECT_THAT(Rows("SELECT n, s, d FROM t WHERE k = 77"), ElementsAre("1|text 77|2026-03-04 05:06:07"));
 }
 
+// One for the types of its columns; what the server makes of the row it is told with the row.
+TEST_F(Trips, AreTwoWaitsForAFirstRow) {
+    GivenRowsPerTrip(200);
+    const std::size_t before = Waits();
+    Upsert(1, 1);
+    Db().AwaitAnswers();
+    EXPECT_EQ(Waits(), before + 2);
+}
+
 TEST_F(Trips, AreSeveralUnderWayBeforeTheFirstIsWaitedFor) {
     GivenRowsPerTrip(10);
     Upsert(0, 0);
