@@ -196,6 +196,7 @@ void Sender::Tell() {
         trips_.Tell();
     } catch (...) {
         Entries left = trips_.Take();
+        isAhead_ = true;
         Fall();
         if (frame_ == Frame::None) EndTransaction();
         TellNotSent(left);
@@ -220,9 +221,20 @@ void Sender::OrGiveUp(const std::function<void()>& action) {
     }
 }
 
+namespace {
+
+void NoteUntold(const Entry& entry) {
+    using enum Prepared::Told;
+    if (entry.told && Failed(entry)) entry.told->Become(WasNotDone(entry.answer.get()) ? Nothing : Refused);
+}
+
+}  // namespace
+
 // The server has taken back what it did since the last COMMIT, and has done nothing since the failure.
 void Sender::DoAgain() {
     Entries entries = trips_.Take();
+    isAhead_ = true;  // what stands before them may have counted on their wait for the disk
+    for (const Entry& entry : entries) NoteUntold(entry);
     const bool inUnit = std::exchange(frame_, Frame::None) != Frame::None;
     waitsForDisk_ = false;
     try {
@@ -254,8 +266,6 @@ void Sender::DoAgain(Entry& entry) {
         TellNotSent(entry);
         throw;
     }
-    using enum Prepared::Told;
-    if (entry.told && Failed(entry)) entry.told->Become(WasNotDone(entry.answer.get()) ? Nothing : Refused);
     // What each of its rows does, they do not do together: a trigger of the site's own.
     if (entry.many && Failed(entry)) entry.many->many.reset();
 }

@@ -53,6 +53,16 @@ TEST_F(Crash, LeavesWhatStoodBeforeAStatementOnAControlTableThatWasSent) {
     EXPECT_THAT(RowsAfterIt(), ElementsAre("1"));
 }
 
+TEST_F(Crash, LeavesWhatStoodBeforeCommitAfterAStatementOnAControlTableThatFailed) {
+    Answers nobody;
+    Db().Send("INSERT INTO t (k) VALUES (1)", nobody);
+    Db().AwaitAnswers();
+    Db().Send("UPDATE tstables SET tablename = NULL", nobody);
+    EXPECT_THAT(Raised([&] { Db().AwaitAnswers(); }), StartsWith("[23502]"));
+    Db().Commit();
+    EXPECT_THAT(RowsAfterIt(), ElementsAre("1"));
+}
+
 TEST_F(Crash, LeavesWhatStoodBeforeCommit) {
     Run("INSERT INTO t (k) VALUES (1)");
     Db().Commit();

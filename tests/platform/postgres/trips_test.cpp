@@ -90,6 +90,19 @@ TEST_F(Trips, AreTwoWaitsForAFirstRow) {
     EXPECT_EQ(Waits(), before + 2);
 }
 
+// The second of a key goes by a statement of its own, which the server was not told any more.
+TEST_F(Trips, ThatFailLeaveNoStatementBehindThatTheServerDoesNotKnow) {
+    GivenRowsPerTrip(200);
+    EXPECT_THAT(Raised([&] {
+                    for (const Long key : {1, 2, 2}) Upsert(key, key == 1 ? 13 : 1);
+                    Db().AwaitAnswers();
+                }),
+                StartsWith("[23514]"));
+    Db().SetDefaultDatabase("public");  // what was prepared for the tables is forgotten
+    for (const char* number : {"1", "2", "3"})
+        EXPECT_EQ(Raised([&] { Run("UPDATE t SET n = " + std::string(number) + " WHERE k = 1"); }), "");
+}
+
 TEST_F(Trips, AreSeveralUnderWayBeforeTheFirstIsWaitedFor) {
     GivenRowsPerTrip(10);
     Upsert(0, 0);
