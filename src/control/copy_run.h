@@ -13,6 +13,7 @@ struct Counters {
     platform::Long inserted = 0;
     platform::Long updated = 0;
     platform::Long deleted = 0;
+    bool countsAllAsInserted = false;  // rows updated from now on, too
 };
 
 // Raises "overflow" past the largest 32-bit number.
@@ -23,7 +24,7 @@ class UpsertCounts final : public platform::Answers {
 public:
     UpsertCounts(Counters& counters, bool everyInsert) : counters_(counters), everyInsert_(everyInsert) {}
     void Updated(platform::Long affected) override {
-        if (affected != 0) Add(counters_.updated, 1);
+        if (affected != 0) Add(counters_.countsAllAsInserted ? counters_.inserted : counters_.updated, 1);
     }
     void Inserted(platform::Long affected) override {
         if (affected == 1 || everyInsert_) Add(counters_.inserted, 1);
