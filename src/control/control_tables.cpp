@@ -1,5 +1,7 @@
 #include "control/control_tables.h"
 
+#include <optional>
+
 #include "platform/conversions.h"
 #include "platform/date.h"
 #include "platform/error.h"
@@ -62,14 +64,21 @@ bool ControlTables::IsTableInUse(const std::string& table) {
 
 void ControlTables::LockTable(const std::string& table) { SetInUse(table, true); }
 
-void ControlTables::UnlockTable(const std::string& table) { SetInUse(table, false); }
+void ControlTables::UnlockTable(const std::string& table) {
+    SetInUse(table, false);
+    database_.AwaitAnswers();
+}
 
+// The lock's moment is asked for when a row is added: of a table that has one it is no concern.
 void ControlTables::SetInUse(const std::string& table, bool inUse) {
     const Literal flag = Literal::Whole(inUse ? 1 : 0);
-    if (database_.Execute(kSetInUse(flag, UnescapedName(table))) != 0) return;
-    const std::string now = platform::IsoDateTime(clock_.Now());
-    database_.Execute(kInsertInUse(database_.Literals().QuoteSqlString(table),
-                                   Literal::Text(now, database_.Speaks().lockTime), flag));
+    std::string now;
+    std::optional<runtime::FilledSql<3>> insert;
+    database_.Upsert(kSetInUse(flag, UnescapedName(table)), [&]() -> platform::Statement {
+        now = platform::IsoDateTime(clock_.Now());
+        return insert.emplace(kInsertInUse(database_.Literals().QuoteSqlString(table),
+                                           Literal::Text(now, database_.Speaks().lockTime), flag));
+    });
 }
 
 platform::Date ControlTables::GetTableLastUpdate(const std::string& table) {

@@ -12,8 +12,8 @@ namespace iqrx::control {
 // The names of these tables, in lower case. Processes coordinate through them.
 platform::TableNames CoordinatingTables();
 
-// Every member raises RuntimeError when its statement fails, but those below that only write: their
-// statements are sent, and what fails is raised by the session's next call that waits.
+// Every member raises RuntimeError when its statement fails, but LockTable and those at the end, which only
+// write: their statements are sent, and what fails is raised by the session's next call that waits.
 class ControlTables {
 public:
     ControlTables(platform::Clock& clock, runtime::DatabaseSession& database)

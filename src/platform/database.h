@@ -50,7 +50,7 @@ public:
     virtual void Open(const std::string& connectionString) = 0;
     virtual void Close() = 0;
 
-    // Runs the statement and returns the number of rows that it affected.
+    // Returns the number of rows affected. What gathers statistics may go on behind it, and fail unheard.
     virtual std::int32_t Execute(const Statement& statement) = 0;
 
     // As Execute, for who does not wait for the count: an adapter may hand over many statements in one trip.
@@ -79,10 +79,10 @@ public:
     // elsewhere each stands by itself. Raises what the work raised. A unit does not hold another.
     virtual void RunAsUnit(const Work& work) = 0;
 
-    // Runs the work while no other connection to the database runs an exclusive section; its statements stand
-    // or fall together and are kept when this returns. Where the server picks this section as the victim of
-    // another, the work is run again, so that it must not mind being started anew. Raises what the work
-    // raised, and then nothing of it has happened.
+    // Runs the work, whose statements stand or fall together and are kept when this returns. From the first
+    // of them on, at the latest, no other connection to the database is in such a section. Where the server
+    // picks this section as the victim of another, the work is run again, so that it must not mind being
+    // started anew. Raises what the work raised, and then nothing of it has happened.
     virtual void RunExclusively(const Work& work) = 0;
 
     // A recordset whose active connection is this one; it must not outlive it.

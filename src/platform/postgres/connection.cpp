@@ -15,9 +15,6 @@ namespace {
 
 // A transaction that changes no row does not wait for the disk unless it leaves something in the log.
 constexpr const char* kLeaveMark = "SELECT pg_logical_emit_message(true,'iQRXyQRXSync','')";
-// One section at a time in a schema; the number is this system's own among the locks of the database.
-constexpr const char* kLock =
-    "SELECT pg_advisory_xact_lock(1364350041, hashtext(coalesce(current_schema(),'')))";
 constexpr std::size_t kRowsAtOnce = 500;
 constexpr int kRowsHeld = 1000;  // of a result, at a time
 
@@ -172,10 +169,16 @@ std::int64_t PostgresConnection::Run(const dialect::Found& found) {
     if (translation.isSelect || translation.steps.empty()) return 0;
     if (translation.steps.size() > 1) return RunBatch(found);
     const dialect::Step& step = translation.steps.front();
+    const Prepared& statement = *static_cast<Program&>(*found.program).statements[step.statement];
     parameters_.Clear();
     Bind(found, 0, step);
-    const std::int64_t affected = Write(*static_cast<Program&>(*found.program).statements[step.statement],
-                                        parameters_, found.program->touchesControlTable);
+    if (frame_ == Frame::None && translation.statements.front().starts_with(kGrammar.statistics)) {
+        SendPending();
+        session_->Queue(statement, parameters_);
+        session_->SendWithoutWait(true);
+        return 0;
+    }
+    const std::int64_t affected = Write(statement, parameters_, found.program->touchesControlTable);
     return step.kind == dialect::Step::Kind::Run ? affected : 0;
 }
 
@@ -272,30 +275,6 @@ void PostgresConnection::Settle() {
     session_->Queue(kLeaveMark);
     session_->Finish();
     isAhead_ = false;
-}
-
-void PostgresConnection::RunExclusively(const Work& work) {
-    try {
-        Call([&] {
-            Opened();
-            SendPending();
-            session_->Queue(kBegin);
-            session_->Queue(kWaitForDisk);
-            session_->Queue(kLock);
-            frame_ = Frame::Exclusive;
-            waitsForDisk_ = true;
-            session_->Finish();
-        });
-        work();
-        Call([&] {
-            SendPending();
-            CommitTransaction();
-            frame_ = Frame::None;
-        });
-    } catch (...) {
-        RollBack();
-        throw;
-    }
 }
 
 }  // namespace iqrx::platform::postgres

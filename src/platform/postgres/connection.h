@@ -28,7 +28,6 @@ public:
     std::string DefaultDatabase() override;
     void SetDefaultDatabase(const std::string& name) override;
     void Commit() override;
-    void RunExclusively(const Work& work) override;
     std::unique_ptr<Recordset> CreateRecordset() override;
 
     // For the server, so far.

@@ -13,6 +13,10 @@ namespace {
 // until then.
 constexpr std::size_t kMostTrips = 32, kFewestTrips = 2, kRowsUnderWay = 6400;
 
+// One section at a time in a schema; the number is this system's own among the locks of the database.
+constexpr const char* kLock =
+    "SELECT pg_advisory_xact_lock(1364350041, hashtext(coalesce(current_schema(),'')))";
+
 [[noreturn]] void RaiseFallen() {
     Raise("25P02", "One of the statements failed, so that all of them were taken back");
 }
@@ -30,7 +34,7 @@ void Sender::Take(Load load) {
         frame_ = Frame::UnitLoaded;
     }
     // Of what a failure takes back as a whole, each row has an answer of its own.
-    if (frame_ == Frame::Unit) load.upsert.reset();
+    if (IsInTransaction()) load.upsert.reset();
     trip_.Add(std::move(load));
     if (trip_.Rows() >= rowsPerTrip_) Call([&] { SendTrip(); });
 }
@@ -56,7 +60,7 @@ void Sender::QueueTrip() {
     if (trip_.Empty()) return;
     Trip::Content content = trip_.Take();
     std::vector<Command> commands;
-    if (frame_ == Frame::Unit)
+    if (IsInTransaction())
         AddLoads(commands, std::move(content.whole));
     else if (!content.whole.empty())
         AddTransaction(commands, std::move(content.whole));
@@ -184,7 +188,7 @@ Answer Sender::Ask(const std::function<void()>& queue) {
 Answer Sender::Only(std::vector<Answer>& own) {
     for (const Answer& answer : own) {
         if (!IsFailure(answer.get())) continue;
-        if (frame_ == Frame::Unit) frame_ = Frame::Fallen;
+        if (IsInTransaction()) frame_ = Frame::Fallen;
         session_->Fail(answer.get());
     }
     return own.empty() ? Answer() : std::move(own.back());
@@ -205,8 +209,7 @@ void Sender::Tell() {
 }
 
 void Sender::Fall() {
-    if (frame_ == Frame::Unit || frame_ == Frame::UnitLoaded || frame_ == Frame::UnitAhead)
-        frame_ = Frame::Fallen;
+    if (frame_ != Frame::None) frame_ = Frame::Fallen;
 }
 
 // For what fails by the connection itself: nobody knows how far the server came.
@@ -332,7 +335,6 @@ void Sender::EndUnit(bool isWaitedFor) {
     SendRows();
     if (frame_ == Frame::UnitLoaded) trip_.EndUnit();
     if (frame_ == Frame::Unit && (isWaitedFor || waitsForDisk_)) {
-        SendPending();
         CommitTransaction();
     } else if (frame_ == Frame::Unit) {
         QueueTrip();
@@ -369,9 +371,42 @@ void Sender::EndTransaction() noexcept {
     }
 }
 
-// The server ends a transaction in which something failed by rolling it back, and calls that no failure.
+void Sender::RunExclusively(const Work& work) {
+    try {
+        Call([&] {
+            Opened();
+            SendPending();
+            BeginSection();
+        });
+        work();
+        Call([&] {
+            RequireStanding();
+            CommitTransaction();
+            frame_ = Frame::None;
+        });
+    } catch (...) {
+        RollBack();
+        throw;
+    }
+}
+
+// What begins it goes on its way with its first statement.
+void Sender::BeginSection() {
+    for (const char* command : {kBegin, kWaitForDisk, kLock}) {
+        trips_.Add({.kind = command == kBegin ? Entry::Kind::Begin : Entry::Kind::Setting, .isWhole = false});
+        session_->Queue(command);
+    }
+    frame_ = Frame::Exclusive;
+    waitsForDisk_ = true;
+}
+
+// With what is left of it. The server ends a transaction in which something failed by rolling it back, and
+// calls that no failure.
 void Sender::CommitTransaction() {
-    const Answer answer = session_->Ask(kCommit);
+    RaiseOwed();
+    SendRows();
+    QueueTrip();
+    const Answer answer = Ask([&] { session_->Queue(kCommit); });
     if (std::string_view(PQcmdStatus(answer.get())) != "COMMIT") RaiseFallen();
     trips_.Take();
     isAhead_ = !waitsForDisk_;

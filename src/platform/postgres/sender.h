@@ -17,16 +17,11 @@ inline constexpr const char* kCommit = "COMMIT";
 // Of the transaction that it stands in: its commit returns when it, and everything before it, is on the disk.
 inline constexpr const char* kWaitForDisk = "SELECT set_config('synchronous_commit','on',true)";
 
-// Of the transaction: many rows are found one after the other by their keys, however many the table had when
-// the statement was planned.
-inline constexpr const char* kByKeys =
-    "SELECT set_config('enable_seqscan','off',true), set_config('enable_hashjoin','off',true),"
-    " set_config('enable_mergejoin','off',true)";
-
 class Sender : public Connection {
 public:
     Errors& LastErrors() override { return errors_; }
     void RunAsUnit(const Work& work) override;
+    void RunExclusively(const Work& work) override;
 
     // Does one call's work; what fails is entered in the Errors. The members below belong inside of it.
     template <class Action>
@@ -57,8 +52,6 @@ protected:
     bool HasRows() const;
     void BeginWrite(bool touchesControlTable);
     void EndWrite(bool touchesControlTable);
-    void CommitTransaction();
-    void RollBack() noexcept;
     void EndTransaction() noexcept;
 
     Errors errors_;
@@ -94,6 +87,10 @@ private:
     void RaiseFirstFailure(Entries& entries);
     void TellFailed(Entry& entry, DatabaseFailure& failure);
     void EndUnit(bool isWaitedFor);
+    void BeginSection();
+    bool IsInTransaction() const { return frame_ == Frame::Unit || frame_ == Frame::Exclusive; }
+    void CommitTransaction();
+    void RollBack() noexcept;
 };
 
 }  // namespace iqrx::platform::postgres

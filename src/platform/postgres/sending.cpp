@@ -46,9 +46,7 @@ void Statements::AwaitAnswers() {
     if (session_) Call([&] { SendPending(); });
 }
 
-bool Statements::CanSend() const {
-    return session_ && rowsPerTrip_ > 1 && frame_ != Frame::Exclusive && frame_ != Frame::Fallen;
-}
+bool Statements::CanSend() const { return session_ && rowsPerTrip_ > 1 && frame_ != Frame::Fallen; }
 
 // False: the statement is one for which its caller waits, since something is wrong with it or since it is not
 // of the usual form; nothing is under way then.
@@ -77,13 +75,15 @@ bool Statements::Ready(platform::Answers& answers, const std::function<bool()>& 
     return false;
 }
 
-// Null when somebody waits for such a statement. What touches a control table is a transaction of its own.
+// Null when somebody waits for such a statement. What touches a control table stands in a transaction that
+// waits for the disk: its own, or one that does already.
 std::shared_ptr<Program> Statements::Sendable(const platform::Statement& statement) {
     auto program = std::static_pointer_cast<Program>(programs_->Find(statement).program);
     const dialect::Translation& translation = program->translation;
     const bool isWrite = !translation.isSelect && translation.steps.size() == 1 &&
                          translation.steps.front().kind == dialect::Step::Kind::Run;
-    return isWrite && (!program->touchesControlTable || frame_ == Frame::None) ? program : nullptr;
+    return isWrite && (!program->touchesControlTable || waitsForDisk_ || frame_ == Frame::None) ? program
+                                                                                                : nullptr;
 }
 
 void Statements::BindTo(const Program& program, const platform::Statement& statement) {

@@ -100,9 +100,11 @@ void Session::Tell(const Prepared& statement) {
     statement.Become(Prepared::Told::Name);
 }
 
-void Session::SendWithoutWait() {
+void Session::SendWithoutWait(bool isHelp) {
+    ReceiveLeft();
     if (!PQpipelineSync(link_.get())) Fail(nullptr);
     left_ = std::exchange(queued_, 0);
+    isHelpLeft_ = isHelp;
 }
 
 void Session::Queue(const Prepared& statement, const Parameters& parameters) {
@@ -157,7 +159,8 @@ void Session::ReceiveLeft() {
         isOver = PQresultStatus(answer.get()) == PGRES_PIPELINE_SYNC;
         if (const int column = PQfnumber(answer.get(), "first_schema"); column >= 0 && !isChanged_)
             firstSchema_ = PQgetvalue(answer.get(), 0, column);
-        if (!isOver && IsFailure(answer.get()) && !leftFailure_) leftFailure_ = std::move(answer);
+        if (!isOver && IsFailure(answer.get()) && !isHelpLeft_ && !leftFailure_)
+            leftFailure_ = std::move(answer);
     }
     left_ = 0;
 }

@@ -39,8 +39,9 @@ public:
     void Queue(const Prepared& statement, Arrays& rows);
     void Queue(const char* command, std::initializer_list<const char*> texts = {});
     std::size_t Queued() const { return queued_; }
-    // What is queued is a trip of its own. Where it fails, the next answer is its failure.
-    void SendWithoutWait();
+    // What is queued is a trip of its own. Where it fails, the next answer is its failure, unless it is a
+    // help that nobody misses.
+    void SendWithoutWait(bool isHelp = false);
 
     // Sends what is queued and waits for the answers, one for each command. The commands of a trip stand or
     // fall together, unless a transaction is open. Raises the first failure; the commands after it were not
@@ -88,7 +89,7 @@ private:
     std::size_t queued_ = 0, left_ = 0, waits_ = 0;
     Answer leftFailure_;
     std::optional<std::string> firstSchema_;
-    bool isChanged_ = false;
+    bool isChanged_ = false, isHelpLeft_ = false;
     std::uint64_t names_ = 0;
     std::shared_ptr<Unused> unused_ = std::make_shared<Unused>();
 };

@@ -12,6 +12,12 @@
 
 namespace iqrx::platform::postgres {
 
+// Of the transaction: many rows are found one after the other by their keys, however many the table had when
+// the statement was planned.
+inline constexpr const char* kByKeys =
+    "SELECT set_config('enable_seqscan','off',true), set_config('enable_hashjoin','off',true),"
+    " set_config('enable_mergejoin','off',true)";
+
 // Its row: how many the update found, and how many the insert then wrote. The places of the update come
 // first. Nothing when they are not an UPDATE and an INSERT of one row into the same table.
 std::optional<std::string> UpsertOf(const dialect::Translation& update, const dialect::Translation& insert);

@@ -117,7 +117,6 @@ public:
 
     std::int32_t Execute(const Statement& statement) override {
         stop_.Check(statement);
-        if (stop_.HasKeptFromTaking() && Frees(statement)) return 1;
         const std::int32_t affected = Wrapped().Execute(statement);
         if (stop_.IsRefilling() || !OnlyWritesARow(statement)) stop_.Sent(meanings_.Of(statement));
         return affected;
@@ -130,6 +129,7 @@ public:
     void Upsert(const Statement& update, const MakeStatement& insert, Answers& answers) override {
         if (stop_.IsRefilling()) return Connection::Upsert(update, insert, answers);
         stop_.Check(update);
+        if (stop_.HasKeptFromTaking() && Frees(update)) return answers.Updated(1);
         Wrapped().Upsert(update, insert, answers);
     }
     void RunAsUnit(const Work& work) override { stop_.RunAsUnit(work); }

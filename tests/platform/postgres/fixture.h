@@ -10,6 +10,7 @@
 
 #include "platform/conversions.h"
 #include "platform/date.h"
+#include "platform/postgres/connection.h"
 #include "platform/postgres/postgres_database.h"
 #include "support/postgres_server.h"
 
@@ -64,6 +65,8 @@ protected:
         rows->Open(sql, CursorType::ForwardOnly, LockType::Optimistic);
         return rows;
     }
+    // For the server, so far.
+    std::size_t Waits() { return dynamic_cast<postgres::PostgresConnection&>(Db()).Waits(); }
     // The rows of a select as texts, "a|b", NULL for Null.
     std::vector<std::string> Rows(std::string_view sql) {
         std::vector<std::string> result;

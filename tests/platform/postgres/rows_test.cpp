@@ -1,6 +1,5 @@
 // Rows of a trip that go to the server together: the rows, counts and errors that they leave are those that
 // they leave one after the other.
-#include "platform/postgres/connection.h"
 #include "platform/postgres/fixture.h"
 
 namespace iqrx::testing {
@@ -27,7 +26,6 @@ protected:
         connection = Connect(";Rows per Trip=" + std::to_string(GetParam()));
     }
     bool GoOneByOne() const { return GetParam() == 1; }
-    std::size_t Waits() { return dynamic_cast<postgres::PostgresConnection&>(Db()).Waits(); }
 
     void Upsert(const Literal& key, const Literal& text) {
         static constexpr Piece kUpdate[] = {{"UPDATE t SET s = ", Piece::Then::Value},

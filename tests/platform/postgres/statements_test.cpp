@@ -167,6 +167,21 @@ TEST_F(Statements, AddManyRowsInFewTripsAndNoneOfATripThatFails) {
     EXPECT_THAT(Rows("SELECT count(*) FROM one"), ElementsAre("1800"));
 }
 
+TEST_F(Statements, ForStatisticsAreNotWaitedFor) {
+    const std::size_t before = Waits();
+    EXPECT_EQ(Run("UPDATE STATISTICS one"), 0);
+    EXPECT_EQ(Waits(), before);
+    EXPECT_THAT(Rows("SELECT reltuples FROM pg_class WHERE relname = 'one'"), ElementsAre("1"));
+    EXPECT_EQ(Waits(), before + 1);
+}
+
+TEST_F(Statements, ForStatisticsThatFailFailNothingElse) {
+    EXPECT_EQ(Run("UPDATE STATISTICS nowhere"), 0);
+    EXPECT_EQ(Run("UPDATE STATISTICS nowhere"), 0);
+    EXPECT_EQ(Run("UPDATE one SET t = N'y'"), 1);
+    EXPECT_THAT(One(), ElementsAre("y|0|NULL"));
+}
+
 TEST_F(Statements, SayNothingOnStandardErrorWhateverTheServerNotices) {
     ::testing::internal::CaptureStderr();
     Run("DROP TABLE IF EXISTS nowhere");

@@ -7,7 +7,9 @@
 namespace iqrx::testing {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
@@ -83,6 +85,12 @@ TEST_F(Crash, LeavesAnExclusiveSectionAndWhatStoodBeforeIt) {
     EXPECT_THAT(RowsAfterIt(), ElementsAre("1", "2"));
 }
 
+TEST_F(Crash, LeavesWhatWasSentInAnExclusiveSection) {
+    Answers nobody;
+    Db().RunExclusively([&] { Db().Send("INSERT INTO t (k) VALUES (1)", nobody); });
+    EXPECT_THAT(RowsAfterIt(), ElementsAre("1"));
+}
+
 TEST_F(Crash, LeavesAUnitThatTouchesAControlTable) {
     Db().RunAsUnit([&] {
         Run("INSERT INTO t (k) VALUES (1)");
@@ -116,22 +124,63 @@ TEST_F(Transactions, OfSectionsInTwoSchemasDoNotWaitForEachOther) {
     other->SetDefaultDatabase("second");
     bool ran = false;
     Db().RunExclusively([&] {
+        Run("UPDATE tstables SET in_use = 1");
         other->SetCommandTimeout(5);
-        other->RunExclusively([&] { ran = true; });
+        other->RunExclusively([&] {
+            const auto rows = other->CreateRecordset();
+            rows->Open("SELECT count(*) FROM pg_class", CursorType::ForwardOnly, LockType::ReadOnly);
+            ran = !rows->Eof();
+        });
     });
     EXPECT_TRUE(ran);
 }
 
-TEST_F(Transactions, OfSectionsInOneSchemaWaitForEachOther) {
+TEST_F(Transactions, OfSectionsInOneSchemaWaitForEachOtherWithTheirFirstStatement) {
+    const auto other = Connect();
+    other->SetCommandTimeout(1);
+    const auto lock = std::string_view("INSERT INTO tstables VALUES ('other', 1)");
+    Db().RunExclusively([&] {
+        Run("INSERT INTO t (k) VALUES (1)");
+        EXPECT_THAT(Raised([&] {
+                        other->RunExclusively([&] {
+                            other->Execute(lock);
+                            FAIL() << "two at once";
+                        });
+                    }),
+                    StartsWith("[57014]"));
+    });
+    other->RunExclusively([&] { EXPECT_EQ(other->Execute(lock), 1); });
+    EXPECT_THAT(Rows("SELECT tablename FROM tstables ORDER BY tablename"), ElementsAre("other", "t"));
+}
+
+// Whoever goes on after its first statement has failed must not find that the next ones stand by themselves.
+TEST_F(Transactions, OfASectionThatDidNotGetItsTurnTakeNothingMore) {
     const auto other = Connect();
     other->SetCommandTimeout(1);
     Db().RunExclusively([&] {
-        EXPECT_THAT(Raised([&] { other->RunExclusively([] { FAIL() << "two at once"; }); }),
-                    StartsWith("[57014]"));
+        Run("UPDATE tstables SET in_use = 1");
+        EXPECT_THAT(Raised([&] {
+                        other->RunExclusively([&] {
+                            const auto add = std::string_view("INSERT INTO t (k) VALUES (1)");
+                            Raised([&] { other->Execute(add); });
+                            EXPECT_THAT(Raised([&] { other->Execute(add); }), StartsWith("[25P02]"));
+                        });
+                    }),
+                    StartsWith("[25P02]"));
     });
-    bool ran = false;
-    other->RunExclusively([&] { ran = true; });
-    EXPECT_TRUE(ran);
+    EXPECT_THAT(Rows("SELECT k FROM t"), IsEmpty());
+}
+
+TEST_F(Transactions, OfASectionWhoseSentStatementFailsLeaveNothing) {
+    Answers nobody;
+    EXPECT_THAT(Raised([&] {
+                    Db().RunExclusively([&] {
+                        Run("INSERT INTO t (k) VALUES (1)");
+                        Db().Send("UPDATE tstables SET tablename = NULL", nobody);
+                    });
+                }),
+                AllOf(StartsWith("[23502]"), HasSubstr("\"tstables\"")));
+    EXPECT_THAT(Rows("SELECT k FROM t"), IsEmpty());
 }
 
 TEST_F(Transactions, SeeWhatAnotherSectionLeftWhateverTheSiteHasSet) {
@@ -141,6 +190,7 @@ TEST_F(Transactions, SeeWhatAnotherSectionLeftWhateverTheSiteHasSet) {
     std::promise<void> inside;
     auto first = std::async(std::launch::async, [&] {
         other->RunExclusively([&] {
+            other->Execute(std::string_view("UPDATE tstables SET in_use = 1"));
             inside.set_value();
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
             other->Execute(std::string_view("INSERT INTO t (k) VALUES (1)"));

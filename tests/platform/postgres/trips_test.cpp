@@ -1,5 +1,4 @@
 // Many statements a trip: how often somebody waits for the server, and that nobody sees more of it than that.
-#include "platform/postgres/connection.h"
 #include "platform/postgres/fixture.h"
 #include "support/heard.h"
 
@@ -23,7 +22,6 @@ protected:
         connection.reset();
     }
     void GivenRowsPerTrip(int rows) { connection = Connect(";Rows per Trip=" + std::to_string(rows)); }
-    std::size_t Waits() { return dynamic_cast<postgres::PostgresConnection&>(Db()).Waits(); }
 
     // As the copy does: the values lie in what is gone after the call.
     void Upsert(Long key, Long number, const std::string& text = "") {
@@ -372,6 +370,22 @@ TEST_F(Trips, TakeWritesToControlTablesAlong) {
                 ElementsAre("t|2026-05-06 07:08:09|0|0"));
     EXPECT_EQ(Waits(), before + 1);
     EXPECT_THAT(heard.said, ElementsAre("executed 0", "updated 0", "inserted 1", "updated 1"));
+}
+
+// What keeps others out goes with the question whether the table is free, what takes it with the end.
+TEST_F(Trips, AreTwoWaitsForALock) {
+    Run("CREATE TABLE tstables(tablename TEXT PRIMARY KEY, in_use INTEGER)");
+    GivenRowsPerTrip(200);
+    const std::size_t before = Waits();
+    Db().RunExclusively([&] {
+        EXPECT_THAT(Rows("SELECT in_use FROM tstables WHERE tablename = 't'"), IsEmpty());
+        Db().Upsert(
+            "UPDATE tstables SET in_use = 1WHERE tablename = 't'",
+            [] { return Statement("INSERT INTO tstables(tablename,in_use) VALUES('t',1)"); }, heard);
+    });
+    EXPECT_EQ(Waits(), before + 2);
+    EXPECT_THAT(heard.said, ElementsAre("updated 0", "inserted 1"));
+    EXPECT_THAT(Rows("SELECT tablename, in_use FROM tstables"), ElementsAre("t|1"));
 }
 
 TEST_F(Trips, HaveFromOneToTenThousandRows) {

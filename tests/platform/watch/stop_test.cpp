@@ -22,6 +22,13 @@ protected:
         database.calls.clear();
     }
     void Ask() { request.by = "SIGINT"; }
+    void Free() {
+        Answers nobody;
+        database.defaultAffected = 1;
+        connection->Upsert(
+            "UPDATE tstables SET in_use = 0WHERE tablename = N'tsmdm030'",
+            []() -> Statement { return "INSERT INTO tstables(tablename) VALUES(N'tsmdm030')"; }, nobody);
+    }
     void ExpectStopped(const std::function<void()>& work) {
         try {
             work();
@@ -68,7 +75,7 @@ TEST_F(AStop, ComesBeforeTheNextNewRow) {
 
 TEST_F(AStop, LetsTheTableBeFreedAndTheOutcomeTold) {
     Ask();
-    connection->Execute("UPDATE tstables SET in_use = 0WHERE tablename = N'tsmdm030'");
+    Free();
     Opened("SELECT * FROM tstables WHERE tablename = N'tsmdm030'");
     EXPECT_EQ(database.executed.size(), 1u);
 }
@@ -80,14 +87,14 @@ TEST_F(AStop, FreesNothingWhenTheTableWasNeverTaken) {
         throw RuntimeError(5, "x", "database is locked");
     }),
                  RuntimeError);
-    EXPECT_EQ(connection->Execute("UPDATE tstables SET in_use = 0WHERE tablename = N'tsmdm030'"), 1);
+    Free();
     EXPECT_THAT(database.executed, IsEmpty());
 }
 
 TEST_F(AStop, AfterATakingThatFailedByItselfStillFreesTheTable) {
     EXPECT_THROW(connection->RunExclusively([] { throw RuntimeError(5, "x", "no connection"); }), RuntimeError);
     Ask();
-    connection->Execute("UPDATE tstables SET in_use = 0WHERE tablename = N'tsmdm030'");
+    Free();
     EXPECT_EQ(database.executed.size(), 1u);
 }
 
