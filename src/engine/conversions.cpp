@@ -1,9 +1,7 @@
 #include "engine/conversions.h"
 
-#include <charconv>
-#include <optional>
-
 #include "platform/conversions.h"
+#include "platform/number.h"
 
 namespace iqrx::engine {
 
@@ -25,11 +23,8 @@ std::string_view TextOf(const Value& value, KeptValues& kept) {
 
 // A number in the form that is all digits; nothing for any other text.
 std::optional<platform::Long> WholeNumber(std::string_view text) {
-    platform::Long number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || stop != end || std::to_string(number) != text) return std::nullopt;
-    return number;
+    const auto number = platform::NumberFrom<platform::Long>(text);
+    return number && std::to_string(*number) == text ? number : std::nullopt;
 }
 
 }  // namespace

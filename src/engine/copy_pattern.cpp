@@ -149,8 +149,7 @@ ObjectRef FetchByKeyRange(const Table& table, Object& manager) {
         bounds.push_back({range.numeric ? Value(range.numberFrom) : Value(std::string(range.from))});
         bounds.push_back({range.numeric ? Value(range.numberTo) : Value(UpperBound(range))});
     }
-    const Value enumerator = manager.Invoke("GetByKeyRange", bounds);
-    return enumerator.Is<ObjectRef>() ? enumerator.As<ObjectRef>() : ObjectRef();
+    return platform::ObjectOrNothing(manager.Invoke("GetByKeyRange", bounds));
 }
 
 Object* HeldObjects::NextRecord() {

@@ -55,7 +55,7 @@ void clsDataCopyHandler::FetchInstanceObject() {
     Value number = process_.settings.currentInstanceNumber;
     const Value instance = Call(*registry, "getInstance", ByRef{number});
     process_.settings.currentInstanceNumber = platform::ToInteger(number);
-    instanceObject_ = instance.Is<platform::ObjectRef>() ? instance.As<platform::ObjectRef>() : nullptr;
+    instanceObject_ = platform::ObjectOrNothing(instance);
     registry->Set("CurrentInstanceNumber", process_.settings.currentInstanceNumber);
     if (!instanceObject_)
         throw platform::RuntimeError(kNoInstanceObject, "Handle Data Copy",
@@ -68,10 +68,6 @@ clsDataCopyHandler::TableNames clsDataCopyHandler::NamesOf(Integer tableId) cons
         return {text, text, text};
     const control::TableCatalog& catalog = process_.catalog;
     return {catalog.GetTableText(id), catalog.GetErpTableId(id), catalog.GetTableName(id)};
-}
-
-std::string clsDataCopyHandler::TextAbout(std::string_view label, const TableNames& table) {
-    return process_.messages.GetI18nText(label, {table.text, table.erpId});
 }
 
 template <class Calls>
@@ -99,10 +95,6 @@ void clsDataCopyHandler::DataCopyComplete(platform::Date iTime, Integer iTableID
         Call(Instance(), "writeToMessageBox", text, iTime);
         Call(Instance(), "UpdateSyncStatus", Integer{kSyncComplete}, iTime);
     });
-}
-
-void clsDataCopyHandler::DataCopydone() {
-    if (!process_.settings.standalone) instanceObject_.reset();
 }
 
 void clsDataCopyHandler::DataCopyError(platform::Date iTime, Integer iTableID, Integer ieNumber,

@@ -23,7 +23,9 @@ public:
     void DataCopyAlreadyInProgress(platform::Date iTime, platform::Integer iTableID) override;
     void DataCopyComplete(platform::Date iTime, platform::Integer iTableID, platform::Long icount,
                           platform::Long ucount, platform::Long dcount) override;
-    void DataCopydone() override;
+    void DataCopydone() override {
+        if (!process_.settings.standalone) instanceObject_.reset();
+    }
     void DataCopyError(platform::Date iTime, platform::Integer iTableID, platform::Integer ieNumber,
                        const std::string& ieMessage) override;
     void DataCopyStarted(platform::Date iTime, platform::Integer iTableID) override;
@@ -39,7 +41,9 @@ private:
     void FetchInstanceObject();
     void Handle(const control::CopyRequest& request);
     platform::Object& Instance() { return *platform::ToObject(instanceObject_); }
-    std::string TextAbout(std::string_view label, const TableNames& table);
+    std::string TextAbout(std::string_view label, const TableNames& table) {
+        return process_.messages.GetI18nText(label, {table.text, table.erpId});
+    }
     // Makes the calls, unless standalone, then tells the table's status where it is wanted.
     template <class Calls>
     void Relay(platform::Integer tableId, platform::Integer status, Calls calls);

@@ -67,10 +67,6 @@ const std::string& CommandLine::At(ArgumentIndex index) const {
 
 std::string CommandLine::Trimmed(ArgumentIndex index) const { return std::string(runtime::Trim(At(index))); }
 
-std::string CommandLine::LogDirectory() const {
-    return Count() > kLogDirectory ? At(kLogDirectory) : std::string();
-}
-
 void CommandLine::Validate(runtime::MessageCatalog& messages) const {
     if (Count() < kFewestArguments)
         RaiseInvalid(messages, "SLBL0232", platform::Masked(text_), "iQRX Data Copy - Start");

@@ -31,7 +31,7 @@ public:
     // As given. Raises "subscript out of range" for an argument that is missing.
     const std::string& At(ArgumentIndex index) const;
     // As given, empty when the command line has none: usable before the arguments are validated.
-    std::string LogDirectory() const;
+    std::string LogDirectory() const { return Count() > kLogDirectory ? At(kLogDirectory) : std::string(); }
 
     // Validates the arguments, gives the settings what they say of the process and returns the request, its
     // table and method still missing. Raises the error of the first argument that fails.

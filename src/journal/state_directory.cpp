@@ -1,6 +1,5 @@
 #include "journal/state_directory.h"
 
-#include <charconv>
 #include <chrono>
 #include <system_error>
 #include <thread>
@@ -8,6 +7,7 @@
 #include "journal/files.h"
 #include "platform/connection_string.h"
 #include "platform/error.h"
+#include "platform/number.h"
 #include "platform/text.h"
 
 namespace iqrx::journal {
@@ -38,18 +38,10 @@ void MakeDirectory(const std::filesystem::path& directory) {
     if (error) Raise(platform::Utf8(directory) + ": " + error.message());
 }
 
-std::optional<int> ParseVersion(std::string_view text) {
-    text = platform::Trim(text);
-    int version = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), version);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return version;
-}
-
 void RequireKnownVersion(const std::filesystem::path& file) {
     const auto text = ReadText(file);
     if (!text) return;
-    const auto version = ParseVersion(*text);
+    const auto version = platform::NumberFrom<int>(platform::Trim(*text));
     if (!version) Raise(platform::Utf8(file) + ": it does not hold a number");
     if (*version > kVersion)
         Raise(platform::Utf8(file) + ": made by a newer version (" + std::to_string(*version) +

@@ -3,12 +3,11 @@
 #include <cstdlib>
 
 #include "platform/date.h"
+#include "platform/text.h"
 
 namespace iqrx::journal {
 
 namespace {
-
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 std::string TwoDigits(int number) {
     return {static_cast<char>('0' + number / 10), static_cast<char>('0' + number % 10)};
@@ -19,8 +18,7 @@ int Number(std::string_view digits) { return (digits[0] - '0') * 10 + digits[1] 
 // "+01:00", "-05:30" or "Z".
 std::optional<int> OffsetMinutes(std::string_view text) {
     if (text == "Z" || text == "z") return 0;
-    const bool formed = text.size() == 6 && (text[0] == '+' || text[0] == '-') && IsDigit(text[1]) &&
-                        IsDigit(text[2]) && text[3] == ':' && IsDigit(text[4]) && IsDigit(text[5]);
+    const bool formed = platform::HasForm(text, "+00:00") || platform::HasForm(text, "-00:00");
     if (!formed || Number(text.substr(1)) > 23 || Number(text.substr(4)) > 59) return std::nullopt;
     const int minutes = Number(text.substr(1)) * 60 + Number(text.substr(4));
     return text[0] == '-' ? -minutes : minutes;
@@ -42,7 +40,7 @@ std::optional<Timestamp> ParseRfc3339(std::string_view text) {
     std::size_t end = kSeconds;
     if (text[end] == '.') {
         do ++end;
-        while (end < text.size() && IsDigit(text[end]));
+        while (end < text.size() && platform::IsDigit(text[end]));
         if (end == kSeconds + 1) return std::nullopt;
     }
     const auto date = platform::ParseIsoDate(local);

@@ -105,14 +105,6 @@ std::vector<std::string> ConnectionString::Keys() const {
     return keys;
 }
 
-std::string ConnectionString::Provider() const {
-    return Find("Provider").value_or(Has("Service") ? "PostgreSQL" : "");
-}
-
-void ConnectionString::Remove(std::string_view key) {
-    std::erase_if(pairs_, [&](const Pair& pair) { return EqualIgnoringCase(pair.key, key); });
-}
-
 std::string ConnectionString::Text() const {
     std::string text;
     for (const auto& [key, value, closed] : pairs_) {
@@ -165,7 +157,7 @@ bool ArgumentsFollow(std::string_view rest) {
         return false;
     rest.remove_prefix(end + kNextArgument.size());
     const auto number = Trimmed(rest.substr(0, rest.find(kNextArgument)));
-    return !number.empty() && std::ranges::all_of(number, [](char c) { return c >= '0' && c <= '9'; });
+    return !number.empty() && std::ranges::all_of(number, IsDigit);
 }
 
 // Whether what follows a secret is all of it readable, so that no part of the secret can be in it.

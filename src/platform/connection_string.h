@@ -20,8 +20,11 @@ public:
     std::optional<std::string> Find(std::string_view key) const;
     bool Has(std::string_view key) const { return Find(key).has_value(); }
     std::vector<std::string> Keys() const;  // in their order
-    std::string Provider() const;           // PostgreSQL where Service= stands without one
-    void Remove(std::string_view key);
+    // PostgreSQL where Service= stands without one.
+    std::string Provider() const { return Find("Provider").value_or(Has("Service") ? "PostgreSQL" : ""); }
+    void Remove(std::string_view key) {
+        std::erase_if(pairs_, [&](const Pair& pair) { return EqualIgnoringCase(pair.key, key); });
+    }
 
     // The pairs in their order, as a driver takes them: values that need it, or that stood in quotes or
     // braces, stand in braces.

@@ -1,5 +1,6 @@
 #include "platform/conversions.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -7,6 +8,7 @@
 #include <optional>
 
 #include "platform/date.h"
+#include "platform/number.h"
 #include "platform/text.h"
 
 namespace iqrx::platform {
@@ -41,54 +43,28 @@ T ToWhole(const Value& value) {
     return static_cast<T>(rounded);
 }
 
-// Digits and exponent of the shortest form with at most `precision` significant digits.
-struct Decimal {
-    std::string digits;  // without a trailing zero
-    int exponent;        // of the first digit
+// The significant digits that a number is shown with, and the exponent of the first.
+struct Extent {
+    int digits, exponent;
 };
 
-Decimal Digits(std::string_view scientific) {
+Extent ExtentOf(std::string_view scientific) {
     const auto e = scientific.find('e');
-    Decimal decimal{};
-    for (const char c : scientific.substr(0, e))
-        if (c != '.') decimal.digits += c;
-    decimal.digits.resize(std::max<std::size_t>(1, decimal.digits.find_last_not_of('0') + 1));
-    auto exponent = scientific.substr(e + 1);
-    if (exponent.starts_with('+')) exponent.remove_prefix(1);
-    std::from_chars(exponent.data(), exponent.data() + exponent.size(), decimal.exponent);
-    return decimal;
+    const auto last = scientific.find_last_not_of(".0", e - 1);
+    const auto exponent = NumberFrom<int>(scientific.substr(scientific[e + 1] == '+' ? e + 2 : e + 1));
+    return {std::max(static_cast<int>(last), 1), *exponent};
 }
 
-// The form that reads back as the number, where it is short enough; else rounded to the precision.
+// Of the form that reads back as the number, where it is short enough; else rounded to the precision.
 template <class T>
-Decimal Shortest(T number, int precision) {
-    std::array<char, 32> buffer;
-    const auto text = [&](std::to_chars_result written) {
-        return std::string_view(buffer.data(), static_cast<std::size_t>(written.ptr - buffer.data()));
-    };
-    char* const end = buffer.data() + buffer.size();
-    Decimal decimal = Digits(text(std::to_chars(buffer.data(), end, number, std::chars_format::scientific)));
-    if (decimal.digits.size() > static_cast<std::size_t>(precision))
-        decimal = Digits(
-            text(std::to_chars(buffer.data(), end, number, std::chars_format::scientific, precision - 1)));
-    return decimal;
-}
-
-std::string Fixed(const Decimal& decimal, std::string_view separator) {
-    const auto& [digits, exponent] = decimal;
-    if (exponent < 0)
-        return "0" + std::string(separator) + std::string(static_cast<std::size_t>(-exponent - 1), '0') +
-               digits;
-    const auto whole = static_cast<std::size_t>(exponent) + 1;
-    if (digits.size() <= whole) return digits + std::string(whole - digits.size(), '0');
-    return digits.substr(0, whole) + std::string(separator) + digits.substr(whole);
-}
-
-std::string Scientific(const Decimal& decimal, std::string_view separator) {
-    std::string text = decimal.digits.substr(0, 1);
-    if (decimal.digits.size() > 1) text += std::string(separator) + decimal.digits.substr(1);
-    const std::string exponent = std::to_string(std::abs(decimal.exponent));
-    return text + (decimal.exponent < 0 ? "E-" : "E+") + (exponent.size() < 2 ? "0" : "") + exponent;
+Extent ExtentOf(T number, int precision) {
+    std::array<char, 32> room;
+    char* const end = room.data() + room.size();
+    const auto written = std::to_chars(room.data(), end, number, std::chars_format::scientific);
+    const Extent shortest = ExtentOf({room.data(), written.ptr});
+    if (shortest.digits <= precision) return shortest;
+    const auto rounded = std::to_chars(room.data(), end, number, std::chars_format::scientific, precision - 1);
+    return ExtentOf({room.data(), rounded.ptr});
 }
 
 template <class T>
@@ -96,10 +72,18 @@ std::string TextWithPrecision(T number, int precision, std::string_view separato
     constexpr int kMaxDecimals = 15;
     if (number == 0) return "0";
     if (!std::isfinite(number)) RaiseRuntimeError(kOverflow);
-    const Decimal decimal = Shortest(std::abs(number), precision);
-    const int decimals = static_cast<int>(decimal.digits.size()) - 1 - decimal.exponent;
-    const bool fixed = decimal.exponent < precision && decimals <= kMaxDecimals;
-    return (number < 0 ? "-" : "") + (fixed ? Fixed(decimal, separator) : Scientific(decimal, separator));
+    const auto [digits, exponent] = ExtentOf(std::abs(number), precision);
+    const int decimals = digits - 1 - exponent;
+    const bool fixed = exponent < precision && decimals <= kMaxDecimals;
+    std::array<char, 40> room;
+    char* const end = room.data() + room.size();
+    const auto written =
+        fixed ? std::to_chars(room.data(), end, number, std::chars_format::fixed, std::max(decimals, 0))
+              : std::to_chars(room.data(), end, number, std::chars_format::scientific, digits - 1);
+    std::string text(room.data(), written.ptr);
+    std::ranges::replace(text, 'e', 'E');
+    if (const auto point = text.find('.'); point != std::string::npos) text.replace(point, 1, separator);
+    return text;
 }
 
 std::string DateText(Date moment) {
@@ -117,8 +101,6 @@ std::string NumberText(Double number, std::string_view decimalSeparator) {
 std::string NumberText(Single number, std::string_view decimalSeparator) {
     return TextWithPrecision(number, 7, decimalSeparator);
 }
-
-std::string SignedText(Long number) { return (number < 0 ? "" : " ") + std::to_string(number); }
 
 std::string ToText(const Value& value, std::string_view decimalSeparator) {
     return std::visit(Overloaded{
@@ -179,14 +161,6 @@ ObjectRef ToObject(Value value) {
     if (!object) RaiseRuntimeError(kTypeMismatch);
     if (!*object) RaiseRuntimeError(kObjectNotSet);
     return std::move(*object);
-}
-
-ObjectRef ObjectOrNothing(const Value& value) {
-    return value.Is<ObjectRef>() ? value.As<ObjectRef>() : nullptr;
-}
-
-bool ConcernsValue(const RuntimeError& error) {
-    return error.number == kTypeMismatch || error.number == kOverflow || error.number == kInvalidUseOfNull;
 }
 
 bool IsNumeric(std::string_view text) {

@@ -21,11 +21,16 @@ Integer ToInteger(const Value& value);
 Long ToLong(const Value& value);
 Double ToDouble(const Value& value);
 Date ToDate(const Value& value);
-ObjectRef ToObject(Value value);                // raises "object not set" for Nothing
-ObjectRef ObjectOrNothing(const Value& value);  // Nothing for what is not an object, too; raises nothing
+ObjectRef ToObject(Value value);  // raises "object not set" for Nothing
+// Nothing for what is not an object, too; raises nothing.
+inline ObjectRef ObjectOrNothing(const Value& value) {
+    return value.Is<ObjectRef>() ? value.As<ObjectRef>() : nullptr;
+}
 
 // Whether the error is "type mismatch", "overflow" or "invalid use of Null".
-bool ConcernsValue(const RuntimeError& error);
+inline bool ConcernsValue(const RuntimeError& error) {
+    return error.number == kTypeMismatch || error.number == kOverflow || error.number == kInvalidUseOfNull;
+}
 
 // Runs a conversion. When the value does not fit, the error rises with what `place` returns after its
 // description: the reader needs to find the value.
@@ -46,7 +51,7 @@ bool IsNumeric(std::string_view text);
 std::string NumberText(Double number, std::string_view decimalSeparator = ".");
 std::string NumberText(Single number, std::string_view decimalSeparator = ".");
 // The form that puts a blank before a number that is not negative.
-std::string SignedText(Long number);
+inline std::string SignedText(Long number) { return (number < 0 ? "" : " ") + std::to_string(number); }
 
 Double RoundHalfToEven(Double number, int decimals);
 

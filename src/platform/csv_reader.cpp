@@ -29,9 +29,7 @@ CsvReader::CsvReader(std::shared_ptr<SourceFile> file) : file_(std::move(file)),
     PassByteOrderMark();
     RefuseUtf16();
     if (!ReadRow()) FailFile("is empty: it lacks even a header row");
-    std::vector<std::string> names;
-    for (std::size_t i = 0; i < cells_.size(); ++i) names.emplace_back(Cell(i));
-    header_ = std::move(names);
+    for (std::size_t i = 0; i < cells_.size(); ++i) header_.emplace_back(Cell(i));
 }
 
 void CsvReader::PassByteOrderMark() {
@@ -189,18 +187,10 @@ bool CsvReader::Fill() {
     return got > 0;
 }
 
-void CsvReader::FailAt(std::size_t column, const std::string& what) const {
-    Fail(cells_[column].line, column, what);
-}
-
 void CsvReader::Fail(std::uint64_t line, std::size_t column, const std::string& what) const {
     const std::string name = column < header_.size() ? Quoted(header_[column]) : std::to_string(column + 1);
     file_->Raise(kDeviceIoError,
                  file_->Name() + ", line " + std::to_string(line) + ", column " + name + ": " + what);
-}
-
-void CsvReader::FailFile(const std::string& what) const {
-    file_->Raise(kPathFileAccess, file_->Name() + " " + what);
 }
 
 void CsvReader::FailWithout(const std::vector<std::string_view>& columns) const {

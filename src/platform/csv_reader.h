@@ -38,8 +38,12 @@ public:
     std::uint64_t RowEnd() const { return bufferOffset_ + rowStart_ + rowLength_; }
     void Seek(Position row);  // Next reads this row
 
-    [[noreturn]] void FailAt(std::size_t column, const std::string& what) const;  // in the current row
-    [[noreturn]] void FailFile(const std::string& what) const;
+    [[noreturn]] void FailAt(std::size_t column, const std::string& what) const {  // in the current row
+        Fail(cells_[column].line, column, what);
+    }
+    [[noreturn]] void FailFile(const std::string& what) const {
+        file_->Raise(kPathFileAccess, file_->Name() + " " + what);
+    }
     [[noreturn]] void FailWithout(const std::vector<std::string_view>& columns) const;
 
 private:

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <cmath>
 
+#include "platform/text.h"
+
 namespace iqrx::platform {
 
 namespace {
@@ -16,22 +18,18 @@ std::string Padded(int number, std::size_t width) {
     return digits.size() < width ? std::string(width - digits.size(), '0') + digits : digits;
 }
 
-// Whether the text has a digit for each 0 of the form and the form's other characters where they are.
-bool HasForm(std::string_view text, std::string_view form) {
-    if (text.size() != form.size()) return false;
-    for (std::size_t i = 0; i < form.size(); ++i)
-        if (form[i] == '0' ? text[i] < '0' || text[i] > '9' : text[i] != form[i]) return false;
-    return true;
-}
-
 int TwoDigits(std::string_view text, std::size_t place) {
     return (text[place] - '0') * 10 + text[place + 1] - '0';
+}
+
+std::chrono::year_month_day Day(const CivilTime& time) {
+    return std::chrono::year(time.year) / time.month / time.day;
 }
 
 }  // namespace
 
 Date FromCivil(const CivilTime& time) {
-    const std::chrono::sys_days day = std::chrono::year(time.year) / time.month / time.day;
+    const std::chrono::sys_days day = Day(time);
     return {day.time_since_epoch().count() * kSecondsPerDay + time.hour * 3600 + time.minute * 60 + time.second};
 }
 
@@ -53,20 +51,13 @@ Date TimeOfDay(Date moment) {
 
 Date StartOfDay(Date moment) { return {FloorDays(moment) * kSecondsPerDay}; }
 
-Date AddDays(Date moment, int days) { return {moment.secondsSince1970 + days * kSecondsPerDay}; }
-
-Date AddMinutes(Date moment, int minutes) { return {moment.secondsSince1970 + minutes * std::int64_t{60}}; }
-
 int DaysBetween(Date from, Date to) { return static_cast<int>(FloorDays(to) - FloorDays(from)); }
 
 std::optional<Date> ParseIsoDate(std::string_view text) {
     const bool hasTime = HasForm(text, "0000-00-00 00:00:00");
     if (!hasTime && !HasForm(text, "0000-00-00")) return std::nullopt;
     CivilTime time{TwoDigits(text, 0) * 100 + TwoDigits(text, 2), TwoDigits(text, 5), TwoDigits(text, 8)};
-    const std::chrono::year_month_day date{std::chrono::year(time.year),
-                                           std::chrono::month(static_cast<unsigned>(time.month)),
-                                           std::chrono::day(static_cast<unsigned>(time.day))};
-    if (!date.ok()) return std::nullopt;
+    if (!Day(time).ok()) return std::nullopt;
     if (hasTime) {
         time.hour = TwoDigits(text, 11);
         time.minute = TwoDigits(text, 14);
@@ -85,8 +76,6 @@ std::string IsoTime(Date moment) {
     const CivilTime time = ToCivil(moment);
     return Padded(time.hour, 2) + ':' + Padded(time.minute, 2) + ':' + Padded(time.second, 2);
 }
-
-std::string IsoDateTime(Date moment) { return IsoDate(moment) + ' ' + IsoTime(moment); }
 
 std::string CompactDate(Date moment) {
     const CivilTime time = ToCivil(moment);

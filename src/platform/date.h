@@ -21,16 +21,18 @@ Date FromCivil(const CivilTime& time);
 CivilTime ToCivil(Date moment);
 Date TimeOfDay(Date moment);  // the same time on the zero day
 Date StartOfDay(Date moment);
-Date AddDays(Date moment, int days);
-Date AddMinutes(Date moment, int minutes);
+inline Date AddDays(Date moment, int days) { return {moment.secondsSince1970 + days * kSecondsPerDay}; }
+inline Date AddMinutes(Date moment, int minutes) {
+    return {moment.secondsSince1970 + minutes * std::int64_t{60}};
+}
 // Day boundaries between the two, negative when `to` lies before `from`.
 int DaysBetween(Date from, Date to);
 
 // "YYYY-MM-DD", optionally followed by a blank and "HH:MM:SS"; nothing for any other text.
 std::optional<Date> ParseIsoDate(std::string_view text);
-std::string IsoDate(Date moment);      // "YYYY-MM-DD"
-std::string IsoTime(Date moment);      // "HH:MM:SS"
-std::string IsoDateTime(Date moment);  // "YYYY-MM-DD HH:MM:SS"
+std::string IsoDate(Date moment);  // "YYYY-MM-DD"
+std::string IsoTime(Date moment);  // "HH:MM:SS"
+inline std::string IsoDateTime(Date moment) { return IsoDate(moment) + ' ' + IsoTime(moment); }
 std::string CompactDate(Date moment);  // "YYYYMMDD"
 
 // An automation date: days since the zero day, the time of day as the fraction's absolute value.

@@ -30,12 +30,12 @@ constexpr std::array kDescriptions{
     Description{kDatabaseError, "Database error"},
 };
 
+}  // namespace
+
 const char* DescriptionOf(ErrorNumber number) {
     const auto found = std::ranges::find(kDescriptions, number, &Description::number);
     return found == kDescriptions.end() ? "Application-defined or object-defined error" : found->text;
 }
-
-}  // namespace
 
 void RaiseRuntimeError(ErrorNumber number) { throw RuntimeError(number, kProgram, DescriptionOf(number)); }
 

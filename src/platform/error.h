@@ -39,7 +39,8 @@ public:
     std::string description;
 };
 
-// The run-time's own text for one of its numbers; the source is the program's name.
+const char* DescriptionOf(ErrorNumber number);  // the run-time's own text
+// Raises it; the source is the program's name.
 [[noreturn]] void RaiseRuntimeError(ErrorNumber number);
 // The same, followed by what the reader needs to find the place.
 [[noreturn]] void RaiseRuntimeError(ErrorNumber number, const std::string& detail);

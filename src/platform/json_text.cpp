@@ -1,11 +1,10 @@
 #include "platform/json_text.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
 #include <concepts>
 
+#include "platform/number.h"
 #include "platform/text.h"
 
 namespace iqrx::platform {
@@ -26,20 +25,13 @@ void AppendAscii(std::string& json, char c) {
         json += c;
 }
 
-template <class Number>
-std::string JsonNumber(Number number) {
-    std::array<char, 32> digits;
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
-    return {digits.data(), end};
-}
-
 struct ToJson {
     std::string (*dateText)(Date);
 
     std::string operator()(Boolean value) const { return value ? "true" : "false"; }
-    std::string operator()(std::integral auto value) const { return JsonNumber(value); }
+    std::string operator()(std::integral auto value) const { return ShortestText(value); }
     std::string operator()(std::floating_point auto value) const {
-        return std::isfinite(value) ? JsonNumber(value) : "null";
+        return std::isfinite(value) ? ShortestText(value) : "null";
     }
     std::string operator()(Date value) const { return JsonText(dateText(value)); }
     std::string operator()(const std::string& value) const { return JsonText(value); }

@@ -37,6 +37,11 @@ char32_t TakeCharacter(std::u16string_view& text) {
 
 }  // namespace
 
+bool HasForm(std::string_view text, std::string_view form) {
+    return std::ranges::equal(text, form,
+                              [](char c, char wanted) { return wanted == '0' ? IsDigit(c) : c == wanted; });
+}
+
 std::string Lower(std::string_view text) { return Mapped(text, LowerLetter); }
 
 std::string Upper(std::string_view text) { return Mapped(text, UpperLetter); }

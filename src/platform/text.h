@@ -17,6 +17,10 @@ constexpr std::string_view Trim(std::string_view text, std::string_view blanks =
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
+constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+// Whether the text has a digit for each 0 of the form and the form's other characters where they are.
+bool HasForm(std::string_view text, std::string_view form);
+
 std::string Lower(std::string_view text);
 std::string Upper(std::string_view text);
 bool EqualIgnoringCase(std::string_view left, std::string_view right);

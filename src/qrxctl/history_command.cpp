@@ -25,11 +25,8 @@ bool IsFailure(const journal::RunEntry& entry) { return entry.outcome != "ok" &&
 // "20261121-104032", "20261121-104032-2".
 bool IsRunId(const std::string& word) {
     constexpr std::string_view kForm = "00000000-000000";
-    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-    return word.size() >= kForm.size() &&
-           std::ranges::equal(word.substr(0, kForm.size()), kForm,
-                              [&](char c, char form) { return form == '0' ? isDigit(c) : c == form; }) &&
-           std::ranges::all_of(word.substr(kForm.size()), [&](char c) { return isDigit(c) || c == '-'; });
+    return platform::HasForm(std::string_view(word).substr(0, kForm.size()), kForm) &&
+           word.find_first_not_of("0123456789-", kForm.size()) == std::string::npos;
 }
 
 class HistoryCommand : public Command {

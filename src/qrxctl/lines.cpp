@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "platform/text.h"
 #include "qrxctl/next_step.h"
 #include "qrxctl/terminal.h"
 
@@ -14,8 +15,6 @@ namespace {
 constexpr std::size_t kWordWidth = 9, kSubjectWidth = 10;
 
 static_assert(kWordWidth + kSubjectWidth + kFactWidth == kColumns);
-
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 // A command's first word; what stands in double quotes is not broken.
 std::string_view TakeWord(std::string_view& command) {
@@ -59,7 +58,7 @@ std::string Grouped(std::int64_t number) {
 std::string InGroups(std::string_view text) {
     std::string grouped;
     while (!text.empty()) {
-        const auto digits = std::ranges::find_if_not(text, IsDigit) - text.begin();
+        const auto digits = std::ranges::find_if_not(text, platform::IsDigit) - text.begin();
         if (digits == 0) {
             grouped += text.front();
             text.remove_prefix(1);

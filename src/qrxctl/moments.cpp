@@ -2,10 +2,10 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
 #include <cstdlib>
 
 #include "platform/date.h"
+#include "platform/number.h"
 
 namespace iqrx::qrxctl {
 
@@ -33,11 +33,9 @@ std::optional<std::int64_t> ParseSpan(std::string_view text) {
     constexpr std::int64_t kMost = 1'000'000;
     const std::size_t unit = text.empty() ? std::string_view::npos : kUnits.find(text.back());
     if (unit == std::string_view::npos) return std::nullopt;
-    std::int64_t number = 0;
-    const char* const end = text.data() + text.size() - 1;
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || stop != end || number < 0 || number > kMost) return std::nullopt;
-    return number * kSecondsOf[unit];
+    const auto number = platform::NumberFrom<std::int64_t>(text.substr(0, text.size() - 1));
+    if (!number || *number < 0 || *number > kMost) return std::nullopt;
+    return *number * kSecondsOf[unit];
 }
 
 CLI::Validator SpanText() { return {WhatIsWrongWithSpan, "SPAN"}; }

@@ -9,9 +9,6 @@ namespace {
 constexpr Sql<0> kStatistics = "UPDATE STATISTICS {table}";
 }  // namespace
 
-DatabaseSession::DatabaseSession(platform::Machine& machine, platform::DatabaseProvider& provider)
-    : provider_(provider), literals_(machine, DialectOf(kSqlServer)) {}
-
 void DatabaseSession::OpenDatabase(const std::string& connectionString, const std::string& localDatabase,
                                    platform::Integer platform) {
     currentDatabase_.clear();
@@ -36,12 +33,6 @@ void DatabaseSession::CloseDatabase() {
 platform::Connection& DatabaseSession::DbConnection() {
     if (!connection_) platform::RaiseRuntimeError(platform::kObjectNotSet);
     return *connection_;
-}
-
-platform::Errors* DatabaseSession::LastErrors() { return connection_ ? &connection_->LastErrors() : nullptr; }
-
-void DatabaseSession::AwaitAnswers() {
-    if (connection_) connection_->AwaitAnswers();
 }
 
 std::unique_ptr<platform::Recordset> DatabaseSession::OpenRecordset(const platform::Statement& statement,

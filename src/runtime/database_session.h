@@ -12,7 +12,8 @@ namespace iqrx::runtime {
 
 class DatabaseSession {
 public:
-    DatabaseSession(platform::Machine& machine, platform::DatabaseProvider& provider);
+    DatabaseSession(platform::Machine& machine, platform::DatabaseProvider& provider)
+        : provider_(provider), literals_(machine, DialectOf(kSqlServer)) {}
 
     // Opens the connection without time limits and readies the session; an empty database name leaves the
     // login's own. Raises RuntimeError.
@@ -27,7 +28,8 @@ public:
 
     // Raises "object not set" while no database is open.
     platform::Connection& DbConnection();
-    platform::Errors* LastErrors();  // null while there is no connection
+    // Null while there is no connection.
+    platform::Errors* LastErrors() { return connection_ ? &connection_->LastErrors() : nullptr; }
 
     // The number of rows affected.
     platform::Long Execute(const platform::Statement& statement) { return DbConnection().Execute(statement); }
@@ -40,7 +42,9 @@ public:
     void Upsert(const platform::Statement& update, const MakeStatement& insert) {
         Upsert(update, insert, unasked_);
     }
-    void AwaitAnswers();  // nothing is under way while there is no connection
+    void AwaitAnswers() {  // nothing is under way while there is no connection
+        if (connection_) connection_->AwaitAnswers();
+    }
     std::unique_ptr<platform::Recordset> OpenRecordset(
         const platform::Statement& statement, platform::CursorType cursor = platform::CursorType::ForwardOnly,
         platform::LockType lock = platform::LockType::ReadOnly);

@@ -2,9 +2,6 @@
 
 namespace iqrx::runtime {
 
-MessageCatalog::MessageCatalog(platform::XmlDocumentFactory& xml, const std::filesystem::path& programFolder)
-    : xml_(xml), file_(programFolder / "I18nText.xml") {}
-
 std::string MessageCatalog::GetI18nText(std::string_view label) {
     try {
         if (!loaded_) {

@@ -12,7 +12,8 @@ namespace iqrx::runtime {
 
 class MessageCatalog {
 public:
-    MessageCatalog(platform::XmlDocumentFactory& xml, const std::filesystem::path& programFolder);
+    MessageCatalog(platform::XmlDocumentFactory& xml, const std::filesystem::path& programFolder)
+        : xml_(xml), file_(programFolder / "I18nText.xml") {}
 
     // The text of a label such as "SLBL0504". The label itself when the catalog cannot be loaded or has no
     // such text; a load that failed is tried again by the next call, so that a file put right is found

@@ -76,8 +76,6 @@ std::optional<Literal> SqlLiterals::UtcDateLiteral(const platform::Value& local)
     }
 }
 
-Literal SqlLiterals::CurrentTimeLiteral() const { return DateLiteral(machine_.clock.Now()); }
-
 Literal SqlLiterals::FormatDecimal(platform::Double number) const {
     constexpr double kFirstWithAnExponent = 1e15;
     if (std::abs(number) < kFirstWithAnExponent && number == std::trunc(number))
@@ -99,9 +97,5 @@ Literal UnescapedName(std::string_view name) {
 }
 
 std::string FormatIsoDateTime(platform::Date moment) { return std::string(IsoText(moment).text); }
-
-std::string MaxKeyString(int count) { return std::string(static_cast<std::size_t>(count), '\x7f'); }
-
-std::string GetSyncTimeText() { return {}; }
 
 }  // namespace iqrx::runtime

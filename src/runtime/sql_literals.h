@@ -33,7 +33,8 @@ public:
     // of 1970-01-01 00:00:00 or before, and for a value that is not a date: callers write NULL.
     std::optional<Literal> UtcDateLiteral(const platform::Value& local) const;
 
-    Literal CurrentTimeLiteral() const;  // the present local time
+    // The present local time.
+    Literal CurrentTimeLiteral() const { return DateLiteral(machine_.clock.Now()); }
 
     // The number with "." as its separator, whatever the user's locale.
     Literal FormatDecimal(platform::Double number) const;
@@ -54,9 +55,9 @@ Literal UnescapedName(std::string_view name);
 std::string FormatIsoDateTime(platform::Date moment);
 
 // `count` characters of code 127: the upper bound of a key range.
-std::string MaxKeyString(int count);
+inline std::string MaxKeyString(int count) { return std::string(static_cast<std::size_t>(count), '\x7f'); }
 
 // The empty text: marks of full copies and change-log rows carry no real time.
-std::string GetSyncTimeText();
+inline std::string GetSyncTimeText() { return {}; }
 
 }  // namespace iqrx::runtime

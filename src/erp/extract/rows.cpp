@@ -1,12 +1,12 @@
 #include "erp/extract/rows.h"
 
 #include <algorithm>
-#include <charconv>
 #include <utility>
 
 #include "erp/extract/late_bound.h"
 #include "erp/extract/records.h"
 #include "platform/date.h"
+#include "platform/number.h"
 
 namespace iqrx::erp::extract {
 
@@ -15,13 +15,10 @@ namespace {
 // std::from_chars takes words such as "inf" too; a number is digits, a point and a sign.
 template <class Number>
 bool Parse(std::string_view cell, Value& into) {
-    Number number{};
-    const char* const end = cell.data() + cell.size();
     if (cell.find_first_not_of("-.0123456789") != std::string_view::npos) return false;
-    const auto [stop, error] = std::from_chars(cell.data(), end, number);
-    if (error != std::errc() || stop != end) return false;
-    into = number;
-    return true;
+    const auto number = platform::NumberFrom<Number>(cell);
+    if (number) into = *number;
+    return number.has_value();
 }
 
 bool AssignText(std::string_view cell, Value& into) {

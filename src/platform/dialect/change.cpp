@@ -74,12 +74,10 @@ std::string TableOf(std::string_view select) {
     words.Find("FROM");
     const std::string_view table = words.Next();
     if (table.empty() || table == "(") return {};
-    for (std::string_view word = words.Next(); !word.empty(); word = words.Next())
-        if (word == "," || EqualIgnoringCase(word, "JOIN") || EqualIgnoringCase(word, "UNION")) {
-            return {};
-        } else if (EqualIgnoringCase(word, "WHERE") || EqualIgnoringCase(word, "ORDER")) {
-            break;
-        }
+    for (std::string_view word = words.Next(); !word.empty(); word = words.Next()) {
+        if (word == "," || EqualIgnoringCase(word, "JOIN") || EqualIgnoringCase(word, "UNION")) return {};
+        if (EqualIgnoringCase(word, "WHERE") || EqualIgnoringCase(word, "ORDER")) break;
+    }
     return std::string(table);
 }
 

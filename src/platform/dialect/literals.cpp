@@ -21,7 +21,6 @@ constexpr auto kWordCharacters = [] {
     return table;
 }();
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 char UpperCase(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 
 bool IsCanonicalDate(std::string_view text) {

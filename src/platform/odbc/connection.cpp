@@ -1,5 +1,6 @@
 #include "platform/odbc/connection.h"
 
+#include "platform/dialect/change.h"
 #include "platform/exclusive_section.h"
 #include "platform/odbc/odbc_database.h"
 #include "platform/odbc/settings.h"
@@ -12,7 +13,7 @@ namespace {
 
 // A driver names the column at most.
 void NameThePlace(RuntimeError& error, Errors& errors, std::string_view sql) {
-    const std::string place = PlaceOf(sql);
+    const std::string place = dialect::PlaceOf(sql);
     if (place.empty()) return;
     error.description += " (" + place + ")";
     errors.front().description = error.description;
@@ -99,7 +100,7 @@ std::int32_t OdbcConnection::Execute(std::string_view sql) {
     RequireOpen();
     recordsets.SendPending();
     if (frame_ == Frame::Exclusive) return Run(sql);
-    if (frame_ == Frame::None && IsBatch(sql)) {
+    if (frame_ == Frame::None && dialect::IsBatch(sql)) {
         // It takes effect as a whole or not at all; a server would keep what its statements did before the
         // one that fails.
         std::int32_t affected = 0;
@@ -107,14 +108,10 @@ std::int32_t OdbcConnection::Execute(std::string_view sql) {
         return affected;
     }
     if (!group_) return Run(sql);
-    const auto change = ChangeOf(sql);
-    if (change.kind == Change::Kind::Rows) {
-        std::int32_t affected = 0;
-        InGroup(change.table, [&] { affected = Run(sql); });
-        return affected;
-    }
+    const auto change = dialect::ChangeOf(sql);
+    if (change.kind == dialect::Change::Kind::Rows) return InGroup(change.table, [&] { return Run(sql); });
     // Definitions, session settings and the like stand by themselves, as some of them have to.
-    if (change.kind == Change::Kind::Other && frame_ != Frame::Unit) group_->Commit();
+    if (change.kind == dialect::Change::Kind::Other && frame_ != Frame::Unit) group_->Commit();
     return Run(sql);
 }
 

@@ -60,12 +60,13 @@ public:
 
     void InTransaction(const Work& work);  // of its own; the open group ends before it
     template <class Write>
-    void InGroup(std::string_view table, Write write) {
+    std::int32_t InGroup(std::string_view table, Write write) {  // the rows affected
         if (!group_ || frame_ == Frame::Exclusive) return write();
         group_->BeforeWrite();
         BeginUnit();
-        write();
+        const std::int32_t affected = write();
         AfterWrite(table);
+        return affected;
     }
 
     Dependents recordsets;

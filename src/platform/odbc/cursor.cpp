@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 
 #include "platform/date.h"
+#include "platform/number.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::odbc {
@@ -40,14 +40,9 @@ Kind KindOf(SQLSMALLINT type) {
 }
 
 Value WholeNumber(std::int64_t number, Kind kind) {
-    const auto fits = [&](auto limit) {
-        return number >= std::numeric_limits<decltype(limit)>::min() &&
-               number <= std::numeric_limits<decltype(limit)>::max();
-    };
-    if (kind == Kind::Byte && fits(Byte{})) return static_cast<Byte>(number);
-    if (kind <= Kind::Integer && fits(Integer{})) return static_cast<Integer>(number);
-    if (fits(Long{})) return static_cast<Long>(number);
-    return static_cast<Double>(number);
+    if (kind == Kind::Byte && std::in_range<Byte>(number)) return static_cast<Byte>(number);
+    if (kind <= Kind::Integer && std::in_range<Integer>(number)) return static_cast<Integer>(number);
+    return WholeValue(number);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The open recordsets of a connection, as the connection sees them.
 #pragma once
 
+#include <algorithm>
 #include <vector>
 
 namespace iqrx::platform::odbc {
@@ -19,15 +20,9 @@ public:
     void Remove(Dependent& dependent) { std::erase(all_, &dependent); }
 
     // Called before every statement, so that it finds what was added.
-    void SendPending() const {
-        for (Dependent* dependent : all_) dependent->SendPending();
-    }
-    void DropPending() const {
-        for (Dependent* dependent : all_) dependent->DropPending();
-    }
-    void Release() const noexcept {
-        for (Dependent* dependent : all_) dependent->Release();
-    }
+    void SendPending() const { std::ranges::for_each(all_, &Dependent::SendPending); }
+    void DropPending() const { std::ranges::for_each(all_, &Dependent::DropPending); }
+    void Release() const noexcept { std::ranges::for_each(all_, &Dependent::Release); }
 
 private:
     std::vector<Dependent*> all_;

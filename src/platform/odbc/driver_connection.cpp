@@ -48,10 +48,6 @@ void DriverConnection::Disconnect() noexcept {
     connection_ = Handle();
 }
 
-void DriverConnection::RequireOpen() {
-    if (!open_) Raise(kObjectClosed, "The connection is closed");
-}
-
 Handle DriverConnection::NewStatement() {
     RequireOpen();
     Handle statement(HandleKind::Statement, connection_.Get());
@@ -109,8 +105,6 @@ void DriverConnection::Check(Result result, const Handle& handle) {
     if (!Works(result)) Raise(handle);
 }
 
-void DriverConnection::Raise(const Handle& handle) { throw TakeErrors(handle, errors); }
-
 void DriverConnection::Raise(std::int32_t number, const std::string& description) {
     errors = {{number, driver.source, description, "HY000"}};
     throw RuntimeError(number, driver.source, description);
@@ -146,8 +140,6 @@ void DriverConnection::SetCatalog(const std::string& name) {
                              static_cast<SQLINTEGER>(text.size() * sizeof(char16_t))),
           connection_);
 }
-
-void DriverConnection::BeginTransaction() { SetAutocommit(false, errors); }
 
 void DriverConnection::CommitTransaction(Errors& said) {
     if (!Works(SQLEndTran(SQL_HANDLE_DBC, connection_.Get(), SQL_COMMIT))) {

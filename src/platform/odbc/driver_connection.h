@@ -17,7 +17,9 @@ class DriverConnection {
 public:
     DriverConnection();  // raises when there is no driver manager; not open yet
 
-    void RequireOpen();
+    void RequireOpen() {
+        if (!open_) Raise(kObjectClosed, "The connection is closed");
+    }
 
     // A statement that waits as long as the command time-out says.
     Handle NewStatement();
@@ -31,7 +33,8 @@ public:
     std::int32_t Finish(const Handle& statement, Result result);
 
     void Check(Result result, const Handle& handle);  // raises when the result is a failure
-    [[noreturn]] void Raise(const Handle& handle);    // what the driver says about its last failure
+    // What the driver says about its last failure.
+    [[noreturn]] void Raise(const Handle& handle) { throw TakeErrors(handle, errors); }
     [[noreturn]] void Raise(std::int32_t number, const std::string& description);
 
     std::string Catalog();
@@ -46,7 +49,7 @@ protected:
     bool IsOpen() const { return open_; }
 
     // Between transactions the connection commits by itself, so that reading leaves none open.
-    void BeginTransaction();
+    void BeginTransaction() { SetAutocommit(false, errors); }
     // Raises when it is not committed; then it is rolled back, and `said` holds the driver's words.
     void CommitTransaction(Errors& said);
     void RollBackTransaction() noexcept;

@@ -100,8 +100,6 @@ void NameLostLink(Errors& errors, const DriverTraits& driver, Link link) {
                                    std::string(kLostState)});
 }
 
-bool SpeakOfLongValue(const Errors& errors) { return errors.front().sqlState == "22001"; }
-
 bool EndATransaction(const Errors& errors) {
     return errors.front().sqlState.starts_with("40") || errors.front().sqlState == kLostState;
 }

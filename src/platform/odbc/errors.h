@@ -17,7 +17,7 @@ enum class Link { NotYet, Up, Gone };  // the connection to the server, as far a
 void NameLostLink(Errors& errors, const DriverTraits& driver, Link link);
 
 // Whether a value did not fit its column.
-bool SpeakOfLongValue(const Errors& errors);
+inline bool SpeakOfLongValue(const Errors& errors) { return errors.front().sqlState == "22001"; }
 
 // Whether the transaction in which the errors came is gone: rolled back by the server, or lost with the link.
 bool EndATransaction(const Errors& errors);

@@ -1,10 +1,10 @@
 #include <optional>
 #include <utility>
 
+#include "platform/dialect/change.h"
 #include "platform/odbc/cursor.h"
 #include "platform/odbc/row_deleter.h"
 #include "platform/odbc/row_writer.h"
-#include "platform/odbc/table.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::odbc {
@@ -198,7 +198,7 @@ private:
             connection_.Raise(kItemNotFound, "The recordset has no field " + std::to_string(position));
         return static_cast<std::size_t>(position);
     }
-    std::string Table() const { return TableOf(source_); }
+    std::string Table() const { return dialect::TableOf(source_); }
 
     OdbcConnection& connection_;
     std::string source_;

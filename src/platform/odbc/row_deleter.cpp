@@ -96,9 +96,7 @@ void DeleteRow(OdbcConnection& connection, const std::string& table, const std::
                                                 "nothing was deleted. The table needs a primary key");
     }
     PreparedText text(connection, "DELETE FROM " + table + condition.text, condition.kinds);
-    std::int32_t deleted = 0;
-    connection.InGroup(table, [&] { deleted = text.Execute({condition.values}); });
-    if (deleted == 0)
+    if (connection.InGroup(table, [&] { return text.Execute({condition.values}); }) == 0)
         connection.Raise(
             kDatabaseError,
             "the row of " + table + " is not there any more: it was changed or deleted since it was read");

@@ -1,13 +1,8 @@
 #include "platform/odbc/row_writer.h"
 
-#include <utility>
-
 #include "platform/odbc/table.h"
 
 namespace iqrx::platform::odbc {
-
-RowWriter::RowWriter(OdbcConnection& connection, std::string table, const std::vector<Column>& columns)
-    : connection_(connection), table_(std::move(table)), columns_(columns) {}
 
 void RowWriter::Add(const Row& row) {
     std::vector<std::size_t> used;
@@ -29,7 +24,7 @@ void RowWriter::Add(const Row& row) {
 
 void RowWriter::Send() {
     const auto rows = std::exchange(waiting_, {});
-    if (!rows.empty()) connection_.InGroup(table_, [&] { insert_->Execute(rows); });
+    if (!rows.empty()) connection_.InGroup(table_, [&] { return insert_->Execute(rows); });
 }
 
 void RowWriter::Prepare() {

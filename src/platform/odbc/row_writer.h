@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/odbc/parameters.h"
@@ -11,7 +12,8 @@ namespace iqrx::platform::odbc {
 
 class RowWriter {
 public:
-    RowWriter(OdbcConnection& connection, std::string table, const std::vector<Column>& columns);
+    RowWriter(OdbcConnection& connection, std::string table, const std::vector<Column>& columns)
+        : connection_(connection), table_(std::move(table)), columns_(columns) {}
 
     // A row in the order of the columns; an Empty value is left to the column's default. Sends the rows that
     // wait when they fill an execution or when the new row fills other columns.

@@ -1,4 +1,5 @@
 // Statements whose sender does not wait for their counts.
+#include "platform/dialect/change.h"
 #include "platform/odbc/connection.h"
 #include "platform/odbc/table.h"
 
@@ -6,7 +7,7 @@ namespace iqrx::platform::odbc {
 
 namespace {
 
-std::string TableOfChange(std::string_view sql) { return LastPart(ChangeOf(sql).table); }
+std::string TableOfChange(std::string_view sql) { return LastPart(dialect::ChangeOf(sql).table); }
 
 }  // namespace
 

@@ -17,8 +17,4 @@ std::string CatalogName(std::string_view written, NameCase nameCase) {
 
 std::string LastPart(std::string_view written) { return Lower(CatalogName(written, NameCase::AsWritten)); }
 
-std::string QuotedName(const std::string& name, const DriverTraits& driver) {
-    return driver.quote + name + driver.quote;
-}
-
 }  // namespace iqrx::platform::odbc

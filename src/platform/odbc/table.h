@@ -4,16 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "platform/dialect/change.h"
 #include "platform/odbc/driver.h"
 
 namespace iqrx::platform::odbc {
-
-using dialect::Change;
-using dialect::ChangeOf;
-using dialect::IsBatch;
-using dialect::PlaceOf;
-using dialect::TableOf;
 
 // The last part of a written name as the catalog keeps it.
 std::string CatalogName(std::string_view written, NameCase nameCase);
@@ -22,6 +15,8 @@ std::string CatalogName(std::string_view written, NameCase nameCase);
 std::string LastPart(std::string_view written);
 
 // The name in the driver's quotes, for a statement.
-std::string QuotedName(const std::string& name, const DriverTraits& driver);
+inline std::string QuotedName(const std::string& name, const DriverTraits& driver) {
+    return driver.quote + name + driver.quote;
+}
 
 }  // namespace iqrx::platform::odbc

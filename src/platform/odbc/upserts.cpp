@@ -12,30 +12,10 @@ struct CountsThatDoNotFit : RuntimeError {
     using RuntimeError::RuntimeError;
 };
 
-void TellNotSent(UpsertUnits& units) {
-    for (const UpsertUnit& unit : std::exchange(units, {})) unit.answers->NotSent();
-}
-
-void TellFailure(UpsertUnits& units, const RuntimeError& error) {
-    Answers& first = *units.front().answers;
+UpsertUnit TakeFirst(UpsertUnits& units) {
+    UpsertUnit first = std::move(units.front());
     units.pop_front();
-    first.Failed(error);
-    TellNotSent(units);
-}
-
-// Who hears an answer may fail; nothing is told after that.
-void Tell(UpsertUnits& units, const std::vector<UnitCounts>& counts) {
-    try {
-        for (const UnitCounts& count : counts) {
-            Answers& hearer = *units.front().answers;
-            units.pop_front();
-            hearer.Updated(count.updated);
-            if (count.updated == 0) hearer.Inserted(count.inserted);
-        }
-    } catch (...) {
-        TellNotSent(units);
-        throw;
-    }
+    return first;
 }
 
 }  // namespace
@@ -77,33 +57,46 @@ void Upserts::SendBefore(Answers& next) {
     }
 }
 
+// Whatever ends it, a statement that failed or somebody who heard an answer: the rest are not sent.
+void Upserts::SendAll() {
+    UpsertUnits units = std::exchange(units_, {});
+    try {
+        units.size() == 1 ? OneByOne(units) : AllAtOnce(units);
+    } catch (...) {
+        for (const UpsertUnit& unit : units) unit.answers->NotSent();
+        throw;
+    }
+}
+
 // Most statements that fail do not end their batch: the server goes on with the next one, after a failed
 // update with its insert. XACT_ABORT would end it there, and take along what an open group wrote before. And
 // of what it can't compile the server does nothing, and names no statement. So the batch is a transaction,
 // which is taken back as a whole; then its upserts are done one after the other, up to the one that fails.
-void Upserts::SendAll() {
-    UpsertUnits units = std::exchange(units_, {});
-    if (units.size() == 1) return OneByOne(units);
+void Upserts::AllAtOnce(UpsertUnits& units) {
     const Errors before = connection_.errors;
     std::vector<UnitCounts> counts;
     try {
         counts = Together(units);
     } catch (const CountsThatDoNotFit& error) {
-        TellFailure(units, error);
+        TakeFirst(units).answers->Failed(error);
         throw;
     } catch (const RuntimeError& error) {
         if (SpeakOfLostConnection(connection_.errors)) {
-            TellFailure(units, error);
+            TakeFirst(units).answers->Failed(error);
             throw;
         }
         OneByOne(units);
         connection_.errors = before;
         return;
     } catch (...) {
-        TellFailure(units, CurrentError());
+        TakeFirst(units).answers->Failed(CurrentError());
         throw;
     }
-    Tell(units, counts);
+    for (const UnitCounts& count : counts) {
+        Answers& hearer = *TakeFirst(units).answers;
+        hearer.Updated(count.updated);
+        if (count.updated == 0) hearer.Inserted(count.inserted);
+    }
 }
 
 std::vector<UnitCounts> Upserts::Together(const UpsertUnits& units) {
@@ -128,16 +121,10 @@ std::vector<UnitCounts> Upserts::Together(const UpsertUnits& units) {
 }
 
 void Upserts::OneByOne(UpsertUnits& units) {
-    try {
-        while (!units.empty()) {
-            const UpsertUnit unit = std::move(units.front());
-            units.pop_front();
-            connection_.Connection::Upsert(
-                unit.update, [&] { return Statement(unit.insert); }, *unit.answers);
-        }
-    } catch (...) {
-        TellNotSent(units);
-        throw;
+    while (!units.empty()) {
+        const UpsertUnit unit = TakeFirst(units);
+        connection_.Connection::Upsert(
+            unit.update, [&] { return Statement(unit.insert); }, *unit.answers);
     }
 }
 

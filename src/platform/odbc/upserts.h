@@ -51,6 +51,7 @@ public:
 
 private:
     void SendAll();
+    void AllAtOnce(UpsertUnits& units);
     std::vector<UnitCounts> Together(const UpsertUnits& units);
     void OneByOne(UpsertUnits& units);
 

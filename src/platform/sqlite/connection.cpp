@@ -23,8 +23,6 @@ void ApplySqliteScript(const std::filesystem::path& file, std::string_view scrip
 
 namespace iqrx::platform::sqlite {
 
-SqliteConnection::~SqliteConnection() { Close(); }
-
 void SqliteConnection::SetCommandTimeout(int seconds) {
     commandTimeout_ = seconds;
     if (session_) session_->Call([&] { session_->Handle().SetLockWait(seconds); });

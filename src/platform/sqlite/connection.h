@@ -12,7 +12,7 @@ class SqliteConnection : public Connection {
 public:
     SqliteConnection(TableNames controlTables, WaitListener listener)
         : controlTables_(std::move(controlTables)), listener_(std::move(listener)) {}
-    ~SqliteConnection() override;
+    ~SqliteConnection() override { Close(); }
 
     // A time-out bounds the wait for other processes' locks.
     void SetConnectionTimeout(int) override {}

@@ -101,8 +101,6 @@ void Database::Run(const std::string& sql) {
     if (code != SQLITE_OK) RaiseSqliteError(Handle(), code);
 }
 
-void Database::SetLockWait(int seconds) { lockWait_->SetLimit(std::chrono::seconds(seconds)); }
-
 // SQLite's own handler soon looks every tenth of a second only, and misses the room that writers leave.
 int Database::WaitForLock(void* lockWait, int previousCalls) {
     auto& wait = *static_cast<LockWait*>(lockWait);

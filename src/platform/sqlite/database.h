@@ -29,7 +29,7 @@ public:
 
     sqlite3* Handle() const { return handle_.get(); }
     void Run(const std::string& sql);  // any number of statements
-    void SetLockWait(int seconds);     // 0: no limit
+    void SetLockWait(int seconds) { lockWait_->SetLimit(std::chrono::seconds(seconds)); }  // 0: no limit
     const WaitListener& Listener() const { return lockWait_->Listener(); }
     bool InTransaction() const;
     std::int64_t Changes() const;  // of the last statement that changed rows

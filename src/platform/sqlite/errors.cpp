@@ -30,10 +30,6 @@ const char* SqlStateOf(int code, std::string_view message) {
 
 }  // namespace
 
-void RaiseRecordsetError(RecordsetError number, const std::string& description) {
-    throw DatabaseFailure(number, description, "HY000");
-}
-
 void RaiseSqliteError(sqlite3* database, int code) {
     std::string message = Printable(database ? sqlite3_errmsg(database) : sqlite3_errstr(code));
     const char* sqlState = SqlStateOf(code, message);

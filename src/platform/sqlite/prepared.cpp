@@ -2,10 +2,9 @@
 
 #include <sqlite3.h>
 
-#include <limits>
-
 #include "platform/conversions.h"
 #include "platform/date.h"
+#include "platform/number.h"
 #include "platform/sqlite/errors.h"
 #include "platform/text.h"
 
@@ -22,12 +21,6 @@ ColumnType TypeOf(const char* declared) {
     for (std::string_view real : {"REAL", "FLOAT", "DOUBLE", "NUMERIC", "DECIMAL", "NUMBER"})
         if (EqualIgnoringCase(name, real)) return ColumnType::Real;
     return ColumnType::Stored;
-}
-
-Value WholeNumber(std::int64_t number) {
-    if (number < std::numeric_limits<Long>::min() || number > std::numeric_limits<Long>::max())
-        return static_cast<Double>(number);
-    return static_cast<Long>(number);
 }
 
 // A value that does not parse as a date is returned as text; whoever needs a date raises.
@@ -124,7 +117,7 @@ Value Prepared::Field(int column, ColumnType type) const {
             return sqlite3_column_double(handle, column);
         case SQLITE_INTEGER:
             if (type == ColumnType::Real) return sqlite3_column_double(handle, column);
-            return WholeNumber(sqlite3_column_int64(handle, column));
+            return WholeValue(sqlite3_column_int64(handle, column));
         default:
             break;
     }

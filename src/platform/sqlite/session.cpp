@@ -41,8 +41,6 @@ Session::Session(const std::filesystem::path& file, Database::Access access, Err
     endUnit_ = Prepared(database_, "RELEASE unit");
 }
 
-Session::~Session() = default;
-
 std::int64_t Session::Run(const Found& found) {
     const dialect::Translation& translation = found.program->translation;
     if (translation.isSelect || translation.steps.empty()) return 0;

@@ -17,7 +17,7 @@ public:
     // `errors` and `controlTables` must outlive the session. Raises when the file can't be used.
     Session(const std::filesystem::path& file, Database::Access access, Errors& errors,
             const TableNames& controlTables, WaitListener listener);
-    ~Session();  // what was not committed is lost
+    ~Session() = default;  // what was not committed is lost
 
     // Does one call's work. When it fails, its error is entered in the connection's Errors and what was written
     // before is committed, then the error is raised. `work` must leave no statement that is not reset.

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <string>
-#include <utility>
 
 #include "platform/watch/provider_wrapper.h"
 #include "platform/watch/statement_meaning.h"

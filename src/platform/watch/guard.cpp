@@ -1,5 +1,3 @@
-#include "platform/watch/guard.h"
-
 #include <algorithm>
 #include <map>
 
@@ -11,14 +9,6 @@
 namespace iqrx::platform::watch {
 
 namespace {
-
-std::int64_t Counted(Connection& connection, const std::string& text) {
-    const auto rows = connection.CreateRecordset();
-    rows->Open(text, CursorType::ForwardOnly, LockType::ReadOnly);
-    const auto count = rows->Eof() ? std::int64_t{0} : static_cast<std::int64_t>(ToDouble(rows->Field(0)));
-    rows->Close();
-    return count;
-}
 
 // What a copy has removed of its tables so far, and may remove.
 class Guard {
@@ -40,18 +30,11 @@ public:
 
     // Rows are known by their keys: a delete takes one or none, and only near the limit it matters which.
     void CheckDelete(const Meaning& deletion, const Statement& statement) {
-        const RemovalLimit& limit = limits_.Of(deletion.table);
-        if (limit.AllowsAll()) return;
-        Rows& rows = tables_[deletion.table];
-        if (MayLoseOne(deletion, rows, limit)) return;
-        Check(deletion, rows, Count(CountOfDoomed(statement.Text())));
+        CheckNearLimit(deletion, [&] { return Count(CountOfDoomed(statement.Text())); });
     }
 
     void CheckDeleteOfRow(const Meaning& source) {
-        const RemovalLimit& limit = limits_.Of(source.table);
-        if (limit.AllowsAll()) return;
-        Rows& rows = tables_[source.table];
-        if (!MayLoseOne(source, rows, limit)) Check(source, rows, 1);
+        CheckNearLimit(source, [] { return 1; });
     }
 
     void Removed(const Meaning& deletion, std::int32_t rows) {
@@ -64,7 +47,13 @@ private:
         std::int64_t removed = 0;
     };
 
-    std::int64_t Count(const std::string& text) { return Counted(connection_, text); }
+    std::int64_t Count(const std::string& text) {
+        const auto rows = connection_.CreateRecordset();
+        rows->Open(text, CursorType::ForwardOnly, LockType::ReadOnly);
+        const auto count = rows->Eof() ? std::int64_t{0} : static_cast<std::int64_t>(ToDouble(rows->Field(0)));
+        rows->Close();
+        return count;
+    }
     std::int64_t CountAll(const Meaning& meaning) { return Count("SELECT count(*) FROM " + meaning.name); }
 
     std::int64_t Before(const Meaning& meaning, Rows& rows) {
@@ -72,10 +61,15 @@ private:
         return *rows.before;
     }
 
-    // Without a look at the table, which may have grown since.
-    bool MayLoseOne(const Meaning& meaning, Rows& rows, const RemovalLimit& limit) {
+    template <class Doomed>
+    void CheckNearLimit(const Meaning& meaning, Doomed doomed) {
+        const RemovalLimit& limit = limits_.Of(meaning.table);
+        if (limit.AllowsAll()) return;
+        Rows& rows = tables_[meaning.table];
         const std::int64_t before = Before(meaning, rows), removed = rows.removed + 1;
-        return limit.Allows(removed, before) && (limit.AllowsEmptying() || removed < before);
+        // Without a look at the table, which may have grown since.
+        const bool mayLoseOne = limit.Allows(removed, before) && (limit.AllowsEmptying() || removed < before);
+        if (!mayLoseOne) Check(meaning, rows, doomed());
     }
 
     void Check(const Meaning& meaning, Rows& rows, std::int64_t doomed) {

@@ -1,32 +1,17 @@
 #include "platform/watch/removal_limit.h"
 
-#include <array>
-#include <charconv>
-
+#include "platform/number.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::watch {
 
 namespace {
 
-// The whole text as a number that is not negative; no sign, no exponent.
+// A number that is not negative; no sign, no exponent.
 template <class Number, class... Format>
 std::optional<Number> Parsed(std::string_view text, Format... format) {
-    if (text.empty() || text.find_first_not_of("0123456789.") != std::string_view::npos) return std::nullopt;
-    Number number{};
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, format...);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return number;
-}
-
-std::string Shown(double number) {
-    std::array<char, 32> room;
-    const auto end = std::to_chars(room.data(), room.data() + room.size(), number).ptr;
-    return {room.data(), end};
-}
-
-bool IsWithin(std::int64_t removed, std::int64_t of, double percent) {
-    return static_cast<double>(removed) * 100 <= static_cast<double>(of) * percent;
+    if (text.find_first_not_of("0123456789.") != std::string_view::npos) return std::nullopt;
+    return NumberFrom<Number>(text, format...);
 }
 
 }  // namespace
@@ -46,23 +31,13 @@ std::optional<RemovalLimit> RemovalLimit::Parse(std::string_view text) {
 }
 
 bool RemovalLimit::Allows(std::int64_t removed, std::int64_t of) const {
-    if (removed <= 0) return true;
-    switch (kind_) {
-        case Kind::Percent:
-            return IsWithin(removed, of, percent_);
-        case Kind::Rows:
-            return removed <= rows_;
-        case Kind::Any:
-            return true;
-        case Kind::Default:
-            break;
-    }
-    return removed <= rows_ || IsWithin(removed, of, percent_);
+    return AllowsAll() || removed <= rows_ ||
+           static_cast<double>(removed) * 100 <= static_cast<double>(of) * percent_;
 }
 
 std::string RemovalLimit::Text() const {
     if (kind_ == Kind::Any) return "no limit";
-    if (kind_ == Kind::Percent || kind_ == Kind::Default) return "limit " + Shown(percent_) + " %";
+    if (kind_ == Kind::Percent || kind_ == Kind::Default) return "limit " + ShortestText(percent_) + " %";
     return "limit " + std::to_string(rows_) + (rows_ == 1 ? " row" : " rows");
 }
 

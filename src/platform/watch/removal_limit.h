@@ -30,6 +30,7 @@ private:
         : kind_(kind), percent_(percent), rows_(rows) {}
 
     Kind kind_ = Kind::Default;
+    // Whichever allows more; the one that the limit does not name is 0.
     double percent_ = 10;
     std::int64_t rows_ = 20;
 };

@@ -1,13 +1,12 @@
 #include "platform/watch/removed_rows.h"
 
-#include <array>
-#include <charconv>
 #include <set>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "platform/literal.h"
+#include "platform/number.h"
 #include "platform/text.h"
 #include "platform/watch/provider_wrapper.h"
 #include "platform/watch/statement_meaning.h"
@@ -17,13 +16,6 @@ namespace iqrx::platform::watch {
 
 namespace {
 
-// The shortest text that is read back as the same number.
-template <class Number>
-void AppendNumber(std::string& sql, Number number) {
-    std::array<char, 32> room;
-    sql.append(room.data(), std::to_chars(room.data(), room.data() + room.size(), number).ptr);
-}
-
 void AppendValue(std::string& sql, const Value& value, const DateLiteral& dateLiteral) {
     std::visit(
         [&](const auto& known) {
@@ -31,7 +23,7 @@ void AppendValue(std::string& sql, const Value& value, const DateLiteral& dateLi
             if constexpr (std::is_same_v<Type, Boolean>)
                 sql += known ? '1' : '0';
             else if constexpr (std::is_arithmetic_v<Type>)
-                AppendNumber(sql, known);
+                sql += ShortestText(known);
             else if constexpr (std::is_same_v<Type, Date>)
                 sql += dateLiteral(known);
             else if constexpr (std::is_same_v<Type, std::string>)

@@ -1,7 +1,6 @@
 #include "platform/watch/statement_meaning.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 #include "platform/text.h"
@@ -130,10 +129,6 @@ bool OnlyWritesARow(const Statement& statement) {
     if (shape.pieces.empty() || statement.Values().empty() || !shape.opening.empty()) return false;
     const char first = shape.pieces.front().text.front();
     return first == 'U' || first == 'I';
-}
-
-bool Meanings::LeaveCopiedRows(const Statement& statement) {
-    return OnlyWritesARow(statement) || Of(statement).kind == TableKind::ChangeLog;
 }
 
 const Meaning& Meanings::Of(const Statement& statement) {

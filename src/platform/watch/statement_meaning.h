@@ -54,7 +54,9 @@ class Meanings {
 public:
     const Meaning& Of(const Statement& statement);  // of a shape forever, of a text until the next call
     // Whether every copied row is still there after it.
-    bool LeaveCopiedRows(const Statement& statement);
+    bool LeaveCopiedRows(const Statement& statement) {
+        return OnlyWritesARow(statement) || Of(statement).kind == TableKind::ChangeLog;
+    }
 
 private:
     struct Known {

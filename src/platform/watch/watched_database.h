@@ -3,12 +3,13 @@
 // provider that is returned, and that its connections.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "platform/database.h"
 #include "platform/stop_request.h"
-#include "platform/watch/guard.h"
 #include "platform/watch/removal_limit.h"
 #include "platform/watch/removed_rows.h"
 #include "platform/watch/row_counts.h"
@@ -18,6 +19,15 @@ namespace iqrx::platform::watch {
 // Counts the rows that are written and removed; control tables and change logs count nothing. The rows of a
 // unit that fails are taken off again. The wait for the database ends, for the counts, when a statement does.
 std::unique_ptr<DatabaseProvider> CountRows(DatabaseProvider& provider, RowCounts& counts);
+
+struct RefusedRemoval {
+    std::string table;                 // in lower case
+    std::int64_t removed = 0, of = 0;  // rows that it would come to, of those that were there before the copy
+    std::string limit;                 // "limit 10 %", "limit 37 rows", "limit: never all rows"
+
+    // "would remove 37 of 40 rows (92 %, limit 10 %)"
+    std::string Text() const;
+};
 
 // Counts what a sweep or a delete would remove before it is sent. Above the limit it is not sent: the call
 // raises RuntimeError "TABLE: " and the refusal's text, and `refused`, which a new connection empties, holds

@@ -70,11 +70,7 @@ std::string SystemText(HRESULT result) {
 std::string OwnText(std::int32_t number, HRESULT result) {
     if (number == kServerUnavailable) return "The remote server machine does not exist or is unavailable";
     if (number == result || number == kOutOfMemory) return SystemText(result);
-    try {
-        RaiseRuntimeError(static_cast<ErrorNumber>(number));
-    } catch (const RuntimeError& error) {
-        return error.description;
-    }
+    return DescriptionOf(static_cast<ErrorNumber>(number));
 }
 
 std::string Taken(BSTR& text) {
@@ -100,10 +96,6 @@ RuntimeError ErrorOfCall(HRESULT result, EXCEPINFO* exception, std::string_view 
     if (description.empty())
         description = OwnText(number, result).append(context.empty() ? "" : ": ").append(context);
     return {number, std::move(source), std::move(description)};
-}
-
-void Check(HRESULT result, std::string_view context) {
-    if (FAILED(result)) throw ErrorOfCall(result, nullptr, context);
 }
 
 HRESULT ResultOf(const RuntimeError& error) {

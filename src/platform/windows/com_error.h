@@ -14,7 +14,9 @@ namespace iqrx::platform::windows {
 RuntimeError ErrorOfCall(HRESULT result, EXCEPINFO* exception, std::string_view context);
 
 // Raises the error above when the call failed.
-void Check(HRESULT result, std::string_view context);
+inline void Check(HRESULT result, std::string_view context) {
+    if (FAILED(result)) throw ErrorOfCall(result, nullptr, context);
+}
 
 HRESULT ResultOf(const RuntimeError& error);
 void FillException(const RuntimeError& error, EXCEPINFO& exception);

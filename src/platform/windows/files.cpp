@@ -78,9 +78,9 @@ public:
         return ToBoolean(Call(*document_, "load", Utf8(file.native())));
     }
     std::optional<std::string> SelectSingleNodeText(const std::string& path) override {
-        const Value node = Call(*document_, "selectSingleNode", path);
-        if (!node.Is<ObjectRef>() || !node.As<ObjectRef>()) return std::nullopt;
-        return ToText(node.As<ObjectRef>()->Get("text"));
+        const ObjectRef node = ObjectOrNothing(Call(*document_, "selectSingleNode", path));
+        if (!node) return std::nullopt;
+        return ToText(node->Get("text"));
     }
 
 private:

@@ -174,16 +174,10 @@ public:
 
     bool IsHeld(const std::filesystem::path& file) override {
         constexpr int kTries = 50;
-        bool held = false;
-        const DWORD error = Patiently(
-            [&] {
-                const std::optional<bool> taken = IsTaken(file);
-                held = taken == true;
-                return taken.has_value();
-            },
-            kTries);
-        if (error != ERROR_SUCCESS) Raise(file, error);
-        return held;
+        std::optional<bool> taken;
+        const auto isTold = [&] { return (taken = IsTaken(file)).has_value(); };
+        if (const DWORD error = Patiently(isTold, kTries); error != ERROR_SUCCESS) Raise(file, error);
+        return *taken;
     }
 
     void Replace(const std::filesystem::path& file, std::string_view text) override {
@@ -196,13 +190,11 @@ public:
             WriteAll(created, text, file);
             if (FlushFileBuffers(created.Get()) == 0) Raise(file, GetLastError());
             created.Close();
-            const DWORD error = Patiently(
-                [&] {
-                    return MoveFileExW(fresh.c_str(), file.c_str(),
-                                       MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
-                },
-                kTries);
-            if (error != ERROR_SUCCESS) Raise(file, error);
+            const auto isMoved = [&] {
+                return MoveFileExW(fresh.c_str(), file.c_str(),
+                                   MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
+            };
+            if (const DWORD error = Patiently(isMoved, kTries); error != ERROR_SUCCESS) Raise(file, error);
         } catch (const RuntimeError&) {
             created.Close();
             DeleteFileW(fresh.c_str());

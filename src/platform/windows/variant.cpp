@@ -4,6 +4,7 @@
 
 #include "platform/date.h"
 #include "platform/error.h"
+#include "platform/number.h"
 #include "platform/windows/com_error.h"
 
 namespace iqrx::platform::windows {
@@ -41,11 +42,6 @@ private:
     VARIANT& variant_;
 };
 
-Value Fitting(long long number) {
-    if (number >= INT32_MIN && number <= INT32_MAX) return static_cast<Long>(number);
-    return static_cast<Double>(number);
-}
-
 Value AsDouble(const VARIANT& variant) {
     Variant converted;
     Check(VariantChangeTypeEx(&converted, const_cast<VARIANT*>(&variant), LOCALE_INVARIANT, 0, VT_R8), "");
@@ -76,8 +72,8 @@ Value FromVariant(const VARIANT& variant, const MakeObject& makeObject) {
     if (is(VT_I2)) return variant.iVal;
     if (is(VT_UI2)) return static_cast<Long>(variant.uiVal);
     if (is(VT_I4, VT_INT)) return static_cast<Long>(variant.lVal);
-    if (is(VT_UI4, VT_UINT)) return Fitting(variant.ulVal);
-    if (is(VT_I8)) return Fitting(variant.llVal);
+    if (is(VT_UI4, VT_UINT)) return WholeValue(variant.ulVal);
+    if (is(VT_I8)) return WholeValue(variant.llVal);
     if (is(VT_R4)) return variant.fltVal;
     if (is(VT_R8)) return variant.dblVal;
     if (is(VT_UI8, VT_CY, VT_DECIMAL)) return AsDouble(variant);

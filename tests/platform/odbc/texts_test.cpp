@@ -1,9 +1,15 @@
 #include <gtest/gtest.h>
 
+#include "platform/dialect/change.h"
 #include "platform/odbc/table.h"
 
 namespace iqrx::platform::odbc {
 namespace {
+
+using dialect::Change;
+using dialect::ChangeOf;
+using dialect::PlaceOf;
+using dialect::TableOf;
 
 TEST(TableOfASelect, IsTheOneThatItReads) {
     EXPECT_EQ(TableOf("select * from tcccp031 WHERE  1=0"), "tcccp031");
