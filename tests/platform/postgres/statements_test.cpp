@@ -6,8 +6,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Not;
 using ::testing::StartsWith;
 using Then = Piece::Then;
 
