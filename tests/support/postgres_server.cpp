@@ -85,6 +85,8 @@ PostgresServer::PostgresServer(PostgresOptions options)
 }
 
 void PostgresServer::MakeData() const {
+    const char* const kept = std::getenv("IQRX_POSTGRES_DATA");
+    if (kept && options_.password.empty()) return CopyKeptData(kept);
     std::vector<std::string> make{Program("initdb"),
                                   "-D",
                                   (directory_ / "data").string(),
@@ -102,6 +104,24 @@ void PostgresServer::MakeData() const {
         make.push_back("--pwfile=" + file.string());
     }
     if (RunToEnd(make) != 0) throw std::runtime_error("initdb failed: " + Output());
+}
+
+void PostgresServer::KeepData(const fs::path& directory) const {
+    fs::remove_all(directory);
+    fs::copy(directory_ / "data", directory, fs::copy_options::recursive);
+}
+
+void PostgresServer::CopyKeptData(const fs::path& directory) const {
+    const fs::path data = directory_ / "data";
+    fs::copy(directory, data, fs::copy_options::recursive);
+    const passwd* const user = ServerUser();
+    if (!user) return;
+    const auto give = [&](const fs::path& file) {
+        if (chown(file.c_str(), user->pw_uid, user->pw_gid) != 0)
+            throw std::runtime_error(file.string() + " can't be given to the server's user");
+    };
+    give(data);
+    for (const auto& entry : fs::recursive_directory_iterator(data)) give(entry.path());
 }
 
 void PostgresServer::CopyPrimary() const {

@@ -36,6 +36,8 @@ public:
     void Stop();      // at once, as if it had crashed
     void ShutDown();  // connections are told
     void Crash();     // no process of it gets to write down anything
+    // Of a server that was shut down: what others start from, if IQRX_POSTGRES_DATA names the directory.
+    void KeepData(const std::filesystem::path& directory) const;
     // Of a running server: no process that it starts from now on makes a file longer than that.
     void LimitFiles(std::optional<std::uintmax_t> bytes) const;
     bool Running() const { return process_ > 0; }
@@ -52,6 +54,7 @@ private:
     int RunToEnd(const std::vector<std::string>& command) const;
     std::string Output() const;
     void MakeData() const;
+    void CopyKeptData(const std::filesystem::path& directory) const;
     void CopyPrimary() const;
     void MakeCertificate() const;
     void StopBy(int signal);
