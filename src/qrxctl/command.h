@@ -1,14 +1,18 @@
 // What every command of the tool looks like to the tool.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <iosfwd>
 #include <memory>
 #include <span>
+#include <stdexcept>
 
 #include "composition/composition.h"
 #include "qrxctl/exit_code.h"
 #include "qrxctl/options.h"
+
+namespace CLI {
+class App;
+}
 
 namespace iqrx::qrxctl {
 

@@ -1,5 +1,7 @@
 #include "qrxctl/copy_options.h"
 
+#include <CLI/CLI.hpp>
+
 #include "platform/date.h"
 #include "platform/text.h"
 

@@ -45,9 +45,11 @@ std::string HelpText::make_option(const CLI::Option* option, bool isPositional) 
     return name + Wrapped(text, kIndent) + '\n';
 }
 
-std::string HelpText::make_subcommands(const CLI::App*, CLI::AppFormatMode) const { return Overview(); }
+std::string HelpText::make_subcommands(const CLI::App*, CLI::AppFormatMode) const {
+    return CommandOverview();
+}
 
-std::string Overview() {
+std::string CommandOverview() {
     std::string text = "\n";
     std::string_view group;
     for (const CommandEntry& command : Commands()) {

@@ -21,7 +21,7 @@ private:
 };
 
 // The commands in their groups, for who types the tool's name and nothing else.
-std::string Overview();
+std::string CommandOverview();
 
 // The word of `known` that is nearest to a mistyped one; empty when none is near.
 std::string Nearest(const std::string& word, const std::vector<std::string>& known);

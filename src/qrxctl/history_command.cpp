@@ -1,5 +1,6 @@
 #include "qrxctl/history_command.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <ostream>
 #include <set>

@@ -61,7 +61,7 @@ std::string Described(std::string_view what, const std::string& text) {
     return fmt::format("{:<{}}{}\n", what, kWhatWidth, Wrapped(text.empty() ? "-" : text, kWhatWidth));
 }
 
-std::string TableText(const RunEntry& entry, platform::Machine& machine, const std::string& logDirectory) {
+std::string RunOfTable(const RunEntry& entry, platform::Machine& machine, const std::string& logDirectory) {
     std::string text = '\n' + Described("table", entry.table + " " + entry.method);
     text += Described("began", MomentOf(entry.began));
     text += Described("ended", MomentOf(entry.ended) + ", " + Seconds(entry.seconds) + " s");
@@ -101,7 +101,7 @@ std::string RunText(const std::vector<RunEntry>& entries, platform::Machine& mac
     const RunEntry& first = entries.front();
     std::string text =
         Described("run", first.run) + Described("program", first.program) + Described("by", first.by);
-    for (const RunEntry& entry : entries) text += TableText(entry, machine, logDirectory);
+    for (const RunEntry& entry : entries) text += RunOfTable(entry, machine, logDirectory);
     return text;
 }
 

@@ -1,6 +1,7 @@
 #include "qrxctl/init_command.h"
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <nlohmann/json.hpp>
 #include <sstream>

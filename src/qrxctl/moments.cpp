@@ -1,6 +1,7 @@
 #include "qrxctl/moments.h"
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <cstdlib>
 

@@ -1,7 +1,6 @@
 // Moments and spans of time as the tool takes and shows them.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -9,6 +8,10 @@
 
 #include "journal/timestamp.h"
 #include "platform/host.h"
+
+namespace CLI {
+class Validator;
+}
 
 namespace iqrx::qrxctl {
 

@@ -1,6 +1,7 @@
 #include "qrxctl/sample_command.h"
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <nlohmann/json.hpp>
 #include <ostream>

@@ -1,5 +1,6 @@
 #include "qrxctl/status_command.h"
 
+#include <CLI/CLI.hpp>
 #include <ostream>
 
 #include "platform/text.h"

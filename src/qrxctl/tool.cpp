@@ -1,5 +1,6 @@
 #include "qrxctl/tool.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
 
@@ -73,7 +74,7 @@ ExitCode Run(std::vector<std::string> words, const hosting::Variables& variables
     AddCommands(app, commands, chosen);
     app.NameVariables();
     words.erase(words.begin());  // the program's own name
-    if (words.empty()) return std::cout << app.get_description() << '\n' << Overview(), kUsedWrongly;
+    if (words.empty()) return std::cout << app.get_description() << '\n' << CommandOverview(), kUsedWrongly;
     TakeWordsForOptions(words);
     try {
         std::ranges::reverse(words);  // as the library takes them
