@@ -17,7 +17,7 @@ namespace {
 
 // What UpdateSyncStatus says to the scheduler, and UpdateStatusByTable of a table.
 enum SyncStatus : Integer { kSyncStarted = 1, kSyncComplete = 2, kSyncFailed = 3 };
-enum TableStatus : Integer { kTableStarted = 2, kTableComplete = 4, kTableInUse = 8, kTableFailed = 16 };
+enum TableStatus : Integer { kStatusStarted = 2, kStatusComplete = 4, kStatusInUse = 8, kStatusFailed = 16 };
 
 }  // namespace
 
@@ -81,14 +81,14 @@ void clsDataCopyHandler::Relay(Integer tableId, Integer status, Calls calls) {
 }
 
 void clsDataCopyHandler::DataCopyAlreadyInProgress(platform::Date iTime, Integer iTableID) {
-    Relay(iTableID, kTableInUse, [&](const TableNames& table) {
+    Relay(iTableID, kStatusInUse, [&](const TableNames& table) {
         Call(Instance(), "writeToMessageBox", TextAbout("SLBL0007", table), iTime);
     });
 }
 
 void clsDataCopyHandler::DataCopyComplete(platform::Date iTime, Integer iTableID, platform::Long icount,
                                           platform::Long ucount, platform::Long dcount) {
-    Relay(iTableID, kTableComplete, [&](const TableNames& table) {
+    Relay(iTableID, kStatusComplete, [&](const TableNames& table) {
         const std::string text =
             process_.messages.GetI18nText("SLBL0010", {table.text, table.erpId, std::to_string(icount),
                                                        std::to_string(ucount), std::to_string(dcount)});
@@ -99,7 +99,7 @@ void clsDataCopyHandler::DataCopyComplete(platform::Date iTime, Integer iTableID
 
 void clsDataCopyHandler::DataCopyError(platform::Date iTime, Integer iTableID, Integer ieNumber,
                                        const std::string& ieMessage) {
-    Relay(iTableID, kTableFailed, [&](const TableNames& table) {
+    Relay(iTableID, kStatusFailed, [&](const TableNames& table) {
         const std::string alert =
             process_.messages.GetI18nText("SLBL0133", {table.name, std::to_string(ieNumber), ieMessage});
         Call(Instance(), "writeToMessageBox", TextAbout("SLBL0006", table), iTime);
@@ -109,7 +109,7 @@ void clsDataCopyHandler::DataCopyError(platform::Date iTime, Integer iTableID, I
 }
 
 void clsDataCopyHandler::DataCopyStarted(platform::Date iTime, Integer iTableID) {
-    Relay(iTableID, kTableStarted, [&](const TableNames& table) {
+    Relay(iTableID, kStatusStarted, [&](const TableNames& table) {
         Call(Instance(), "writeToMessageBox", TextAbout("SLBL0009", table), iTime);
         Call(Instance(), "UpdateSyncStatus", Integer{kSyncStarted}, iTime);
     });

@@ -13,11 +13,11 @@ namespace iqrx::journal {
 
 namespace {
 
-using Json = nlohmann::json;
-
 // What the parser calls as it reads; false would end it.
 class Members {
 public:
+    using Json = nlohmann::json;
+
     explicit Members(const std::function<void(std::string_view, const Scalar&)>& take) : take_(take) {}
 
     bool null() { return Take({}); }
@@ -158,7 +158,7 @@ bool ReadObject(std::string_view text, const std::function<void(std::string_view
         return true;
     }
     Members members(take);
-    return Json::sax_parse(text.begin(), text.end(), &members);
+    return Members::Json::sax_parse(text.begin(), text.end(), &members);
 }
 
 }  // namespace iqrx::journal

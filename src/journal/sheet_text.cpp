@@ -52,7 +52,7 @@ void Set(SheetText& sheet, std::string_view key, std::string_view value) {
     if (member != nullptr) member->assign(value);
 }
 
-SheetText ReadText(const std::string& table, std::string_view text) {
+SheetText ReadSheetText(const std::string& table, std::string_view text) {
     SheetText sheet;
     sheet.table = table;
     ReadObject(text, [&](std::string_view key, const Scalar& value) {
@@ -103,7 +103,7 @@ std::string TextOf(const SignOfLife& sign, std::string_view sheetText) {
 
 SheetState ReadSheet(const std::string& table, std::string_view text) {
     const Lines lines(text);
-    return {Holder::Living, ReadText(table, lines.sheet), ReadSign(lines.sheet, lines.sign)};
+    return {Holder::Living, ReadSheetText(table, lines.sheet), ReadSign(lines.sheet, lines.sign)};
 }
 
 bool HasUnreadSign(const SheetState& state, std::string_view text) {

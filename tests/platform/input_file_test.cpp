@@ -10,7 +10,7 @@
 namespace iqrx::platform {
 namespace {
 
-class InputFiles : public testing::Test {
+class InputFiles : public ::testing::Test {
 protected:
     InputFiles() {
         std::filesystem::remove_all(directory);
@@ -41,7 +41,7 @@ protected:
 
     const std::filesystem::path directory =
         std::filesystem::temp_directory_path() /
-        (std::string("iqrx-input-") + testing::UnitTest::GetInstance()->current_test_info()->name());
+        (std::string("iqrx-input-") + ::testing::UnitTest::GetInstance()->current_test_info()->name());
     const std::filesystem::path path = directory / "file";
 };
 

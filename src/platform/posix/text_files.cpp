@@ -12,7 +12,7 @@ namespace iqrx::platform::posix {
 
 namespace {
 
-std::string LastError() {
+std::string LastRefusal() {
     if (errno == ELOOP) return "it is a link";
     if (errno == ENXIO) return "it is not a regular file";
     return std::system_category().message(errno);
@@ -35,7 +35,8 @@ public:
         struct stat status {};
         const bool regular = fstat(descriptor_.Number(), &status) == 0 && S_ISREG(status.st_mode);
         if (regular && (purpose != kReplace || ftruncate(descriptor_.Number(), 0) == 0)) return;
-        RaiseRuntimeError(kPathFileAccess, name_ + ": " + (regular ? LastError() : "it is not a regular file"));
+        RaiseRuntimeError(kPathFileAccess,
+                          name_ + ": " + (regular ? LastRefusal() : "it is not a regular file"));
     }
 
     bool ReadMore(std::string& text) const {  // false at the end
@@ -59,7 +60,7 @@ public:
 
 private:
     [[noreturn]] void Raise(ErrorNumber number) const {
-        RaiseRuntimeError(number, name_ + ": " + LastError());
+        RaiseRuntimeError(number, name_ + ": " + LastRefusal());
     }
 
     std::string name_;
