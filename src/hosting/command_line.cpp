@@ -81,7 +81,8 @@ control::CopyRequest CommandLine::Request(runtime::MessageCatalog& messages, con
     control::CopyRequest request;
     settings.standalone = Count() == kStandaloneCount;
     const auto statusKey = Converted(*this, kStatusKey, platform::ToLong);
-    if (statusKey != 0 && !settings.standalone) request.statusKey = statusKey;
+    const bool hasKey = Converted(*this, kStatusKey, platform::ToDouble) != 0;
+    if (hasKey && !settings.standalone) request.statusKey = statusKey;
     if (platform::IsNumeric(At(kInstance)))
         settings.currentInstanceNumber = Converted(*this, kInstance, platform::ToInteger);
     settings.treeGroup = Trimmed(kTreeGroup);

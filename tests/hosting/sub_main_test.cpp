@@ -142,6 +142,12 @@ TEST_F(CommandLines, WantNoTableStatusWithTheKeyZeroAndNoCalendarForAnotherTable
     EXPECT_EQ(request.calendarParameter, "");
 }
 
+TEST_F(CommandLines, WantTableStatusWithAnyKeyThatIsNotZero) {
+    const auto request =
+        CommandLine("s{}d{}18{}1{}log{}bus{}0.4{}{}1{}1{}SYNC").Request(process.messages, process.settings);
+    EXPECT_EQ(request.statusKey, 0) << "the key is a whole number, whether there is one is not asked of it";
+}
+
 TEST_F(CommandLines, ThatFailGoToTheRequestErrorLogAndToStandardErrorInOneLine) {
     const auto code = hosting::SubMain(process, "a{}b{}2{}1{}" + directory.path.string() + "{}bus");
     EXPECT_EQ(code, hosting::kFailed);
