@@ -11,11 +11,12 @@ namespace iqrx::platform::odbc {
 Settings SettingsOf(const std::string& connectionString) {
     ConnectionString given(connectionString);
     const auto take = [&](std::string_view key, const char* otherwise) {
-        const std::string value = given.Find(key).value_or(otherwise);
+        std::string value = given.Find(key).value_or(otherwise);
         given.Remove(key);
         return value;
     };
-    const auto interval = WholeNumber(take("Commit Interval", "0"), 0, std::numeric_limits<int>::max());
+    const auto interval =
+        platform::WholeNumber(take("Commit Interval", "0"), 0, std::numeric_limits<int>::max());
     if (!interval)
         throw RuntimeError(kInvalidProcedureCall, "ODBC",
                            "The value of Commit Interval is not a number of milliseconds");
