@@ -1,9 +1,9 @@
 #include "platform/dialect/literals.h"
 
 #include <array>
-#include <charconv>
 
 #include "platform/date.h"
+#include "platform/number.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::dialect {
@@ -96,7 +96,6 @@ void Literals::Start(std::string_view statement) {
 }
 
 bool Literals::Scan(Cursor& at) {
-    std::string_view text;
     switch (UpperCase(at.Peek())) {
         case 'N':
             if (at.Peek(1) != '\'') {
@@ -107,8 +106,7 @@ bool Literals::Scan(Cursor& at) {
             at.Pass();
             [[fallthrough]];
         case '\'':
-            TakeText(at, text);
-            items_.push_back(Literal::Text(text));
+            items_.push_back(Literal::Text(*TakeText(at)));
             return true;
         case 'C':
             return ScanConvert(at);
@@ -120,8 +118,8 @@ bool Literals::Scan(Cursor& at) {
 }
 
 // Reads from the opening quote to the closing one; doubled quotes become single ones.
-bool Literals::TakeText(Cursor& at, std::string_view& text) {
-    if (at.Peek() != '\'') return false;
+std::optional<std::string_view> Literals::TakeText(Cursor& at) {
+    if (at.Peek() != '\'') return std::nullopt;
     const std::size_t quote = at.Place(), scratchBegin = scratch_.size();
     std::size_t begin = quote + 1;
     for (;;) {
@@ -131,11 +129,8 @@ bool Literals::TakeText(Cursor& at, std::string_view& text) {
         at.Pass(end + 1 - at.Place());
         const std::string_view part = at.Text().substr(begin, end - begin);
         if (at.Peek() != '\'') {
-            if (scratch_.size() == scratchBegin)
-                text = part;
-            else
-                text = std::string_view(scratch_.append(part)).substr(scratchBegin);
-            return true;
+            if (scratch_.size() == scratchBegin) return part;
+            return std::string_view(scratch_.append(part)).substr(scratchBegin);
         }
         scratch_.append(part).push_back('\'');
         begin = end + 2;
@@ -161,44 +156,40 @@ bool Literals::ScanNumber(Cursor& at) {
         }
     }
     const std::string_view digits = at.From(begin);
-    const char* const end = digits.data() + digits.size();
-    std::int64_t whole = 0;
-    double real = 0;
-    if (isWhole && std::from_chars(digits.data(), end, whole).ec == std::errc()) {
-        items_.push_back(Literal::Whole(whole));
-    } else {
-        if (std::from_chars(digits.data(), end, real).ec != std::errc())
-            RaiseSyntaxError(*grammar_, at.Text(), begin, "The number is out of range", "22003");
-        items_.push_back(Literal::Real(real));
-    }
+    if (const auto whole = isWhole ? NumberFrom<std::int64_t>(digits) : std::nullopt)
+        items_.push_back(Literal::Whole(*whole));
+    else if (const auto real = NumberFrom<double>(digits))
+        items_.push_back(Literal::Real(*real));
+    else
+        RaiseSyntaxError(*grammar_, at.Text(), begin, "The number is out of range", "22003");
     return true;
 }
 
 bool Literals::ScanConvert(Cursor& at) {
     Cursor ahead = at;
-    std::string_view text;
     if (!ahead.TakeWord("CONVERT") || !ahead.Take('(') || !ahead.TakeWord("DATETIME") || !ahead.Take(','))
         return false;
     const std::size_t quote = ahead.PassBlanks();
-    if (!TakeText(ahead, text) || !ahead.Take(',') || !ahead.TakeWord("120") || !ahead.Take(')'))
-        return false;
-    AddDate(at.Text(), quote, text, Literal::Text(kServerZeroDate));
+    const auto text = TakeText(ahead);
+    if (!text || !ahead.Take(',') || !ahead.TakeWord("120") || !ahead.Take(')')) return false;
+    AddDate(at.Text(), quote, *text, Literal::Text(kServerZeroDate));
     at = ahead;
     return true;
 }
 
 bool Literals::ScanToDate(Cursor& at) {
     Cursor ahead = at;
-    std::string_view text, format;
     if (!ahead.TakeWord("TO_DATE") || !ahead.Take('(')) return false;
     const std::size_t quote = ahead.PassBlanks();
-    if (!TakeText(ahead, text) || !ahead.Take(',')) return false;
+    const auto text = TakeText(ahead);
+    if (!text || !ahead.Take(',')) return false;
     const std::size_t formatQuote = ahead.PassBlanks();
-    if (!TakeText(ahead, format)) return false;
-    if (!IsKnownFormat(format))
+    const auto format = TakeText(ahead);
+    if (!format) return false;
+    if (!IsKnownFormat(*format))
         RaiseSyntaxError(*grammar_, at.Text(), formatQuote, "The date format is not known");
     if (!ahead.Take(')')) return false;
-    AddDate(at.Text(), quote, text, Literal());
+    AddDate(at.Text(), quote, *text, Literal());
     at = ahead;
     return true;
 }

@@ -1,6 +1,7 @@
 // The literals of a statement text, in their order, as values to bind.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -56,7 +57,7 @@ private:
     bool ScanNumber(Cursor& at);
     bool ScanConvert(Cursor& at);
     bool ScanToDate(Cursor& at);
-    bool TakeText(Cursor& at, std::string_view& text);
+    std::optional<std::string_view> TakeText(Cursor& at);
     void AddDate(std::string_view statement, std::size_t quote, std::string_view text, const Literal& ofNone);
 
     const Grammar* grammar_;

@@ -4,14 +4,6 @@
 
 namespace iqrx::platform::dialect {
 
-Programs::Programs(const Grammar& grammar, const TableNames& controlTables, Prepare prepare,
-                   std::size_t capacity)
-    : grammar_(grammar),
-      controlTables_(controlTables),
-      prepare_(std::move(prepare)),
-      capacity_(capacity),
-      literals_(grammar) {}
-
 Found Programs::Find(const platform::Statement& statement) {
     if (!statement.CanBeBound()) return FindText(statement.Text());
     const Form& form = FormOf(statement);
@@ -43,7 +35,7 @@ const Programs::Form& Programs::FormOf(const platform::Statement& statement) {
     for (const auto& form : forms_)
         if (form->shape == shape && form->table == statement.Table()) return *form;
     auto form = Cut(statement);
-    if (forms_.size() == capacity_) {
+    if (forms_.size() == kCapacity) {
         forms_.back()->program->boundBy = nullptr;
         forms_.pop_back();
     }
@@ -86,7 +78,7 @@ const std::shared_ptr<Program>& Programs::ProgramOf(std::string_view text, const
     auto program = prepare_(std::move(translation));
     program->touchesControlTable = touches;
     program->shape = shape;
-    if (programs_.size() == capacity_) programs_.pop_back();
+    if (programs_.size() == kCapacity) programs_.pop_back();
     return *programs_.insert(programs_.begin(), std::move(program));
 }
 

@@ -43,16 +43,17 @@ class Programs {
 public:
     using Prepare = std::function<std::shared_ptr<Program>(Translation translation)>;
 
-    // Keeps the programs of `capacity` shapes; `prepare` makes one, and may raise. Both references must
-    // outlive this.
-    Programs(const Grammar& grammar, const TableNames& controlTables, Prepare prepare,
-             std::size_t capacity = 64);
+    // `prepare` makes a program, and may raise. Both references must outlive this.
+    Programs(const Grammar& grammar, const TableNames& controlTables, Prepare prepare)
+        : grammar_(grammar), controlTables_(controlTables), prepare_(std::move(prepare)), literals_(grammar) {}
 
     // Raises when the statement is not understood or does not fit the database; such a one is not kept.
     Found Find(const platform::Statement& statement);
     void Forget();  // all of them
 
 private:
+    static constexpr std::size_t kCapacity = 64;  // shapes that are kept
+
     // How the values of a shape fill the places of its program.
     struct Form {
         explicit Form(const Grammar& grammar) : literals(grammar) {}
@@ -74,7 +75,6 @@ private:
     const Grammar& grammar_;
     const TableNames& controlTables_;
     const Prepare prepare_;
-    const std::size_t capacity_;
     std::vector<std::shared_ptr<Program>> programs_;  // the newest first
     std::vector<std::unique_ptr<Form>> forms_;        // likewise
     Literals literals_;                               // of a text

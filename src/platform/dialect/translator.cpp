@@ -24,11 +24,8 @@ public:
             result_.isSelect = true;
             AddStep(Step::Kind::Run, [&] { Select(); });
         } else if (Accept("TRUNCATE")) {
-            AddStep(Step::Kind::RunSilent, [&] {
-                Expect("TABLE");
-                Write(grammar_.empty);
-                Table();
-            });
+            Expect("TABLE");
+            DoWithTable(grammar_.empty);
         } else {
             Change();
         }
@@ -169,27 +166,27 @@ private:
     void Change() {
         if (Is("UPDATE") && Stands(tokens_[at_ + 1], "STATISTICS")) {
             at_ += 2;
-            AddStep(Step::Kind::RunSilent, [&] {
-                Write(grammar_.statistics);
-                Table();
-            });
-        } else if (Is("UPDATE")) {
-            AddStep(Step::Kind::Run, [&] { Update(); });
-        } else if (Is("INSERT")) {
-            AddStep(Step::Kind::Run, [&] { Insert(); });
-        } else if (Is("DELETE")) {
-            AddStep(Step::Kind::Run, [&] {
-                Need("DELETE", "FROM");
-                Table();
-                Where();
-            });
-        } else {
-            Unknown();
+            return DoWithTable(grammar_.statistics);
         }
+        AddStep(Step::Kind::Run, [&] {
+            if (Take("UPDATE"))
+                Update();
+            else if (Take("INSERT"))
+                Insert();
+            else
+                Delete();
+        });
+    }
+
+    // What the database has words of its own for.
+    void DoWithTable(std::string_view words) {
+        AddStep(Step::Kind::RunSilent, [&] {
+            Write(words);
+            Table();
+        });
     }
 
     void Update() {
-        Need("UPDATE");
         Table();
         Need("SET");
         List([&] {
@@ -201,7 +198,7 @@ private:
     }
 
     void Insert() {
-        Need("INSERT", "INTO");
+        Need("INTO");
         Table();
         if (Take("(")) {
             List([&] { Write(Name()); });
@@ -210,6 +207,12 @@ private:
         Need("VALUES", "(");
         List([&] { SignedLiteral(); });
         Need(")");
+    }
+
+    void Delete() {
+        Need("DELETE", "FROM");
+        Table();
+        Where();
     }
 
     void Select() {

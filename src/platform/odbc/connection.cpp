@@ -4,7 +4,6 @@
 #include "platform/exclusive_section.h"
 #include "platform/odbc/odbc_database.h"
 #include "platform/odbc/settings.h"
-#include "platform/odbc/table.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::odbc {

@@ -9,6 +9,19 @@
 
 namespace iqrx::platform::odbc {
 
+static_assert(static_cast<SQLSMALLINT>(HandleKind::Environment) == SQL_HANDLE_ENV);
+static_assert(static_cast<SQLSMALLINT>(HandleKind::Connection) == SQL_HANDLE_DBC);
+static_assert(static_cast<SQLSMALLINT>(HandleKind::Statement) == SQL_HANDLE_STMT);
+static_assert(sizeof(SQLWCHAR) == sizeof(char16_t), "the boundary is UTF-16");
+
+Handle::Handle(HandleKind kind, void* parent) {
+    void* native = nullptr;
+    if (SQL_SUCCEEDED(SQLAllocHandle(static_cast<SQLSMALLINT>(kind), parent, &native)))
+        native_ = {native, FreeHandle{kind}};
+}
+
+void FreeHandle::operator()(void* native) const { SQLFreeHandle(static_cast<SQLSMALLINT>(kind), native); }
+
 namespace {
 
 std::string TextInfo(const Handle& connection, SQLUSMALLINT what) {
@@ -59,5 +72,18 @@ DriverTraits ReadDriverTraits(const Handle& connection) {
     driver.wide = KeepsWideTexts(connection);
     return driver;
 }
+
+std::string CatalogName(std::string_view written, NameCase nameCase) {
+    if (written.ends_with('"') || written.ends_with(']')) {
+        const auto open = written.rfind(written.back() == ']' ? '[' : '"', written.size() - 2);
+        return std::string(written.substr(open + 1, written.size() - open - 2));
+    }
+    const std::string_view name = written.substr(written.rfind('.') + 1);
+    return nameCase == NameCase::Upper   ? Upper(name)
+           : nameCase == NameCase::Lower ? Lower(name)
+                                         : std::string(name);
+}
+
+std::string LastPart(std::string_view written) { return Lower(CatalogName(written, NameCase::AsWritten)); }
 
 }  // namespace iqrx::platform::odbc

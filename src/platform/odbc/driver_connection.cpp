@@ -112,17 +112,16 @@ void DriverConnection::Raise(std::int32_t number, const std::string& description
 
 RuntimeError DriverConnection::TakeErrors(const Handle& handle, Errors& said) const {
     said = ReadDiagnostics(handle, driver);
-    NameLostLink(said, driver, LinkState());
+    if (open_ && (LinkIsGone() || SpeakOfLostConnection(said))) NameLostLink(said, driver);
     const ErrorEntry& first = said.front();
     return {first.number, first.source, first.description};
 }
 
-Link DriverConnection::LinkState() const {
-    if (!open_) return Link::NotYet;
+bool DriverConnection::LinkIsGone() const {
     SQLUINTEGER dead = SQL_CD_FALSE;
     const auto result =
         SQLGetConnectAttrW(connection_.Get(), SQL_ATTR_CONNECTION_DEAD, &dead, sizeof dead, nullptr);
-    return SQL_SUCCEEDED(result) && dead == SQL_CD_TRUE ? Link::Gone : Link::Up;
+    return SQL_SUCCEEDED(result) && dead == SQL_CD_TRUE;
 }
 
 std::string DriverConnection::Catalog() {

@@ -9,7 +9,6 @@
 #include "platform/database.h"
 #include "platform/odbc/driver.h"
 #include "platform/odbc/errors.h"
-#include "platform/odbc/handle.h"
 
 namespace iqrx::platform::odbc {
 
@@ -65,7 +64,7 @@ private:
     Result ReadIsolation(std::uint32_t& level);
     Result SetIsolation(std::uint32_t level);
     RuntimeError TakeErrors(const Handle& handle, Errors& said) const;
-    Link LinkState() const;
+    bool LinkIsGone() const;
 
     Handle environment_, connection_;
     bool open_ = false;

@@ -93,8 +93,7 @@ Errors ReadDiagnostics(const Handle& handle, const DriverTraits& driver) {
     return errors;
 }
 
-void NameLostLink(Errors& errors, const DriverTraits& driver, Link link) {
-    if (link == Link::NotYet || (link == Link::Up && !SpeakOfLostConnection(errors))) return;
+void NameLostLink(Errors& errors, const DriverTraits& driver) {
     const std::string cause = errors.front().description;
     errors.insert(errors.begin(), {kDatabaseError, driver.source, std::string(kLostText) + ": " + cause,
                                    std::string(kLostState)});

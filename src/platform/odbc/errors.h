@@ -10,11 +10,8 @@ namespace iqrx::platform::odbc {
 // the words. Any other call on the handle clears it.
 Errors ReadDiagnostics(const Handle& handle, const DriverTraits& driver);
 
-enum class Link { NotYet, Up, Gone };  // the connection to the server, as far as it is known
-
-// When the link is gone, or was up and the driver says that it is gone, an entry that says so with SQL state
-// 08S01 is put before the driver's own.
-void NameLostLink(Errors& errors, const DriverTraits& driver, Link link);
+// Puts an entry before the driver's own that says, with SQL state 08S01, that the connection is gone.
+void NameLostLink(Errors& errors, const DriverTraits& driver);
 
 // Whether a value did not fit its column.
 inline bool SpeakOfLongValue(const Errors& errors) { return errors.front().sqlState == "22001"; }

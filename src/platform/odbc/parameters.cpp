@@ -108,15 +108,8 @@ PreparedText::PreparedText(OdbcConnection& connection, std::string_view text, st
     connection_.Check(connection_.PrepareText(statement_, text), statement_);
 }
 
-std::int32_t PreparedText::Execute(const std::vector<Row>& sets) {
-    std::int32_t affected = 0;
-    for (std::size_t done = 0; done < sets.size(); done += maxSets_)
-        affected += ExecuteSome(sets.data() + done, std::min(maxSets_, sets.size() - done));
-    return affected;
-}
-
 std::int64_t PreparedText::ReadNumber(const Row& set) {
-    const auto arrays = Bind(&set, 1);
+    const auto arrays = Bind({&set, 1});
     connection_.Check(SQLExecute(statement_.Get()), statement_);
     connection_.Check(SQLFetch(statement_.Get()), statement_);
     SQLBIGINT number = 0;
@@ -127,9 +120,9 @@ std::int64_t PreparedText::ReadNumber(const Row& set) {
     return number;
 }
 
-std::int32_t PreparedText::ExecuteSome(const Row* sets, std::size_t count) {
-    const auto arrays = Bind(sets, count);
-    std::vector<SQLUSMALLINT> status(count, SQL_PARAM_UNUSED);
+std::int32_t PreparedText::Execute(std::span<const Row> sets) {
+    const auto arrays = Bind(sets);
+    std::vector<SQLUSMALLINT> status(sets.size(), SQL_PARAM_UNUSED);
     SQLSetStmtAttrW(statement_.Get(), SQL_ATTR_PARAM_STATUS_PTR, status.data(), 0);
     const Result result = SQLExecute(statement_.Get());
     // A failed set among others that went through is a success "with information" to some drivers.
@@ -140,14 +133,14 @@ std::int32_t PreparedText::ExecuteSome(const Row* sets, std::size_t count) {
 }
 
 // The arrays have to live until the execution is over.
-std::vector<ParameterArray> PreparedText::Bind(const Row* sets, std::size_t count) {
+std::vector<ParameterArray> PreparedText::Bind(std::span<const Row> sets) {
     std::vector<ParameterArray> arrays;
     for (std::size_t marker = 0; marker < kinds_.size(); ++marker) {
         std::vector<const Value*> values;
-        for (std::size_t set = 0; set < count; ++set) values.push_back(&sets[set][marker]);
+        for (const Row& set : sets) values.push_back(&set[marker]);
         arrays.push_back(MakeArray(kinds_[marker], values));
     }
-    SQLSetStmtAttrW(statement_.Get(), SQL_ATTR_PARAMSET_SIZE, Number(count), 0);
+    SQLSetStmtAttrW(statement_.Get(), SQL_ATTR_PARAMSET_SIZE, Number(sets.size()), 0);
     for (std::size_t i = 0; i < arrays.size(); ++i) {
         auto& array = arrays[i];
         connection_.Check(

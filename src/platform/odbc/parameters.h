@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -27,16 +28,15 @@ public:
 
     // The sets that one execution takes at most; 1 when the driver has no arrays.
     std::size_t MaxSets() const { return maxSets_; }
-    // Executes for all sets, in as few executions as MaxSets allows, and returns the rows affected. A set
-    // that fails raises its error; whether the sets after it were executed is the driver's affair.
-    std::int32_t Execute(const std::vector<Row>& sets);
+    // Executes for all sets, at most MaxSets, and returns the rows affected. A set that fails raises its
+    // error; whether the sets after it were executed is the driver's affair.
+    std::int32_t Execute(std::span<const Row> sets);
 
     // Executes for one set and returns the number in the first column of the first row.
     std::int64_t ReadNumber(const Row& set);
 
 private:
-    std::vector<ParameterArray> Bind(const Row* sets, std::size_t count);
-    std::int32_t ExecuteSome(const Row* sets, std::size_t count);
+    std::vector<ParameterArray> Bind(std::span<const Row> sets);
 
     OdbcConnection& connection_;
     Handle statement_;

@@ -3,8 +3,7 @@
 
 #include "platform/dialect/change.h"
 #include "platform/odbc/cursor.h"
-#include "platform/odbc/row_deleter.h"
-#include "platform/odbc/row_writer.h"
+#include "platform/odbc/table_writer.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::odbc {
@@ -110,8 +109,7 @@ public:
         connection_.Call([&] {
             if (!added_) connection_.Raise(kNotUpdatable, "There is no new row to write");
             const Row row = *std::exchange(added_, std::nullopt);
-            if (!writer_) writer_.emplace(connection_, Table(), columns_);
-            writer_->Add(row);
+            Writer().Add(row);
         });
     }
 
@@ -120,7 +118,7 @@ public:
             RequireWritable();
             const Row& row = RequireRow();
             connection_.recordsets.SendPending();
-            DeleteRow(connection_, Table(), columns_, row);
+            Writer().Delete(row);
             rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(index_));
             deleted_ = true;
         });
@@ -199,6 +197,10 @@ private:
         return static_cast<std::size_t>(position);
     }
     std::string Table() const { return dialect::TableOf(source_); }
+    TableWriter& Writer() {
+        if (!writer_) writer_.emplace(connection_, Table(), columns_);
+        return *writer_;
+    }
 
     OdbcConnection& connection_;
     std::string source_;
@@ -213,7 +215,7 @@ private:
     std::size_t passed_ = 0;  // rows given up before them
 
     std::optional<Row> added_;
-    std::optional<RowWriter> writer_;
+    std::optional<TableWriter> writer_;
 };
 
 }  // namespace

@@ -8,30 +8,20 @@
 
 namespace iqrx::platform::odbc {
 
-namespace {
-
-constexpr const char* kCommitInterval = "Commit Interval";
-constexpr const char* kRowsPerTrip = "Rows per Trip";
-
-int Milliseconds(const std::string& interval) {
-    const auto milliseconds = WholeNumber(interval, 0, std::numeric_limits<int>::max());
-    if (!milliseconds)
-        throw RuntimeError(kInvalidProcedureCall, "ODBC",
-                           "The value of Commit Interval is not a number of milliseconds");
-    return *milliseconds;
-}
-
-}  // namespace
-
 Settings SettingsOf(const std::string& connectionString) {
     ConnectionString given(connectionString);
-    Settings settings;
-    settings.commitInterval = Milliseconds(given.Find(kCommitInterval).value_or("0"));
-    settings.rowsPerTrip = static_cast<std::size_t>(RowsPerTrip(given.Find(kRowsPerTrip).value_or("1")));
-    given.Remove(kCommitInterval);
-    given.Remove(kRowsPerTrip);
-    settings.driverText = given.Text();
-    return settings;
+    const auto take = [&](std::string_view key, const char* otherwise) {
+        std::string value = given.Find(key).value_or(otherwise);
+        given.Remove(key);
+        return value;
+    };
+    const auto interval =
+        platform::WholeNumber(take("Commit Interval", "0"), 0, std::numeric_limits<int>::max());
+    if (!interval)
+        throw RuntimeError(kInvalidProcedureCall, "ODBC",
+                           "The value of Commit Interval is not a number of milliseconds");
+    const int rows = RowsPerTrip(take("Rows per Trip", "1"));
+    return {given.Text(), *interval, static_cast<std::size_t>(rows)};
 }
 
 }  // namespace iqrx::platform::odbc

@@ -3,9 +3,9 @@
 #include <optional>
 #include <utility>
 
+#include "platform/dialect/checked_recordset.h"
 #include "platform/postgres/connection.h"
-#include "platform/postgres/errors.h"
-#include "platform/text.h"
+#include "platform/postgres/grammar.h"
 
 namespace iqrx::platform::postgres {
 
@@ -19,13 +19,20 @@ std::string Quoted(std::string_view name) {
 
 // Rows are those of the moment at which it was opened, whatever the cursor: few stand in the server's answer,
 // of many the server keeps those that are not there yet.
-class PostgresRecordset final : public Recordset {
+class PostgresRecordset final : public dialect::CheckedRecordset<PostgresRecordset, kGrammar> {
+    friend CheckedRecordset;
+
+    template <class Work>
+    auto Call(Work work) {
+        return connection_.Call(work);
+    }
+
 public:
     explicit PostgresRecordset(PostgresConnection& connection) : connection_(connection) {}
 
     void Open(const platform::Statement& source, CursorType, LockType lock) override {
         Close();
-        connection_.Call([&] {
+        Call([&] {
             selected_ = connection_.Select(source);
             lock_ = lock;
             columns_ = PQnfields(Rows());
@@ -37,10 +44,10 @@ public:
         if (!selected_) return;
         const std::string cursor = std::exchange(selected_, std::nullopt)->cursor;
         insert_.reset();
-        row_ = 0;
+        row_ = columns_ = 0;
         fetched_ = 0;
         isAdding_ = isDeleted_ = false;
-        connection_.Call([&] {
+        Call([&] {
             connection_.SendRows();
             if (!cursor.empty()) connection_.Forget(cursor);
         });
@@ -50,7 +57,7 @@ public:
     bool Eof() const override { return row_ >= Held(); }
 
     std::int32_t RecordCount() override {
-        return connection_.Call([&] {
+        return Call([&] {
             CheckOpen();
             connection_.SendRows();
             if (!HasMany()) return Held();
@@ -60,9 +67,9 @@ public:
     }
 
     void MoveFirst() override {
-        connection_.Call([&] {
+        Call([&] {
             CheckOpen();
-            if (Bof()) RaiseRecordsetError(kNoCurrentRecord, "The recordset is empty");
+            if (Bof()) Refuse(kNoCurrentRecord, "The recordset is empty");
             if (fetched_ == Held()) return;
             connection_.Rewind(selected_->cursor);
             fetched_ = 0;
@@ -73,9 +80,9 @@ public:
     }
 
     void MoveNext() override {
-        connection_.Call([&] {
+        Call([&] {
             CheckOpen();
-            if (Eof()) RaiseRecordsetError(kNoCurrentRecord, "There is no current record");
+            if (Eof()) Refuse(kNoCurrentRecord, "There is no current record");
             if (++row_ == Held() && HasMany()) {
                 Fetch();
                 row_ = 0;
@@ -84,54 +91,9 @@ public:
         isDeleted_ = false;
     }
 
-    Value Field(std::string_view name) override {
-        if (const auto position = PositionOf(name)) return Field(*position);
-        return connection_.Call([&]() -> Value {
-            CheckOpen();
-            RaiseRecordsetError(kItemNotFound, "The result has no column \"" + std::string(name) + "\"");
-        });
-    }
-
-    Value Field(int position) override {
-        return connection_.Call([&] {
-            CheckRow();
-            CheckPosition(position);
-            return Cell(Rows(), row_, position);
-        });
-    }
-
-    std::vector<std::string> FieldNames() override {
-        return connection_.Call([&] {
-            CheckOpen();
-            std::vector<std::string> names;
-            names.reserve(static_cast<std::size_t>(columns_));
-            for (int position = 0; position < columns_; ++position) names.emplace_back(NameOf(position));
-            return names;
-        });
-    }
-
-    void AddNew() override {
-        connection_.Call([&] { Table(); });
-        newRow_.clear();
-        isAdding_ = true;
-    }
-
-    void SetField(int position, const Value& value) override {
-        connection_.Call([&] {
-            CheckOpen();
-            CheckPosition(position);
-            if (!isAdding_) RaiseRecordsetError(kNotUpdatable, "Fields are set in a new row only");
-        });
-        const auto same = std::ranges::find(newRow_, position, &NewField::position);
-        if (same == newRow_.end())
-            newRow_.push_back({position, value});
-        else
-            same->value = value;
-    }
-
     void Update() override {
-        connection_.Call([&] {
-            if (!isAdding_) RaiseRecordsetError(kNotUpdatable, "There is no new row");
+        Call([&] {
+            if (!isAdding_) Refuse(kNotUpdatable, "There is no new row");
             isAdding_ = false;
             PrepareInsert();
             parameters_.Clear();
@@ -142,40 +104,31 @@ public:
     }
 
     void Delete() override {
-        connection_.Call([&] {
+        Call([&] {
             CheckRow();
             connection_.SendPending();
             const Condition row = OfTheRow();
             const auto statement = connection_.Prepare("DELETE FROM " + Quoted(Table()) + " WHERE " + row.text);
             parameters_.Clear();
             for (std::size_t i = 0; i < row.positions.size(); ++i)
-                parameters_.Add(Cell(Rows(), row_, row.positions[i]), statement->Types()[i]);
+                parameters_.Add(Cell(row.positions[i]), statement->Types()[i]);
             if (connection_.Write(*statement, parameters_, selected_->touchesControlTable) == 0)
-                RaiseRecordsetError(kNotUpdatable, "The current row is no longer in the table");
+                Refuse(kNotUpdatable, "The current row is no longer in the table");
             isDeleted_ = true;
         });
     }
 
 private:
-    struct NewField {
-        int position;
-        Value value;
-    };
-
+    const std::vector<std::string>* Tables() const { return selected_ ? &selected_->tables : nullptr; }
+    int ColumnCount() const { return columns_; }
+    std::string_view NameOf(int position) const { return PQfname(Rows(), position); }
+    Value Cell(int position) const { return postgres::Cell(Rows(), row_, position); }
     const PGresult* Rows() const { return selected_->rows.get(); }
     int Held() const { return selected_ ? PQntuples(Rows()) : 0; }
     bool HasMany() const { return selected_ && !selected_->cursor.empty(); }
     void Fetch() {
         selected_->rows = connection_.NextRows(selected_->cursor);
         fetched_ += Held();
-    }
-    std::string_view NameOf(int position) const { return PQfname(Rows(), position); }
-    bool HasColumn(int position) const { return position >= 0 && position < columns_; }
-    std::optional<int> PositionOf(std::string_view name) const {
-        if (!selected_) return std::nullopt;
-        for (int position = 0; position < columns_; ++position)
-            if (EqualIgnoringCase(NameOf(position), name)) return position;
-        return std::nullopt;
     }
 
     // Fields that were not set take their defaults; so the statement depends on which were.
@@ -211,8 +164,7 @@ private:
         };
         for (const std::string& name : connection_.KeyOf(Table())) {
             const auto position = PositionOf(name);
-            if (!position)
-                RaiseRecordsetError(kNotUpdatable, "The result lacks the key column \"" + name + "\"");
+            if (!position) Refuse(kNotUpdatable, "The result lacks the key column \"" + name + "\"");
             add(*position, " = $");
         }
         if (!row.positions.empty()) return row;
@@ -222,36 +174,10 @@ private:
         return row;
     }
 
-    const std::string& Table() const {
-        CheckOpen();
-        if (lock_ == LockType::ReadOnly)
-            RaiseRecordsetError(kNotUpdatable, "The recordset was opened for reading only");
-        if (selected_->tables.size() != 1)
-            RaiseRecordsetError(kNotUpdatable, "Rows of a result from several tables cannot be changed");
-        return selected_->tables.front();
-    }
-
-    void CheckOpen() const {
-        if (!selected_) RaiseRecordsetError(kObjectClosed, "The recordset is closed");
-    }
-
-    void CheckRow() const {
-        CheckOpen();
-        if (Eof() || isDeleted_) RaiseRecordsetError(kNoCurrentRecord, "There is no current record");
-    }
-
-    void CheckPosition(int position) const {
-        if (!HasColumn(position))
-            RaiseRecordsetError(kItemNotFound, "The result has no column " + std::to_string(position));
-    }
-
     PostgresConnection& connection_;
     std::optional<PostgresConnection::Selected> selected_;  // nothing: closed
-    LockType lock_ = LockType::ReadOnly;
     int row_ = 0, columns_ = 0;
     std::int64_t fetched_ = 0;  // up to the last that is held
-    bool isAdding_ = false, isDeleted_ = false;
-    std::vector<NewField> newRow_;
     std::shared_ptr<const Prepared> insert_;
     std::vector<int> insertedPositions_;  // what it was prepared for
     Parameters parameters_;

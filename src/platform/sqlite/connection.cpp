@@ -12,6 +12,18 @@ std::unique_ptr<Connection> CreateSqliteConnection(TableNames controlTables, Wai
     return std::make_unique<sqlite::SqliteConnection>(std::move(controlTables), std::move(listener));
 }
 
+WaitListener TellingEachMinute(std::function<void(const std::string& text)> tell) {
+    return [tell = std::move(tell), told = std::chrono::minutes(0)](
+               std::chrono::seconds waited, const std::filesystem::path& file) mutable {
+        const auto minutes = std::chrono::duration_cast<std::chrono::minutes>(waited);
+        if (minutes > told)
+            tell("waiting for " + std::to_string(waited.count()) +
+                 " s for the database, which another program holds: " + file.string());
+        told = minutes;  // fewer than before: another wait
+        return true;
+    };
+}
+
 void ApplySqliteScript(const std::filesystem::path& file, std::string_view script) {
     sqlite::Database database(file, sqlite::Database::Access::Create);
     sqlite::Transaction transaction(database);

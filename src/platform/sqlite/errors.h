@@ -14,10 +14,6 @@ struct DatabaseFailure : platform::DatabaseFailure {
         : platform::DatabaseFailure(number, "SQLite", std::move(description), std::move(sqlState)) {}
 };
 
-[[noreturn]] inline void RaiseRecordsetError(RecordsetError number, const std::string& description) {
-    throw DatabaseFailure(number, description, "HY000");
-}
-
 // Raises the database's last failure; `code` is its (extended) result code.
 [[noreturn]] void RaiseSqliteError(sqlite3* database, int code);
 

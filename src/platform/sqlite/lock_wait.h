@@ -20,11 +20,22 @@ public:
 
     const WaitListener& Listener() const { return listener_; }
 
-    void Begin(Moment now);
+    void Begin(Moment now) {
+        begin_ = now;
+        nextTold_ = now + kFirstTold;
+    }
     // Whether to look for the lock once more. Tells the listener, who may end the wait.
-    bool GoesOn(Moment now);
+    bool GoesOn(Moment now) {
+        const auto waited = std::chrono::duration_cast<std::chrono::seconds>(now - begin_);
+        if (limit_.count() > 0 && waited >= limit_) return false;
+        if (!listener_ || now < nextTold_) return true;
+        nextTold_ = begin_ + waited + kToldEvery;
+        return listener_(waited, file_);
+    }
 
 private:
+    static constexpr std::chrono::seconds kFirstTold{3}, kToldEvery{1};
+
     const std::filesystem::path file_;
     const WaitListener listener_;
     std::chrono::seconds limit_{0};

@@ -83,12 +83,8 @@ bool Prepared::Step() {
     const int code = sqlite3_step(handle_.get());
     if (code == SQLITE_ROW) return true;
     if (code == SQLITE_DONE) return false;
-    try {
-        RaiseSqliteError(sqlite3_db_handle(handle_.get()), code);
-    } catch (...) {
-        Reset();
-        throw;
-    }
+    const ResetAtEnd reset(*this);
+    RaiseSqliteError(sqlite3_db_handle(handle_.get()), code);
 }
 
 void Prepared::Reset() { sqlite3_reset(handle_.get()); }

@@ -1,10 +1,9 @@
 #include <algorithm>
 #include <limits>
-#include <optional>
 
+#include "platform/dialect/checked_recordset.h"
 #include "platform/sqlite/connection.h"
-#include "platform/sqlite/errors.h"
-#include "platform/text.h"
+#include "platform/sqlite/grammar.h"
 
 namespace iqrx::platform::sqlite {
 
@@ -34,11 +33,12 @@ struct Stream {
 };
 
 // Rows are read in chunks; a result of one chunk is read at once.
-class SqliteRecordset : public Recordset {
+class SqliteRecordset final : public dialect::CheckedRecordset<SqliteRecordset, kGrammar> {
+    friend CheckedRecordset;
+
     template <class Work>
     auto Call(Work work) {
-        Session& session = connection_.Opened();
-        return session.Call([&] { return work(session); });
+        return connection_.Opened().Call(work);
     }
 
 public:
@@ -46,17 +46,18 @@ public:
 
     void Open(const platform::Statement& source, CursorType, LockType lock) override {
         Close();
-        Call([&](Session& session) {
+        Call([&] {
             lock_ = lock;
+            Session& session = connection_.Opened();
             const Found found = session.Find(source);
-            if (!found.program->translation.isSelect)
-                RaiseRecordsetError(kNotUpdatable, "The statement returns no rows");
+            if (!found.program->translation.isSelect) Refuse(kNotUpdatable, "The statement returns no rows");
             Program& program = ProgramOf(found);
             Prepared& statement = program.statements.front();
             program.Bind(found, statement, 0, 0, found.literals.size());
             const ResetAtEnd reset(statement);
             columns_ = program.columns;
-            if (ReadChunk(statement)) {
+            ReadChunk(statement);
+            if (!IsLastChunk()) {
                 statement.Reset();
                 session.Commit();  // another connection sees what is committed
                 stream_ = std::make_unique<Stream>(session, found);
@@ -75,7 +76,6 @@ public:
         insertedPositions_.clear();
         chunk_.clear();
         rowCount_ = row_ = chunkStart_ = 0;
-        isLastChunk_ = true;
         isAdding_ = isDeleted_ = false;
     }
 
@@ -83,7 +83,7 @@ public:
     bool Eof() const override { return row_ >= rowCount_; }
 
     std::int32_t RecordCount() override {
-        return Call([&](Session&) {
+        return Call([&] {
             CheckOpen();
             if (!stream_) return static_cast<std::int32_t>(rowCount_);
             const ResetAtEnd reset(stream_->count);
@@ -94,9 +94,9 @@ public:
     }
 
     void MoveFirst() override {
-        Call([&](Session&) {
+        Call([&] {
             CheckOpen();
-            if (Bof()) RaiseRecordsetError(kNoCurrentRecord, "The recordset is empty");
+            if (Bof()) Refuse(kNoCurrentRecord, "The recordset is empty");
             if (chunkStart_ > 0) {
                 stream_->statement.Reset();
                 chunkStart_ = 0;
@@ -112,11 +112,11 @@ public:
             isDeleted_ = false;
             return;
         }
-        Call([&](Session&) {
+        Call([&] {
             CheckOpen();
-            if (Eof()) RaiseRecordsetError(kNoCurrentRecord, "There is no current record");
+            if (Eof()) Refuse(kNoCurrentRecord, "There is no current record");
             isDeleted_ = false;
-            if (isLastChunk_) {
+            if (IsLastChunk()) {
                 ++row_;
             } else {
                 chunkStart_ += rowCount_;
@@ -125,62 +125,14 @@ public:
         });
     }
 
-    Value Field(std::string_view name) override {
-        if (const auto position = PositionOf(name)) return Field(*position);
-        return Call([&](Session&) -> Value {
-            CheckOpen();
-            RaiseRecordsetError(kItemNotFound, "The result has no column \"" + std::string(name) + "\"");
-        });
-    }
-
-    Value Field(int position) override {
-        if (Eof() || isDeleted_ || !HasColumn(position))
-            Call([&](Session&) {
-                CheckRow();
-                CheckPosition(position);
-            });
-        return Cell(position);
-    }
-
-    std::vector<std::string> FieldNames() override {
-        return Call([&](Session&) {
-            CheckOpen();
-            std::vector<std::string> names;
-            for (const Column& column : Columns()) names.push_back(column.name);
-            return names;
-        });
-    }
-
-    void AddNew() override {
-        Call([&](Session&) {
-            Table();
-            newRow_.clear();
-            isAdding_ = true;
-        });
-    }
-
-    void SetField(int position, const Value& value) override {
-        if (!isAdding_ || !HasColumn(position))
-            Call([&](Session&) {
-                CheckOpen();
-                CheckPosition(position);
-                RaiseRecordsetError(kNotUpdatable, "Fields are set in a new row only");
-            });
-        const auto same = std::ranges::find(newRow_, position, &NewField::position);
-        if (same == newRow_.end())
-            newRow_.push_back({position, value});
-        else
-            same->value = value;
-    }
-
     void Update() override {
-        Call([&](Session& session) {
-            if (!isAdding_) RaiseRecordsetError(kNotUpdatable, "There is no new row");
+        Call([&] {
+            if (!isAdding_) Refuse(kNotUpdatable, "There is no new row");
             isAdding_ = false;
-            PrepareInsert(session);
+            PrepareInsert();
             for (std::size_t i = 0; i < newRow_.size(); ++i)
                 insert_.Bind(static_cast<int>(i) + 1, newRow_[i].value);
-            session.InGroup(program_->touchesControlTable, [&] {
+            connection_.Opened().InGroup(program_->touchesControlTable, [&] {
                 const ResetAtEnd reset(insert_);
                 insert_.Step();
             });
@@ -188,8 +140,9 @@ public:
     }
 
     void Delete() override {
-        Call([&](Session& session) {
+        Call([&] {
             CheckRow();
+            Session& session = connection_.Opened();
             const std::vector<int> keys = Keys(session);
             Prepared statement(session.Handle(), DeleteText(keys));
             for (std::size_t i = 0; i < keys.size(); ++i)
@@ -198,45 +151,31 @@ public:
                 const ResetAtEnd reset(statement);
                 statement.Step();
                 if (session.Handle().Changes() == 0)
-                    RaiseRecordsetError(kNotUpdatable, "The current row is no longer in the table");
+                    Refuse(kNotUpdatable, "The current row is no longer in the table");
             });
             isDeleted_ = true;
         });
     }
 
 private:
-    struct NewField {
-        int position;
-        Value value;
-    };
-
+    const std::vector<std::string>* Tables() const {
+        return program_ ? &program_->translation.tables : nullptr;
+    }
     const std::vector<Column>& Columns() const { return *columns_; }
+    int ColumnCount() const { return program_ ? static_cast<int>(Columns().size()) : 0; }
     const std::string& NameOf(int position) const {
         return Columns()[static_cast<std::size_t>(position)].name;
-    }
-    std::optional<int> PositionOf(std::string_view name) const {
-        for (int position = 0; HasColumn(position); ++position)
-            if (EqualIgnoringCase(NameOf(position), name)) return position;
-        return std::nullopt;
-    }
-    bool HasColumn(int position) const {
-        return position >= 0 && static_cast<std::size_t>(position) < Columns().size();
     }
     const Value& Cell(int position) const {
         return chunk_[row_ * Columns().size() + static_cast<std::size_t>(position)];
     }
 
-    // False: it was the last one.
-    bool ReadChunk(Prepared& statement) {
+    void ReadChunk(Prepared& statement) {
         chunk_.clear();
         chunk_.reserve(Columns().size());
         rowCount_ = row_ = 0;
         isDeleted_ = false;
-        while (rowCount_ < kRowsPerChunk) {
-            if (!statement.Step()) {
-                isLastChunk_ = true;
-                return false;
-            }
+        while (rowCount_ < kRowsPerChunk && statement.Step()) {
             // A changed schema shows at the first step only.
             if (statement.ColumnCount() != Columns().size())
                 columns_ = std::make_shared<const std::vector<Column>>(statement.Columns());
@@ -244,12 +183,11 @@ private:
                 chunk_.push_back(statement.Field(static_cast<int>(i), Columns()[i].type));
             ++rowCount_;
         }
-        isLastChunk_ = false;
-        return true;
     }
+    bool IsLastChunk() const { return rowCount_ < kRowsPerChunk; }
 
     // Fields that were not set take their defaults; so the statement depends on which were.
-    void PrepareInsert(Session& session) {
+    void PrepareInsert() {
         if (!insertedPositions_.empty() &&
             std::ranges::equal(newRow_, insertedPositions_, {}, &NewField::position))
             return;
@@ -261,21 +199,21 @@ private:
             values.append(separator).append("?");
             insertedPositions_.push_back(field.position);
         }
-        insert_ = Prepared(session.Handle(), newRow_.empty() ? "INSERT INTO " + Table() + " DEFAULT VALUES"
-                                                             : "INSERT INTO " + Table() + "(" + names +
-                                                                   ") VALUES(" + values + ")");
+        insert_ =
+            Prepared(connection_.Opened().Handle(),
+                     newRow_.empty() ? "INSERT INTO " + Table() + " DEFAULT VALUES"
+                                     : "INSERT INTO " + Table() + "(" + names + ") VALUES(" + values + ")");
     }
 
     // The columns that a row is known by: the table's key or, where it has none, all of them.
-    std::vector<int> Keys(Session& session) const {
+    std::vector<int> Keys(Session& session) {
         std::vector<int> keys;
         Prepared keyColumns(session.Handle(), "SELECT name FROM pragma_table_info(?) WHERE pk > 0");
         keyColumns.Bind(1, Value(Table()));
         while (keyColumns.Step()) {
             const std::string name = std::get<std::string>(keyColumns.Field(0, ColumnType::Stored));
             const auto position = PositionOf(name);
-            if (!position)
-                RaiseRecordsetError(kNotUpdatable, "The result lacks the key column \"" + name + "\"");
+            if (!position) Refuse(kNotUpdatable, "The result lacks the key column \"" + name + "\"");
             keys.push_back(*position);
         }
         if (keys.empty())
@@ -283,48 +221,21 @@ private:
         return keys;
     }
 
-    std::string DeleteText(const std::vector<int>& keys) const {
+    std::string DeleteText(const std::vector<int>& keys) {
         std::string condition;
         for (const int key : keys)
             condition += (condition.empty() ? " WHERE " : " AND ") + Quoted(NameOf(key)) + " IS ?";
         return "DELETE FROM " + Table() + condition;
     }
 
-    const std::string& Table() const {
-        CheckOpen();
-        if (lock_ == LockType::ReadOnly)
-            RaiseRecordsetError(kNotUpdatable, "The recordset was opened for reading only");
-        if (program_->translation.tables.size() != 1)
-            RaiseRecordsetError(kNotUpdatable, "Rows of a result from several tables cannot be changed");
-        return program_->translation.tables.front();
-    }
-
-    void CheckOpen() const {
-        if (!program_) RaiseRecordsetError(kObjectClosed, "The recordset is closed");
-    }
-
-    void CheckRow() const {
-        CheckOpen();
-        if (Eof() || isDeleted_) RaiseRecordsetError(kNoCurrentRecord, "There is no current record");
-    }
-
-    void CheckPosition(int position) const {
-        if (!HasColumn(position))
-            RaiseRecordsetError(kItemNotFound, "The result has no column " + std::to_string(position));
-    }
-
     SqliteConnection& connection_;
-    LockType lock_ = LockType::ReadOnly;
     std::shared_ptr<dialect::Program> program_;  // null: closed
-    std::shared_ptr<const std::vector<Column>> columns_ = std::make_shared<const std::vector<Column>>();
+    std::shared_ptr<const std::vector<Column>> columns_;
     std::unique_ptr<Stream> stream_;
 
     std::vector<Value> chunk_;  // row by row
     std::size_t rowCount_ = 0, row_ = 0, chunkStart_ = 0;
-    bool isLastChunk_ = true, isDeleted_ = false;
 
-    bool isAdding_ = false;
-    std::vector<NewField> newRow_;
     std::vector<int> insertedPositions_;  // what insert_ was prepared for
     Prepared insert_;
 };

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/dialect/change.h"
-#include "platform/odbc/table.h"
+#include "platform/odbc/driver.h"
 
 namespace iqrx::platform::odbc {
 namespace {
