@@ -2,7 +2,6 @@
 
 #include "composition/composition.h"
 #include "hosting/sub_main.h"
-#include "hosting/version.h"
 #include "platform/error.h"
 #include "platform/posix/arguments.h"
 
