@@ -13,7 +13,7 @@ std::shared_ptr<const Machine> CreateMachine();
 
 // The machine's parts that have a file of their own.
 std::unique_ptr<TextFiles> CreateTextFiles();
-std::unique_ptr<XmlDocumentFactory> CreateXmlDocuments();
+std::unique_ptr<XmlDocument> CreateXmlDocument();
 
 std::filesystem::path ProgramFile();
 

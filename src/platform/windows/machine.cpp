@@ -89,13 +89,12 @@ struct Parts {
     LocalClock clock = {};
     UserLocale locale = {};
     StandardTimeZone timeZone = {};
-    const std::unique_ptr<XmlDocumentFactory> xml = CreateXmlDocuments();
     const std::unique_ptr<TextFiles> files = CreateTextFiles();
     const Machine ports{.clock = clock,
                         .locale = locale,
                         .timeZone = timeZone,
                         .messageBox = messageBox,
-                        .xml = *xml,
+                        .makeXmlDocument = CreateXmlDocument,
                         .files = *files,
                         .programFolder = ProgramFile().parent_path(),
                         .pathSeparator = '\\',

@@ -20,8 +20,8 @@ std::shared_ptr<const Machine> CreateMachine(Audience audience);
 // Text files through the scripting run-time's file-system object: ANSI text, lines that end in CR LF. Files
 // that grow at their end through Win32.
 std::unique_ptr<TextFiles> CreateTextFiles();
-// XML documents of the system's own parser; each raises RuntimeError where that is missing.
-std::unique_ptr<XmlDocumentFactory> CreateXmlDocuments();
+// A document of the system's own parser; raises RuntimeError where that is missing.
+std::unique_ptr<XmlDocument> CreateXmlDocument();
 
 // Somebody, when the process owns a visible desktop.
 Audience AudienceOfDesktop();
