@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "platform/connection_string.h"
 #include "platform/date.h"
 
 namespace iqrx::platform::posix {
@@ -110,5 +111,17 @@ std::shared_ptr<const Machine> CreateMachine() {
 }
 
 std::filesystem::path ProgramFile() { return std::filesystem::read_symlink("/proc/self/exe"); }
+
+std::vector<std::string> TakeArguments(int argc, char** argv) {
+    std::vector<std::string> words(argv, argv + argc);
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        std::string shown = Masked(words[i]);
+        if (shown == words[i]) continue;
+        // The list shows the word's own bytes, of which there are no more and no fewer: what is left over is blank.
+        shown.resize(words[i].size(), ' ');
+        std::ranges::copy(shown, argv[i]);
+    }
+    return words;
+}
 
 }  // namespace iqrx::platform::posix
