@@ -37,8 +37,11 @@ public:
     virtual ~Host() = default;
 
     virtual ProcessIdentity Self() const = 0;
-    virtual int UtcOffsetMinutes() const = 0;  // now, summer time included; 60 an hour east of Greenwich
     virtual Date LocalTime(std::chrono::system_clock::time_point moment) const = 0;
+    int UtcOffsetMinutes() const {  // now, summer time included; 60 an hour east of Greenwich
+        const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+        return static_cast<int>((LocalTime(now).secondsSince1970 - now.time_since_epoch().count()) / 60);
+    }
     virtual std::chrono::seconds Uptime() const = 0;  // does not jump when the clock is set; counts sleep
     virtual std::string Boot() const = 0;  // another text after every start of the machine; empty: unknown
 

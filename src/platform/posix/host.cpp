@@ -140,12 +140,6 @@ std::string Terminal() {
     return {};
 }
 
-std::tm Local(std::time_t moment) {
-    std::tm local{};
-    localtime_r(&moment, &local);
-    return local;
-}
-
 class PosixHost final : public Host {
 public:
     ProcessIdentity Self() const override {
@@ -154,13 +148,11 @@ public:
         return {getpid(), UserName(), name.data(), Terminal()};
     }
 
-    int UtcOffsetMinutes() const override {
-        return static_cast<int>(Local(std::time(nullptr)).tm_gmtoff / 60);
-    }
-
     Date LocalTime(std::chrono::system_clock::time_point moment) const override {
-        const auto seconds = std::chrono::floor<std::chrono::seconds>(moment.time_since_epoch()).count();
-        return {seconds + Local(seconds).tm_gmtoff};
+        const std::time_t seconds = std::chrono::floor<std::chrono::seconds>(moment.time_since_epoch()).count();
+        std::tm local{};
+        localtime_r(&seconds, &local);
+        return {seconds + local.tm_gmtoff};
     }
 
     std::chrono::seconds Uptime() const override {
