@@ -9,6 +9,7 @@
 
 #include "platform/connection_string.h"
 #include "platform/date.h"
+#include "platform/printable.h"
 
 namespace iqrx::platform::posix {
 
@@ -80,12 +81,7 @@ private:
 // Nobody sits before a service's screen: the text goes to standard error, in one line.
 class ErrorLine : public MessageDisplay {
 public:
-    void Show(const std::string& text) override {
-        std::string line = text;
-        std::erase(line, '\r');
-        std::ranges::replace(line, '\n', ' ');
-        std::fprintf(stderr, "%s\n", line.c_str());
-    }
+    void Show(const std::string& text) override { std::fprintf(stderr, "%s\n", OneLine(text).c_str()); }
 };
 
 struct Parts {
