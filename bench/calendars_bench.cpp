@@ -83,14 +83,13 @@ struct Nowhere : AppendingFile {
     void Append(std::string_view) override {}
 };
 
-struct FixedMachine : Clock, Locale, TimeZone, MessageDisplay, XmlDocumentFactory, TextFiles, ObjectFactory {
+struct FixedMachine : Clock, Locale, TimeZone, MessageDisplay, TextFiles, ObjectFactory {
     Date Now() override { return FromCivil({2026, 1, 15, 12, 0, 0}); }
     std::string DecimalSeparator() override { return "."; }
     std::string ShortDate(Date moment) override { return IsoDate(moment); }
     std::string LongTime(Date moment) override { return IsoTime(moment); }
     int BiasMinutes() override { return -60; }
     void Show(const std::string&) override {}
-    std::unique_ptr<XmlDocument> CreateDocument() override { throw std::runtime_error("no catalog"); }
     std::unique_ptr<TextStream> CreateTextFile(const std::filesystem::path&) override { return nullptr; }
     std::unique_ptr<TextStream> OpenTextFile(const std::filesystem::path&) override { return nullptr; }
     std::unique_ptr<AppendingFile> OpenForAppending(const std::filesystem::path&) override {
@@ -138,17 +137,18 @@ private:
     FixedMachine machine_;
     EmbeddedDatabase databases_;
     ServiceErp erps_;
-    control::Process process_{{{.clock = machine_,
-                                .locale = machine_,
-                                .timeZone = machine_,
-                                .messageBox = machine_,
-                                .xml = machine_,
-                                .files = machine_,
-                                .programFolder = directory_},
-                               databases_,
-                               erps_,
-                               machine_,
-                               std::cerr}};
+    control::Process process_{
+        {{.clock = machine_,
+          .locale = machine_,
+          .timeZone = machine_,
+          .messageBox = machine_,
+          .makeXmlDocument = []() -> std::unique_ptr<XmlDocument> { throw std::runtime_error("no catalog"); },
+          .files = machine_,
+          .programFolder = directory_},
+         databases_,
+         erps_,
+         machine_,
+         std::cerr}};
 
 public:
     const std::filesystem::path file = directory_ / "local.db";

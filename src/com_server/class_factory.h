@@ -15,10 +15,11 @@ using platform::windows::ComRef;
 using platform::windows::Counted;
 using platform::windows::Guarded;
 
-// Counts on the thread that created it and ends that thread's message loop when nothing is left.
+// Counts, as an object counts its references, on the thread that created it, and ends that thread's message
+// loop when nothing is left.
 class ServerLifetime {
 public:
-    void Hold() { CoAddRefServerProcess(); }
+    void AddRef() { CoAddRefServerProcess(); }
     void Release() {
         // At zero COM also turns new clients away, so that none gets a server that is about to leave.
         if (CoReleaseServerProcess() == 0) PostThreadMessageW(thread_, WM_QUIT, 0, 0);
@@ -26,18 +27,6 @@ public:
 
 private:
     DWORD thread_ = GetCurrentThreadId();
-};
-
-// Holds the process for as long as it lives.
-class ServerHold {
-public:
-    explicit ServerHold(ServerLifetime& lifetime) : lifetime_(lifetime) { lifetime_.Hold(); }
-    ~ServerHold() { lifetime_.Release(); }
-    ServerHold(const ServerHold&) = delete;
-    ServerHold& operator=(const ServerHold&) = delete;
-
-private:
-    ServerLifetime& lifetime_;
 };
 
 // Creates the objects of one public class.
@@ -56,7 +45,7 @@ public:
         return FAILED(called) ? called : created;
     }
     HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {
-        lock ? lifetime_.Hold() : lifetime_.Release();
+        lock ? lifetime_.AddRef() : lifetime_.Release();
         return S_OK;
     }
 

@@ -14,7 +14,7 @@ class ComClass : public Counted<Interface, ISupportErrorInfo, IProvideClassInfo2
 
 public:
     ComClass(ServerLifetime& lifetime, const TypeLibrary& library, REFCLSID classId, REFIID eventsId)
-        : hold_(lifetime),
+        : lifetime_(ComRef<ServerLifetime>::Share(&lifetime)),
           interfaceInfo_(library.InfoOf(__uuidof(Interface))),
           classInfo_(library.InfoOf(classId)),
           eventsId_(eventsId) {}
@@ -79,7 +79,7 @@ protected:
     }
 
 private:
-    ServerHold hold_;
+    ComRef<ServerLifetime> lifetime_;  // the process lives as long as the object
     ComRef<ITypeInfo> interfaceInfo_;
     ComRef<ITypeInfo> classInfo_;
     IID eventsId_;  // IID_NULL: no events

@@ -38,7 +38,7 @@ struct Process : Ports {
     explicit Process(const Ports& ports) : Ports(ports) {}
 
     Settings settings;
-    runtime::MessageCatalog messages{machine.xml, machine.programFolder};
+    runtime::MessageCatalog messages{machine.makeXmlDocument, machine.programFolder};
     runtime::EventLog eventLog{machine};
     runtime::RunLog runLog{machine, messages, diagnostics};
     runtime::DatabaseSession database{machine, databases};

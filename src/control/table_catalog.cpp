@@ -2,8 +2,8 @@
 
 #include "platform/conversions.h"
 #include "platform/error.h"
+#include "platform/text.h"
 #include "runtime/sql_literals.h"
-#include "runtime/trim.h"
 
 namespace iqrx::control {
 
@@ -26,9 +26,9 @@ void TableCatalog::LoadTableCatalog(platform::DatabaseProvider& provider, const 
     connection->Open(connectionString);
     runtime::DialectOf(databasePlatform).beginSession(*connection, database);
     auto rows = connection->CreateRecordset();
-    rows->Open(
-        kCatalog(runtime::UnescapedName(kProductIdentifier), runtime::UnescapedName(runtime::Trim(treeGroup))),
-        platform::CursorType::ForwardOnly, platform::LockType::ReadOnly);
+    rows->Open(kCatalog(runtime::UnescapedName(kProductIdentifier),
+                        runtime::UnescapedName(platform::Trim(treeGroup, " "))),
+               platform::CursorType::ForwardOnly, platform::LockType::ReadOnly);
     if (rows->Eof())
         throw platform::RuntimeError(kCatalogEmpty, "iQrx Data Copy - Start",
                                      "tstables or tstreenodes table is empty .. Cannot Proceed");
@@ -39,8 +39,8 @@ void TableCatalog::LoadTableCatalog(platform::DatabaseProvider& provider, const 
             platform::RaiseRuntimeError(platform::kSubscriptOutOfRange,
                                         "tableid " + std::to_string(id) + " in tstables");
         entries_[static_cast<std::size_t>(id)] = {
-            std::string(runtime::Trim(TextOf(rows->Field("ERPTableID")))),
-            std::string(runtime::Trim(TextOf(rows->Field("TableName")))), TextOf(rows->Field("Text"))};
+            std::string(platform::Trim(TextOf(rows->Field("ERPTableID")), " ")),
+            std::string(platform::Trim(TextOf(rows->Field("TableName")), " ")), TextOf(rows->Field("Text"))};
     }
     rows.reset();
     connection->Close();

@@ -6,7 +6,7 @@
 #include "engine/conversions.h"
 #include "platform/fixed_list.h"
 #include "platform/statement.h"
-#include "runtime/sql_template.h"
+#include "runtime/sql.h"
 
 namespace iqrx::engine {
 

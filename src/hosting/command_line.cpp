@@ -4,7 +4,7 @@
 #include "platform/conversions.h"
 #include "platform/error.h"
 #include "platform/printable.h"
-#include "runtime/trim.h"
+#include "platform/text.h"
 
 namespace iqrx::hosting {
 
@@ -65,7 +65,9 @@ const std::string& CommandLine::At(ArgumentIndex index) const {
     return arguments_[index];
 }
 
-std::string CommandLine::Trimmed(ArgumentIndex index) const { return std::string(runtime::Trim(At(index))); }
+std::string CommandLine::Trimmed(ArgumentIndex index) const {
+    return std::string(platform::Trim(At(index), " "));
+}
 
 void CommandLine::Validate(runtime::MessageCatalog& messages) const {
     if (Count() < kFewestArguments)

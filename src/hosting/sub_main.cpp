@@ -17,6 +17,18 @@ void StartEventLog(control::Process& process, const std::string& logDirectory) {
 
 }  // namespace
 
+std::string VersionLine(std::string_view program) { return std::string(program) + " " IQRX_VERSION; }
+
+std::optional<std::string> AnswerAboutItself(std::span<const std::string> words) {
+    if (words.size() != 2 || (words[1] != "--version" && words[1] != "--help")) return std::nullopt;
+    std::string answer = VersionLine("iQRXyQRXSync") + "\n";
+    if (words[1] == "--help")
+        answer +=
+            "iQRXyQRXSync 'CONNECTION{}DATABASE{}TABLEID{}METHOD{}LOGDIR{}RUNPARAMETER"
+            "{}STATUSKEY{}CALENDAR{}PLATFORM{}INSTANCE{}GROUP{}EXTRA'\n";
+    return answer;
+}
+
 ExitCode ExitCodeOf(const std::string& cause, control::Outcome outcome) {
     if (!cause.empty()) return kFailed;
     if (outcome == control::Outcome::AlreadyInProgress) return kTableInUse;

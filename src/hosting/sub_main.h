@@ -1,12 +1,20 @@
 // A command-line start.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "control/cls_data_copy.h"
 
 namespace iqrx::hosting {
+
+// What a program says to --version: its name and the version, which the build says in one place.
+std::string VersionLine(std::string_view program);
+
+// What the service says to `--version` or `--help`; nothing for any other command line, its program's name included.
+std::optional<std::string> AnswerAboutItself(std::span<const std::string> words);
 
 // The request of a start: the words after the program's name, joined by one blank each.
 std::string RequestText(std::span<const std::string> words);

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "platform/error.h"
+#include "platform/number.h"
 
 namespace iqrx::platform {
 
@@ -119,6 +120,17 @@ std::string ConnectionString::Text() const {
         text += ';';
     }
     return text;
+}
+
+std::optional<int> WholeNumber(std::string_view value, int least, int most) {
+    const auto number = NumberFrom<int>(value);
+    return number && *number >= least && *number <= most ? number : std::nullopt;
+}
+
+int RowsPerTrip(std::string_view value) {
+    if (const auto rows = WholeNumber(value, 1, 10000)) return *rows;
+    RaiseRuntimeError(kInvalidProcedureCall,
+                      "the value of Rows per Trip is not a whole number from 1 to 10000");
 }
 
 namespace {

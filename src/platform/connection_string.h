@@ -38,6 +38,13 @@ private:
     std::vector<Pair> pairs_;
 };
 
+// A value as a whole number from `least` to `most`; nothing when it is none.
+std::optional<int> WholeNumber(std::string_view value, int least, int most);
+
+// The value of Rows per Trip, which every adapter that has it reads in the same way: from 1 to 10000. Raises
+// RuntimeError when it is none.
+int RowsPerTrip(std::string_view value);
+
 // The text, a connection string or the arguments of a command line, with *** in the place of its passwords.
 // It need not be one that can be read: where the end of a password is in doubt, nothing after it is shown.
 std::string Masked(std::string_view text);

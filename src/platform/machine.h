@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -45,11 +46,7 @@ public:
     virtual std::optional<std::string> SelectSingleNodeText(const std::string& path) = 0;
 };
 
-class XmlDocumentFactory {
-public:
-    virtual ~XmlDocumentFactory() = default;
-    virtual std::unique_ptr<XmlDocument> CreateDocument() = 0;
-};
+using MakeXmlDocument = std::function<std::unique_ptr<XmlDocument>()>;
 
 // A text file of short lines that end in CR LF. Members raise RuntimeError; the destructor closes.
 class TextStream {
@@ -83,7 +80,7 @@ struct Machine {
     Locale& locale;
     TimeZone& timeZone;
     MessageDisplay& messageBox;
-    XmlDocumentFactory& xml;
+    MakeXmlDocument makeXmlDocument;
     TextFiles& files;
     std::filesystem::path programFolder;
     char pathSeparator = '/';

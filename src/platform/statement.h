@@ -8,6 +8,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/literal.h"
 
@@ -69,6 +70,22 @@ private:
     std::span<const Literal> values_;
     mutable std::string rendered_;
     mutable std::string_view text_;
+};
+
+// A statement that outlives the call in which it was given. Many are kept while they are on their way, and
+// few of them are needed again: the values are packed.
+class KeptStatement {
+public:
+    KeptStatement() = default;
+    explicit KeptStatement(const Statement& statement);
+
+    // From this, and from the room that the values were unpacked to.
+    Statement Borrowed(std::vector<Literal>& room) const;
+
+private:
+    Shape shape_;
+    std::string text_;  // of a statement without a shape; else the table's name
+    std::string values_;
 };
 
 }  // namespace iqrx::platform

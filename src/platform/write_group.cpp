@@ -84,7 +84,6 @@ bool WriteGroup::IsDue() const {
 
 void WriteGroup::Commit() {
     if (!open_) return;
-    const auto begun = begun_;
     open_ = false;
     try {
         commit_();
@@ -92,7 +91,8 @@ void WriteGroup::Commit() {
         Lose(CurrentError());
         throw WritesLost(*lost_);
     }
-    Ended(begun);
+    ended_ = Clock::now();
+    notBefore_ = ended_ + std::chrono::duration_cast<Clock::duration>((ended_ - begun_) * limits_.pause);
 }
 
 void WriteGroup::Settle() {
@@ -116,11 +116,6 @@ void WriteGroup::Lose(const RuntimeError& cause) {
     if (lost_) return;  // the first loss is the cause of those that follow
     lost_.emplace(cause.number, cause.source,
                   cause.description + "; writes that were reported done before are lost with it");
-}
-
-void WriteGroup::Ended(Clock::time_point begun) {
-    ended_ = Clock::now();
-    notBefore_ = ended_ + std::chrono::duration_cast<Clock::duration>((ended_ - begun) * limits_.pause);
 }
 
 void WriteGroup::RunTimer() {

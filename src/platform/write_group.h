@@ -65,7 +65,6 @@ private:
     std::chrono::milliseconds QuietTimeLeft() const;
     std::chrono::milliseconds IntoCycle() const;
     bool IsDue() const;
-    void Ended(Clock::time_point begun);
     void Lose(const RuntimeError& cause);
     void RunTimer();
     void CommitIdleGroup();

@@ -63,7 +63,7 @@ std::string HoursText(int minutes) {
 
 void CheckTexts(const Site& site) {
     const fs::path file = site.process.machine.programFolder / "I18nText.xml";
-    const auto document = site.process.machine.xml.CreateDocument();
+    const auto document = site.process.machine.makeXmlDocument();
     if (!document->Load(file))
         return site.findings.Wrong(
             "texts", platform::Shown(file) + " is missing or no XML: logs show labels in place of texts");

@@ -5,7 +5,6 @@
 #include <iostream>
 
 #include "platform/text.h"
-#include "runtime/trim.h"
 
 namespace iqrx::qrxctl {
 
@@ -16,7 +15,7 @@ std::string Ask(std::ostream& talk, const std::string& question) {
     std::string answer;
     std::getline(std::cin, answer);
     if (answer.ends_with('\r')) answer.pop_back();
-    return std::string(runtime::Trim(answer));
+    return std::string(platform::Trim(answer, " "));
 }
 
 bool AskYesOrNo(std::ostream& talk, const std::string& question) {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <iostream>
 
-#include "hosting/version.h"
+#include "hosting/sub_main.h"
 #include "platform/error.h"
 #include "platform/printable.h"
 #include "qrxctl/arguments.h"

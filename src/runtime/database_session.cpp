@@ -1,7 +1,7 @@
 #include "runtime/database_session.h"
 
 #include "platform/error.h"
-#include "runtime/trim.h"
+#include "platform/text.h"
 
 namespace iqrx::runtime {
 
@@ -45,7 +45,7 @@ std::unique_ptr<platform::Recordset> DatabaseSession::OpenRecordset(const platfo
 
 void DatabaseSession::UpdateStatistics(std::string_view table) {
     try {
-        Execute(kStatistics.On(Trim(table)));
+        Execute(kStatistics.On(platform::Trim(table, " ")));
     } catch (const std::exception&) {
         // See the header.
     }

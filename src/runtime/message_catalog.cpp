@@ -5,7 +5,7 @@ namespace iqrx::runtime {
 std::string MessageCatalog::GetI18nText(std::string_view label) {
     try {
         if (!loaded_) {
-            auto document = xml_.CreateDocument();
+            auto document = makeDocument_();
             if (document->Load(file_)) loaded_ = std::move(document);
         }
         const std::string path = "I18NTEXT/" + std::string(label);

@@ -12,8 +12,8 @@ namespace iqrx::runtime {
 
 class MessageCatalog {
 public:
-    MessageCatalog(platform::XmlDocumentFactory& xml, const std::filesystem::path& programFolder)
-        : xml_(xml), file_(programFolder / "I18nText.xml") {}
+    MessageCatalog(platform::MakeXmlDocument makeDocument, const std::filesystem::path& programFolder)
+        : makeDocument_(std::move(makeDocument)), file_(programFolder / "I18nText.xml") {}
 
     // The text of a label such as "SLBL0504". The label itself when the catalog cannot be loaded or has no
     // such text; a load that failed is tried again by the next call, so that a file put right is found
@@ -23,7 +23,7 @@ public:
     std::string GetI18nText(std::string_view label, std::initializer_list<std::string_view> values);
 
 private:
-    platform::XmlDocumentFactory& xml_;
+    platform::MakeXmlDocument makeDocument_;
     std::filesystem::path file_;
     std::unique_ptr<platform::XmlDocument> loaded_;
 };

@@ -24,10 +24,9 @@ public:
     explicit FakeHost(platform::Host& real) : real_(real) {}
 
     platform::ProcessIdentity Self() const override { return self; }
-    int UtcOffsetMinutes() const override { return 60; }
     platform::Date LocalTime(std::chrono::system_clock::time_point moment) const override {
         const auto utc = std::chrono::floor<std::chrono::seconds>(moment.time_since_epoch()).count();
-        return {utc + UtcOffsetMinutes() * 60};
+        return {utc + 3600};
     }
     std::chrono::seconds Uptime() const override { return uptime; }
     std::string Boot() const override { return boot; }

@@ -1,4 +1,4 @@
-#include "platform/exclusive_section.h"
+#include "platform/database_failure.h"
 
 #include <gtest/gtest.h>
 

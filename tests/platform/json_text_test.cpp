@@ -1,4 +1,4 @@
-#include "platform/json_text.h"
+#include "platform/printable.h"
 
 #include <gtest/gtest.h>
 

@@ -10,7 +10,7 @@ namespace {
 TEST(MessageCatalog, AnswersALabelsText) {
     FakeXml xml;
     xml.texts = {{"SLBL0504", "Started"}};
-    runtime::MessageCatalog catalog(xml, "/program");
+    runtime::MessageCatalog catalog(std::ref(xml), "/program");
     EXPECT_EQ(catalog.GetI18nText("SLBL0504"), "Started");
     EXPECT_EQ(catalog.GetI18nText("STIT0010"), "STIT0010") << "a label that the file does not have";
     EXPECT_EQ(xml.loadCount, 1) << "a load that succeeded is kept";
@@ -20,7 +20,7 @@ TEST(MessageCatalog, AnswersTheLabelWhileTheFileCannotBeLoadedAndTriesAgainEachT
     FakeXml xml;
     xml.texts = {{"SLBL0504", "Started"}};
     xml.loads = false;
-    runtime::MessageCatalog catalog(xml, "/program");
+    runtime::MessageCatalog catalog(std::ref(xml), "/program");
     EXPECT_EQ(catalog.GetI18nText("SLBL0504"), "SLBL0504");
     EXPECT_EQ(catalog.GetI18nText("SLBL0504"), "SLBL0504");
     EXPECT_EQ(xml.loadCount, 2);
@@ -29,11 +29,9 @@ TEST(MessageCatalog, AnswersTheLabelWhileTheFileCannotBeLoadedAndTriesAgainEachT
 }
 
 TEST(MessageCatalog, AnswersTheLabelWhenThereIsNoXmlComponent) {
-    struct : platform::XmlDocumentFactory {
-        std::unique_ptr<platform::XmlDocument> CreateDocument() override {
-            platform::RaiseRuntimeError(platform::kCannotCreateObject);
-        }
-    } none;
+    const auto none = []() -> std::unique_ptr<platform::XmlDocument> {
+        platform::RaiseRuntimeError(platform::kCannotCreateObject);
+    };
     EXPECT_EQ(runtime::MessageCatalog(none, "/program").GetI18nText("SLBL0009"), "SLBL0009");
 }
 

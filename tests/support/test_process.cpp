@@ -99,9 +99,7 @@ std::vector<std::string> GoldenLines(const std::string& name) {
 
 platform::Date At(std::string_view isoDateTime) { return platform::ParseIsoDate(isoDateTime).value(); }
 
-std::unique_ptr<platform::XmlDocument> FakeXml::CreateDocument() {
-    return std::make_unique<FakeDocument>(*this);
-}
+std::unique_ptr<platform::XmlDocument> FakeXml::operator()() { return std::make_unique<FakeDocument>(*this); }
 
 std::unique_ptr<platform::TextStream> PlainTextFiles::CreateTextFile(const std::filesystem::path& file) {
     return std::make_unique<PlainTextStream>(file, std::ios::out | std::ios::trunc);
@@ -135,7 +133,7 @@ TestProcess::TestProcess(platform::DatabaseProvider& databases, erp::ErpProvider
                 .locale = locale,
                 .timeZone = timeZone,
                 .messageBox = messageBox,
-                .xml = xml,
+                .makeXmlDocument = std::ref(xml),
                 .files = files,
                 .programFolder = directory.path,
                 .pathSeparator = static_cast<char>(std::filesystem::path::preferred_separator)},

@@ -50,11 +50,11 @@ struct FakeMessageBox : platform::MessageDisplay {
 };
 
 // A catalog file whose texts the test gives; `loads` says whether loading succeeds.
-struct FakeXml : platform::XmlDocumentFactory {
+struct FakeXml {
     bool loads = true;
     int loadCount = 0;
     std::map<std::string, std::string> texts;
-    std::unique_ptr<platform::XmlDocument> CreateDocument() override;
+    std::unique_ptr<platform::XmlDocument> operator()();
 };
 
 // Text files that are real ones.

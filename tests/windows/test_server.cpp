@@ -22,7 +22,7 @@
 #include "platform/connection_string.h"
 #include "platform/date.h"
 #include "platform/ini_file.h"
-#include "platform/json_text.h"
+#include "platform/printable.h"
 #include "platform/windows/com_error.h"
 #include "platform/windows/com_object.h"
 #include "platform/windows/machine.h"

@@ -7,7 +7,6 @@
 #include "platform/windows/apartment.h"
 #include "platform/windows/com_object.h"
 #include "platform/windows/machine.h"
-#include "platform/windows/stop_events.h"
 #include "platform/windows/text.h"
 
 namespace iqrx::hosting {

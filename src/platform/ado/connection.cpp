@@ -1,7 +1,7 @@
 #include "platform/ado/connection.h"
 
 #include "platform/ado/recordset.h"
-#include "platform/exclusive_section.h"
+#include "platform/database_failure.h"
 #include "platform/text.h"
 
 namespace iqrx::platform::ado {

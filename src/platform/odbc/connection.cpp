@@ -1,7 +1,7 @@
 #include "platform/odbc/connection.h"
 
+#include "platform/database_failure.h"
 #include "platform/dialect/change.h"
-#include "platform/exclusive_section.h"
 #include "platform/odbc/odbc_database.h"
 #include "platform/odbc/settings.h"
 #include "platform/text.h"

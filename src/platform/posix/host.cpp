@@ -60,17 +60,6 @@ bool IsNamed(const Descriptor& file, const std::filesystem::path& name) {
     return open.st_dev == named.st_dev && open.st_ino == named.st_ino;
 }
 
-void WriteAll(const Descriptor& file, std::string_view text, const std::filesystem::path& name) {
-    off_t place = 0;
-    while (!text.empty()) {
-        const ssize_t written = pwrite(file.Number(), text.data(), text.size(), place);
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0) RaiseLastError(name);
-        text.remove_prefix(static_cast<std::size_t>(written));
-        place += written;
-    }
-}
-
 class LockedFile final : public HeldFile {
 public:
     LockedFile(Descriptor descriptor, std::filesystem::path name, bool isNew)
@@ -79,8 +68,9 @@ public:
     bool IsNew() const override { return isNew_; }
 
     void Write(std::string_view text) override {
-        WriteAll(descriptor_, text, name_);
-        if (ftruncate(descriptor_.Number(), static_cast<off_t>(text.size())) != 0) RaiseLastError(name_);
+        if (lseek(descriptor_.Number(), 0, SEEK_SET) != 0 || !descriptor_.Write(text) ||
+            ftruncate(descriptor_.Number(), static_cast<off_t>(text.size())) != 0)
+            RaiseLastError(name_);
     }
 
     void Remove() noexcept override {
@@ -140,12 +130,6 @@ std::string Terminal() {
     return {};
 }
 
-std::tm Local(std::time_t moment) {
-    std::tm local{};
-    localtime_r(&moment, &local);
-    return local;
-}
-
 class PosixHost final : public Host {
 public:
     ProcessIdentity Self() const override {
@@ -154,13 +138,11 @@ public:
         return {getpid(), UserName(), name.data(), Terminal()};
     }
 
-    int UtcOffsetMinutes() const override {
-        return static_cast<int>(Local(std::time(nullptr)).tm_gmtoff / 60);
-    }
-
     Date LocalTime(std::chrono::system_clock::time_point moment) const override {
-        const auto seconds = std::chrono::floor<std::chrono::seconds>(moment.time_since_epoch()).count();
-        return {seconds + Local(seconds).tm_gmtoff};
+        const std::time_t seconds = std::chrono::floor<std::chrono::seconds>(moment.time_since_epoch()).count();
+        std::tm local{};
+        localtime_r(&seconds, &local);
+        return {seconds + local.tm_gmtoff};
     }
 
     std::chrono::seconds Uptime() const override {
@@ -215,8 +197,7 @@ public:
         try {
             constexpr mode_t kPermissions = 0777;
             if (exists && fchmod(created.Number(), before.st_mode & kPermissions) != 0) RaiseLastError(file);
-            WriteAll(created, text, file);
-            if (fdatasync(created.Number()) != 0) RaiseLastError(file);
+            if (!created.Write(text) || fdatasync(created.Number()) != 0) RaiseLastError(file);
             if (rename(fresh.c_str(), file.c_str()) != 0) RaiseLastError(file);
         } catch (const RuntimeError&) {
             unlink(fresh.c_str());

@@ -10,8 +10,8 @@
 
 #include "platform/date.h"
 #include "platform/error.h"
-#include "platform/json_text.h"
 #include "platform/posix/descriptor.h"
+#include "platform/printable.h"
 
 namespace iqrx::platform::posix {
 

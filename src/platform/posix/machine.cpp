@@ -7,7 +7,9 @@
 #include <cstdio>
 #include <ctime>
 
+#include "platform/connection_string.h"
 #include "platform/date.h"
+#include "platform/printable.h"
 
 namespace iqrx::platform::posix {
 
@@ -79,12 +81,7 @@ private:
 // Nobody sits before a service's screen: the text goes to standard error, in one line.
 class ErrorLine : public MessageDisplay {
 public:
-    void Show(const std::string& text) override {
-        std::string line = text;
-        std::erase(line, '\r');
-        std::ranges::replace(line, '\n', ' ');
-        std::fprintf(stderr, "%s\n", line.c_str());
-    }
+    void Show(const std::string& text) override { std::fprintf(stderr, "%s\n", OneLine(text).c_str()); }
 };
 
 struct Parts {
@@ -92,13 +89,12 @@ struct Parts {
     UserLocale locale;
     StandardTimeZone timeZone;
     ErrorLine messageBox;
-    const std::unique_ptr<XmlDocumentFactory> xml = CreateXmlDocuments();
     const std::unique_ptr<TextFiles> files = CreateTextFiles();
     const Machine ports{.clock = clock,
                         .locale = locale,
                         .timeZone = timeZone,
                         .messageBox = messageBox,
-                        .xml = *xml,
+                        .makeXmlDocument = CreateXmlDocument,
                         .files = *files,
                         .programFolder = ProgramFile().parent_path()};
 };
@@ -111,5 +107,17 @@ std::shared_ptr<const Machine> CreateMachine() {
 }
 
 std::filesystem::path ProgramFile() { return std::filesystem::read_symlink("/proc/self/exe"); }
+
+std::vector<std::string> TakeArguments(int argc, char** argv) {
+    std::vector<std::string> words(argv, argv + argc);
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        std::string shown = Masked(words[i]);
+        if (shown == words[i]) continue;
+        // The list shows the word's own bytes, of which there are no more and no fewer: what is left over is blank.
+        shown.resize(words[i].size(), ' ');
+        std::ranges::copy(shown, argv[i]);
+    }
+    return words;
+}
 
 }  // namespace iqrx::platform::posix

@@ -1,10 +1,11 @@
 // What a POSIX machine supplies. Nothing process-wide is changed but by who listens for signals.
 #pragma once
 
+#include <vector>
+
 #include "platform/host.h"
 #include "platform/machine.h"
 #include "platform/object.h"
-#include "platform/stop_request.h"
 
 namespace iqrx::platform::posix {
 
@@ -13,9 +14,13 @@ std::shared_ptr<const Machine> CreateMachine();
 
 // The machine's parts that have a file of their own.
 std::unique_ptr<TextFiles> CreateTextFiles();
-std::unique_ptr<XmlDocumentFactory> CreateXmlDocuments();
+std::unique_ptr<XmlDocument> CreateXmlDocument();
 
 std::filesystem::path ProgramFile();
+
+// The words that a process was started with; afterwards everybody who lists the machine's processes reads ***
+// in the place of their passwords. Until then they read them.
+std::vector<std::string> TakeArguments(int argc, char** argv);
 
 // Files are held by flock(2): it belongs to an open file and not to a process, so that two threads exclude
 // each other as two processes do, and flock(1) and lslocks(8) show who holds a sheet. A question whether a

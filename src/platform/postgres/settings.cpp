@@ -5,7 +5,6 @@
 #include <limits>
 
 #include "platform/connection_string.h"
-#include "platform/connection_value.h"
 #include "platform/error.h"
 
 namespace iqrx::platform::postgres {

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "platform/answers.h"
-#include "platform/kept_statement.h"
 #include "platform/postgres/session.h"
 #include "platform/postgres/upserts.h"
+#include "platform/statement.h"
 
 namespace iqrx::platform::postgres {
 

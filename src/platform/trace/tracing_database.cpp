@@ -6,7 +6,7 @@
 #include "platform/database_wrapper.h"
 #include "platform/date.h"
 #include "platform/error.h"
-#include "platform/json_text.h"
+#include "platform/printable.h"
 
 namespace iqrx::platform::trace {
 

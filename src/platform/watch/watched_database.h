@@ -9,7 +9,7 @@
 #include <string>
 
 #include "platform/database.h"
-#include "platform/stop_request.h"
+#include "platform/host.h"
 #include "platform/watch/removal_limit.h"
 #include "platform/watch/removed_rows.h"
 #include "platform/watch/row_counts.h"

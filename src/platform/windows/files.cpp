@@ -87,14 +87,10 @@ private:
     ObjectRef document_;
 };
 
-class MsxmlDocumentFactory final : public XmlDocumentFactory {
-    std::unique_ptr<XmlDocument> CreateDocument() override { return std::make_unique<MsxmlDocument>(); }
-};
-
 }  // namespace
 
 std::unique_ptr<TextFiles> CreateTextFiles() { return std::make_unique<ScriptingTextFiles>(); }
 
-std::unique_ptr<XmlDocumentFactory> CreateXmlDocuments() { return std::make_unique<MsxmlDocumentFactory>(); }
+std::unique_ptr<XmlDocument> CreateXmlDocument() { return std::make_unique<MsxmlDocument>(); }
 
 }  // namespace iqrx::platform::windows

@@ -99,10 +99,6 @@ std::optional<bool> IsTaken(const std::filesystem::path& file) {
     return std::nullopt;
 }
 
-std::int64_t UnixSeconds(std::chrono::system_clock::time_point moment) {
-    return std::chrono::floor<std::chrono::seconds>(moment.time_since_epoch()).count();
-}
-
 class WindowsHost final : public Host {
 public:
     ProcessIdentity Self() const override {
@@ -115,19 +111,16 @@ public:
                 Utf8(session ? session : L"")};
     }
 
-    int UtcOffsetMinutes() const override {
-        const auto now = std::chrono::system_clock::now();
-        return static_cast<int>((LocalTime(now).secondsSince1970 - UnixSeconds(now)) / 60);
-    }
-
     Date LocalTime(std::chrono::system_clock::time_point moment) const override {
         constexpr std::int64_t kTicks = 10'000'000, kSecondsFrom1601 = 11'644'473'600;
-        const std::int64_t ticks = (UnixSeconds(moment) + kSecondsFrom1601) * kTicks;
+        const std::int64_t seconds =
+            std::chrono::floor<std::chrono::seconds>(moment.time_since_epoch()).count();
+        const std::int64_t ticks = (seconds + kSecondsFrom1601) * kTicks;
         const FILETIME time{static_cast<DWORD>(ticks & 0xFFFFFFFF), static_cast<DWORD>(ticks >> 32)};
         SYSTEMTIME utc{}, local{};
         if (FileTimeToSystemTime(&time, &utc) == 0 ||
             SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local) == 0)
-            return {UnixSeconds(moment)};
+            return {seconds};
         return FromCivil({local.wYear, local.wMonth, local.wDay, local.wHour, local.wMinute, local.wSecond});
     }
 

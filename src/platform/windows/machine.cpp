@@ -19,15 +19,11 @@ public:
 };
 
 SYSTEMTIME SystemTime(Date moment) {
-    const CivilTime civil = ToCivil(moment);
-    SYSTEMTIME time{};
-    time.wYear = static_cast<WORD>(civil.year);
-    time.wMonth = static_cast<WORD>(civil.month);
-    time.wDay = static_cast<WORD>(civil.day);
-    time.wHour = static_cast<WORD>(civil.hour);
-    time.wMinute = static_cast<WORD>(civil.minute);
-    time.wSecond = static_cast<WORD>(civil.second);
-    return time;
+    constexpr WORD kUnusedWeekday = 0, kMilliseconds = 0;
+    const auto [year, month, day, hour, minute, second] = ToCivil(moment);
+    const auto word = [](int number) { return static_cast<WORD>(number); };
+    return {word(year), word(month),  kUnusedWeekday, word(day),
+            word(hour), word(minute), word(second),   kMilliseconds};
 }
 
 class UserLocale : public Locale {
@@ -89,13 +85,12 @@ struct Parts {
     LocalClock clock = {};
     UserLocale locale = {};
     StandardTimeZone timeZone = {};
-    const std::unique_ptr<XmlDocumentFactory> xml = CreateXmlDocuments();
     const std::unique_ptr<TextFiles> files = CreateTextFiles();
     const Machine ports{.clock = clock,
                         .locale = locale,
                         .timeZone = timeZone,
                         .messageBox = messageBox,
-                        .xml = *xml,
+                        .makeXmlDocument = CreateXmlDocument,
                         .files = *files,
                         .programFolder = ProgramFile().parent_path(),
                         .pathSeparator = '\\',

@@ -1,9 +1,9 @@
-#include "platform/windows/stop_events.h"
-
 #include <windows.h>
 
 #include <algorithm>
 #include <array>
+
+#include "platform/windows/machine.h"
 
 namespace iqrx::platform::windows {
 

@@ -1,4 +1,4 @@
-#include "platform/posix/arguments.h"
+#include "platform/posix/machine.h"
 #include "qrxctl/tool.h"
 
 int main(int argc, char** argv) {

@@ -2,9 +2,8 @@
 
 #include "composition/composition.h"
 #include "hosting/sub_main.h"
-#include "hosting/version.h"
 #include "platform/error.h"
-#include "platform/posix/arguments.h"
+#include "platform/posix/machine.h"
 
 int main(int argc, char** argv) {
     using namespace iqrx::hosting;

@@ -4,7 +4,6 @@
 #include "com_server/server.h"
 #include "composition/composition.h"
 #include "hosting/sub_main.h"
-#include "hosting/version.h"
 #include "platform/error.h"
 #include "platform/text.h"
 #include "platform/windows/apartment.h"

@@ -1,4 +1,4 @@
-#include "platform/posix/arguments.h"
+#include "platform/posix/machine.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

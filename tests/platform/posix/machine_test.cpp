@@ -121,7 +121,7 @@ TEST_F(PosixPorts, FindTextsOfAnXmlDocument) {
                             "  <SLBL0009> Copy of %1 &amp; %2 \xC3\xA4 </SLBL0009>\n  <SLBL0010/>\n"
                             "  <SLBL0009>again</SLBL0009>\n  <STIT0010><![CDATA[a < b]]></STIT0010>\n"
                             "</I18NTEXT>\n");
-    const auto document = machine.xml.CreateDocument();
+    const auto document = machine.makeXmlDocument();
     ASSERT_TRUE(document->Load(file));
     EXPECT_EQ(document->SelectSingleNodeText("I18NTEXT/SLBL0009"), "Copy of %1 & %2 \xC3\xA4");
     EXPECT_EQ(document->SelectSingleNodeText("I18NTEXT/SLBL0010"), "");
@@ -130,7 +130,7 @@ TEST_F(PosixPorts, FindTextsOfAnXmlDocument) {
 }
 
 TEST_F(PosixPorts, DoNotLoadAMissingOrMalformedDocument) {
-    const auto document = machine.xml.CreateDocument();
+    const auto document = machine.makeXmlDocument();
     EXPECT_FALSE(document->Load(directory / "missing.xml"));
     for (const char* text : {"", "no xml", "<I18NTEXT><SLBL0009>text</I18NTEXT>", "<I18NTEXT>", "<a/><b/>"}) {
         EXPECT_FALSE(document->Load(Write("bad.xml", text))) << text;

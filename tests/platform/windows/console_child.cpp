@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "platform/windows/stop_events.h"
+#include "platform/windows/machine.h"
 
 namespace {
 

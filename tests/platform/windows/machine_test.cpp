@@ -57,16 +57,16 @@ TEST_F(WindowsMachineTest, PathsAndDefaultsAreThoseOfTheSystem) {
 
 TEST_F(WindowsMachineTest, ReadsTheTextOfANode) {
     Fill("<I18NTEXT><SLBL0504>Gestartet: Z\xC3\xBCrich</SLBL0504></I18NTEXT>");
-    const auto document = ports.xml.CreateDocument();
+    const auto document = ports.makeXmlDocument();
     ASSERT_TRUE(document->Load(file));
     EXPECT_EQ(document->SelectSingleNodeText("I18NTEXT/SLBL0504"), "Gestartet: Z\xC3\xBCrich");
     EXPECT_EQ(document->SelectSingleNodeText("I18NTEXT/SLBL9999"), std::nullopt);
 }
 
 TEST_F(WindowsMachineTest, ADocumentThatIsMissingOrBrokenDoesNotLoad) {
-    EXPECT_FALSE(ports.xml.CreateDocument()->Load(file));
+    EXPECT_FALSE(ports.makeXmlDocument()->Load(file));
     Fill("<I18NTEXT>");
-    EXPECT_FALSE(ports.xml.CreateDocument()->Load(file));
+    EXPECT_FALSE(ports.makeXmlDocument()->Load(file));
 }
 
 TEST_F(WindowsMachineTest, WritesAndReadsLines) {

@@ -1,5 +1,5 @@
 // What console events come to: one by one, and in a process that is sent them.
-#include "platform/windows/stop_events.h"
+#include "platform/windows/machine.h"
 
 #include <gmock/gmock.h>
 #include <windows.h>
