@@ -6,12 +6,21 @@
 #include <functional>
 #include <string>
 
-#include "engine/routines.h"
+#include "control/copy_run.h"
 #include "engine/table.h"
+#include "platform/object.h"
 
 namespace iqrx::engine {
 
+using control::CopyRun;
+using control::Routine;  // a table's entry routine, which looks at the method; its full copy; its incremental copy
+using control::TableCall;
+using platform::Integer;
+using platform::Object;
 using platform::ObjectRef;
+
+// Writes one record or audit element.
+using UpsertRoutine = void(const TableCall& call, Object& record);
 
 // Calls the copy that the method asks for, if any.
 void ChooseCopy(const TableCall& call, Routine* full, Routine* incremental);

@@ -3,7 +3,7 @@
 // say so. All raise RuntimeError after they have logged the failure.
 #pragma once
 
-#include "engine/routines.h"
+#include "engine/copy_pattern.h"
 
 namespace iqrx::tables {
 

@@ -4,7 +4,7 @@
 // logged the failure.
 #pragma once
 
-#include "engine/routines.h"
+#include "engine/copy_pattern.h"
 
 namespace iqrx::tables {
 
