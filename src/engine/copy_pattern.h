@@ -80,8 +80,5 @@ void Sweep(const TableCall& call);
 void CountAllAsInserted(CopyRun& run);
 // The next window begins at `startTime`; what was inserted and updated is logged.
 void StampAndLogFullCopy(const TableCall& call, const Literal& startTime);
-// Runs a copy routine's body under its handler; the handler closes the manager that is held, if there is one.
-void WithFailureReport(const TableCall& call, const Table& table, std::string_view failureLabel,
-                       HeldObjects& held, const std::function<void()>& body);
 
 }  // namespace iqrx::engine
