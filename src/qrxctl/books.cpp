@@ -6,6 +6,7 @@
 
 #include "journal/timestamp.h"
 #include "platform/text.h"
+#include "qrxctl/lines.h"
 
 namespace iqrx::qrxctl {
 
@@ -28,6 +29,14 @@ std::string Described(const journal::SheetText& holder) {
     std::string who = holder.program;
     if (!holder.by.user.empty()) who += (who.empty() ? "" : ", ") + holder.by.user;
     return who.empty() ? text : text + " (" + who + ")";
+}
+
+std::string DamageLine(const std::string& historyFile, const journal::Damage& damage) {
+    const bool isOne = damage.lines == 1;
+    const bool hasMore = damage.lines > static_cast<std::int64_t>(damage.places.size());
+    return Fact("note", "history",
+                fmt::format("{} of {} cannot be read: {} {}{}", Counted(damage.lines, "line"), historyFile,
+                            isOne ? "line" : "lines", fmt::join(damage.places, ", "), hasMore ? " ..." : ""));
 }
 
 std::string Now(hosting::Composition& parts) {

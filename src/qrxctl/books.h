@@ -21,6 +21,9 @@ struct Books {
 // "pid 17552 (qrxctl copy --all --full, anna)"; of a damaged sheet what can be read of it.
 std::string Described(const journal::SheetText& holder);
 
+// A note of a history in which lines cannot be read.
+std::string DamageLine(const std::string& historyFile, const journal::Damage& damage);
+
 // "2026-11-21T10:40:32+01:00" of the machine's clock.
 std::string Now(hosting::Composition& parts);
 

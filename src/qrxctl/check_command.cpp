@@ -1,8 +1,7 @@
-#include "qrxctl/check_command.h"
-
 #include <ostream>
 
 #include "qrxctl/checks.h"
+#include "qrxctl/command.h"
 
 namespace iqrx::qrxctl {
 

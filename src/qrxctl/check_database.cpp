@@ -11,7 +11,6 @@
 #include "qrxctl/checks.h"
 #include "qrxctl/lines.h"
 #include "qrxctl/locked_table.h"
-#include "qrxctl/next_step.h"
 #include "qrxctl/reading.h"
 #include "qrxctl/schema_script.h"
 #include "qrxctl/table_choice.h"

@@ -12,7 +12,6 @@
 #include "qrxctl/checks.h"
 #include "qrxctl/labels.h"
 #include "qrxctl/lines.h"
-#include "qrxctl/next_step.h"
 
 namespace iqrx::qrxctl {
 

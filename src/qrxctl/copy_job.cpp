@@ -12,7 +12,6 @@
 #include "platform/printable.h"
 #include "qrxctl/lines.h"
 #include "qrxctl/look.h"
-#include "qrxctl/next_step.h"
 #include "runtime/sql.h"
 
 namespace iqrx::qrxctl {

@@ -1,5 +1,3 @@
-#include "qrxctl/history_command.h"
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <ostream>
@@ -10,7 +8,7 @@
 #include "platform/error.h"
 #include "platform/text.h"
 #include "qrxctl/books.h"
-#include "qrxctl/damage.h"
+#include "qrxctl/command.h"
 #include "qrxctl/history_output.h"
 #include "qrxctl/history_prune.h"
 #include "qrxctl/lines.h"

@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "platform/text.h"
-#include "qrxctl/next_step.h"
 #include "qrxctl/terminal.h"
 
 namespace iqrx::qrxctl {

@@ -28,6 +28,10 @@ std::string Fact(std::string_view word, std::string_view subject, std::string_vi
 // one in the shell's way.
 std::string NextStep(std::string_view command);
 
+// What to do about an error: a command, or a few words; empty where the error itself says all there is to
+// say. The table is the one that was copied; empty: none.
+std::string StepAfter(std::string_view error, std::string_view table = {});
+
 // Something that went wrong by the way, with what to do about it where that is known.
 std::string NoteOf(std::string_view subject, std::string_view problem);
 

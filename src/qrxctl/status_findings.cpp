@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "qrxctl/books.h"
-#include "qrxctl/damage.h"
 #include "qrxctl/lines.h"
 #include "qrxctl/locked_table.h"
 #include "qrxctl/moments.h"

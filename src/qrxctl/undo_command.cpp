@@ -1,9 +1,6 @@
-#include "qrxctl/undo_command.h"
-#include "qrxctl/table_choice.h"
-
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <ostream>
@@ -13,9 +10,11 @@
 #include "platform/error.h"
 #include "platform/printable.h"
 #include "qrxctl/books.h"
+#include "qrxctl/command.h"
 #include "qrxctl/lines.h"
 #include "qrxctl/removed_rows.h"
 #include "qrxctl/schema_script.h"
+#include "qrxctl/table_choice.h"
 
 namespace iqrx::qrxctl {
 

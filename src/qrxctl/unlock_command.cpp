@@ -1,16 +1,17 @@
-#include "qrxctl/unlock_command.h"
-#include "qrxctl/table_choice.h"
-
 #include <fmt/format.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
-
+#include <iostream>
 #include <nlohmann/json.hpp>
-#include <ostream>
 
+#include "platform/text.h"
 #include "qrxctl/books.h"
+#include "qrxctl/command.h"
 #include "qrxctl/lines.h"
 #include "qrxctl/locked_table.h"
-#include "qrxctl/question.h"
+#include "qrxctl/table_choice.h"
+#include "runtime/trim.h"
 
 namespace iqrx::qrxctl {
 
@@ -30,6 +31,23 @@ struct UnlockOptions {
 std::string Detail(std::string_view word, std::string_view text) {
     constexpr std::size_t kWidth = 10;
     return fmt::format("{:<{}}{}\n", word, kWidth, Wrapped(text, kWidth));
+}
+
+// Whether somebody reads the question and can type the answer.
+bool CanAsk() { return isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0; }
+
+// The line that is typed, without the blanks around it; empty at the end of the input.
+std::string Ask(std::ostream& talk, const std::string& question) {
+    talk << question << ' ' << std::flush;
+    std::string answer;
+    std::getline(std::cin, answer);
+    if (answer.ends_with('\r')) answer.pop_back();
+    return std::string(runtime::Trim(answer));
+}
+
+bool AskYesOrNo(std::ostream& talk, const std::string& question) {
+    const std::string answer = Ask(talk, question + " [y/N]");
+    return platform::EqualIgnoringCase(answer, "y") || platform::EqualIgnoringCase(answer, "yes");
 }
 
 // One command's work on one table after the other.
