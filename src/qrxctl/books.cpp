@@ -24,6 +24,18 @@ Books::Books(hosting::Composition& parts, const Options& options, journal::Use u
                 journal::DatabaseIdOf(options.connection, options.database,
                                       PlatformNumber(options) == runtime::kOracle)) {}
 
+control::Ports PlainPorts(hosting::Composition& parts, std::ostream& diagnostics) {
+    control::Ports ports = parts.Ports(diagnostics);
+    ports.databases = parts.PlainDatabases();
+    return ports;
+}
+
+Workbench::Workbench(const Workplace& workplace, journal::Use use)
+    : place(workplace),
+      parts(place.surroundings),
+      process(PlainPorts(parts, place.talk)),
+      books(parts, place.options, use) {}
+
 std::string Described(const journal::SheetText& holder) {
     std::string text = holder.by.pid > 0 ? fmt::format("pid {}", holder.by.pid) : "a process";
     std::string who = holder.program;
@@ -39,8 +51,10 @@ std::string DamageLine(const std::string& historyFile, const journal::Damage& da
                             isOne ? "line" : "lines", fmt::join(damage.places, ", "), hasMore ? " ..." : ""));
 }
 
-std::string Now(hosting::Composition& parts) {
-    return journal::Rfc3339({parts.Machine().clock.Now(), parts.Host().UtcOffsetMinutes()});
+journal::Timestamp Moment(hosting::Composition& parts) {
+    return {parts.Machine().clock.Now(), parts.Host().UtcOffsetMinutes()};
 }
+
+std::string Now(hosting::Composition& parts) { return journal::Rfc3339(Moment(parts)); }
 
 }  // namespace iqrx::qrxctl

@@ -51,7 +51,7 @@ public:
 
     ExitCode Run(const Workplace& place) override {
         hosting::Composition parts(place.surroundings);
-        const journal::Timestamp now{parts.Machine().clock.Now(), parts.Host().UtcOffsetMinutes()};
+        const journal::Timestamp now = Moment(parts);
         if (!prune_.empty()) return PruneOld(parts, place, now);
         Books books(parts, place.options, journal::Use::Reading);
         if (!words_.empty() && IsRunId(words_.front())) return ShowRun(parts, books, place);

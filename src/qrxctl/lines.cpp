@@ -87,6 +87,11 @@ std::string Fact(std::string_view word, std::string_view subject, std::string_vi
     return head + Wrapped(text, head.size()) + '\n';
 }
 
+std::string Detail(std::string_view word, std::string_view text) {
+    constexpr std::size_t kWidth = 10;
+    return fmt::format("{:<{}}{}\n", word, kWidth, text.empty() ? "-" : Wrapped(text, kWidth));
+}
+
 std::string NextStep(std::string_view command) {
     constexpr std::string_view kArrow = "-> ";
     std::string lines = std::string(kWordWidth, ' ').append(kArrow);
