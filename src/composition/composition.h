@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "composition/system.h"
-#include "control/run_witness.h"
 
 namespace iqrx::hosting {
 

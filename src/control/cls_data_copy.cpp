@@ -11,8 +11,9 @@ namespace iqrx::control {
 
 namespace {
 
-bool IsCalendarRun(platform::Integer tableId) {
-    return tableId == kCalendarOfOne || tableId == kCalendarOfEmployee;
+platform::Integer CatalogIdOf(const CopyRequest& request) {
+    const bool isCalendarRun = request.tableId == kCalendarOfOne || request.tableId == kCalendarOfEmployee;
+    return isCalendarRun ? kCalendarTable : request.tableId;
 }
 
 }  // namespace
@@ -22,7 +23,7 @@ std::string FailedMessage(runtime::MessageCatalog& messages, const std::string& 
 }
 
 std::string TableOf(const TableCatalog& catalog, const CopyRequest& request) {
-    const platform::Integer id = IsCalendarRun(request.tableId) ? kCalendarTable : request.tableId;
+    const platform::Integer id = CatalogIdOf(request);
     return TableCatalog::HasRoomFor(id) ? catalog.GetTableName(id) : std::string();
 }
 
@@ -45,8 +46,7 @@ void clsDataCopy::RunRequest(const CopyRequest& request) {
     const platform::Integer platform = platform::ToInteger(request.databasePlatform);
     NameRunLog(request);
     process_.database.OpenDatabase(request.connectionString, request.localDatabase, platform);
-    const Result result = CopyTable(request);
-    RaiseOutcome(result, request.tableId);
+    RaiseOutcome(CopyTable(request), request.tableId);
     const platform::Value filter = process_.controlTables.GetTVKFilter();
     if (platform::ToDouble(filter) == 1 && request.statusKey) calendars_.expandListedCalendars(run_);
     process_.database.Commit();
@@ -61,25 +61,24 @@ void clsDataCopy::NameRunLog(const CopyRequest& request) {
                                    platform::CompactDate(process_.machine.clock.Now()) + ".log");
 }
 
-clsDataCopy::Result clsDataCopy::CopyTable(const CopyRequest& request) {
+Outcome clsDataCopy::CopyTable(const CopyRequest& request) {
     run_.counters = {};
     isUnknownTable_ = false;
-    const std::string tableName =
-        process_.catalog.GetTableName(IsCalendarRun(request.tableId) ? kCalendarTable : request.tableId);
+    const std::string tableName = process_.catalog.GetTableName(CatalogIdOf(request));
     try {
         process_.runLog.KeepErrors(process_.database.LastErrors());
-        if (!process_.controlTables.TakeTable(tableName)) return kInUse;
+        if (!process_.controlTables.TakeTable(tableName)) return Outcome::AlreadyInProgress;
         CopyLocked(tableName, request);
     } catch (...) {
         LogCurrentError();
         SettleAfterFailure();
         FreeTable(tableName);
-        return kFailed;
+        return Outcome::Error;
     }
     FreeTable(tableName);
     // Not before: a box may stand on the screen for as long as nobody closes it.
     if (isUnknownTable_) process_.machine.messageBox.Show(process_.messages.GetI18nText("SLBL0302"));
-    return kDone;
+    return Outcome::Complete;
 }
 
 // What was reported done before the failure is kept, or its loss told; the lock goes in either case.
@@ -126,13 +125,10 @@ void clsDataCopy::Dispatch(const std::string& tableName, const CopyRequest& requ
         isUnknownTable_ = true;
 }
 
-void clsDataCopy::RaiseOutcome(Result result, platform::Integer tableId) {
-    if (result == kFailed) return RaiseError(tableId);
-    if (result == kInUse) {
-        outcome_ = Outcome::AlreadyInProgress;
-        return events_.DataCopyAlreadyInProgress(Time(), tableId);
-    }
-    outcome_ = Outcome::Complete;
+void clsDataCopy::RaiseOutcome(Outcome outcome, platform::Integer tableId) {
+    if (outcome == Outcome::Error) return RaiseError(tableId);
+    outcome_ = outcome;
+    if (outcome == Outcome::AlreadyInProgress) return events_.DataCopyAlreadyInProgress(Time(), tableId);
     const Counters& counters = run_.counters;
     events_.DataCopyComplete(Time(), tableId, counters.inserted, counters.updated, counters.deleted);
 }

@@ -66,16 +66,14 @@ public:
     CopyRun& Run() { return run_; }
 
 private:
-    enum Result : platform::Integer { kFailed = -1, kDone = 0, kInUse = 1 };
-
     void RunRequest(const CopyRequest& request);
     void NameRunLog(const CopyRequest& request);
-    Result CopyTable(const CopyRequest& request);
+    Outcome CopyTable(const CopyRequest& request);
     void CopyLocked(const std::string& tableName, const CopyRequest& request);
     void Dispatch(const std::string& tableName, const CopyRequest& request);
     void SettleAfterFailure();
     void FreeTable(const std::string& tableName);
-    void RaiseOutcome(Result result, platform::Integer tableId);
+    void RaiseOutcome(Outcome outcome, platform::Integer tableId);
     void RaiseError(platform::Integer tableId);
     bool Logged(const std::function<void()>& work);
     void LogCurrentError();

@@ -1,11 +1,13 @@
 // One run of one table: what every table routine is handed.
 #pragma once
 
+#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "control/process.h"
+#include "platform/error.h"
 
 namespace iqrx::control {
 
@@ -17,7 +19,11 @@ struct Counters {
 };
 
 // Raises "overflow" past the largest 32-bit number.
-void Add(platform::Long& counter, platform::Long amount);
+inline void Add(platform::Long& counter, platform::Long amount) {
+    if (amount > 0 && counter > std::numeric_limits<platform::Long>::max() - amount)
+        platform::RaiseRuntimeError(platform::kOverflow);
+    counter += amount;
+}
 
 // Counts rows as the database answers.
 class UpsertCounts final : public platform::Answers {
@@ -45,7 +51,10 @@ struct CopyRun {
     runtime::DatabaseSession& Database() { return process.database; }
     const runtime::SqlLiterals& Literals() { return process.database.Literals(); }
     // The ERP that the run parameter names; opened at its first use, kept for the run.
-    erp::Erp& Erp(const std::string& runParameter);
+    erp::Erp& Erp(const std::string& runParameter) {
+        if (!erp_) erp_ = process.erps.Open(runParameter, notice_);
+        return *erp_;
+    }
 
     Process& process;
     Counters counters;

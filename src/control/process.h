@@ -7,7 +7,6 @@
 #include <string>
 
 #include "control/control_tables.h"
-#include "control/run_witness.h"
 #include "control/table_catalog.h"
 #include "erp/erp.h"
 #include "runtime/event_log.h"
@@ -22,6 +21,20 @@ struct Settings {
     platform::Integer currentInstanceNumber = 0;
     std::string treeGroup;
     bool allTables = false;  // while a request for all tables is handled
+};
+
+struct CopyRequest;
+enum class Outcome;
+
+// Who is told of the requests of a process, besides their caller. Members raise nothing: a copy does not
+// suffer from being written down.
+class RunWitness {
+public:
+    virtual ~RunWitness() = default;
+    // `table` is the local table's name; empty for a request that names none. Every begin is followed by an end.
+    virtual void RunBegins(const CopyRequest& request, const std::string& table) = 0;
+    // `cause` is the error that the run met first; empty while there was none.
+    virtual void RunEnded(Outcome outcome, const std::string& cause) = 0;
 };
 
 // What the copy is made with. All is borrowed.

@@ -17,54 +17,44 @@ namespace {
 constexpr runtime::Sql<0> kMark = "UPDATE {table} SET upd_flag = 1 ";
 constexpr runtime::Sql<0> kSweep = "DELETE FROM {table} WHERE upd_flag = 1";
 
-struct AuditObjects {
-    ObjectRef criteria, period;
-    std::vector<ObjectRef> parameters;
-    ObjectRef reader, status;
-};
-
 // What an incremental copy holds of the ERP; it closes none of it.
 struct Trail {
     Value manager, record;
-    AuditObjects audit;
+    ObjectRef criteria, period;
+    std::vector<ObjectRef> parameters;
+    ObjectRef reader, status;
     Value element, original;
 };
 
-AuditObjects CreateAuditObjects(erp::Erp& erp, std::size_t keys) {
-    AuditObjects audit;
-    audit.criteria = erp.CreateObject("com.orva.erp.audit.AuditCriteria");
-    audit.period = erp.CreateObject("com.orva.erp.audit.Period");
+void CreateAuditObjects(erp::Erp& erp, std::size_t keys, Trail& trail) {
+    trail.criteria = erp.CreateObject("com.orva.erp.audit.AuditCriteria");
+    trail.period = erp.CreateObject("com.orva.erp.audit.Period");
     for (std::size_t i = 0; i < keys; ++i)
-        audit.parameters.push_back(erp.CreateObject("com.orva.erp.audit.Parameter"));
-    audit.reader = erp.CreateObject("com.orva.erp.audit.AuditReader");
-    audit.status = erp.CreateObject("com.orva.erp.audit.RecordStatus");
-    return audit;
+        trail.parameters.push_back(erp.CreateObject("com.orva.erp.audit.Parameter"));
+    trail.reader = erp.CreateObject("com.orva.erp.audit.AuditReader");
+    trail.status = erp.CreateObject("com.orva.erp.audit.RecordStatus");
 }
 
 std::string UpperBound(const KeyBounds& range) {
     return range.width > 0 ? runtime::MaxKeyString(range.width) : std::string(range.to);
 }
 
-void SetCriteria(const AuditObjects& audit, const TableDef& def, platform::Date from, platform::Date to) {
-    Call(*audit.period, "setFrom", from);
-    Call(*audit.period, "setTo", to);
-    Call(*audit.criteria, "setPeriod", audit.period);
+void SetCriteria(const Trail& trail, const TableDef& def, platform::Date from, platform::Date to) {
+    Call(*trail.period, "setFrom", from);
+    Call(*trail.period, "setTo", to);
+    Call(*trail.criteria, "setPeriod", trail.period);
     for (std::size_t i = 0; i < def.auditKeys.size(); ++i) {
         const AuditKey& key = def.auditKeys[i];
-        Call(*audit.parameters[i], "setFieldName", std::string(key.field));
-        Call(*audit.parameters[i], "setFrom", std::string(key.range.from));
-        Call(*audit.parameters[i], "setTo", UpperBound(key.range));
+        Call(*trail.parameters[i], "setFieldName", std::string(key.field));
+        Call(*trail.parameters[i], "setFrom", std::string(key.range.from));
+        Call(*trail.parameters[i], "setTo", UpperBound(key.range));
     }
-    for (const ObjectRef& parameter : audit.parameters) Call(*audit.criteria, "addParameter", parameter);
+    for (const ObjectRef& parameter : trail.parameters) Call(*trail.criteria, "addParameter", parameter);
     for (const std::string_view field : def.outputFields)
-        Call(*audit.criteria, "addOutputField", std::string(field));
+        Call(*trail.criteria, "addOutputField", std::string(field));
 }
 
 bool IsTrue(const Value& answer) { return !answer.Is<platform::Null>() && platform::ToBoolean(answer); }
-
-bool Is(Object& status, std::string_view question, const ObjectRef& element) {
-    return IsTrue(Call(status, question, element));
-}
 
 // An error of its own must not hide the one that is being reported.
 void CloseAfterFailure(const ObjectRef& manager) {
@@ -77,18 +67,18 @@ void CloseAfterFailure(const ObjectRef& manager) {
 // Every change of the trail, oldest first; the elements carry the values, the original object is taken along
 // unread. A row and what the change-log says of it stand or fall together.
 void ForEachChange(runtime::DatabaseSession& database, Trail& trail, const IncrementalSteps& steps) {
-    const AuditObjects& audit = trail.audit;
     const ObjectRef manager = platform::ToObject(trail.manager);
-    while (IsTrue(Call(*audit.reader, "hasMoreElements"))) {
-        trail.element = Call(*audit.reader, "nextElement");
-        trail.original = Call(*audit.reader, "getOriginalObject", platform::ByRef{trail.element});
+    while (IsTrue(Call(*trail.reader, "hasMoreElements"))) {
+        trail.element = Call(*trail.reader, "nextElement");
+        trail.original = Call(*trail.reader, "getOriginalObject", platform::ByRef{trail.element});
         const ObjectRef element = platform::ToObject(trail.element);
-        if (Is(*audit.status, "isDeleted", element)) {
+        const auto is = [&](std::string_view change) { return IsTrue(Call(*trail.status, change, element)); };
+        if (is("isDeleted")) {
             database.RunAsUnit([&] { steps.deleted({*element, *manager, false}); });
             continue;
         }
-        const bool isUpdated = Is(*audit.status, "isUpdated", element);
-        const bool isInserted = Is(*audit.status, "isInserted", element);
+        const bool isUpdated = is("isUpdated");
+        const bool isInserted = is("isInserted");
         if (isUpdated || isInserted)
             database.RunAsUnit([&] { steps.changed({*element, *manager, isUpdated}); });
     }
@@ -98,13 +88,13 @@ void ReadAuditTrail(const TableCall& call, const Table& table, Trail& trail, con
     control::Process& process = call.run.process;
     trail.manager = CreateManager(call, table);
     trail.record = call.run.Erp(call.runParameter).CreateRecord(table.Layout());
-    trail.audit = CreateAuditObjects(call.run.Erp(call.runParameter), table.def.auditKeys.size());
+    CreateAuditObjects(call.run.Erp(call.runParameter), table.def.auditKeys.size(), trail);
     Call(*platform::ToObject(trail.manager), "SetRunParameter", call.runParameter);
     const platform::Date from = process.controlTables.GetTableLastUpdate(call.tableName);
     const platform::Date to = process.machine.clock.Now();
-    SetCriteria(trail.audit, table.def, from, to);
-    Value criteria = trail.audit.criteria;
-    Call(*trail.audit.reader, "Initialize", platform::ByRef{trail.manager}, platform::ByRef{trail.record},
+    SetCriteria(trail, table.def, from, to);
+    Value criteria = trail.criteria;
+    Call(*trail.reader, "Initialize", platform::ByRef{trail.manager}, platform::ByRef{trail.record},
          platform::ByRef{criteria});
     steps.beforeLoop();
     ForEachChange(process.database, trail, steps);
@@ -122,6 +112,25 @@ platform::RuntimeError FirstError(runtime::DatabaseSession& database, const plat
         return error;
     } catch (...) {
         return platform::CurrentError();
+    }
+}
+
+// Runs a copy routine's body under its handler; the handler closes the manager that is held, if there is one.
+void WithFailureReport(const TableCall& call, const Table& table, std::string_view failureLabel,
+                       HeldObjects& held, const std::function<void()>& body) {
+    try {
+        body();
+    } catch (...) {
+        control::Process& process = call.run.process;
+        const platform::RuntimeError error = FirstError(process.database, platform::CurrentError());
+        process.runLog.LogError("", error);
+        CloseAfterFailure(held.manager);
+        held.LetGo();
+        runtime::MessageCatalog& messages = process.messages;
+        const std::string text = runtime::FillFirst(messages.GetI18nText(failureLabel), "%1",
+                                                    messages.GetI18nText(table.def.titleLabel));
+        throw platform::RuntimeError(error.number, error.source,
+                                     control::FailedMessage(messages, messages.GetI18nText("STIT0095"), text));
     }
 }
 
@@ -182,24 +191,6 @@ void StampAndLogFullCopy(const TableCall& call, const Literal& startTime) {
     call.run.Database().AwaitAnswers();
     const control::Counters& counters = call.run.counters;
     call.run.process.runLog.LogTableCounts(call.tableName, counters.inserted, counters.updated, 0);
-}
-
-void WithFailureReport(const TableCall& call, const Table& table, std::string_view failureLabel,
-                       HeldObjects& held, const std::function<void()>& body) {
-    try {
-        body();
-    } catch (...) {
-        control::Process& process = call.run.process;
-        const platform::RuntimeError error = FirstError(process.database, platform::CurrentError());
-        process.runLog.LogError("", error);
-        CloseAfterFailure(held.manager);
-        held.LetGo();
-        runtime::MessageCatalog& messages = process.messages;
-        const std::string text = runtime::FillFirst(messages.GetI18nText(failureLabel), "%1",
-                                                    messages.GetI18nText(table.def.titleLabel));
-        throw platform::RuntimeError(error.number, error.source,
-                                     control::FailedMessage(messages, messages.GetI18nText("STIT0095"), text));
-    }
 }
 
 void FullCopy(const TableCall& call, const Table& table,

@@ -6,12 +6,21 @@
 #include <functional>
 #include <string>
 
-#include "engine/routines.h"
+#include "control/copy_run.h"
 #include "engine/table.h"
+#include "platform/object.h"
 
 namespace iqrx::engine {
 
+using control::CopyRun;
+using control::Routine;  // a table's entry routine, which looks at the method; its full copy; its incremental copy
+using control::TableCall;
+using platform::Integer;
+using platform::Object;
 using platform::ObjectRef;
+
+// Writes one record or audit element.
+using UpsertRoutine = void(const TableCall& call, Object& record);
 
 // Calls the copy that the method asks for, if any.
 void ChooseCopy(const TableCall& call, Routine* full, Routine* incremental);
@@ -71,8 +80,5 @@ void Sweep(const TableCall& call);
 void CountAllAsInserted(CopyRun& run);
 // The next window begins at `startTime`; what was inserted and updated is logged.
 void StampAndLogFullCopy(const TableCall& call, const Literal& startTime);
-// Runs a copy routine's body under its handler; the handler closes the manager that is held, if there is one.
-void WithFailureReport(const TableCall& call, const Table& table, std::string_view failureLabel,
-                       HeldObjects& held, const std::function<void()>& body);
 
 }  // namespace iqrx::engine

@@ -1,9 +1,8 @@
 #include "hosting/dispatch.h"
 
 #include "tables/calendars/calendars.h"
-#include "tables/configuration/configuration.h"
-#include "tables/master/master_data.h"
 #include "tables/orders/orders.h"
+#include "tables/routines.h"
 
 namespace iqrx::hosting {
 

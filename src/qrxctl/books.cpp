@@ -6,6 +6,7 @@
 
 #include "journal/timestamp.h"
 #include "platform/text.h"
+#include "qrxctl/lines.h"
 
 namespace iqrx::qrxctl {
 
@@ -23,6 +24,18 @@ Books::Books(hosting::Composition& parts, const Options& options, journal::Use u
                 journal::DatabaseIdOf(options.connection, options.database,
                                       PlatformNumber(options) == runtime::kOracle)) {}
 
+control::Ports PlainPorts(hosting::Composition& parts, std::ostream& diagnostics) {
+    control::Ports ports = parts.Ports(diagnostics);
+    ports.databases = parts.PlainDatabases();
+    return ports;
+}
+
+Workbench::Workbench(const Workplace& workplace, journal::Use use)
+    : place(workplace),
+      parts(place.surroundings),
+      process(PlainPorts(parts, place.talk)),
+      books(parts, place.options, use) {}
+
 std::string Described(const journal::SheetText& holder) {
     std::string text = holder.by.pid > 0 ? fmt::format("pid {}", holder.by.pid) : "a process";
     std::string who = holder.program;
@@ -30,8 +43,18 @@ std::string Described(const journal::SheetText& holder) {
     return who.empty() ? text : text + " (" + who + ")";
 }
 
-std::string Now(hosting::Composition& parts) {
-    return journal::Rfc3339({parts.Machine().clock.Now(), parts.Host().UtcOffsetMinutes()});
+std::string DamageLine(const std::string& historyFile, const journal::Damage& damage) {
+    const bool isOne = damage.lines == 1;
+    const bool hasMore = damage.lines > static_cast<std::int64_t>(damage.places.size());
+    return Fact("note", "history",
+                fmt::format("{} of {} cannot be read: {} {}{}", Counted(damage.lines, "line"), historyFile,
+                            isOne ? "line" : "lines", fmt::join(damage.places, ", "), hasMore ? " ..." : ""));
 }
+
+journal::Timestamp Moment(hosting::Composition& parts) {
+    return {parts.Machine().clock.Now(), parts.Host().UtcOffsetMinutes()};
+}
+
+std::string Now(hosting::Composition& parts) { return journal::Rfc3339(Moment(parts)); }
 
 }  // namespace iqrx::qrxctl

@@ -1,8 +1,7 @@
-#include "qrxctl/check_command.h"
-
 #include <ostream>
 
 #include "qrxctl/checks.h"
+#include "qrxctl/command.h"
 
 namespace iqrx::qrxctl {
 
@@ -14,20 +13,16 @@ public:
     void Check(const Options& options) const override { RequireConnection(options); }
 
     ExitCode Run(const Workplace& place) override {
-        hosting::Composition parts(place.surroundings);
-        control::Ports ports = parts.Ports(place.talk);
-        ports.databases = parts.PlainDatabases();
-        control::Process process(ports);
-        Books books(parts, place.options, journal::Use::Reading);
-        Findings findings;
-        LookAtAll({place.options, parts, process, books, findings});
-        process.database.CloseDatabase();
+        Site site(place);
+        LookAtAll(site);
+        site.process.database.CloseDatabase();
+        const Findings& findings = site.findings;
         place.out << (place.options.json ? findings.Json() + '\n' : findings.Text(place.options.quiet));
         return findings.Count(CheckedItem::Grade::Wrong) > 0 ? kFailed : kAllWell;
     }
 
 private:
-    static void LookAtAll(const Site& site) {
+    static void LookAtAll(Site& site) {
         const bool hasCatalog = CheckDatabase(site) && CheckTables(site) && CheckCatalog(site);
         if (hasCatalog) CheckFilters(site);
         CheckTexts(site);

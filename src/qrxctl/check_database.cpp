@@ -11,7 +11,6 @@
 #include "qrxctl/checks.h"
 #include "qrxctl/lines.h"
 #include "qrxctl/locked_table.h"
-#include "qrxctl/next_step.h"
 #include "qrxctl/reading.h"
 #include "qrxctl/schema_script.h"
 #include "qrxctl/table_choice.h"
@@ -38,7 +37,6 @@ constexpr Sql<0> kOracleColumns =
     "SELECT TABLE_NAME, COLUMN_NAME, DATA_TYPE FROM ALL_TAB_COLUMNS"
     " WHERE OWNER = SYS_CONTEXT('USERENV', 'CURRENT_SCHEMA')";
 constexpr Sql<1> kFilter = "SELECT FilterFlag FROM tstables WHERE tablename = {table name}";
-constexpr Sql<0> kRows = "SELECT count(*) FROM {table}";
 
 struct RolledBack {};
 
@@ -56,7 +54,7 @@ bool MayWrite(runtime::DatabaseSession& database) {
 }
 
 // Of an embedded database its file; of a server nothing that might be secret.
-std::string PlaceOf(const Site& site) {
+std::string PlaceOf(Site& site) {
     if (!IsEmbedded(site.options)) {
         const std::string& name = site.process.database.CurrentDatabase();
         return name.empty() ? "on its server" : platform::Printable(name) + " on its server";
@@ -149,13 +147,13 @@ std::string KindsOf(const std::vector<TableText>& tables) {
 std::string ErrorText() { return platform::OneLine(platform::CurrentError().description); }
 
 // The error being handled, as what is wrong with a part.
-void WrongBy(const Site& site, const char* subject) {
+void WrongBy(Site& site, const char* subject) {
     const std::string error = ErrorText();
     site.findings.Wrong(subject, error, StepAfter(error));
 }
 
 // Nothing of the text is said of a flag that lets statuses through.
-std::string WhatIsWrongWithFilter(const Site& site, const engine::TableDef& def) {
+std::string WhatIsWrongWithFilter(Site& site, const engine::TableDef& def) {
     runtime::DatabaseSession& database = site.process.database;
     const std::string table(def.name);
     auto rows = database.OpenRecordset(kFilter(platform::Literal::Text(table)));
@@ -163,14 +161,13 @@ std::string WhatIsWrongWithFilter(const Site& site, const engine::TableDef& def)
     const platform::Value flag = rows->Field(0);
     if (flag.Is<platform::Null>()) return table + ".FilterFlag is NULL: every full copy of it fails";
     if (def.statusField.empty() || !tables::StatusRanges(platform::ToInteger(flag)).empty()) return {};
-    const auto count = platform::ToLong(database.OpenRecordset(kRows.On(table))->Field(0));
     return fmt::format("{}.FilterFlag is {}: a full copy would remove all {} rows", table,
-                       platform::ToInteger(flag), Grouped(count));
+                       platform::ToInteger(flag), Grouped(NumberFrom(database, kRowCount.On(table))));
 }
 
 }  // namespace
 
-bool CheckDatabase(const Site& site) {
+bool CheckDatabase(Site& site) {
     const Options& options = site.options;
     try {
         site.process.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
@@ -193,7 +190,7 @@ bool CheckDatabase(const Site& site) {
     return true;
 }
 
-bool CheckTables(const Site& site) {
+bool CheckTables(Site& site) {
     Findings& findings = site.findings;
     const std::int64_t before = findings.Count(CheckedItem::Grade::Wrong);
     try {
@@ -214,7 +211,7 @@ bool CheckTables(const Site& site) {
     return true;
 }
 
-bool CheckCatalog(const Site& site) {
+bool CheckCatalog(Site& site) {
     try {
         PrepareProcess(site.process, site.options);
         const auto tables = TablesOf(site.process.catalog);
@@ -228,7 +225,7 @@ bool CheckCatalog(const Site& site) {
     }
 }
 
-void CheckFilters(const Site& site) {
+void CheckFilters(Site& site) {
     constexpr const char* kStep = "127 copies every status; see docs/local-database.md";
     std::int64_t wrong = 0;
     const std::vector<std::string> catalog = TablesOf(site.process.catalog);
@@ -248,8 +245,8 @@ void CheckFilters(const Site& site) {
     if (wrong == 0) site.findings.Ok("filter", "orders and activities pass by their status");
 }
 
-void CheckLocks(const Site& site) {
-    const journal::Timestamp now{site.process.machine.clock.Now(), site.parts.Host().UtcOffsetMinutes()};
+void CheckLocks(Site& site) {
+    const journal::Timestamp now = Moment(site.parts);
     std::int64_t copied = 0, left = 0;
     for (const std::string& table : TablesOf(site.process.catalog)) try {
             if (!site.process.controlTables.IsTableInUse(table)) continue;

@@ -125,7 +125,7 @@ std::string EndOfTrailText(const std::optional<platform::Date>& end, platform::D
     return "; the trail ends " + (platform::DaysBetween(*end, now) == 0 ? "today" : Minute(*end));
 }
 
-void TellOfMoment(const Site& site, const fs::path& directory, const Files& files) {
+void TellOfMoment(Site& site, const fs::path& directory, const Files& files) {
     const journal::ExportMoment moment = journal::ExportMomentOf(directory, files.Names(), site.parts.Host());
     if (!moment.problem.empty()) site.findings.Note("extract", moment.problem);
     if (!moment.at) return;
@@ -140,7 +140,7 @@ void TellOfMoment(const Site& site, const fs::path& directory, const Files& file
         site.findings.Ok("extract", text);
 }
 
-void CheckFiles(const Site& site, const fs::path& directory) {
+void CheckFiles(Site& site, const fs::path& directory) {
     const erp::Notice ignored = [](const std::string&) {};
     const std::unique_ptr<erp::Erp> erp = site.process.erps.Open(site.options.erp, ignored);
     Files files(*erp, directory);
@@ -164,7 +164,7 @@ void CheckFiles(const Site& site, const fs::path& directory) {
 
 }  // namespace
 
-void CheckExtract(const Site& site) {
+void CheckExtract(Site& site) {
     const std::string& erp = site.options.erp;
     if (erp.empty())
         return site.findings.Note("extract", "no ERP is named", "name it with --erp extract=DIRECTORY");

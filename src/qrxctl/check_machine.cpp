@@ -12,7 +12,6 @@
 #include "qrxctl/checks.h"
 #include "qrxctl/labels.h"
 #include "qrxctl/lines.h"
-#include "qrxctl/next_step.h"
 
 namespace iqrx::qrxctl {
 
@@ -61,7 +60,7 @@ std::string HoursText(int minutes) {
 
 }  // namespace
 
-void CheckTexts(const Site& site) {
+void CheckTexts(Site& site) {
     const fs::path file = site.process.machine.programFolder / "I18nText.xml";
     const auto document = site.process.machine.makeXmlDocument();
     if (!document->Load(file))
@@ -77,7 +76,7 @@ void CheckTexts(const Site& site) {
         site.findings.Wrong("texts", "I18nText.xml lacks " + missing);
 }
 
-void CheckLogs(const Site& site) {
+void CheckLogs(Site& site) {
     constexpr std::int64_t kMany = 1000;
     const std::string& name = site.options.logDirectory;
     const fs::path directory = platform::Path(name.empty() ? site.process.machine.blankDirectory : name);
@@ -93,7 +92,7 @@ void CheckLogs(const Site& site) {
         logs.count > kMany ? "qrxctl history --prune 400d" : "");
 }
 
-void CheckClock(const Site& site) {
+void CheckClock(Site& site) {
     const int east = -site.process.machine.timeZone.BiasMinutes();
     if (east == 0) return site.findings.Ok("clock", "UTC: the trail's local time is the database's");
     const std::string zone = fmt::format("UTC{:+g}", east / 60.0);
@@ -110,7 +109,7 @@ void CheckClock(const Site& site) {
                                                 zone, hours));
 }
 
-void CheckSecrets(const Site& site) {
+void CheckSecrets(Site& site) {
     const std::string& name = site.options.configFile;
     if (name.empty()) return;
     const fs::path file = platform::Path(name);
@@ -125,7 +124,7 @@ void CheckSecrets(const Site& site) {
         site.findings.Ok("secrets", platform::Shown(file) + (isOpen ? " holds no password" : ""));
 }
 
-void CheckState(const Site& site) {
+void CheckState(Site& site) {
     const std::string problem = site.books.directory.Problem();
     if (problem.empty())
         site.findings.Ok("state", platform::Shown(site.books.directory.Directory()));

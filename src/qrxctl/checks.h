@@ -6,27 +6,27 @@
 
 namespace iqrx::qrxctl {
 
-struct Site {
-    const Options& options;
-    hosting::Composition& parts;
-    control::Process& process;  // its catalog is loaded by CheckCatalog, its database opened by CheckDatabase
-    Books& books;
-    Findings& findings;
+// CheckCatalog loads the catalog, CheckDatabase opens the database.
+struct Site : Workbench {
+    explicit Site(const Workplace& workplace) : Workbench(workplace, journal::Use::Reading) {}
+
+    const Options& options = place.options;
+    Findings findings;
 };
 
 // Each is done when the one before found nothing that keeps it from looking: false when it did.
-bool CheckDatabase(const Site& site);
-bool CheckTables(const Site& site);
-bool CheckCatalog(const Site& site);
-void CheckFilters(const Site& site);
-void CheckLocks(const Site& site);
+bool CheckDatabase(Site& site);
+bool CheckTables(Site& site);
+bool CheckCatalog(Site& site);
+void CheckFilters(Site& site);
+void CheckLocks(Site& site);
 
-void CheckTexts(const Site& site);
-void CheckLogs(const Site& site);
-void CheckExtract(const Site& site);
-void CheckClock(const Site& site);
-void CheckSecrets(const Site& site);
-void CheckState(const Site& site);
+void CheckTexts(Site& site);
+void CheckLogs(Site& site);
+void CheckExtract(Site& site);
+void CheckClock(Site& site);
+void CheckSecrets(Site& site);
+void CheckState(Site& site);
 
 std::string SizeText(std::uintmax_t bytes);  // "331 MB"
 

@@ -42,12 +42,16 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// Each makes a command, and stands in the command's file.
+using MakeCommand = std::unique_ptr<Command>();
+MakeCommand MakeInit, MakeCheck, MakeCopy, MakeUndo, MakeStatus, MakeHistory, MakeUnlock, MakeSample;
+
 // A command as the overview lists it.
 struct CommandEntry {
     const char* group;
     const char* name;
     const char* summary;
-    std::unique_ptr<Command> (*make)();
+    MakeCommand* make;
 };
 std::span<const CommandEntry> Commands();  // in the overview's order
 

@@ -1,13 +1,6 @@
 #include <array>
 
-#include "qrxctl/check_command.h"
-#include "qrxctl/copy_command.h"
-#include "qrxctl/history_command.h"
-#include "qrxctl/init_command.h"
-#include "qrxctl/sample_command.h"
-#include "qrxctl/status_command.h"
-#include "qrxctl/undo_command.h"
-#include "qrxctl/unlock_command.h"
+#include "qrxctl/command.h"
 
 namespace iqrx::qrxctl {
 

@@ -1,11 +1,10 @@
-#include "qrxctl/copy_command.h"
-
 #include <algorithm>
 #include <chrono>
 #include <ostream>
 
 #include "platform/date.h"
 #include "platform/error.h"
+#include "qrxctl/command.h"
 #include "qrxctl/copy_crew.h"
 #include "qrxctl/copy_report.h"
 #include "qrxctl/lines.h"

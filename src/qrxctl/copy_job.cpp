@@ -12,17 +12,13 @@
 #include "platform/printable.h"
 #include "qrxctl/lines.h"
 #include "qrxctl/look.h"
-#include "qrxctl/next_step.h"
-#include "runtime/sql.h"
+#include "qrxctl/reading.h"
 
 namespace iqrx::qrxctl {
 
 namespace {
 
 using platform::Date;
-
-constexpr runtime::Sql<0> kRows = "SELECT count(*) FROM {table}";
-constexpr runtime::Sql<0> kUnconfirmed = "SELECT count(*) FROM {table} WHERE upd_flag = 1";
 
 // Calendars are listed as they are: there is no trail of their changes.
 bool HasTrail(const std::string& table) { return table != "tcccp030"; }
@@ -157,9 +153,9 @@ void CopyJob::Request(const std::string& table, TableResult& result) {
         result.notes.push_back("was never copied in full: it holds what changed, and nothing else; qrxctl copy " +
                                table + " --full brings the rest");
     if (result.outcome == CopyOutcome::Copied) NoteWhatWasRead(result, from ? from : before, exported, begin);
-    result.rows = CountOf(look, kRows.On(table));
+    result.rows = CountOf(look, kRowCount.On(table));
     if (full && result.outcome != CopyOutcome::Copied)
-        result.waiting = CountOf(look, kUnconfirmed.On(table)).value_or(0);
+        result.waiting = CountOf(look, kUnconfirmedCount.On(table)).value_or(0);
 }
 
 void CopyJob::Judge(TableResult& result, control::Outcome outcome) {

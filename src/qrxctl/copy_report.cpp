@@ -16,17 +16,8 @@ using Json = nlohmann::ordered_json;
 
 // A copy that the guard or a lock ended has done nothing that would last; of one that failed the rows before stand.
 bool HasCounts(const TableResult& result) {
-    switch (result.outcome) {
-        case CopyOutcome::Copied:
-        case CopyOutcome::Stopped:
-            return true;
-        case CopyOutcome::Failed:
-            return result.copied + result.removed > 0;
-        case CopyOutcome::InUse:
-        case CopyOutcome::Guarded:
-            break;
-    }
-    return false;
+    return result.outcome == CopyOutcome::Copied || result.outcome == CopyOutcome::Stopped ||
+           (result.outcome == CopyOutcome::Failed && result.copied + result.removed > 0);
 }
 
 const char* ClosingWord(CopyOutcome outcome) {
@@ -43,17 +34,6 @@ void ShowRow(const TableResult& result, std::ostream& out) {
                        Figure(known, result.removed), Figure(known, failed),
                        Figure(result.rows.has_value(), result.rows.value_or(0)), Seconds(result.seconds),
                        ClosingWord(result.outcome));
-}
-
-std::string Names(const std::vector<std::string>& tables) {
-    std::string names;
-    for (const std::string& table : tables) names += (names.empty() ? "" : " ") + table;
-    return names;
-}
-
-std::string Word(CopyOutcome outcome) {
-    constexpr const char* kWords[] = {"ok", "failed", "in use", "stopped", "stopped"};
-    return kWords[static_cast<int>(outcome)];
 }
 
 // Tables that ended in the same way for the same reason.
@@ -92,8 +72,9 @@ std::string WhatStopped(const TableResult& result) {
 void ShowTrouble(const Trouble& trouble, std::ostream& out) {
     const TableResult& first = *trouble.first;
     const auto count = static_cast<std::int64_t>(trouble.tables.size());
-    out << Fact(Word(first.outcome), count == 1 ? first.table : Counted(count, "table"), WhatStopped(first));
-    if (count > 1) out << Fact("", "", Names(trouble.tables));
+    const char* word = first.outcome == CopyOutcome::Guarded ? "stopped" : WordOf(first.outcome);
+    out << Fact(word, count == 1 ? first.table : Counted(count, "table"), WhatStopped(first));
+    if (count > 1) out << Fact("", "", fmt::format("{}", fmt::join(trouble.tables, " ")));
     if (!trouble.nextStep.empty()) out << NextStep(trouble.nextStep);
 }
 

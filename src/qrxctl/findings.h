@@ -20,7 +20,6 @@ public:
     void Note(std::string subject, std::string text, std::string step = {});
     void Wrong(std::string subject, std::string text, std::string step = {});
 
-    const std::vector<CheckedItem>& All() const { return all_; }
     std::int64_t Count(CheckedItem::Grade grade) const;
 
     std::string Text(bool onlyWhatIsWrong) const;  // lines; the last says how many there are

@@ -21,6 +21,21 @@ std::string Usage(const CLI::Option& positional) {
     return "[" + name + "...]";
 }
 
+// How many letters have to be put in, taken out or changed.
+std::size_t Distance(std::string_view one, std::string_view other) {
+    std::vector<std::size_t> row(other.size() + 1);
+    std::iota(row.begin(), row.end(), 0U);
+    for (std::size_t i = 1; i <= one.size(); ++i) {
+        std::size_t diagonal = row[0]++;
+        for (std::size_t j = 1; j <= other.size(); ++j) {
+            const std::size_t changed = diagonal + (one[i - 1] == other[j - 1] ? 0 : 1);
+            diagonal = row[j];
+            row[j] = std::min({row[j] + 1, row[j - 1] + 1, changed});
+        }
+    }
+    return row.back();
+}
+
 }  // namespace
 
 HelpText::HelpText(const std::map<const CLI::Option*, std::string>& variables) : variables_(variables) {}
@@ -59,25 +74,6 @@ std::string CommandOverview() {
     }
     return text + "qrxctl COMMAND --help tells more.\n";
 }
-
-namespace {
-
-// How many letters have to be put in, taken out or changed.
-std::size_t Distance(std::string_view one, std::string_view other) {
-    std::vector<std::size_t> row(other.size() + 1);
-    std::iota(row.begin(), row.end(), 0U);
-    for (std::size_t i = 1; i <= one.size(); ++i) {
-        std::size_t diagonal = row[0]++;
-        for (std::size_t j = 1; j <= other.size(); ++j) {
-            const std::size_t changed = diagonal + (one[i - 1] == other[j - 1] ? 0 : 1);
-            diagonal = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, changed});
-        }
-    }
-    return row.back();
-}
-
-}  // namespace
 
 std::string Nearest(const std::string& word, const std::vector<std::string>& known) {
     constexpr std::size_t kNear = 2;

@@ -1,5 +1,3 @@
-#include "qrxctl/history_command.h"
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <ostream>
@@ -10,7 +8,7 @@
 #include "platform/error.h"
 #include "platform/text.h"
 #include "qrxctl/books.h"
-#include "qrxctl/damage.h"
+#include "qrxctl/command.h"
 #include "qrxctl/history_output.h"
 #include "qrxctl/history_prune.h"
 #include "qrxctl/lines.h"
@@ -53,7 +51,7 @@ public:
 
     ExitCode Run(const Workplace& place) override {
         hosting::Composition parts(place.surroundings);
-        const journal::Timestamp now{parts.Machine().clock.Now(), parts.Host().UtcOffsetMinutes()};
+        const journal::Timestamp now = Moment(parts);
         if (!prune_.empty()) return PruneOld(parts, place, now);
         Books books(parts, place.options, journal::Use::Reading);
         if (!words_.empty() && IsRunId(words_.front())) return ShowRun(parts, books, place);

@@ -25,7 +25,7 @@ std::string Figure(const std::optional<std::int64_t>& number) { return number ? 
 Json OrNull(const std::optional<std::int64_t>& number) { return number ? Json(*number) : Json(nullptr); }
 
 // Why a run ended as it did, and through whom; empty when there is nothing to say.
-std::string Detail(const RunEntry& entry) {
+std::string Reason(const RunEntry& entry) {
     std::string text = entry.outcome == "guard" ? InGroups(entry.cause) : entry.cause;
     if (entry.outcome == "stopped" && !entry.by.empty()) text += (text.empty() ? "(" : " (") + entry.by + ")";
     return text;
@@ -46,7 +46,7 @@ std::string LineOf(const RunEntry& entry, std::size_t runWidth, bool namesTable)
     const std::string end = EndOf(entry) + service;
     if (head.size() + end.size() <= kColumns) return head + end + '\n';
     const std::size_t indent = runWidth + 1;
-    return head + entry.outcome + service + '\n' + std::string(indent, ' ') + Wrapped(Detail(entry), indent) +
+    return head + entry.outcome + service + '\n' + std::string(indent, ' ') + Wrapped(Reason(entry), indent) +
            '\n';
 }
 
@@ -56,31 +56,26 @@ std::string MomentOf(const std::string& rfc3339) {
     return platform::IsoDateTime(moment->local) + " (" + ZoneName(moment->offsetMinutes) + ")";
 }
 
-std::string Described(std::string_view what, const std::string& text) {
-    constexpr std::size_t kWhatWidth = 10;
-    return fmt::format("{:<{}}{}\n", what, kWhatWidth, Wrapped(text.empty() ? "-" : text, kWhatWidth));
-}
-
 std::string RunOfTable(const RunEntry& entry, platform::Machine& machine, const std::string& logDirectory) {
-    std::string text = '\n' + Described("table", entry.table + " " + entry.method);
-    text += Described("began", MomentOf(entry.began));
-    text += Described("ended", MomentOf(entry.ended) + ", " + Seconds(entry.seconds) + " s");
-    text += Described("outcome", EndOf(entry));
-    text += Described("rows", Figure(entry.copied) + " copied, " + Figure(entry.removed) + " removed, " +
-                                  Figure(entry.rows) + " afterwards");
+    std::string text = '\n' + Detail("table", entry.table + " " + entry.method);
+    text += Detail("began", MomentOf(entry.began));
+    text += Detail("ended", MomentOf(entry.ended) + ", " + Seconds(entry.seconds) + " s");
+    text += Detail("outcome", EndOf(entry));
+    text += Detail("rows", Figure(entry.copied) + " copied, " + Figure(entry.removed) + " removed, " +
+                               Figure(entry.rows) + " afterwards");
     const RunLogExcerpt excerpt = ExcerptOf(entry, machine, logDirectory);
-    text += Described("log", excerpt.file + (excerpt.problem.empty() ? "" : ": " + excerpt.problem));
-    for (const std::string& line : excerpt.lines) text += Described("", line);
+    text += Detail("log", excerpt.file + (excerpt.problem.empty() ? "" : ": " + excerpt.problem));
+    for (const std::string& line : excerpt.lines) text += Detail("", line);
     return text;
 }
 
 }  // namespace
 
 std::string EndOf(const RunEntry& entry) {
-    const std::string detail = Detail(entry);
-    if (entry.outcome == "ok" || detail.empty()) return entry.outcome;
-    const bool isSentence = detail.starts_with("by ") || detail.starts_with('(');
-    return entry.outcome + (isSentence ? " " : ": ") + detail;
+    const std::string reason = Reason(entry);
+    if (entry.outcome == "ok" || reason.empty()) return entry.outcome;
+    const bool isSentence = reason.starts_with("by ") || reason.starts_with('(');
+    return entry.outcome + (isSentence ? " " : ": ") + reason;
 }
 
 std::string HistoryTable(const std::vector<RunEntry>& newestFirst) {
@@ -99,8 +94,7 @@ std::string HistoryTable(const std::vector<RunEntry>& newestFirst) {
 std::string RunText(const std::vector<RunEntry>& entries, platform::Machine& machine,
                     const std::string& logDirectory) {
     const RunEntry& first = entries.front();
-    std::string text =
-        Described("run", first.run) + Described("program", first.program) + Described("by", first.by);
+    std::string text = Detail("run", first.run) + Detail("program", first.program) + Detail("by", first.by);
     for (const RunEntry& entry : entries) text += RunOfTable(entry, machine, logDirectory);
     return text;
 }

@@ -19,6 +19,4 @@ struct Initialised {
 Initialised Init(hosting::Composition& parts, const Options& options,
                  const std::filesystem::path& schemaFolder, std::ostream& warnings = std::cerr);
 
-std::unique_ptr<Command> MakeInit();
-
 }  // namespace iqrx::qrxctl

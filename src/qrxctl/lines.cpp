@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "platform/text.h"
-#include "qrxctl/next_step.h"
 #include "qrxctl/terminal.h"
 
 namespace iqrx::qrxctl {
@@ -86,6 +85,11 @@ std::string Duration(std::int64_t seconds) {
 std::string Fact(std::string_view word, std::string_view subject, std::string_view text) {
     const std::string head = fmt::format("{:<{}}{:<{}}", word, kWordWidth, subject, kSubjectWidth);
     return head + Wrapped(text, head.size()) + '\n';
+}
+
+std::string Detail(std::string_view word, std::string_view text) {
+    constexpr std::size_t kWidth = 10;
+    return fmt::format("{:<{}}{}\n", word, kWidth, text.empty() ? "-" : Wrapped(text, kWidth));
 }
 
 std::string NextStep(std::string_view command) {

@@ -24,9 +24,16 @@ std::string Duration(std::int64_t seconds);   // 12 m, 8.5 h, 3 d
 // A fact: its first word (ok, note, wrong, stopped, failed) in a column of its own, its subject in another.
 std::string Fact(std::string_view word, std::string_view subject, std::string_view text);
 
+// A word in a narrow column and what is to be said of it; "-" for nothing.
+std::string Detail(std::string_view word, std::string_view text);
+
 // What to do about the fact above. It can be pasted: a command that is wider than a line goes on in the next
 // one in the shell's way.
 std::string NextStep(std::string_view command);
+
+// What to do about an error: a command, or a few words; empty where the error itself says all there is to
+// say. The table is the one that was copied; empty: none.
+std::string StepAfter(std::string_view error, std::string_view table = {});
 
 // Something that went wrong by the way, with what to do about it where that is known.
 std::string NoteOf(std::string_view subject, std::string_view problem);

@@ -2,27 +2,11 @@
 
 #include <fmt/format.h>
 
-#include "platform/conversions.h"
 #include "platform/date.h"
 #include "qrxctl/lines.h"
 #include "qrxctl/table_status.h"
 
 namespace iqrx::qrxctl {
-
-namespace {
-
-constexpr runtime::Sql<0> kUnconfirmed = "SELECT count(*) FROM {table} WHERE upd_flag = 1";
-constexpr runtime::Sql<0> kRows = "SELECT count(*) FROM {table}";
-
-std::int64_t Count(runtime::DatabaseSession& database, const platform::Statement& statement) {
-    return platform::ToLong(database.OpenRecordset(statement)->Field(0));
-}
-
-}  // namespace
-
-RowsLeft RowsLeftOf(runtime::DatabaseSession& database, const std::string& table) {
-    return {Count(database, kUnconfirmed.On(table)), Count(database, kRows.On(table))};
-}
 
 std::string AgeOf(const journal::SheetText& sheet, const journal::Timestamp& now) {
     const auto since = journal::ParseRfc3339(sheet.since);

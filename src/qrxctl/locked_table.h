@@ -1,20 +1,13 @@
-// A locked table: who has it, for how long, and what is left of the copy.
+// A locked table: who has it, and for how long.
 #pragma once
 
 #include <optional>
 #include <string>
 
-#include "control/process.h"
 #include "journal/run_sheet.h"
 #include "journal/timestamp.h"
 
 namespace iqrx::qrxctl {
-
-struct RowsLeft {
-    std::int64_t unconfirmed = 0, all = 0;
-};
-// Rows that a full copy has marked and not met yet. Raises RuntimeError.
-RowsLeft RowsLeftOf(runtime::DatabaseSession& database, const std::string& table);
 
 // "25 m"; empty when the sheet does not say since when.
 std::string AgeOf(const journal::SheetText& sheet, const journal::Timestamp& now);

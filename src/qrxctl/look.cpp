@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "platform/conversions.h"
 #include "platform/error.h"
+#include "qrxctl/reading.h"
 
 namespace iqrx::qrxctl {
 
@@ -32,7 +32,7 @@ platform::Date Look::LastUpdate(const std::string& table) {
 }
 
 std::int64_t Look::Count(const platform::Statement& question) {
-    return Ask([&] { return std::int64_t{platform::ToLong(session_.OpenRecordset(question)->Field(0))}; });
+    return Ask([&] { return NumberFrom(session_, question); });
 }
 
 }  // namespace iqrx::qrxctl

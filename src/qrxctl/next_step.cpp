@@ -1,7 +1,7 @@
-#include "qrxctl/next_step.h"
-
 #include <algorithm>
 #include <array>
+
+#include "qrxctl/lines.h"
 
 namespace iqrx::qrxctl {
 

@@ -3,7 +3,9 @@
 #include <iostream>
 
 #include "platform/connection_string.h"
+#include "platform/conversions.h"
 #include "platform/error.h"
+#include "qrxctl/books.h"
 #include "qrxctl/table_choice.h"
 
 namespace iqrx::qrxctl {
@@ -57,13 +59,15 @@ bool IsPostgres(const Options& options) {
 }
 
 std::vector<std::string> CatalogTables(hosting::Composition& parts, const Options& options) {
-    control::Ports ports = parts.Ports(std::cerr);
-    ports.databases = parts.PlainDatabases();
-    control::Process process(ports);
+    control::Process process(PlainPorts(parts, std::cerr));
     Options looking = options;
     looking.connection = ForReading(options.connection);
     PrepareProcess(process, looking);
     return TablesOf(process.catalog);
+}
+
+std::int64_t NumberFrom(runtime::DatabaseSession& database, const platform::Statement& question) {
+    return platform::ToLong(database.OpenRecordset(question)->Field(0));
 }
 
 void ReadDatabase(hosting::Composition& parts, const Options& options,

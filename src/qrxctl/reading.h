@@ -24,6 +24,12 @@ bool IsPostgres(const Options& options);
 // RuntimeError, and UsageError for a group that is not there.
 std::vector<std::string> CatalogTables(hosting::Composition& parts, const Options& options);
 
+inline constexpr runtime::Sql<0> kRowCount = "SELECT count(*) FROM {table}";
+// Of the rows that a full copy has marked and not met yet.
+inline constexpr runtime::Sql<0> kUnconfirmedCount = "SELECT count(*) FROM {table} WHERE upd_flag = 1";
+// The answer to such a question. Raises RuntimeError.
+std::int64_t NumberFrom(runtime::DatabaseSession& database, const platform::Statement& question);
+
 // Opens the database for reading and reads. Once more when it changed meanwhile: `read` begins anew each time.
 void ReadDatabase(hosting::Composition& parts, const Options& options,
                   const std::function<void(runtime::DatabaseSession& session)>& read);

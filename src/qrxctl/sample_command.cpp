@@ -1,13 +1,12 @@
-#include "qrxctl/sample_command.h"
-
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
 #include "platform/printable.h"
 #include "platform/text.h"
+#include "qrxctl/command.h"
 #include "qrxctl/lines.h"
 #include "qrxctl/sample_mark.h"
 #include "sample/sample.h"

@@ -19,16 +19,10 @@ namespace {
 namespace fs = std::filesystem;
 
 // Of the beginning, the end and the size: files are large, and an export of other data begins or ends otherwise.
-class Digest {
-public:
-    void Add(std::string_view bytes) {
-        for (const char c : bytes) value_ = (value_ ^ static_cast<unsigned char>(c)) * 0x100000001b3ULL;
-    }
-    std::uint64_t Value() const { return value_; }
-
-private:
-    std::uint64_t value_ = 0xcbf29ce484222325ULL;
-};
+std::uint64_t Digest(std::string_view bytes, std::uint64_t before = 0xcbf29ce484222325ULL) {
+    for (const char c : bytes) before = (before ^ static_cast<unsigned char>(c)) * 0x100000001b3ULL;
+    return before;
+}
 
 constexpr std::uintmax_t kPart = 16384;
 
@@ -44,16 +38,15 @@ std::string LineOf(const fs::path& file) {
     if (!stream || failure)
         RaiseUnreadable(file, failure ? failure : std::make_error_code(std::errc::io_error));
     std::array<char, kPart> part{};
-    Digest digest;
-    const auto add = [&](std::uintmax_t from) {
+    const auto partAt = [&](std::uintmax_t from) {
         stream.clear();
         stream.seekg(static_cast<std::streamoff>(from));
         stream.read(part.data(), part.size());
-        digest.Add({part.data(), static_cast<std::size_t>(stream.gcount())});
+        return std::string_view(part.data(), static_cast<std::size_t>(stream.gcount()));
     };
-    add(0);
-    if (size > kPart) add(size - kPart);
-    return fmt::format("{} {} {:016x}", platform::Utf8(file.filename()), size, digest.Value());
+    std::uint64_t digest = Digest(partAt(0));
+    if (size > kPart) digest = Digest(partAt(size - kPart), digest);
+    return fmt::format("{} {} {:016x}", platform::Utf8(file.filename()), size, digest);
 }
 
 // What a copy reads: the files that a sample has, and the moment of an export, which a sample has not.

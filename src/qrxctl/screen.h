@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <memory>
-#include <string>
 
 namespace iqrx::qrxctl {
 
@@ -24,8 +23,5 @@ private:
     struct Keys;
     std::unique_ptr<Keys> keys_;
 };
-
-// In place of what the screen shows, cut to its lines.
-std::string Rewriting(const std::string& text, int lines);
 
 }  // namespace iqrx::qrxctl

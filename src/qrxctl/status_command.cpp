@@ -1,9 +1,8 @@
-#include "qrxctl/status_command.h"
-
 #include <CLI/CLI.hpp>
 #include <ostream>
 
 #include "platform/text.h"
+#include "qrxctl/command.h"
 #include "qrxctl/moments.h"
 #include "qrxctl/screen.h"
 #include "qrxctl/status_output.h"
@@ -11,6 +10,19 @@
 namespace iqrx::qrxctl {
 
 namespace {
+
+// A text in place of what the screen shows, cut to its lines: line by line and not by an empty screen, which
+// would flicker.
+std::string Rewriting(const std::string& text, int lines) {
+    std::string rewriting = "\x1b[H";
+    std::size_t begin = 0;
+    for (int line = 1; begin < text.size() && (lines == 0 || line < lines); ++line) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        rewriting += text.substr(begin, end - begin) + "\x1b[K\r\n";
+        begin = end + 1;
+    }
+    return rewriting + "\x1b[J";
+}
 
 class StatusCommand : public Command {
 public:

@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "qrxctl/books.h"
-#include "qrxctl/damage.h"
 #include "qrxctl/lines.h"
 #include "qrxctl/locked_table.h"
 #include "qrxctl/moments.h"
@@ -150,10 +149,7 @@ std::string LinesOf(const Shared& shared, const Overview& overview) {
                             ? Fact(word, names, finding.text)
                             : Fact(word, Counted(static_cast<std::int64_t>(shared.tables.size()), "table"),
                                    finding.text + (isAll ? "" : ": " + names));
-    std::string step = finding.step;
-    if (const auto hole = step.find("{}"); hole != std::string::npos)
-        step.replace(hole, 2, WordsFor(shared.tables, overview.catalog));
-    return lines + NextStep(step);
+    return lines + NextStep(runtime::FillFirst(finding.step, "{}", WordsFor(shared.tables, overview.catalog)));
 }
 
 }  // namespace

@@ -65,14 +65,10 @@ Json LastRunJson(const TableStatus& status) {
 
 Json FindingsJson(const Judgement& judgement) {
     Json findings = Json::array();
-    for (const Finding& finding : judgement.findings) {
-        std::string step = finding.step;
-        if (const auto hole = step.find("{}"); hole != std::string::npos)
-            step.replace(hole, 2, judgement.status->table);
+    for (const Finding& finding : judgement.findings)
         findings.push_back({{"word", finding.word == Finding::Word::Wrong ? "wrong" : "note"},
                             {"text", finding.text},
-                            {"next", step}});
-    }
+                            {"next", runtime::FillFirst(finding.step, "{}", judgement.status->table)}});
     return findings;
 }
 

@@ -22,7 +22,6 @@ namespace {
 constexpr std::int64_t kCountedQuickly = 10'000;
 
 constexpr runtime::Sql<1> kControlRow = "SELECT * FROM tstables WHERE tablename = {table name}";
-constexpr runtime::Sql<0> kRows = "SELECT count(*) FROM {table}";
 constexpr runtime::Sql<0> kNoRows = "SELECT * FROM {table} WHERE 1=0";
 constexpr runtime::Sql<0> kEachRow = "SELECT upd_flag FROM {table}";
 
@@ -48,8 +47,7 @@ public:
         : parts_(parts), options_(options), question_(question), books_(parts, options, journal::Use::Reading) {}
 
     Overview Read() {
-        Overview overview{.database = DatabaseName(options_),
-                          .now = {parts_.Machine().clock.Now(), parts_.Host().UtcOffsetMinutes()}};
+        Overview overview{.database = DatabaseName(options_), .now = Moment(parts_)};
         std::vector<std::string> names = CatalogTables(parts_, options_);
         overview.catalog = names;
         if (!question_.tables.empty()) names = ChooseTables(names, question_.tables);
@@ -119,10 +117,6 @@ private:
         return !inUse.Is<platform::Null>() && platform::ToLong(inUse) == 1;
     }
 
-    static std::int64_t NumberFrom(runtime::DatabaseSession& session, const platform::Statement& count) {
-        return platform::ToLong(session.OpenRecordset(count)->Field(0));
-    }
-
     void CountRows(runtime::DatabaseSession& session, TableStatus& status) const {
         if (!question_.countAll && status.rows.value_or(0) > kCountedQuickly) {
             session.OpenRecordset(kNoRows.On(status.table));  // that it is there has to be seen all the same
@@ -130,7 +124,7 @@ private:
         }
         status.isCounted = true;
         if (question_.countAll || status.rows || !IsEmbedded(options_)) {
-            status.rows = NumberFrom(session, kRows.On(status.table));
+            status.rows = NumberFrom(session, kRowCount.On(status.table));
             return;
         }
         auto rows = session.OpenRecordset(kEachRow.On(status.table));

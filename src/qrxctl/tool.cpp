@@ -11,7 +11,6 @@
 #include "qrxctl/command.h"
 #include "qrxctl/help.h"
 #include "qrxctl/lines.h"
-#include "qrxctl/next_step.h"
 
 namespace iqrx::qrxctl {
 

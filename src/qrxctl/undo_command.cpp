@@ -1,21 +1,20 @@
-#include "qrxctl/undo_command.h"
-#include "qrxctl/table_choice.h"
-
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
-#include "platform/conversions.h"
 #include "platform/date.h"
 #include "platform/error.h"
 #include "platform/printable.h"
 #include "qrxctl/books.h"
+#include "qrxctl/command.h"
 #include "qrxctl/lines.h"
+#include "qrxctl/reading.h"
 #include "qrxctl/removed_rows.h"
 #include "qrxctl/schema_script.h"
+#include "qrxctl/table_choice.h"
 
 namespace iqrx::qrxctl {
 
@@ -39,43 +38,32 @@ std::string MomentOf(const std::string& run, platform::Date now) {
     return day == platform::IsoDate(now) ? time : day + " " + time;
 }
 
-class Undoing {
+class Undoing : Workbench {
 public:
-    Undoing(const Workplace& place, const std::string& run)
-        : place_(place),
-          run_(run),
-          parts_(place.surroundings),
-          ports_(PlainPorts()),
-          process_(ports_),
-          books_(parts_, place.options, journal::Use::Writing) {}
+    Undoing(const Workplace& workplace, const std::string& run)
+        : Workbench(workplace, journal::Use::Writing), run_(run) {}
 
     ExitCode Run(const std::vector<std::string>& names) {
-        const Options& options = place_.options;
-        if (!books_.directory.IsUsable())  // the rows that it keeps may be of another database
+        const Options& options = place.options;
+        if (!books.directory.IsUsable())  // the rows that it keeps may be of another database
             throw platform::RuntimeError(platform::kPathFileAccess, platform::kProgram,
-                                         books_.directory.Problem());
-        PrepareProcess(process_, options);
-        schema_ = TablesOf(ReadScript(ScriptOf(options, ports_.machine.programFolder / "schema")));
-        process_.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
+                                         books.directory.Problem());
+        PrepareProcess(process, options);
+        schema_ = TablesOf(ReadScript(ScriptOf(options, process.machine.programFolder / "schema")));
+        process.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
         ExitCode worst = kAllWell;
         for (const RemovedRowsFile& file : FilesOf(names)) worst = Worse(worst, Undo(file));
-        process_.database.CloseDatabase();
-        if (options.json) place_.out << Json{{"schema", 1}, {"run", run_}, {"tables", told_}}.dump() << '\n';
+        process.database.CloseDatabase();
+        if (options.json) place.out << Json{{"schema", 1}, {"run", run_}, {"tables", told_}}.dump() << '\n';
         return worst;
     }
 
 private:
-    control::Ports PlainPorts() {
-        control::Ports ports = parts_.Ports(place_.talk);
-        ports.databases = parts_.PlainDatabases();
-        return ports;
-    }
-
     std::vector<RemovedRowsFile> FilesOf(const std::vector<std::string>& names) {
-        std::vector<RemovedRowsFile> files = RemovedRowsOf(books_.directory.Undo(), run_);
+        std::vector<RemovedRowsFile> files = RemovedRowsOf(books.directory.Undo(), run_);
         if (files.empty()) RefuseRun();
         if (names.empty()) return files;
-        const std::vector<std::string> wanted = ChooseTables(TablesOf(process_.catalog), names);
+        const std::vector<std::string> wanted = ChooseTables(TablesOf(process.catalog), names);
         for (const std::string& table : wanted)
             if (std::ranges::find(files, table, &RemovedRowsFile::table) == files.end())
                 throw UsageError("run " + run_ + " removed no rows of " + table);
@@ -87,13 +75,13 @@ private:
 
     [[noreturn]] void RefuseRun() const {
         bool isKnown = false;
-        books_.history.ForEach([&](const journal::RunEntry& entry) {
+        books.history.ForEach([&](const journal::RunEntry& entry) {
             isKnown = entry.run == run_;
             return !isKnown;
         });
         throw UsageError(isKnown ? "run " + run_ + " removed no rows that were kept"
                                  : "no run " + platform::Printable(run_) + " has kept rows in " +
-                                       platform::Shown(books_.directory.Undo()));
+                                       platform::Shown(books.directory.Undo()));
     }
 
     ExitCode Undo(const RemovedRowsFile& file) {
@@ -102,21 +90,21 @@ private:
             Say(Fact("note", file.table, "the rows of run " + run_ + " were brought back before"));
             return kAllWell;
         }
-        if (books_.sheets.StateOf(file.table).holder == journal::Holder::Living) return Refuse(file.table);
+        if (books.sheets.StateOf(file.table).holder == journal::Holder::Living) return Refuse(file.table);
         Counts counts;
         bool isInUse = false;
         // A copy that begins meanwhile waits for its turn to lock the table.
-        process_.database.RunExclusively([&] {
+        process.database.RunExclusively([&] {
             counts = {};
-            isInUse = process_.controlTables.IsTableInUse(file.table);
+            isInUse = process.controlTables.IsTableInUse(file.table);
             if (!isInUse) BringBack(file, counts);
         });
         if (isInUse) return Refuse(file.table);
         std::error_code failure;
         std::filesystem::rename(file.file, UndoneName(file.file), failure);
         if (failure)
-            place_.talk << Complaint(platform::Shown(file.file) + " cannot be renamed: " + failure.message())
-                        << std::flush;
+            place.talk << Complaint(platform::Shown(file.file) + " cannot be renamed: " + failure.message())
+                       << std::flush;
         TellOfRows(file.table, counts);
         return kAllWell;
     }
@@ -126,31 +114,28 @@ private:
         RemovedRowsReader rows(file.file);
         while (const auto statement = rows.Next()) {
             const std::string where = table ? rows.Row().WhereKey(table->key) : "";
-            if (!where.empty() && IsThere("SELECT count(*) FROM " + file.table + " WHERE " + where)) {
+            const std::string count = "SELECT count(*) FROM " + file.table + " WHERE " + where;
+            if (!where.empty() && NumberFrom(process.database, count) > 0) {
                 ++counts.left;
             } else {
-                process_.database.Execute(*statement);
+                process.database.Execute(*statement);
                 ++counts.back;
             }
         }
     }
 
-    bool IsThere(const std::string& count) {
-        return platform::ToLong(process_.database.OpenRecordset(count)->Field(0)) > 0;
-    }
-
     ExitCode Refuse(const std::string& table) {
         Tell(table, "in use", {});
-        if (!place_.options.json)
-            place_.out << Fact("stopped", table, "is locked: nothing was brought back")
-                       << NextStep("qrxctl unlock " + table);
+        if (!place.options.json)
+            place.out << Fact("stopped", table, "is locked: nothing was brought back")
+                      << NextStep("qrxctl unlock " + table);
         return kTableInUse;
     }
 
     void TellOfRows(const std::string& table, const Counts& counts) {
         Tell(table, "ok", counts);
         Say(fmt::format("{:<10}{} brought back, as they were at {}\n", table, Counted(counts.back, "row"),
-                        MomentOf(run_, ports_.machine.clock.Now())));
+                        MomentOf(run_, process.machine.clock.Now())));
         if (counts.left > 0)
             Say(fmt::format("{:<10}{} there again and {} left alone\n", "",
                             counts.left == 1 ? "1 is" : Grouped(counts.left) + " are",
@@ -162,15 +147,10 @@ private:
             {{"table", table}, {"outcome", outcome}, {"brought_back", counts.back}, {"left_alone", counts.left}});
     }
     void Say(const std::string& line) {
-        if (!place_.options.quiet && !place_.options.json) place_.out << line;
+        if (!place.options.quiet && !place.options.json) place.out << line;
     }
 
-    const Workplace& place_;
     const std::string& run_;
-    hosting::Composition parts_;
-    control::Ports ports_;
-    control::Process process_;
-    Books books_;
     std::vector<TableText> schema_;
     Json told_ = Json::array();
 };

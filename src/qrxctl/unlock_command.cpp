@@ -1,16 +1,17 @@
-#include "qrxctl/unlock_command.h"
-#include "qrxctl/table_choice.h"
-
 #include <fmt/format.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
-
+#include <iostream>
 #include <nlohmann/json.hpp>
-#include <ostream>
 
+#include "platform/text.h"
 #include "qrxctl/books.h"
+#include "qrxctl/command.h"
 #include "qrxctl/lines.h"
 #include "qrxctl/locked_table.h"
-#include "qrxctl/question.h"
+#include "qrxctl/reading.h"
+#include "qrxctl/table_choice.h"
 
 namespace iqrx::qrxctl {
 
@@ -27,72 +28,67 @@ struct UnlockOptions {
     bool force = false;
 };
 
-std::string Detail(std::string_view word, std::string_view text) {
-    constexpr std::size_t kWidth = 10;
-    return fmt::format("{:<{}}{}\n", word, kWidth, Wrapped(text, kWidth));
+// Whether somebody reads the question and can type the answer.
+bool CanAsk() { return isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0; }
+
+// The line that is typed, without the blanks around it; empty at the end of the input.
+std::string Ask(std::ostream& talk, const std::string& question) {
+    talk << question << ' ' << std::flush;
+    std::string answer;
+    std::getline(std::cin, answer);
+    if (answer.ends_with('\r')) answer.pop_back();
+    return std::string(platform::Trim(answer, " "));
+}
+
+bool AskYesOrNo(std::ostream& talk, const std::string& question) {
+    const std::string answer = Ask(talk, question + " [y/N]");
+    return platform::EqualIgnoringCase(answer, "y") || platform::EqualIgnoringCase(answer, "yes");
 }
 
 // One command's work on one table after the other.
-class Unlocking {
+class Unlocking : Workbench {
 public:
-    Unlocking(const Workplace& place, const UnlockOptions& wanted)
-        : place_(place),
-          wanted_(wanted),
-          parts_(place.surroundings),
-          ports_(PlainPorts()),
-          process_(ports_),
-          books_(parts_, place.options, journal::Use::Writing) {}
+    Unlocking(const Workplace& workplace, const UnlockOptions& wanted)
+        : Workbench(workplace, journal::Use::Writing), wanted_(wanted) {}
 
     ExitCode Run() {
-        const Options& options = place_.options;
-        PrepareProcess(process_, options);
-        if (const std::string problem = books_.directory.Problem(); !problem.empty())
-            place_.talk << NoteOf("state", problem) << std::flush;
-        process_.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
+        const Options& options = place.options;
+        PrepareProcess(process, options);
+        if (const std::string problem = books.directory.Problem(); !problem.empty())
+            place.talk << NoteOf("state", problem) << std::flush;
+        process.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
         const auto tables =
-            wanted_.all ? LockedTables() : ChooseTables(TablesOf(process_.catalog), wanted_.tables);
+            wanted_.all ? LockedTables() : ChooseTables(TablesOf(process.catalog), wanted_.tables);
         ExitCode worst = kAllWell;
         for (const std::string& table : tables) worst = Worse(worst, Unlock(table));
         if (tables.empty()) Say(Fact("ok", "lock", "no table is locked"));
-        process_.database.CloseDatabase();
-        if (options.json) place_.out << Json{{"schema", 1}, {"tables", told_}}.dump() << '\n';
+        process.database.CloseDatabase();
+        if (options.json) place.out << Json{{"schema", 1}, {"tables", told_}}.dump() << '\n';
         return worst;
     }
 
 private:
-    control::Ports PlainPorts() {
-        control::Ports ports = parts_.Ports(place_.talk);
-        ports.databases = parts_.PlainDatabases();
-        return ports;
-    }
-
     std::vector<std::string> LockedTables() {
-        std::vector<std::string> tables = TablesOf(process_.catalog);
+        std::vector<std::string> tables = TablesOf(process.catalog);
         std::erase_if(
-            tables, [this](const std::string& table) { return !process_.controlTables.IsTableInUse(table); });
+            tables, [this](const std::string& table) { return !process.controlTables.IsTableInUse(table); });
         return tables;
     }
 
     ExitCode Unlock(const std::string& table) {
-        const SheetState state = books_.sheets.StateOf(table);
-        if (!process_.controlTables.IsTableInUse(table)) {
+        const SheetState state = books.sheets.StateOf(table);
+        if (!process.controlTables.IsTableInUse(table)) {
             Tell(table, "not locked", state);
             Say(Fact("ok", table, "is not locked"));
             return kAllWell;
         }
-        switch (state.holder) {
-            case Holder::Living:
-                return TellOfLiving(table, state);
-            case Holder::Dead:
-                return UnlockProved(table, state);
-            default:
-                return UnlockUnproved(table, state);
-        }
+        if (state.holder == Holder::Living) return TellOfLiving(table, state);
+        return state.holder == Holder::Dead ? UnlockProved(table, state) : UnlockUnproved(table, state);
     }
 
     ExitCode TellOfLiving(const std::string& table, const SheetState& state) {
-        const std::string far = HowFar(state, Moment());
-        const bool onWindows = ports_.machine.pathSeparator == '\\';
+        const std::string far = HowFar(state, Moment(parts));
+        const bool onWindows = process.machine.pathSeparator == '\\';
         Tell(table, "being copied", state);
         Warn(Fact("stopped", table,
                   fmt::format("is being copied now by pid {}{}", state.sheet.by.pid,
@@ -102,32 +98,30 @@ private:
     }
 
     ExitCode UnlockProved(const std::string& table, const SheetState& state) {
-        const RowsLeft left = RowsLeftOf(process_.database, table);
+        const std::int64_t unconfirmed = NumberFrom(process.database, kUnconfirmedCount.On(table)),
+                           all = NumberFrom(process.database, kRowCount.On(table));
         std::string facts =
-            Detail(table, LockedSince(state.sheet, Moment())) +
-            Detail("by", HolderText(state.sheet, books_.directory.Host())) +
+            Detail(table, LockedSince(state.sheet, Moment(parts))) +
+            Detail("by", HolderText(state.sheet, parts.Host())) +
             Detail("proof", fmt::format("no process holds the run sheet; pid {} is gone", state.sheet.by.pid));
-        facts += Detail(
-            "left", fmt::format("{} of {} rows unconfirmed{}", Grouped(left.unconfirmed), Grouped(left.all),
-                                left.unconfirmed > 0 ? ", nothing was removed" : ""));
+        facts += Detail("left", fmt::format("{} of {} rows unconfirmed{}", Grouped(unconfirmed), Grouped(all),
+                                            unconfirmed > 0 ? ", nothing was removed" : ""));
         Say(facts);
         if (wanted_.yes || wanted_.force) return Release(table, state);
         if (!MayAsk()) return Leave(table, state, "--yes");
-        return AskYesOrNo(place_.talk, "Release it?") ? Release(table, state) : Keep(table, state);
+        return ReleaseIf(AskYesOrNo(place.talk, "Release it?"), table, state);
     }
 
     ExitCode UnlockUnproved(const std::string& table, const SheetState& state) {
-        const std::string proof = WithoutProof(state, LastSign(state.sign, Moment()));
-        if (wanted_.all) {
-            Tell(table, "kept", state);
-            Warn(Fact("note", table, proof + "; it stays locked") + NextStep("qrxctl unlock " + table));
-            return kFailed;
-        }
+        const std::string proof = WithoutProof(state, LastSign(state.sign, Moment(parts)));
+        if (wanted_.all)
+            return Keep(table, state,
+                        Fact("note", table, proof + "; it stays locked") + NextStep("qrxctl unlock " + table));
         if (!wanted_.force) Warn(Fact("note", table, proof));
         if (wanted_.force) return Release(table, state);
         if (!MayAsk()) return Leave(table, state, "--force");
-        const std::string typed = Ask(place_.talk, "Release it all the same? Type " + table + ":");
-        return typed == table ? Release(table, state) : Keep(table, state);
+        const std::string typed = Ask(place.talk, "Release it all the same? Type " + table + ":");
+        return ReleaseIf(typed == table, table, state);
     }
 
     // The run sheet is held meanwhile, so that no copy begins between the last look and the release.
@@ -135,13 +129,13 @@ private:
         journal::SheetText own;
         own.table = table;
         own.program = "qrxctl unlock " + table;
-        own.since = Now(parts_);
-        own.by = books_.directory.Host().Self();
-        journal::TakenSheet taken = books_.sheets.Take(own);
+        own.since = Now(parts);
+        own.by = parts.Host().Self();
+        journal::TakenSheet taken = books.sheets.Take(own);
         if (taken.InUse()) return TellOfLiving(table, taken.found);
         try {
-            process_.controlTables.UnlockTable(table);
-            process_.database.Commit();
+            process.controlTables.UnlockTable(table);
+            process.database.Commit();
         } catch (...) {
             if (taken.sheet) taken.sheet->PutBack();
             throw;
@@ -154,23 +148,23 @@ private:
     }
 
     ExitCode Leave(const std::string& table, const SheetState& state, const std::string& missing) {
+        return Keep(table, state,
+                    Fact("stopped", table, "nothing was done: there is no terminal to ask at") +
+                        NextStep("qrxctl unlock " + table + " " + missing));
+    }
+
+    ExitCode Keep(const std::string& table, const SheetState& state, const std::string& why) {
         Tell(table, "kept", state);
-        Warn(Fact("stopped", table, "nothing was done: there is no terminal to ask at") +
-             NextStep("qrxctl unlock " + table + " " + missing));
+        Warn(why);
         return kFailed;
     }
 
-    ExitCode Keep(const std::string& table, const SheetState& state) {
-        Tell(table, "kept", state);
-        Warn(Fact("note", table, "stays locked; nothing was done"));
-        return kFailed;
+    ExitCode ReleaseIf(bool wanted, const std::string& table, const SheetState& state) {
+        if (wanted) return Release(table, state);
+        return Keep(table, state, Fact("note", table, "stays locked; nothing was done"));
     }
 
-    bool MayAsk() const { return !place_.options.json && CanAsk(); }
-
-    journal::Timestamp Moment() {
-        return {ports_.machine.clock.Now(), books_.directory.Host().UtcOffsetMinutes()};
-    }
+    bool MayAsk() const { return !place.options.json && CanAsk(); }
 
     void Tell(const std::string& table, const char* outcome, const SheetState& state) {
         Json line{{"table", table}, {"outcome", outcome}};
@@ -181,18 +175,13 @@ private:
         told_.push_back(std::move(line));
     }
     void Say(const std::string& lines) {
-        if (!place_.options.quiet) Warn(lines);
+        if (!place.options.quiet) Warn(lines);
     }
     void Warn(const std::string& lines) {
-        if (!place_.options.json) place_.out << lines << std::flush;
+        if (!place.options.json) place.out << lines << std::flush;
     }
 
-    const Workplace& place_;
     const UnlockOptions& wanted_;
-    hosting::Composition parts_;
-    control::Ports ports_;
-    control::Process process_;
-    Books books_;
     Json told_ = Json::array();
 };
 

@@ -5,7 +5,7 @@
 
 #include "platform/error.h"
 #include "support/test_process.h"
-#include "tables/master/master_data.h"
+#include "tables/routines.h"
 
 namespace iqrx::testing {
 namespace {

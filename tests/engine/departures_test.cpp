@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/test_process.h"
-#include "tables/master/master_data.h"
+#include "tables/routines.h"
 
 namespace iqrx::testing {
 namespace {

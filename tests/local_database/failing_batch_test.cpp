@@ -6,7 +6,7 @@
 #include "platform/sqlite/sqlite_database.h"
 #include "support/local_process.h"
 #include "tables/calendars/object_pages.h"
-#include "tables/configuration/configuration.h"
+#include "tables/routines.h"
 
 namespace iqrx::testing {
 namespace {

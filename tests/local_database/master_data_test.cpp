@@ -6,8 +6,7 @@
 
 #include "erp/extract/extract_erp.h"
 #include "support/local_process.h"
-#include "tables/configuration/configuration.h"
-#include "tables/master/master_data.h"
+#include "tables/routines.h"
 
 namespace iqrx::testing {
 namespace {

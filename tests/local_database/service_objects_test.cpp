@@ -4,7 +4,7 @@
 
 #include "support/local_process.h"
 #include "tables/calendars/object_pages.h"
-#include "tables/configuration/configuration.h"
+#include "tables/routines.h"
 
 namespace iqrx::testing {
 namespace {

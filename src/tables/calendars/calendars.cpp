@@ -1,10 +1,12 @@
 #include "tables/calendars/calendars.h"
 
+#include <utility>
 #include <vector>
 
+#include "engine/copy_pattern.h"
 #include "platform/conversions.h"
+#include "platform/date.h"
 #include "platform/error.h"
-#include "tables/calendars/calendar_service.h"
 #include "tables/calendars/failure_log.h"
 
 namespace iqrx::tables {
@@ -28,6 +30,54 @@ constexpr Sql<1> kEmployee = "SELECT * FROM tsmdm140 WHERE emno = {emno}";
 
 constexpr FailureText kCopyCalendar{"SLBL0049", "Copy Calender Of Employee"};
 constexpr FailureText kCopyEmployeeCalendar{"SLBL0050", "Copy Calendar of Employee"};
+
+// The ERP's calendar service: the intervals of a calendar, already in UTC, in pages. Every member raises
+// RuntimeError.
+class CalendarService {
+public:
+    CalendarService() = default;
+    CalendarService(const CalendarService&) = delete;
+    CalendarService& operator=(const CalendarService&) = delete;
+    ~CalendarService() {
+        try {
+            if (manager_) Close();
+        } catch (const std::exception&) {
+            // The failure that left the service open is the one to report.
+        }
+    }
+
+    // For the intervals that start between as many days ago as the parameters ask for and today's month and
+    // day in 2038, however many days of history these are.
+    void Open(CopyRun& run, std::string runParameter) {
+        manager_ =
+            engine::RegisterManager(run, run.Erp(runParameter).CreateObject("Calendars.CalendarManager"));
+        Value parameter = std::move(runParameter);
+        platform::Call(*manager_, "Initialize", platform::ByRef{parameter});
+        const int history = run.process.controlTables.GetQrxCalendar();
+        const platform::Date today = run.process.machine.clock.Now();
+        from_ = platform::IsoDate(platform::AddDays(today, -history));
+        to_ = "2038" + platform::IsoDate(today).substr(4);
+    }
+
+    // A page of a calendar's intervals; Nothing where the service has none to give. The first page is asked
+    // for with call id 0 and set-complete flag "N", each further one with those that the page before handed
+    // back.
+    ObjectRef List(const std::string& calendar, Long callId, const std::string& setComplete) {
+        constexpr int kAvailabilityTypeWidth = 6;
+        constexpr Integer kStartOfDay = 0, kEndOfDay = 2400;
+        Value pageSize = Long{750}, id = callId, complete = setComplete;
+        return platform::ObjectOrNothing(
+            platform::Call(*manager_, "ListUTCActualCalendarForQRX", calendar, calendar, std::string(),
+                           runtime::MaxKeyString(kAvailabilityTypeWidth), from_, to_, kStartOfDay, kEndOfDay,
+                           platform::ByRef{pageSize}, platform::ByRef{id}, platform::ByRef{complete}));
+    }
+
+    void Close() { platform::Call(*std::exchange(manager_, {}), "Close"); }
+
+private:
+    ObjectRef manager_;
+    std::string from_, to_;  // "yyyy-mm-dd"
+};
 
 // Closes the codes file whichever way a copy ends, so that the calendars copied before a failure are expanded.
 struct CodesFileGuard {

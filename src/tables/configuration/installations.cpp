@@ -1,6 +1,6 @@
 #include "engine/copy_pattern.h"
-#include "tables/configuration/configuration.h"
 #include "tables/definitions.h"
+#include "tables/routines.h"
 
 namespace iqrx::tables {
 

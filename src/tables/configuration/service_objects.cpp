@@ -1,8 +1,8 @@
 #include "engine/copy_pattern.h"
 #include "engine/record_statements.h"
 #include "platform/conversions.h"
-#include "tables/configuration/configuration.h"
 #include "tables/definitions.h"
+#include "tables/routines.h"
 
 namespace iqrx::tables {
 

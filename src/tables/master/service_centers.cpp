@@ -1,6 +1,6 @@
 #include "engine/copy_pattern.h"
 #include "tables/definitions.h"
-#include "tables/master/master_data.h"
+#include "tables/routines.h"
 
 namespace iqrx::tables {
 

@@ -9,7 +9,7 @@
 
 #include <string_view>
 
-#include "engine/routines.h"
+#include "engine/copy_pattern.h"
 
 namespace iqrx::tables {
 

@@ -12,8 +12,8 @@
 #include "support/extract_erps.h"
 #include "support/late_database.h"
 #include "support/test_process.h"
-#include "tables/master/master_data.h"
 #include "tables/orders/orders.h"
+#include "tables/routines.h"
 
 namespace iqrx::platform::watch {
 namespace {

@@ -1,5 +1,5 @@
 // What each configuration table and the skill combinations send to the database and ask the ERP.
-#include "tables/configuration/configuration.h"
+#include "tables/routines.h"
 
 #include "support/table_case.h"
 #include "tables/calendars/object_pages.h"

@@ -5,7 +5,7 @@
 #include "platform/error.h"
 #include "support/test_process.h"
 #include "tables/calendars/object_pages.h"
-#include "tables/configuration/configuration.h"
+#include "tables/routines.h"
 
 namespace iqrx::testing {
 namespace {

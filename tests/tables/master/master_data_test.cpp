@@ -1,6 +1,6 @@
 // What each master-data table sends to the database and asks the ERP.
-#include "tables/master/master_data.h"
 #include "support/table_case.h"
+#include "tables/routines.h"
 
 namespace iqrx::testing {
 namespace {

@@ -1,10 +1,10 @@
-// The master-data tables: of each its entry routine, which the dispatch list names, and the three routines
-// it calls. A full copy makes the local table equal to the ERP's; an incremental copy applies the audit
-// trail since the table's last update; an upsert writes one record. All raise RuntimeError after they have
-// logged the failure.
+// The master-data and configuration tables: of each its entry routine, which the dispatch list names, and the
+// three routines it calls. Unless a table's file says otherwise, a full copy makes the local table equal to
+// the ERP's; an incremental copy applies the audit trail since the table's last update; an upsert writes one
+// record. All raise RuntimeError after they have logged the failure.
 #pragma once
 
-#include "engine/routines.h"
+#include "engine/copy_pattern.h"
 
 namespace iqrx::tables {
 
@@ -46,5 +46,21 @@ UpsertRoutine UpsertSolutionTime;
 // tccom130
 Routine CopyAddresses, CopyAddressesFull, CopyAddressesIncremental;
 UpsertRoutine UpsertAddress;
+
+// tcccp001
+Routine CopyAvailabilityTypes, CopyAvailabilityTypesFull, CopyAvailabilityTypesIncremental;
+UpsertRoutine UpsertAvailabilityType;
+
+// tscfg220
+Routine CopyInstallations, CopyInstallationsFull, CopyInstallationsIncremental;
+UpsertRoutine UpsertInstallation;
+
+// tscfg200
+Routine CopyServiceObjects, CopyServiceObjectsFull, CopyServiceObjectsIncremental;
+UpsertRoutine UpsertServiceObject;
+
+// tsmdm000
+Routine CopySkillCombinations, CopySkillCombinationsFull, CopySkillCombinationsIncremental;
+UpsertRoutine UpsertSkillCombination;
 
 }  // namespace iqrx::tables
