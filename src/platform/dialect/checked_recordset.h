@@ -1,5 +1,4 @@
-// What recordsets on translated statements have in common: which calls their state allows, the columns by
-// name, and the row that is being added.
+// What recordsets of translated statements share: which calls their state allows, columns by name, a new row.
 #pragma once
 
 #include <algorithm>
@@ -13,8 +12,8 @@
 
 namespace iqrx::platform::dialect {
 
-// Base of `Rows`, which has Call(work), for errors that the connection's are to tell; Tables(), null while it
-// is closed; ColumnCount(), 0 while it is closed; NameOf(position); and Cell(position) of the current row.
+// Base of `Rows`, which has Call(work), for errors that the connection's are to tell; while it is closed no
+// Tables() and a ColumnCount() of 0; NameOf(position); and Cell(position) of the current row.
 template <class Rows, const Grammar& kLanguage>
 class CheckedRecordset : public Recordset {
 public:
