@@ -20,8 +20,7 @@ void TableWriter::Add(const Row& row) {
     if (used.empty()) connection_.Raise(kNotUpdatable, "A new row has no field set");
     if (used != used_) {
         Send();
-        used_ = std::move(used);
-        Prepare();
+        Prepare(std::move(used));
     }
     waiting_.push_back(std::move(values));
     if (waiting_.size() >= insert_->MaxSets()) Send();
@@ -32,16 +31,18 @@ void TableWriter::Send() {
     if (!rows.empty()) connection_.InGroup(table_, [&] { return insert_->Execute(rows); });
 }
 
-void TableWriter::Prepare() {
+void TableWriter::Prepare(std::vector<std::size_t> used) {
+    used_.clear();
     std::string names, markers;
     std::vector<Kind> kinds;
-    for (std::size_t column : used_) {
+    for (const std::size_t column : used) {
         names += (names.empty() ? "" : ",") + connection_.driver.Quoted(columns_[column].name);
         markers += markers.empty() ? "?" : ",?";
         kinds.push_back(columns_[column].kind);
     }
     insert_ = std::make_unique<PreparedText>(
         connection_, "INSERT INTO " + table_ + " (" + names + ") VALUES (" + markers + ")", std::move(kinds));
+    used_ = std::move(used);
 }
 
 void TableWriter::Delete(const Row& row) {

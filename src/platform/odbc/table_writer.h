@@ -38,7 +38,7 @@ private:
         Row values;
     };
 
-    void Prepare();
+    void Prepare(std::vector<std::size_t> used);
     const std::vector<std::string>& Key();
     std::vector<std::string> ReadKey();
     void Require(Condition& condition, const Row& row, std::size_t column) const;

@@ -175,14 +175,15 @@ private:
         chunk_.reserve(Columns().size());
         rowCount_ = row_ = 0;
         isDeleted_ = false;
-        while (rowCount_ < kRowsPerChunk && statement.Step()) {
+        std::size_t rows = 0;  // a chunk that could not be read to its end has none: it must not look like the last
+        for (; rows < kRowsPerChunk && statement.Step(); ++rows) {
             // A changed schema shows at the first step only.
             if (statement.ColumnCount() != Columns().size())
                 columns_ = std::make_shared<const std::vector<Column>>(statement.Columns());
             for (std::size_t i = 0; i < Columns().size(); ++i)
                 chunk_.push_back(statement.Field(static_cast<int>(i), Columns()[i].type));
-            ++rowCount_;
         }
+        rowCount_ = rows;
     }
     bool IsLastChunk() const { return rowCount_ < kRowsPerChunk; }
 

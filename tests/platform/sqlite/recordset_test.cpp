@@ -134,6 +134,22 @@ TEST_F(Recordsets, CountAndRewindLargeResults) {
     EXPECT_EQ(rows->Field(0), Value(std::string("0")));
 }
 
+TEST_F(Recordsets, OfWhichARowCannotBeReadDoNotLookComplete) {
+    static constexpr int kUnreadable = 400;  // not among those that are read at once
+    Create("CREATE TABLE numbers(n INTEGER); CREATE VIEW distances AS SELECT abs(n) AS n FROM numbers;");
+    for (int i = 0; i < kManyRows; ++i)
+        Execute("INSERT INTO numbers(n) VALUES(" + std::to_string(i) + ")");
+    connection.reset();
+    Create("UPDATE numbers SET n = -9223372036854775808 WHERE n = " + std::to_string(kUnreadable));
+    auto rows = Select("SELECT * FROM distances");
+    const auto readToTheEnd = [&rows] {
+        for (; !rows->Eof(); rows->MoveNext()) EXPECT_LT(ToLong(rows->Field("n")), kUnreadable);
+    };
+    EXPECT_THROW(readToTheEnd(), RuntimeError);
+    EXPECT_TRUE(rows->Eof());
+    EXPECT_THROW(rows->MoveNext(), RuntimeError);
+}
+
 TEST_F(Recordsets, GoOnWhileTheConnectionWritesAndCommits) {
     FillCalendars();
     auto source = Select("select * from tcccp030");
