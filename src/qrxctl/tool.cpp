@@ -61,7 +61,14 @@ void TakeWordsForOptions(std::vector<std::string>& words) {
     if (words.front() == "version" || words.front() == "-V") words = {"--version"};
     if (words.front() != "help") return;
     words.erase(words.begin());
-    words.emplace_back("--help");
+    if (words.empty() || std::ranges::count(Commands(), words.front(), &CommandEntry::name) > 0)
+        words.emplace_back("--help");
+}
+
+// Who reads what was printed must not take a part for the whole.
+ExitCode AfterPrinting(ExitCode code) {
+    if (std::cout.flush()) return code;
+    return Worse(code, Complain("the results could not be written to standard output", kFailed));
 }
 
 ExitCode Run(std::vector<std::string> words, const hosting::Variables& variables) {
@@ -96,7 +103,7 @@ void RequireConnection(const Options& options) {
 
 int RunTool(const std::vector<std::string>& words, const hosting::Variables& variables) {
     try {
-        return Run(words, variables);
+        return AfterPrinting(Run(words, variables));
     } catch (const UsageError& error) {
         return Complain(error.what(), kUsedWrongly);
     } catch (...) {

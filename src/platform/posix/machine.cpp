@@ -1,7 +1,9 @@
 #include "platform/posix/machine.h"
 
+#include <fcntl.h>
 #include <langinfo.h>
 #include <locale.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -118,6 +120,13 @@ std::vector<std::string> TakeArguments(int argc, char** argv) {
         std::ranges::copy(shown, argv[i]);
     }
     return words;
+}
+
+// For reading, so that who prints where nobody can read is told.
+void FillStandardStreams() {
+    int opened = open("/dev/null", O_RDONLY);
+    while (opened >= 0 && opened <= STDERR_FILENO) opened = open("/dev/null", O_RDONLY);
+    if (opened > STDERR_FILENO) close(opened);
 }
 
 }  // namespace iqrx::platform::posix

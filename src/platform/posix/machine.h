@@ -1,4 +1,4 @@
-// What a POSIX machine supplies. Nothing process-wide is changed but by who listens for signals.
+// What a POSIX machine supplies. Nothing process-wide is changed but by who listens for signals and who takes the arguments.
 #pragma once
 
 #include <vector>
@@ -12,15 +12,18 @@ namespace iqrx::platform::posix {
 // Locale and time zone are those of the environment when it is made; its ports are borrowed from it.
 std::shared_ptr<const Machine> CreateMachine();
 
-// The machine's parts that have a file of their own.
 std::unique_ptr<TextFiles> CreateTextFiles();
-std::unique_ptr<XmlDocument> CreateXmlDocument();
+std::unique_ptr<XmlDocument> CreateXmlDocument();  // an empty one
 
 std::filesystem::path ProgramFile();
 
 // The words that a process was started with; afterwards everybody who lists the machine's processes reads ***
 // in the place of their passwords. Until then they read them.
 std::vector<std::string> TakeArguments(int argc, char** argv);
+
+// Opens /dev/null in the place of each standard stream that is closed. Otherwise the next file that is opened
+// would get its number and, with it, what is printed.
+void FillStandardStreams();
 
 // Files are held by flock(2): it belongs to an open file and not to a process, so that two threads exclude
 // each other as two processes do, and flock(1) and lslocks(8) show who holds a sheet. A question whether a

@@ -2,5 +2,6 @@
 #include "qrxctl/tool.h"
 
 int main(int argc, char** argv) {
+    iqrx::platform::posix::FillStandardStreams();
     return iqrx::qrxctl::RunTool(iqrx::platform::posix::TakeArguments(argc, argv), iqrx::hosting::Variable);
 }

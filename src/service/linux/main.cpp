@@ -7,6 +7,7 @@
 
 int main(int argc, char** argv) {
     using namespace iqrx::hosting;
+    iqrx::platform::posix::FillStandardStreams();
     try {
         const std::vector<std::string> words = iqrx::platform::posix::TakeArguments(argc, argv);
         if (const auto answer = AnswerAboutItself(words)) {
