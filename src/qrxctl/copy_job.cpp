@@ -93,6 +93,7 @@ TableResult CopyJob::Copy(const std::string& table, bool full) {
             result.outcome = CopyOutcome::Failed;
             result.cause = platform::OneLine(platform::CurrentError().description);
         }
+        NoteStop(result);
         // The lock of somebody whose sheet this was: he is to be found by it.
         if (result.outcome == CopyOutcome::InUse && taken.sheet) taken.sheet->PutBack();
     }
@@ -124,31 +125,34 @@ bool CopyJob::TakeOver(const journal::SheetState& found, TableResult& result) {
     return false;
 }
 
-CopyJob::Moment CopyJob::WindowBegin(const std::string& table, const journal::Begin& begin) {
-    if (run_.copy.since) return platform::ParseIsoDate(*run_.copy.since);
+std::optional<Date> WindowBegin(const CopyOptions& copy, const journal::Ledger& ledger,
+                                const std::string& table, const journal::Begin& begin) {
+    if (copy.since) return platform::ParseIsoDate(*copy.since);
     if (!HasTrail(table)) return std::nullopt;
-    if (run_.copy.fillGaps)
-        if (const auto known = run_.books.ledger.Of(table); known && !known->gaps.empty())
-            return known->gaps.front().from;
-    return run_.books.ledger.NextFrom(table, begin);
+    if (copy.fillGaps)
+        if (const auto known = ledger.Of(table); known && !known->gaps.empty()) return known->gaps.front().from;
+    return ledger.NextFrom(table, begin);
 }
 
 void CopyJob::Request(const std::string& table, TableResult& result) {
     const bool full = result.method == "full";
     const journal::Begin begin = run_.books.ledger.BeginAt(process_.machine.clock.Now());
-    const Moment from = full ? std::nullopt : WindowBegin(table, begin);
+    const Moment from = full ? std::nullopt : WindowBegin(run_.copy, run_.books.ledger, table, begin);
     Look look(process_.machine, parts_.PlainDatabases(), run_.place.options);
     const Moment before = full ? std::nullopt : Moment(look.LastUpdate(table));
     const Moment exported = ExportMoment(table, full, begin);
-    if (from) SetLastUpdate(table, from);
+    if (from) SetLastUpdate(process_.database, table, from);
     control::CopyRequest request = RequestOf(run_.place.options);
     request.tableId = IdOf(process_.catalog, table);
     request.syncMethod = full ? control::kFull : control::kIncremental;
     hosting::clsDataCopyHandler handler(process_);
     handler.HandleDataCopy(request);
     Judge(result, handler.LastOutcome());
-    if (from && result.outcome != CopyOutcome::Copied && result.outcome != CopyOutcome::InUse)
-        SetLastUpdate(table, before);
+    if (from && result.outcome != CopyOutcome::Copied && result.outcome != CopyOutcome::InUse) {
+        // Past a stop, which the request's own connections no longer take a statement after.
+        runtime::DatabaseSession plain(process_.machine, parts_.PlainDatabases());
+        SetLastUpdate(plain, table, before);
+    }
     if (result.outcome == CopyOutcome::Copied && before == Date{0} && HasTrail(table))
         result.notes.push_back("was never copied in full: it holds what changed, and nothing else; qrxctl copy " +
                                table + " --full brings the rest");
@@ -162,7 +166,6 @@ void CopyJob::Judge(TableResult& result, control::Outcome outcome) {
     constexpr CopyOutcome kOutcomes[] = {CopyOutcome::Copied, CopyOutcome::Failed, CopyOutcome::InUse};
     result.cause = platform::OneLine(process_.runLog.FirstError());
     result.outcome = kOutcomes[hosting::ExitCodeOf(result.cause, outcome)];
-    const platform::StopRequest* stop = run_.place.surroundings.stop;
     if (result.outcome == CopyOutcome::InUse) {
         result.cause = "is locked by a program that keeps no run sheet here";
         result.nextStep = "qrxctl unlock " + result.table;
@@ -171,10 +174,14 @@ void CopyJob::Judge(TableResult& result, control::Outcome outcome) {
         result.cause = refused->Text();
         result.nextStep = "allow:   qrxctl copy " + result.table + " --" + result.method + " --max-removed " +
                           std::to_string(refused->removed);
-    } else if (result.outcome == CopyOutcome::Failed && stop && stop->Asked()) {
-        result.outcome = CopyOutcome::Stopped;
-        result.cause = "by " + *stop->Asked();
     }
+}
+
+void CopyJob::NoteStop(TableResult& result) const {
+    const platform::StopRequest* stop = run_.place.surroundings.stop;
+    if (result.outcome != CopyOutcome::Failed || !stop || !stop->Asked()) return;
+    result.outcome = CopyOutcome::Stopped;
+    result.cause = "by " + *stop->Asked();
 }
 
 // A trail that is written as changes are made has the time of its last one. When that second was over, the file
@@ -218,17 +225,17 @@ void CopyJob::Record(const TableResult& result, const std::string& began) {
 }
 
 // As it stands: the audit window begins at what the control table holds. The copy that holds a table stamps it itself.
-void CopyJob::SetLastUpdate(const std::string& table, Moment moment) {
+void CopyJob::SetLastUpdate(runtime::DatabaseSession& session, const std::string& table, Moment moment) {
     const Options& options = run_.place.options;
-    process_.database.OpenDatabase(options.connection, options.database, PlatformNumber(options));
+    session.OpenDatabase(options.connection, options.database, PlatformNumber(options));
+    control::ControlTables controlTables(process_.machine.clock, session);
     const bool wasNever = !moment || moment->secondsSince1970 == 0;
-    if (!process_.controlTables.IsTableInUse(table))
-        process_.controlTables.SetTableLastUpdate(
-            table, wasNever
-                       ? platform::Literal::Unknown("NULL")
-                       : process_.database.Literals().WrapDateLiteral(runtime::FormatIsoDateTime(*moment)));
-    process_.database.AwaitAnswers();
-    process_.database.CloseDatabase();
+    if (!controlTables.IsTableInUse(table))
+        controlTables.SetTableLastUpdate(
+            table, wasNever ? platform::Literal::Unknown("NULL")
+                            : session.Literals().WrapDateLiteral(runtime::FormatIsoDateTime(*moment)));
+    session.AwaitAnswers();
+    session.CloseDatabase();
 }
 
 }  // namespace iqrx::qrxctl

@@ -21,6 +21,10 @@ struct CopyRun {
     std::string id;  // "20261121-104032"
 };
 
+// Where an incremental copy that begins then reads the trail from; nothing: at the control table's last update.
+std::optional<platform::Date> WindowBegin(const CopyOptions& copy, const journal::Ledger& ledger,
+                                          const std::string& table, const journal::Begin& begin);
+
 // Copies tables one after the other; a run with several jobs has one of these for each of its threads.
 class CopyJob {
 public:
@@ -37,13 +41,13 @@ private:
     using Moment = std::optional<platform::Date>;
 
     bool TakeOver(const journal::SheetState& found, TableResult& result);
-    Moment WindowBegin(const std::string& table, const journal::Begin& begin);
     void Request(const std::string& table, TableResult& result);
     void Judge(TableResult& result, control::Outcome outcome);
+    void NoteStop(TableResult& result) const;
     Moment ExportMoment(const std::string& table, bool full, const journal::Begin& begin);
     void NoteWhatWasRead(const TableResult& result, Moment from, Moment exported, const journal::Begin& begin);
     void Record(const TableResult& result, const std::string& began);
-    void SetLastUpdate(const std::string& table, Moment moment);
+    void SetLastUpdate(runtime::DatabaseSession& session, const std::string& table, Moment moment);
 
     hosting::Surroundings Surroundings();
 

@@ -217,31 +217,35 @@ protected:
 
     AStoppedCopy() {
         GivenExtract("tsmdm030.csv", kServiceTypes);
-        if (mkfifo((extract / "tsmdm030.csv.fifo").c_str(), 0600) != 0) throw std::runtime_error("no FIFO");
-        fs::rename(extract / "tsmdm030.csv.fifo", extract / "tsmdm030.csv");
+        GivenSlow("tsmdm030.csv");
+    }
+    void GivenSlow(const std::string& file) const {
+        const fs::path fifo = extract / (file + ".fifo");
+        if (mkfifo(fifo.c_str(), 0600) != 0) throw std::runtime_error("no FIFO");
+        fs::rename(fifo, extract / file);
     }
     // An ERP that hands out some records and then waits: the copy is in its midst for as long as this lives.
     struct SlowExport {
-        explicit SlowExport(const fs::path& file) : stream(file, std::ios::binary) {
-            stream << kTypesHeader << '\n';
-            for (int i = 0; i < kRecords; ++i) stream << "T" << 1000 + i << ",Type,REMOTE,ONC,1\n";
+        explicit SlowExport(const fs::path& file, const std::string& header = kTypesHeader,
+                            std::string before = "")
+            : stream(file, std::ios::binary), change(std::move(before)) {
+            stream << header << '\n';
+            for (int i = 0; i < kRecords; ++i) stream << change << "T" << 1000 + i << ",Type,REMOTE,ONC,1\n";
             stream.flush();
         }
         ~SlowExport() {
             stream.close();
-            std::signal(SIGPIPE, before);
+            std::signal(SIGPIPE, brokenPipe);
         }
-        void GoOn() { stream << "ZZZ,Last,REMOTE,ONC,1\n" << std::flush; }
+        void GoOn() { stream << change << "ZZZ,Last,REMOTE,ONC,1\n" << std::flush; }
         // A copy that was asked to stop may have ended before it comes to read what is left.
-        void (*const before)(int) = std::signal(SIGPIPE, SIG_IGN);
+        void (*const brokenPipe)(int) = std::signal(SIGPIPE, SIG_IGN);
         std::ofstream stream;
+        const std::string change;
     };
-    std::vector<std::string> Command(const std::vector<std::string>& more = {}) const {
-        std::vector<std::string> command{
-            IQRX_QRXCTL, "--connection", Connection(), "--erp",    "extract=" + extract.string(),
-            "--log-dir", logs.string(),  "copy",       "tsmdm030", "--full"};
-        command.insert(command.end(), more.begin(), more.end());
-        return command;
+    std::vector<std::string> Command(const std::string& method = "--full") const {
+        return {IQRX_QRXCTL, "--connection", Connection(), "--erp",    "extract=" + extract.string(),
+                "--log-dir", logs.string(),  "copy",       "tsmdm030", method};
     }
     void WaitUntilLocked() const {
         WaitUntil([&] { return InUse("tsmdm030"); });
@@ -271,6 +275,27 @@ TEST_F(AStoppedCopy, BySignalFreesItsTableTellsWhatWasDoneAndEndsWith130) {
     GivenPlainExport();
     EXPECT_EQ(Qrxctl({"copy", "tsmdm030", "--full", "--max-removed", "any"}).exitCode, 0);
     EXPECT_THAT(Rows(kSelectServiceTypes), SizeIs(3));
+}
+
+TEST_F(AStoppedCopy, OfTheTrailLeavesTheLastUpdateAsItWas) {
+    GivenPlainExport();
+    ASSERT_EQ(Qrxctl({"copy", "tsmdm030", "--full"}).exitCode, 0);
+    const std::string before = LastUpdate("tsmdm030");
+    GivenSlow("tsmdm030.audit.csv");
+    std::vector<std::string> command = Command("--incremental");
+    command.insert(command.end(), {"--since", "2025-06-01"});
+    Child copy(command, directory);
+    SlowExport records(extract / "tsmdm030.audit.csv", "changed_at,change," + std::string(kTypesHeader),
+                       "2025-06-20 08:00:00,I,");
+    WaitUntilLocked();
+    copy.Signal(SIGTERM);
+    records.GoOn();
+    records.stream.close();
+    const Finished run = copy.Wait();
+    EXPECT_EQ(run.exitCode, 130) << run.out << run.err;
+    EXPECT_THAT(run.out, HasSubstr("stopped  tsmdm030  by SIGTERM"));
+    EXPECT_EQ(LastUpdate("tsmdm030"), before);
+    EXPECT_FALSE(InUse("tsmdm030"));
 }
 
 TEST_F(AStoppedCopy, InTheServiceFailsAsACopyFailsAndFreesItsTable) {
