@@ -10,7 +10,6 @@
 #include "qrxctl/books.h"
 #include "qrxctl/command.h"
 #include "qrxctl/history_output.h"
-#include "qrxctl/history_prune.h"
 #include "qrxctl/lines.h"
 #include "qrxctl/moments.h"
 #include "qrxctl/table_choice.h"
@@ -68,12 +67,18 @@ private:
 
     ExitCode PruneOld(hosting::Composition& parts, const Workplace& place, const journal::Timestamp& now) const {
         const Options& options = place.options;
+        const journal::Timestamp before = MomentOf(prune_, parts, now);
+        if (before.Utc() > now.Utc()) throw UsageError("--prune " + prune_ + " lies in the future");
         Books books(parts, options, journal::Use::Writing);
         const std::string logs =
             options.logDirectory.empty() ? parts.Machine().blankDirectory : options.logDirectory;
-        const std::string text = Prune(books, MomentOf(prune_, parts, now), platform::Path(logs));
-        if (!options.quiet) place.out << text;
-        return kAllWell;
+        const Pruned pruned = Prune(books, before, platform::Path(logs));
+        if (options.json)
+            place.out << PrunedJson(pruned);
+        else if (!options.quiet)
+            place.out << PrunedText(pruned);
+        for (const std::string& problem : pruned.problems) place.talk << Fact("failed", "files", problem);
+        return pruned.problems.empty() ? kAllWell : kFailed;
     }
 
     static ExitCode ShowDamage(const Books& books, const journal::Damage& damage, const Workplace& place) {

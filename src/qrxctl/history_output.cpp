@@ -117,4 +117,23 @@ std::string HistoryJson(const std::vector<RunEntry>& newestFirst, const journal:
     return history.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
+std::string PrunedText(const Pruned& pruned) {
+    return Fact("ok", "history",
+                "removed " + Counted(pruned.runs.removed, "run") + " from before " + pruned.before + ", " +
+                    Grouped(pruned.runs.kept) + " kept") +
+           Fact("ok", "logs", "removed " + Counted(pruned.logs, "file")) +
+           Fact("ok", "undo", "removed " + Counted(pruned.undoFiles, "file"));
+}
+
+std::string PrunedJson(const Pruned& pruned) {
+    const Json told{{"schema", 1},
+                    {"before", pruned.before},
+                    {"runs_removed", pruned.runs.removed},
+                    {"runs_kept", pruned.runs.kept},
+                    {"logs_removed", pruned.logs},
+                    {"undo_files_removed", pruned.undoFiles},
+                    {"problems", pruned.problems}};
+    return told.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+}
+
 }  // namespace iqrx::qrxctl

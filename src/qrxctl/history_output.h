@@ -6,6 +6,7 @@
 
 #include "journal/history.h"
 #include "platform/machine.h"
+#include "qrxctl/history_prune.h"
 
 namespace iqrx::qrxctl {
 
@@ -18,6 +19,10 @@ std::string RunText(const std::vector<journal::RunEntry>& entries, platform::Mac
 
 // One object.
 std::string HistoryJson(const std::vector<journal::RunEntry>& newestFirst, const journal::Damage& damage);
+
+// What --prune removed, as facts or as one object.
+std::string PrunedText(const Pruned& pruned);
+std::string PrunedJson(const Pruned& pruned);
 
 // "ok", "failed: the cause", "stopped by SIGINT (anna)".
 std::string EndOf(const journal::RunEntry& entry);

@@ -6,7 +6,6 @@
 
 #include "platform/date.h"
 #include "platform/text.h"
-#include "qrxctl/lines.h"
 
 namespace iqrx::qrxctl {
 
@@ -38,14 +37,10 @@ std::string DayOfUndo(const std::string& name) {
     return HasForm(name.substr(0, kRunSize), "00000000-000000") ? name.substr(0, kDaySize) : "";
 }
 
-struct Removed {
-    std::int64_t files = 0;
-    std::vector<std::string> problems;
-};
-
-Removed RemoveFiles(const fs::path& directory, const std::string& before,
-                    const std::function<std::string(const std::string&)>& dayOf) {
-    Removed removed;
+std::int64_t RemoveFiles(const fs::path& directory, const std::string& before,
+                         const std::function<std::string(const std::string&)>& dayOf,
+                         std::vector<std::string>& problems) {
+    std::int64_t removed = 0;
     std::error_code failure;
     std::vector<fs::path> files;
     for (fs::directory_iterator entry(directory, failure), end; !failure && entry != end;
@@ -54,29 +49,26 @@ Removed RemoveFiles(const fs::path& directory, const std::string& before,
         std::error_code unknown;
         if (!day.empty() && day < before && entry->is_regular_file(unknown)) files.push_back(entry->path());
     }
+    if (failure)
+        problems.push_back(platform::Utf8(directory) + " cannot be looked through: " + failure.message());
     for (const fs::path& file : files)
         if (fs::remove(file, failure))
-            ++removed.files;
+            ++removed;
         else if (failure)
-            removed.problems.push_back(platform::Utf8(file) + " cannot be removed: " + failure.message());
+            problems.push_back(platform::Utf8(file) + " cannot be removed: " + failure.message());
     return removed;
 }
 
 }  // namespace
 
-std::string Prune(Books& books, const journal::Timestamp& before, const fs::path& logDirectory) {
+Pruned Prune(Books& books, const journal::Timestamp& before, const fs::path& logDirectory) {
     const std::string day = platform::CompactDate(before.local);
-    const auto runs = books.history.Prune(before);
-    const Removed logs = RemoveFiles(logDirectory, day, DayOfLog);
-    const Removed undo = RemoveFiles(books.directory.Undo(), day, DayOfUndo);
-    std::string text = Fact("ok", "history",
-                            "removed " + Counted(runs.removed, "run") + " from before " +
-                                platform::IsoDate(before.local) + ", " + Grouped(runs.kept) + " kept");
-    text += Fact("ok", "logs", "removed " + Counted(logs.files, "file"));
-    text += Fact("ok", "undo", "removed " + Counted(undo.files, "file"));
-    for (const Removed* removed : {&logs, &undo})
-        for (const std::string& problem : removed->problems) text += Fact("note", "files", problem);
-    return text;
+    Pruned pruned{.before = platform::IsoDate(before.local), .runs = books.history.Prune(before), .problems = {}};
+    pruned.logs = RemoveFiles(logDirectory, day, DayOfLog, pruned.problems);
+    std::error_code unknown;
+    if (fs::exists(books.directory.Undo(), unknown))
+        pruned.undoFiles = RemoveFiles(books.directory.Undo(), day, DayOfUndo, pruned.problems);
+    return pruned;
 }
 
 }  // namespace iqrx::qrxctl

@@ -202,5 +202,32 @@ TEST_F(TheHistory, IsPrunedWithTheLogsAndUndoFilesOfThatTime) {
     EXPECT_EQ(Qrxctl({"history", "tssoc200", "--prune", "400d"}).exitCode, 64);
 }
 
+TEST_F(TheHistory, IsPrunedInJsonToo) {
+    GivenRuns({{.run = "1-1", .secondsAgo = 500 * kDay}});
+    GivenFile(logs / "tssoc200_20200101.log", "x");
+    const std::string before = LocalSecondsAgo(400 * kDay).substr(0, 10);
+    EXPECT_EQ(Qrxctl({"history", "--prune", "400d", "--json"}).out,
+              R"({"schema":1,"before":")" + before +
+                  R"(","runs_removed":1,"runs_kept":0,"logs_removed":1,"undo_files_removed":0,"problems":[]})" +
+                  "\n");
+}
+
+TEST_F(TheHistory, ThatCannotBePrunedWholeFails) {
+    GivenRuns({{.run = "1-1", .secondsAgo = kDay}});
+    fs::remove_all(logs);
+    const Finished run = Qrxctl({"history", "--prune", "400d", "-q"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.err, HasSubstr("failed   files     "));
+    EXPECT_THAT(run.err, HasSubstr("cannot be looked through: "));
+}
+
+TEST_F(TheHistory, IsNotPrunedOfTheFuture) {
+    GivenRuns({{.run = "1-1", .secondsAgo = kDay}});
+    const Finished run = Qrxctl({"history", "--prune", "2099-01-01"});
+    EXPECT_EQ(run.exitCode, 64);
+    EXPECT_THAT(run.err, IsOneLineWith("--prune 2099-01-01 lies in the future"));
+    EXPECT_THAT(Lines(ReadText(State() / "history.jsonl")), SizeIs(1));
+}
+
 }  // namespace
 }  // namespace iqrx::testing
