@@ -21,6 +21,13 @@ void RefuseFuture(const CopyOptions& copy, platform::Date now) {
         throw UsageError("--since " + *copy.since + " lies in the future");
 }
 
+// With options that say how the aim is reached behind it, but none that says from when on.
+bool HasAim(const std::string& program, const std::string& aim) {
+    if (!program.starts_with(aim)) return false;
+    const std::string rest = program.substr(aim.size());
+    return rest.empty() || (rest.front() == ' ' && !rest.starts_with(" --since "));
+}
+
 // The run that --resume goes on with: the last one that had this aim.
 struct EarlierRun {
     std::string id;
@@ -30,7 +37,7 @@ struct EarlierRun {
 EarlierRun LastRun(const journal::History& history, const std::string& aim) {
     EarlierRun last;
     history.ForEach([&](const journal::RunEntry& entry) {
-        if (entry.program != aim && !entry.program.starts_with(aim + " ")) return true;
+        if (!HasAim(entry.program, aim)) return true;
         if (entry.run != last.id) last = {entry.run, {}};
         if (entry.outcome == "ok") last.done.push_back(entry.table);
         return true;
@@ -64,10 +71,9 @@ ExitCode CopyCommand::Run(const Workplace& place) {
     const std::vector<std::string> known = CatalogTables(parts, place.options);
     std::vector<std::string> tables = copy_.all ? known : ChooseTables(known, copy_.tables);
     Books books(parts, place.options, copy_.dryRun ? journal::Use::Reading : journal::Use::Writing);
-    if (copy_.dryRun) return SayWhatWouldBeDone(place, tables, books, now);
-
     CopyReport report{.run = {}, .resume = copy_.CommandLine() + " --resume"};
     if (copy_.resume) LeaveOutWhatIsDone(books.history, tables, report);
+    if (copy_.dryRun) return SayWhatWouldBeDone(place, tables, books, now);
     if (report.run.empty()) report.run = books.history.NewRunId(now);
     const CopyRun run{watched, copy_, books, report.run};
     const auto begin = std::chrono::steady_clock::now();
@@ -108,11 +114,11 @@ ExitCode CopyCommand::SayWhatWouldBeDone(const Workplace& place, const std::vect
                                          Books& books, platform::Date now) const {
     for (const std::string& table : tables) {
         std::string text = copy_.full ? "everything" : "changes since the control table's last update";
-        const auto from = books.ledger.NextFrom(table, books.ledger.BeginAt(now));
         if (!copy_.full && copy_.since)
             text = "changes since " + *copy_.since;
-        else if (!copy_.full && from)
-            text = "changes since " + platform::IsoDateTime(*from);
+        else if (!copy_.full)
+            if (const auto from = WindowBegin(copy_, books.ledger, table, books.ledger.BeginAt(now)))
+                text = "changes since " + platform::IsoDateTime(*from);
         if (books.sheets.StateOf(table).holder == journal::Holder::Living) text += "; is being copied now";
         if (place.options.json)
             place.out << JsonOfIntent(table, copy_.Method(), text) << '\n';

@@ -1,9 +1,12 @@
 #include "qrxctl/copy_options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
+#include "hosting/dispatch.h"
 #include "platform/date.h"
 #include "platform/text.h"
+#include "qrxctl/help.h"
 
 namespace iqrx::qrxctl {
 
@@ -20,6 +23,16 @@ RemovalLimit LimitOf(const std::string& text, const std::string& place) {
     if (!limit)
         throw CLI::ValidationError(place + ": \"" + text + "\" is not a share (10%), a number of rows or any");
     return *limit;
+}
+
+// Whoever misspells it would believe that the table's limit holds.
+void RequireTable(const std::string& name) {
+    std::vector<std::string> known;
+    for (const control::TableRoutine& table : hosting::Tables()) known.emplace_back(table.table);
+    if (std::ranges::count(known, name) > 0) return;
+    const std::string nearest = Nearest(name, known);
+    throw CLI::ValidationError("[guard] " + name + ": no table has this name" +
+                               (nearest.empty() ? "" : "; did you mean " + nearest + "?"));
 }
 
 }  // namespace
@@ -62,8 +75,10 @@ void CopyOptions::Check(const Options& options) const {
 platform::watch::RemovalLimits CopyOptions::Limits(const Options& options) const {
     platform::watch::RemovalLimits limits;
     if (!maxRemoved.empty()) limits.all = LimitOf(maxRemoved, "--max-removed");
-    for (const auto& [table, text] : options.guard)
+    for (const auto& [table, text] : options.guard) {
+        RequireTable(platform::Lower(table));
         limits.ofTable[platform::Lower(table)] = LimitOf(text, "[guard] " + table);
+    }
     return limits;
 }
 
@@ -71,13 +86,17 @@ std::string CopyOptions::Aim() const {
     std::string line = "qrxctl copy";
     if (all) line += " --all";
     for (const std::string& table : tables) line += " " + table;
-    return line + (full ? " --full" : " --incremental");
+    line += full ? " --full" : fillGaps ? " --fill-gaps" : " --incremental";
+    if (since) line += " --since \"" + *since + "\"";
+    return line;
 }
 
 std::string CopyOptions::CommandLine() const {
     std::string line = Aim();
     if (!maxRemoved.empty()) line += " --max-removed " + maxRemoved;
-    if (since) line += " --since \"" + *since + "\"";
+    if (!thenFull.empty()) line += " --then-full " + thenFull;
+    if (noTakeover) line += " --no-takeover";
+    if (jobs > 1) line += " --jobs " + std::to_string(jobs);
     return line;
 }
 

@@ -31,7 +31,7 @@ struct CopyOptions {
     const char* Method() const { return full ? "full" : "incremental"; }
     // A table's own limit, from the INI file's section [guard], goes before that of all. Raises CLI::ParseError.
     platform::watch::RemovalLimits Limits(const Options& options) const;
-    // "qrxctl copy --all --full": what is copied, and how.
+    // "qrxctl copy --all --full": what is copied, how, and from when on.
     std::string Aim() const;
     // The same with how far it may go; as an operator would type it, without connection or password.
     std::string CommandLine() const;

@@ -280,12 +280,30 @@ TEST_F(AMachine, ShowsTheGapThatALaterBeginLeavesAndFillsIt) {
     EXPECT_THAT(Types(), Not(::testing::Contains("T05")));
 
     PassTo(10, 50);
+    EXPECT_THAT(Run({"copy", "tsmdm030", "--fill-gaps", "--dry-run"}).out,
+                HasSubstr("copy changes since 2026-11-21 10:00:00"));
     EXPECT_EQ(Run({"copy", "tsmdm030", "--fill-gaps"}).exitCode, 0);
 
     EXPECT_THAT(Types(), ElementsAre("ADV", "INS", "T05", "T25"));
     const Finished filled = Run({"status", "tsmdm030", "--read"});
     EXPECT_EQ(filled.exitCode, 0) << filled.out;
     EXPECT_THAT(filled.out, Not(HasSubstr("GAP")));
+}
+
+// What was done with one aim is not done for another.
+TEST_F(AMachine, ResumesOnlyARunThatReadTheSameStretchOfTheTrail) {
+    GivenTypes();
+    CopyInFull();
+    const auto wouldCopy = [this](std::vector<std::string> aim) {
+        aim.insert(aim.begin(), {"copy", "tsmdm030"});
+        aim.insert(aim.end(), {"--resume", "--dry-run"});
+        return Run(aim).out != "";
+    };
+    EXPECT_FALSE(wouldCopy({"--full"}));
+    EXPECT_EQ(Run({"copy", "tsmdm030", "--incremental", "--max-removed", "any"}).exitCode, 0);
+    EXPECT_FALSE(wouldCopy({"--incremental"}));
+    EXPECT_TRUE(wouldCopy({"--fill-gaps"}));
+    EXPECT_TRUE(wouldCopy({"--incremental", "--since", "2026-11-21 09:00:00"}));
 }
 
 // A7: an application that deletes from the change log what it has read.
