@@ -1,10 +1,12 @@
 #include "qrxctl/arguments.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
+#include "platform/text.h"
 #include "qrxctl/help.h"
 
 namespace iqrx::qrxctl {
@@ -21,8 +23,9 @@ std::string VariableOf(std::string option) {
 
 bool IsSet(const CLI::Option* option) { return option->count() > 0; }
 
-// Where an INI file has the item: the section and the key tell, as the library tells them.
-int LineOf(const std::string& text, const CLI::ConfigItem& item) {
+// The lines in which an INI file has the item: the section and the key tell, as the library tells them.
+std::vector<int> LinesOf(const std::string& text, const CLI::ConfigItem& item) {
+    std::vector<int> found;
     const std::string section = item.parents.empty() ? "" : item.parents.front();
     std::istringstream lines(text);
     std::string current, line;
@@ -30,9 +33,23 @@ int LineOf(const std::string& text, const CLI::ConfigItem& item) {
         const std::string bare = CLI::detail::trim_copy(line);
         if (bare.starts_with('[')) current = CLI::detail::trim_copy(bare.substr(1, bare.find(']') - 1));
         const std::string key = CLI::detail::trim_copy(bare.substr(0, bare.find('=')));
-        if (current == section && key == item.name) return number;
+        if (current == section && key == item.name) found.push_back(number);
     }
-    return 0;
+    return found;
+}
+
+// Raises CLI::ParseError.
+std::string ReadText(const std::string& name) {
+    const std::filesystem::path file = platform::Path(name);
+    std::error_code failure, unknown;
+    std::ifstream stream(file);
+    if (!stream) failure = {errno != 0 ? errno : EIO, std::generic_category()};
+    if (std::filesystem::is_directory(file, unknown)) failure = std::make_error_code(std::errc::is_a_directory);
+    if (failure) throw CLI::FileError(name + " cannot be read: " + failure.message());
+    std::stringstream text;
+    text << stream.rdbuf();
+    const std::string all = text.str();
+    return all.starts_with(platform::kByteOrderMark) ? all.substr(platform::kByteOrderMark.size()) : all;
 }
 
 }  // namespace
@@ -107,6 +124,7 @@ void Arguments::Take(const std::vector<CLI::ConfigItem>& items,
                 throw CLI::ConversionError("put the value of " + item->name + " in double quotes");
             if (!_parse_single_config(*item))
                 throw CLI::ConfigError("there is no option " + item->fullname());
+            if (option) OptionOf(*item)->run_callback();  // while it is known where the value stands
         } catch (const CLI::ParseError& error) {
             throw CLI::ConfigError(place(*item) + ": " + error.what());
         }
@@ -116,13 +134,13 @@ void Arguments::ReadFile() {
     if (config_.empty()) config_ = variables_(kConfigVariable).value_or("");
     options_.configFile = config_;
     if (config_.empty()) return;
-    const std::filesystem::path file(std::u8string(config_.begin(), config_.end()));
-    std::error_code unknown;
-    std::ifstream stream(file);
-    if (!stream || std::filesystem::is_directory(file, unknown)) throw CLI::FileError::Missing(config_);
-    std::stringstream text;
-    text << stream.rdbuf();
-    std::vector<CLI::ConfigItem> items = get_config_formatter()->from_config(text);
+    const std::string text = ReadText(config_);
+    std::istringstream stream(text);
+    std::vector<CLI::ConfigItem> items = get_config_formatter()->from_config(stream);
+    for (const CLI::ConfigItem& item : items)
+        if (const auto lines = LinesOf(text, item); lines.size() > 1)
+            throw CLI::ConfigError(config_ + " line " + std::to_string(lines[1]) + ": " + item.name +
+                                   " stands in line " + std::to_string(lines[0]) + " already");
     const CLI::Option* limit = OptionOf({{"copy"}, "max-removed", {}});
     const bool isLimitGiven = limit && IsSet(limit);
     std::erase_if(items, [&](const CLI::ConfigItem& item) {
@@ -133,7 +151,8 @@ void Arguments::ReadFile() {
         return true;
     });
     Take(items, [&](const CLI::ConfigItem& item) {
-        return config_ + " line " + std::to_string(LineOf(text.str(), item));
+        const std::vector<int> lines = LinesOf(text, item);
+        return lines.empty() ? config_ : config_ + " line " + std::to_string(lines.front());
     });
 }
 

@@ -115,16 +115,16 @@ bool TakesSmallLettersForCapitals(runtime::DatabaseSession& session) {
 class InitCommand : public Command {
 public:
     void AddOptions(CLI::App& command) override {
-        command.add_option("--show", table_, "print the statement that creates this table, and do nothing");
+        show_ = command.add_option("--show", table_, "print the statement that creates this table, and do nothing");
     }
     void Check(const Options& options) const override {
-        if (table_.empty()) RequireConnection(options);
+        if (!*show_) RequireConnection(options);
     }
 
     ExitCode Run(const Workplace& place) override {
         hosting::Composition parts(place.surroundings);
         const std::filesystem::path folder = parts.Machine().programFolder / "schema";
-        if (!table_.empty())
+        if (*show_)
             Show(place, ReadScript(ScriptOf(place.options, folder)));
         else
             Tell(place, Init(parts, place.options, folder, place.talk));
@@ -157,6 +157,7 @@ private:
     }
 
     std::string table_;
+    CLI::Option* show_ = nullptr;
 };
 
 }  // namespace

@@ -30,7 +30,7 @@ public:
     }
 
     void Check(const Options&) const override {
-        if (!*where_) throw CLI::RequiredError(where_->get_name());
+        if (directory_.empty()) throw CLI::RequiredError(where_->get_name());
         if (!*orders_) throw CLI::RequiredError(orders_->get_name());
     }
 

@@ -34,13 +34,16 @@ public:
                      ->check(SpanText());
         command.add_option("--max-age", maxAge_, "a table that was copied longer ago is wrong: 30m, 8h, 2d")
             ->check(SpanText());
-        command.add_option("--prometheus", metrics_, "write metrics to this file and show nothing")
-            ->excludes(watch_);
+        prometheus_ = command.add_option("--prometheus", metrics_, "write metrics to this file and show nothing")
+                          ->excludes(watch_);
         command.add_flag("--read", read_, "which stretches of the trails were read, and the gaps");
         command.add_flag("--count", question_.countAll, "count the rows of large tables, too");
     }
 
-    void Check(const Options& options) const override { RequireConnection(options); }
+    void Check(const Options& options) const override {
+        RequireConnection(options);
+        if (*prometheus_ && metrics_.empty()) throw CLI::RequiredError("FILE of --prometheus");
+    }
 
     ExitCode Run(const Workplace& place) override {
         hosting::Composition parts(place.surroundings);
@@ -100,6 +103,7 @@ private:
     std::string interval_, maxAge_, metrics_;
     bool read_ = false;
     CLI::Option* watch_ = nullptr;
+    CLI::Option* prometheus_ = nullptr;
 };
 
 }  // namespace

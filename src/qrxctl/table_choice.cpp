@@ -88,6 +88,7 @@ std::string WordsFor(const std::vector<std::string>& tables, const std::vector<s
 std::vector<std::string> ChooseTables(const std::vector<std::string>& known,
                                       const std::vector<std::string>& wanted) {
     const std::vector<std::string> words = WordsOf(wanted);
+    if (words.empty() && !wanted.empty()) throw UsageError("no table is named");
     for (const std::string& word : words)
         if (std::ranges::none_of(known, [&](const std::string& table) { return Names(word, table); })) {
             const std::string nearest = Nearest(platform::Lower(word), known);

@@ -38,6 +38,7 @@ TEST(TableChoice, RefusesAWordThatNamesNoTableAndGuessesWhatWasMeant) {
     EXPECT_THAT(complaint({"TSMDM031"}), HasSubstr("did you mean tsmdm030?"));
     EXPECT_THAT(complaint({"x*"}), HasSubstr("no table \"x*\""));
     EXPECT_THAT(complaint({""}), HasSubstr("no table \"\""));
+    EXPECT_EQ(complaint({","}), "no table is named");  // such as of two variables that are not set
 }
 
 TEST(TableChoice, KnowsTheGroupOfEveryTable) {

@@ -35,6 +35,7 @@ TEST_F(TheTool, HelpsOnEveryLevel) {
     ExpectHelp(BareQrxctl({"status", "--help"}), {"status"});
     ExpectHelp(BareQrxctl({"help", "copy"}), {"--incremental"});
     ExpectHelp(BareQrxctl({"sample", "--help"}), {"--orders", "--changes", "--seed"});
+    EXPECT_THAT(BareQrxctl({"help", "remove"}).err, IsOneLineWith("remove"));
 }
 
 TEST_F(TheTool, ShowsInItsUsageWhatACommandIsGiven) {
@@ -103,6 +104,59 @@ TEST_F(TheTool, NamesTheLineOfAnIniFileThatIsWrong) {
                      "site.ini line 1: put the value of connection in double quotes");
     GivenFile(directory / "site.ini", "[copy]\nfull=true\ncolour=blue");
     ExpectUsageError({"--config", "site.ini", "status"}, "site.ini line 3: there is no option copy.colour");
+    GivenFile(directory / "site.ini", "[copy]\nfull=maybe");
+    ExpectUsageError({"--config", "site.ini", "status"}, "site.ini line 2: ");
+    GivenFile(directory / "site.ini", "[copy]\njobs=2\njobs=3");
+    ExpectUsageError({"--config", "site.ini", "status"},
+                     "site.ini line 3: jobs stands in line 2 already");
+    GivenFile(directory / "site.ini", "[copy\nfull=true");
+    ExpectUsageError({"--config", "site.ini", "status"}, "site.ini: there is no option [copy");
+}
+
+TEST_F(TheTool, NamesTheVariableThatIsWrong) {
+    const Finished run = Qrxctl({"copy", "tsmdm030"}, {{"QRXCTL_FULL", "maybe"}});
+    EXPECT_EQ(run.exitCode, 64);
+    EXPECT_THAT(run.err, IsOneLineWith("QRXCTL_FULL: "));
+}
+
+TEST_F(TheTool, SaysWhyAnIniFileCannotBeRead) {
+    ExpectUsageError({"--config", "nowhere.ini", "status"},
+                     "nowhere.ini cannot be read: No such file or directory");
+    ExpectUsageError({"--config", directory.string(), "status"}, "cannot be read: Is a directory");
+}
+
+TEST_F(TheTool, ReadsAnIniFileWithAByteOrderMark) {
+    GivenFile(directory / "site.ini", "\xEF\xBB\xBFplatform=oracle\n[copy]\nfull=true");
+    EXPECT_EQ(Qrxctl({"--config", "site.ini", "copy", "tsmdm030"}).exitCode, 0);
+}
+
+TEST_F(TheTool, RefusesALimitForATableThatDoesNotExist) {
+    GivenFile(directory / "site.ini", "[guard]\ntsmdm03=0");
+    ExpectUsageError({"--config", "site.ini", "copy", "tsmdm030", "--full"},
+                     "[guard] tsmdm03: no table has this name; did you mean tsmdm030?");
+    GivenFile(directory / "site.ini", "[guard]\nTSMDM030=0");
+    EXPECT_EQ(Qrxctl({"--config", "site.ini", "copy", "tsmdm030", "--full"}).exitCode, 0);
+}
+
+TEST_F(TheTool, FailsWhenItsResultsCannotBeWritten) {
+    for (const char* nowhere : {">/dev/full", ">&-"}) {
+        SCOPED_TRACE(nowhere);
+        const std::string command = std::string("exec \"$0\" --connection \"$1\" status --json ") + nowhere;
+        const Finished run = RunToEnd({"/bin/sh", "-c", command, IQRX_QRXCTL, Connection()}, directory);
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_THAT(run.err, IsOneLineWith("the results could not be written to standard output"));
+    }
+}
+
+TEST_F(TheTool, RefusesAnEmptyValueWhereANameIsNeeded) {
+    ExpectUsageError({"init", "--show", ""}, "no table \"\" in the schema");
+    ExpectUsageError({"status", "--prometheus", ""}, "--prometheus");
+    ExpectUsageError({"sample", "", "--orders", "1"}, "directory");
+    for (const char* command : {"copy", "status", "unlock", "history"}) {
+        std::vector<std::string> words{command, ","};
+        if (words.front() == "copy") words.emplace_back("--full");
+        ExpectUsageError(words, "no table is named");
+    }
 }
 
 TEST_F(TheTool, RefusesWhatItDoesNotKnowInOneLine) {

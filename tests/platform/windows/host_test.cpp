@@ -75,10 +75,8 @@ TEST_F(WindowsHostTest, TellsWhoThisProcessIs) {
     EXPECT_FALSE(host.Self().host.empty());
 }
 
-TEST_F(WindowsHostTest, LocalTimeIsThatOfTheClockAndTheOffset) {
+TEST_F(WindowsHostTest, LocalTimeIsThatOfTheClock) {
     const auto now = std::chrono::system_clock::now();
-    const auto utc = std::chrono::floor<std::chrono::seconds>(now.time_since_epoch()).count();
-    EXPECT_EQ(host.LocalTime(now).secondsSince1970, utc + host.UtcOffsetMinutes() * 60);
     SYSTEMTIME local;
     GetLocalTime(&local);
     const Date clock =
