@@ -3,10 +3,10 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
-#include "hosting/dispatch.h"
 #include "platform/date.h"
 #include "platform/text.h"
 #include "qrxctl/help.h"
+#include "qrxctl/table_choice.h"
 
 namespace iqrx::qrxctl {
 
@@ -27,8 +27,7 @@ RemovalLimit LimitOf(const std::string& text, const std::string& place) {
 
 // Whoever misspells it would believe that the table's limit holds.
 void RequireTable(const std::string& name) {
-    std::vector<std::string> known;
-    for (const control::TableRoutine& table : hosting::Tables()) known.emplace_back(table.table);
+    const std::vector<std::string> known = TablesWithACopy();
     if (std::ranges::count(known, name) > 0) return;
     const std::string nearest = Nearest(name, known);
     throw CLI::ValidationError("[guard] " + name + ": no table has this name" +

@@ -3,7 +3,6 @@
 #include <ostream>
 #include <set>
 
-#include "hosting/dispatch.h"
 #include "platform/date.h"
 #include "platform/error.h"
 #include "platform/text.h"
@@ -104,8 +103,7 @@ private:
     // Empty: every table.
     std::set<std::string> WantedTables(const std::vector<journal::RunEntry>& entries) const {
         if (words_.empty()) return {};
-        std::vector<std::string> known;
-        for (const control::TableRoutine& table : hosting::Tables()) known.emplace_back(table.table);
+        std::vector<std::string> known = TablesWithACopy();
         for (const journal::RunEntry& entry : entries)
             if (std::ranges::find(known, entry.table) == known.end()) known.push_back(entry.table);
         const auto chosen = ChooseTables(known, words_);

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "hosting/dispatch.h"
 #include "platform/text.h"
 #include "qrxctl/command.h"
 #include "qrxctl/help.h"
@@ -57,6 +58,12 @@ std::vector<std::string> TablesOf(const control::TableCatalog& catalog) {
     std::vector<std::string> tables;
     for (int id = 0; id < control::TableCatalog::kLastId; ++id)
         if (std::string table = catalog.GetTableName(id); !table.empty()) tables.push_back(std::move(table));
+    return tables;
+}
+
+std::vector<std::string> TablesWithACopy() {
+    std::vector<std::string> tables;
+    for (const control::TableRoutine& routine : hosting::Tables()) tables.emplace_back(routine.table);
     return tables;
 }
 
