@@ -90,6 +90,7 @@ bool CsvReader::ReadRow() {
     } while (!EndCell(at));
     rowLength_ = at;
     if (!IsAscii({Row(), rowLength_})) RequireUtf8();
+    if (std::memchr(Row(), '\0', rowLength_) != nullptr) RefuseNul();
     return true;
 }
 
@@ -159,6 +160,12 @@ bool CsvReader::EndCell(std::size_t& at) {
 void CsvReader::RequireUtf8() const {
     for (std::size_t column = 0; column < cells_.size(); ++column)
         if (!IsUtf8(Cell(column))) FailAt(column, Quoted(Cell(column)) + " is not UTF-8");
+}
+
+// What a disk leaves of a file that was not written to its end.
+void CsvReader::RefuseNul() const {
+    for (std::size_t column = 0; column < cells_.size(); ++column)
+        if (Cell(column).find('\0') != std::string_view::npos) FailAt(column, "the cell holds a zero byte");
 }
 
 bool CsvReader::Has(std::size_t at) {

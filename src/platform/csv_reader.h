@@ -59,6 +59,7 @@ private:
     std::size_t ReadQuotedCell(std::size_t at);
     bool EndCell(std::size_t& at);
     void RequireUtf8() const;
+    void RefuseNul() const;
     bool Has(std::size_t at);
     bool Fill();
     char* Row() { return buffer_.data() + rowStart_; }

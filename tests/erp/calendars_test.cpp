@@ -163,6 +163,18 @@ TEST_F(Calendars, AreNarrowedByDateWindowAndAvailabilityTypeWithBothEndsIncluded
     EXPECT_EQ(Marks("A"), (Texts{"2"}));
 }
 
+// Days are counted up to it.
+TEST_F(Calendars, WithoutATrueEndDateAreRefused) {
+    for (const char* end : {"20090507", "", "2009-05-32"}) {
+        Write("calendars.csv", kHeader + "A,WRK,2009-05-07,800," + end +
+                                   ",1700,1,9.00,2009-05-07 07:00:00,2009-05-07 16:00:00\n");
+        manager->Invoke("Close", {});
+        EXPECT_EQ(ErrorOf([&] { Marks("A"); }), (directory / "calendars.csv").string() +
+                                                    ", line 2, column 'end_date': '" + end +
+                                                    "' is not a date YYYY-MM-DD");
+    }
+}
+
 TEST_F(Calendars, ThatAreMalformedNameFileLineAndColumn) {
     Write("calendars.csv", kHeader + Interval("A", "2009-05-07", "\"1\n\"") + Interval("B", "7.5.2009", "2"));
     EXPECT_EQ(Marks("A"), (Texts{"1\n"}));

@@ -275,6 +275,13 @@ TEST_F(BadExtract, WithRowsOfTheWrongWidthOrWithStrayQuotes) {
     EXPECT_THAT(Rows("SELECT cstp FROM tsmdm030 ORDER BY cstp"), ElementsAre("ADV", "OLD"));
 }
 
+TEST_F(BadExtract, WithAZeroByte) {
+    const std::string key("A\0DV", 4);
+    GivenExtract("tsmdm030.csv", "cstp,desc,proc,ract,dahe\n" + key + ",Advice,,,1");
+    ExpectFailure(Service(FullCopy()), "line 2, column 'cstp': the cell holds a zero byte");
+    EXPECT_THAT(Rows("SELECT cstp FROM tsmdm030 ORDER BY cstp"), ElementsAre("ADV", "OLD"));
+}
+
 TEST_F(BadExtract, WithAMissingNumber) {
     GivenExtract("tsmdm030.csv", "cstp,desc,proc,ract,dahe\nADV,Advice,,,");
     ExpectFailure(Service(FullCopy()), "Invalid use of Null");

@@ -14,7 +14,7 @@
 namespace iqrx::erp::extract {
 
 // The fields of an interval; the first three are those that a listing selects by.
-enum CalendarField : std::size_t { kCalendar, kAvailabilityType, kStartDate };
+enum CalendarField : std::size_t { kCalendar, kAvailabilityType, kStartDate, kStartTime, kEndDate };
 std::span<const FieldLayout> CalendarFields();
 
 // Runs of rows in the file's order, in a few bytes each. There are at most kMostRuns: of more, every second

@@ -9,11 +9,16 @@ namespace iqrx::erp::extract {
 
 namespace {
 
+std::string_view DateOf(const Rows& row, std::size_t field) {
+    const std::string_view date = row.Text(field);
+    if (date.size() != 10 || !platform::ParseIsoDate(date))
+        row.FailAt(field, Quoted(date) + " is not a date YYYY-MM-DD");
+    return date;
+}
+
 // Dates of this form compare as texts; the window may end on a day that its year does not have.
 bool StartsBetween(const Rows& row, const std::string& first, const std::string& last) {
-    const std::string_view date = row.Text(kStartDate);
-    if (date.size() != 10 || !platform::ParseIsoDate(date))
-        row.FailAt(kStartDate, Quoted(date) + " is not a date YYYY-MM-DD");
+    const std::string_view date = DateOf(row, kStartDate);
     return first <= date && date <= last;
 }
 
@@ -53,7 +58,10 @@ Elements CalendarManager::Select(std::span<const Argument> arguments) {
          types = KeyRange(kAvailabilityType, FieldKind::Text, arguments[2].value, arguments[3].value),
          first = platform::ToText(arguments[4].value),
          last = platform::ToText(arguments[5].value)](const Rows& row) {
-            return calendars.Contains(row) && StartsBetween(row, first, last) && types.Contains(row);
+            if (!calendars.Contains(row) || !StartsBetween(row, first, last) || !types.Contains(row))
+                return false;
+            DateOf(row, kEndDate);  // handed out as it stands, and days are counted up to it
+            return true;
         };
     return {RecordsOf(std::make_shared<Rows>(RowsOf(from, to)), keep), CalendarFields()};
 }
