@@ -73,6 +73,10 @@ public:
         run_.reset();
     }
 
+    void TableTaken() override {
+        if (run_ && run_->taken.sheet) run_->taken.sheet->LockIsTaken();
+    }
+
     void RunEnded(control::Outcome outcome, const std::string& cause) override try {
         if (!run_) return;
         run_->heartbeat.reset();
@@ -93,8 +97,6 @@ public:
         entry.ended = journal::Rfc3339({parts_.Machine().clock.Now(), parts_.Host().UtcOffsetMinutes()});
         entry.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - run_->start).count();
         journal::History(run_->directory).Append(entry);
-        // Whoever has the table locked is to be found by the sheet that he left.
-        if (entry.outcome == "in use" && run_->taken.sheet) run_->taken.sheet->PutBack();
         run_->taken.sheet.reset();
         if (const std::string problem = run_->directory.Problem(); !problem.empty())
             diagnostics_ << runtime::DiagnosticLine(problem) << std::endl;

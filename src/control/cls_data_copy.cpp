@@ -67,7 +67,10 @@ Outcome clsDataCopy::CopyTable(const CopyRequest& request) {
     const std::string tableName = process_.catalog.GetTableName(CatalogIdOf(request));
     try {
         process_.runLog.KeepErrors(process_.database.LastErrors());
-        if (!process_.controlTables.TakeTable(tableName)) return Outcome::AlreadyInProgress;
+        const bool isTaken = process_.controlTables.TakeTable(tableName, [this] {
+            if (process_.witness) process_.witness->TableTaken();
+        });
+        if (!isTaken) return Outcome::AlreadyInProgress;
         CopyLocked(tableName, request);
     } catch (...) {
         LogCurrentError();

@@ -47,11 +47,13 @@ platform::Value ControlTables::ControlField(const std::string& table, std::strin
     return rows->Eof() ? platform::Value() : rows->Field(field);
 }
 
-bool ControlTables::TakeTable(const std::string& table) {
+bool ControlTables::TakeTable(const std::string& table, const std::function<void()>& before) {
     bool taken = false;
     database_.RunExclusively([&] {
         taken = !IsTableInUse(table);
-        if (taken) LockTable(table);
+        if (!taken) return;
+        before();
+        LockTable(table);
     });
     return taken;
 }

@@ -2,6 +2,7 @@
 // full copies, parameters.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -20,8 +21,8 @@ public:
         : clock_(clock), database_(database) {}
 
     // Locks the table unless it is in use; whether it was locked. Of two processes that ask at the same
-    // moment one gets it.
-    bool TakeTable(const std::string& table);
+    // moment one gets it, and calls `before` while nobody else can.
+    bool TakeTable(const std::string& table, const std::function<void()>& before);
     bool IsTableInUse(const std::string& table);
     void LockTable(const std::string& table);
     void UnlockTable(const std::string& table);

@@ -33,6 +33,8 @@ public:
     virtual ~RunWitness() = default;
     // `table` is the local table's name; empty for a request that names none. Every begin is followed by an end.
     virtual void RunBegins(const CopyRequest& request, const std::string& table) = 0;
+    // Nobody has the table's lock, and it is about to be this process's own.
+    virtual void TableTaken() {}
     // `cause` is the error that the run met first; empty while there was none.
     virtual void RunEnded(Outcome outcome, const std::string& cause) = 0;
 };

@@ -34,6 +34,7 @@ SheetState Unread(const std::string& table, Holder holder) {
 // that is shared would show another host's in whole.
 SheetState Free(SheetState state, const platform::Host& host) {
     const bool here = state.sheet.by.host.empty() || state.sheet.by.host == host.Self().host;
+    if (here && state.sheet.waits) return Unread(state.sheet.table, Holder::Nobody);
     state.holder = here ? Holder::Dead : Holder::Elsewhere;
     return state;
 }
@@ -59,17 +60,24 @@ SheetState Look(const StateDirectory& directory, const std::string& table) {
 
 }  // namespace
 
-RunSheet::RunSheet(std::unique_ptr<platform::HeldFile> file, std::string text, std::string before)
-    : file_(std::move(file)), text_(std::move(text)), before_(std::move(before)) {}
+RunSheet::RunSheet(std::unique_ptr<platform::HeldFile> file, SheetText sheet, std::string before)
+    : file_(std::move(file)), sheet_(std::move(sheet)), text_(TextOf(sheet_)), before_(std::move(before)) {}
 
 RunSheet::~RunSheet() {
-    if (file_) file_->Remove();
+    try {
+        if (before_.empty())
+            file_->Remove();
+        else
+            file_->Write(before_);
+    } catch (...) {
+        file_->Remove();  // the disk is full: no sheet is better than one that speaks of this process
+    }
 }
 
 void RunSheet::Write() { file_->Write(text_); }
 
 void RunSheet::Tell(const SignOfLife& sign) noexcept {
-    if (!file_) return;
+    const std::lock_guard lock(mutex_);
     try {
         file_->Write(text_ + TextOf(sign, text_));
     } catch (...) {
@@ -77,13 +85,15 @@ void RunSheet::Tell(const SignOfLife& sign) noexcept {
     }
 }
 
-void RunSheet::PutBack() noexcept {
-    if (!file_ || before_.empty()) return;  // the destructor leaves none, as there was none
+void RunSheet::Say(bool waits) noexcept {
+    const std::lock_guard lock(mutex_);
+    before_.clear();
     try {
-        file_->Write(before_);
-        file_.reset();
+        sheet_.waits = waits;
+        text_ = TextOf(sheet_);
+        Write();
     } catch (...) {
-        // The disk is full: the sheet goes with the object.
+        // The disk is full: what the sheet says stays.
     }
 }
 
@@ -106,9 +116,13 @@ TakenSheet RunSheets::Take(const SheetText& text) {
             taken.found = ReadSheet(text.table, ReadText(file).value_or(""));
             return taken;
         }
-        const std::string before = ReadText(file).value_or("");
+        std::string before = ReadText(file).value_or("");
         if (!held->IsNew()) taken.found = Free(ReadSheet(text.table, before), directory_.Host());
-        taken.sheet = std::make_unique<RunSheet>(std::move(held), TextOf(text), before);
+        // The end of one that was proved dead is the lock's end, too, whoever of the two is asked for.
+        if (taken.found.holder == Holder::Nobody) before.clear();
+        SheetText own = text;
+        own.waits = taken.found.holder != Holder::Dead;
+        taken.sheet = std::make_unique<RunSheet>(std::move(held), std::move(own), std::move(before));
         taken.sheet->Write();
     } catch (...) {
         // A sheet that could not be written is held all the same: it keeps others away.

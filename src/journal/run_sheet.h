@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -17,6 +18,7 @@ struct SheetText {
     std::string method = {};   // "full" or "incremental"
     std::string since = {};    // RFC 3339
     platform::ProcessIdentity by = {};
+    bool waits = false;  // for the table's lock: while it does, its end proves nothing about whose the lock is
     bool operator==(const SheetText&) const = default;
 };
 
@@ -29,7 +31,7 @@ struct SignOfLife {
 };
 
 enum class Holder {
-    Nobody,    // there is no sheet
+    Nobody,    // there is no sheet, or one whose process ended before it had the lock
     Living,    // a process holds it
     Dead,      // it was left by a process of this host that is gone
     Elsewhere  // it is free and names another host, or it cannot be looked at: nothing is proved
@@ -42,11 +44,12 @@ struct SheetState {
     std::optional<SignOfLife> sign = {};  // the last one; nothing while there was none
 };
 
-// Held for as long as the object lives; its end removes the sheet.
+// Held for as long as the object lives; its end removes the sheet or, where the table's lock was not had and
+// remains whose it was, leaves it as it was found. Safe to use in several threads at once.
 class RunSheet {
 public:
     // Not yet written.
-    RunSheet(std::unique_ptr<platform::HeldFile> file, std::string text, std::string before);
+    RunSheet(std::unique_ptr<platform::HeldFile> file, SheetText sheet, std::string before);
     ~RunSheet();
     RunSheet(const RunSheet&) = delete;
     RunSheet& operator=(const RunSheet&) = delete;
@@ -56,14 +59,19 @@ public:
     // cannot be written is left out.
     void Tell(const SignOfLife& sign) noexcept;
 
-    // Lets go of the sheet and leaves it as it was found: for a run that found the table locked by the one
-    // whose sheet it was. Raises nothing.
-    void PutBack() noexcept;
+    // The lock of the one whose sheet it was is gone. Raises nothing.
+    void LockIsFree() noexcept { Say(true); }
+    // Nobody else has the table's lock, and the next statement takes it. Raises nothing.
+    void LockIsTaken() noexcept { Say(false); }
 
 private:
-    std::unique_ptr<platform::HeldFile> file_;
-    const std::string text_;    // without a sign
-    const std::string before_;  // what the sheet said when it was taken; empty when there was none
+    void Say(bool waits) noexcept;
+
+    const std::unique_ptr<platform::HeldFile> file_;
+    std::mutex mutex_;
+    SheetText sheet_;
+    std::string text_;    // of it, without a sign
+    std::string before_;  // what the sheet says of the table's lock if this never has it; empty: nothing
 };
 
 struct TakenSheet {

@@ -59,6 +59,7 @@ SheetText ReadSheetText(const std::string& table, std::string_view text) {
         if (const auto* words = std::get_if<std::string_view>(&value)) Set(sheet, key, *words);
         if (const auto* number = std::get_if<std::int64_t>(&value); number != nullptr && key == "pid")
             sheet.by.pid = static_cast<long>(*number);
+        if (key == "waits") sheet.waits = true;
     });
     return sheet;
 }
@@ -80,16 +81,17 @@ std::optional<SignOfLife> ReadSign(std::string_view sheet, std::string_view line
 }  // namespace
 
 std::string TextOf(const SheetText& sheet) {
-    const nlohmann::ordered_json text{{"schema", 1},
-                                      {"table", sheet.table},
-                                      {"run", sheet.run},
-                                      {"program", sheet.program},
-                                      {"method", sheet.method},
-                                      {"since", sheet.since},
-                                      {"pid", sheet.by.pid},
-                                      {"user", sheet.by.user},
-                                      {"host", sheet.by.host},
-                                      {"terminal", sheet.by.terminal}};
+    nlohmann::ordered_json text{{"schema", 1},
+                                {"table", sheet.table},
+                                {"run", sheet.run},
+                                {"program", sheet.program},
+                                {"method", sheet.method},
+                                {"since", sheet.since},
+                                {"pid", sheet.by.pid},
+                                {"user", sheet.by.user},
+                                {"host", sheet.by.host},
+                                {"terminal", sheet.by.terminal}};
+    if (sheet.waits) text["waits"] = "for the table's lock";
     return text.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
 }
 

@@ -66,7 +66,7 @@ CopyJob::CopyJob(const CopyRun& run)
       undo_(run.books.directory, run.id),
       diagnostics_(run.place.talk),
       parts_(Surroundings()),
-      process_(parts_.Ports(diagnostics_)) {
+      process_(parts_.Ports(diagnostics_, this)) {
     PrepareProcess(process_, run.place.options);
 }
 
@@ -81,6 +81,7 @@ TableResult CopyJob::Copy(const std::string& table, bool full) {
                                                               .method = result.method,
                                                               .since = began,
                                                               .by = parts_.Host().Self()});
+    sheet_ = taken.sheet.get();
     if (taken.InUse()) {
         result.outcome = CopyOutcome::InUse;
         result.cause = "is being copied now by " + Described(taken.found.sheet);
@@ -94,8 +95,6 @@ TableResult CopyJob::Copy(const std::string& table, bool full) {
             result.cause = platform::OneLine(platform::CurrentError().description);
         }
         NoteStop(result);
-        // The lock of somebody whose sheet this was: he is to be found by it.
-        if (result.outcome == CopyOutcome::InUse && taken.sheet) taken.sheet->PutBack();
     }
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     result.copied = parts_.Counts().copied;
@@ -115,9 +114,11 @@ bool CopyJob::TakeOver(const journal::SheetState& found, TableResult& result) {
     const bool locked = process_.controlTables.IsTableInUse(result.table);
     if (locked && !run_.copy.noTakeover) {
         process_.controlTables.UnlockTable(result.table);
+        process_.database.Commit();
         result.notes.push_back("took over the lock of " + Described(found.sheet) + ", which is gone");
     }
     process_.database.CloseDatabase();
+    if (sheet_ && (!locked || !run_.copy.noTakeover)) sheet_->LockIsFree();
     if (!locked || !run_.copy.noTakeover) return true;
     result.outcome = CopyOutcome::InUse;
     result.cause = "is locked by " + Described(found.sheet) + ", which is gone";
@@ -130,16 +131,28 @@ std::optional<Date> WindowBegin(const CopyOptions& copy, const journal::Ledger& 
     if (copy.since) return platform::ParseIsoDate(*copy.since);
     if (!HasTrail(table)) return std::nullopt;
     if (copy.fillGaps)
-        if (const auto known = ledger.Of(table); known && !known->gaps.empty()) return known->gaps.front().from;
+        if (const auto known = ledger.Of(table); known && !known->gaps.empty())
+            return known->gaps.front().from;
     return ledger.NextFrom(table, begin);
+}
+
+// A copy of changes stamps UTC, which west of Greenwich lies ahead of the trail's local stamps: without a
+// note in the ledger the window would be empty, and so would the next. Rather told twice than lost.
+CopyJob::Moment CopyJob::FromLastUpdate(Date lastUpdate, const journal::Begin& begin) {
+    if (lastUpdate == Date{0}) return std::nullopt;
+    const std::chrono::system_clock::time_point asUtc{std::chrono::seconds(lastUpdate.secondsSince1970)};
+    const Date from = std::min(lastUpdate, parts_.Host().LocalTime(asUtc));
+    constexpr std::int64_t kDay = 24 * 60 * 60;
+    return from <= begin.local ? from : Date{begin.local.secondsSince1970 - kDay};
 }
 
 void CopyJob::Request(const std::string& table, TableResult& result) {
     const bool full = result.method == "full";
     const journal::Begin begin = run_.books.ledger.BeginAt(process_.machine.clock.Now());
-    const Moment from = full ? std::nullopt : WindowBegin(run_.copy, run_.books.ledger, table, begin);
+    Moment from = full ? std::nullopt : WindowBegin(run_.copy, run_.books.ledger, table, begin);
     Look look(process_.machine, parts_.PlainDatabases(), run_.place.options);
     const Moment before = full ? std::nullopt : Moment(look.LastUpdate(table));
+    if (before && !from && HasTrail(table)) from = FromLastUpdate(*before, begin);
     const Moment exported = ExportMoment(table, full, begin);
     if (from) SetLastUpdate(process_.database, table, from);
     control::CopyRequest request = RequestOf(run_.place.options);

@@ -26,7 +26,7 @@ std::optional<platform::Date> WindowBegin(const CopyOptions& copy, const journal
                                           const std::string& table, const journal::Begin& begin);
 
 // Copies tables one after the other; a run with several jobs has one of these for each of its threads.
-class CopyJob {
+class CopyJob : control::RunWitness {
 public:
     // Raises RuntimeError when the table catalog cannot be loaded.
     explicit CopyJob(const CopyRun& run);
@@ -40,7 +40,14 @@ public:
 private:
     using Moment = std::optional<platform::Date>;
 
+    void RunBegins(const control::CopyRequest&, const std::string&) override {}
+    void TableTaken() override {
+        if (sheet_) sheet_->LockIsTaken();
+    }
+    void RunEnded(control::Outcome, const std::string&) override {}
+
     bool TakeOver(const journal::SheetState& found, TableResult& result);
+    Moment FromLastUpdate(platform::Date lastUpdate, const journal::Begin& begin);
     void Request(const std::string& table, TableResult& result);
     void Judge(TableResult& result, control::Outcome outcome);
     void NoteStop(TableResult& result) const;
@@ -56,6 +63,7 @@ private:
     Diagnostics diagnostics_;
     hosting::Composition parts_;
     control::Process process_;
+    journal::RunSheet* sheet_ = nullptr;  // of the table that is being copied; null: none is kept
 };
 
 }  // namespace iqrx::qrxctl

@@ -132,14 +132,12 @@ private:
         own.since = Now(parts);
         own.by = parts.Host().Self();
         journal::TakenSheet taken = books.sheets.Take(own);
-        if (taken.InUse()) return TellOfLiving(table, taken.found);
-        try {
-            process.controlTables.UnlockTable(table);
-            process.database.Commit();
-        } catch (...) {
-            if (taken.sheet) taken.sheet->PutBack();
-            throw;
-        }
+        // Who cannot hold the sheet looks at it once more: the question may have stood for long.
+        const SheetState now = taken.sheet ? taken.found : books.sheets.StateOf(table);
+        if (now.holder == Holder::Living) return TellOfLiving(table, now);
+        process.controlTables.UnlockTable(table);
+        process.database.Commit();
+        if (taken.sheet) taken.sheet->LockIsFree();
         Tell(table, "released", asked);
         const bool incremental = asked.sheet.method == "incremental";
         Say(Fact("ok", table,

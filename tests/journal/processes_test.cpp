@@ -115,6 +115,7 @@ TEST_F(ProcessesTest, ASheetIsFreeAndSaysWhoItWasWhenItsProcessIsKilled) {
     ForkedProcess copy([&](const auto& ready) {
         StateDirectory state = Open();
         const TakenSheet taken = RunSheets(state).Take({.table = "tssoc200", .run = "killed", .by = host.self});
+        taken.sheet->LockIsTaken();
         ready();
         pause();
     });

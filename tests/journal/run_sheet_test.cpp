@@ -35,6 +35,7 @@ TEST_F(RunSheetTest, OfATableThatNobodyCopiesDoesNotExist) {
 
 TEST_F(RunSheetTest, TellsWhoCopiesTheTable) {
     const TakenSheet taken = sheets.Take(Sheet());
+    taken.sheet->LockIsTaken();
     EXPECT_EQ(taken.found.holder, Holder::Nobody);
     const SheetState now = sheets.StateOf("tssoc200");
     EXPECT_EQ(now.holder, Holder::Living);
@@ -48,6 +49,7 @@ TEST_F(RunSheetTest, TellsWhoCopiesTheTable) {
 
 TEST_F(RunSheetTest, KeepsASecondCopyAwayAndTellsItWhoWasFirst) {
     const TakenSheet first = sheets.Take(Sheet());
+    first.sheet->LockIsTaken();
     const TakenSheet second = sheets.Take({.table = "tssoc200", .run = "another"});
     EXPECT_EQ(second.sheet, nullptr);
     EXPECT_TRUE(second.InUse());
@@ -97,27 +99,54 @@ TEST_F(RunSheetTest, ThatIsEmptyOrNoSheetIsThatOfADeadProcess) {
     EXPECT_EQ(sheets.Take(Sheet()).found.holder, Holder::Dead);
 }
 
-TEST_F(RunSheetTest, IsPutBackByARunThatFoundTheTableLocked) {
+TEST_F(RunSheetTest, IsPutBackByARunThatNeverHadTheTablesLock) {
     const std::string before = R"({"run":"20261121-103600","pid":17552,"host":"sched1"})";
     LeaveASheet(before);
-    {
-        const TakenSheet taken = sheets.Take(Sheet());
-        taken.sheet->PutBack();
-    }
-    EXPECT_EQ(Contents(std::filesystem::path("running") / "tssoc200"), before);
+    { const TakenSheet taken = sheets.Take(Sheet()); }
+    EXPECT_EQ(SheetFile(), before);
     EXPECT_EQ(sheets.StateOf("tssoc200").holder, Holder::Dead);
 }
 
-TEST_F(RunSheetTest, ThatWasNotThereIsNotPutBack) {
+TEST_F(RunSheetTest, IsNotPutBackOnceTheLockThatItSpokeOfIsGone) {
+    for (const auto& know : {&RunSheet::LockIsFree, &RunSheet::LockIsTaken}) {
+        LeaveASheet(R"({"run":"20261121-103600","pid":17552,"host":"sched1"})");
+        {
+            const TakenSheet taken = sheets.Take(Sheet());
+            (*taken.sheet.*know)();
+        }
+        EXPECT_TRUE(is_empty(state.Sheets()));
+    }
+}
+
+TEST_F(RunSheetTest, OfAProcessThatEndedBeforeItHadTheLockProvesNothing) {
+    std::string waiting, holding;
     {
         const TakenSheet taken = sheets.Take(Sheet());
-        taken.sheet->PutBack();
+        waiting = SheetFile();
+        taken.sheet->LockIsTaken();
+        holding = SheetFile();
     }
-    EXPECT_TRUE(is_empty(state.Sheets()));
+    LeaveASheet(waiting);
+    EXPECT_EQ(sheets.StateOf("tssoc200").holder, Holder::Nobody);
+    EXPECT_EQ(sheets.Take(Sheet()).found.holder, Holder::Nobody);
+    LeaveASheet(holding);
+    EXPECT_EQ(sheets.StateOf("tssoc200").holder, Holder::Dead);
+}
+
+TEST_F(RunSheetTest, ThatTookThePlaceOfADeadOneProvesAsMuch) {
+    LeaveASheet(R"({"run":"20261121-103600","pid":17552,"host":"sched1"})");
+    std::string waiting;
+    {
+        const TakenSheet taken = sheets.Take(Sheet());
+        waiting = SheetFile();
+    }
+    LeaveASheet(waiting);
+    EXPECT_EQ(sheets.StateOf("tssoc200").holder, Holder::Dead);
 }
 
 TEST_F(RunSheetTest, TellsTheLastSignOfItsCopy) {
     const TakenSheet taken = sheets.Take(Sheet());
+    taken.sheet->LockIsTaken();
     EXPECT_EQ(sheets.StateOf("tssoc200").sign, std::nullopt);
     for (const std::int64_t rows : {0, 41'200, 999, 1'000'000'000}) {
         const SignOfLife sign{rows, 8012, "2026-11-21T10:36:27+01:00"};
@@ -154,6 +183,7 @@ TEST_F(RunSheetTest, NeverShowsASignThatIsHalfWritten) {
     std::string none, before, after;
     {
         const TakenSheet taken = sheets.Take(Sheet());
+        taken.sheet->LockIsTaken();
         none = SheetFile();
         taken.sheet->Tell(first);
         before = SheetFile();
@@ -182,6 +212,7 @@ TEST_F(RunSheetTest, DoesNotTakeTheSignOfAFormerCopyForItsOwn) {
     std::string own, line;
     {
         const TakenSheet taken = sheets.Take(Sheet());
+        taken.sheet->LockIsTaken();
         own = SheetFile();
         taken.sheet->Tell(sign);
         line = SheetFile().substr(own.size());
@@ -196,6 +227,7 @@ TEST_F(RunSheetTest, DoesNotTakeTheSignOfAFormerCopyForItsOwn) {
 
 TEST_F(RunSheetTest, LosesNothingWhenTheDiskIsFullAsASignIsWritten) {
     const TakenSheet taken = sheets.Take(Sheet());
+    taken.sheet->LockIsTaken();
     host.diskIsFull = true;
     taken.sheet->Tell({41'200, 8012, "2026-11-21T10:36:27+01:00"});
     EXPECT_EQ(sheets.StateOf("tssoc200").holder, Holder::Living);
@@ -207,6 +239,7 @@ TEST_F(RunSheetTest, IsPutBackWithTheSignThatItHad) {
     std::string before;
     {
         const TakenSheet taken = sheets.Take(Sheet());
+        taken.sheet->LockIsTaken();
         taken.sheet->Tell(sign);
         before = SheetFile();
     }
@@ -214,7 +247,6 @@ TEST_F(RunSheetTest, IsPutBackWithTheSignThatItHad) {
     {
         const TakenSheet taken = sheets.Take({.table = "tssoc200", .run = "another"});
         taken.sheet->Tell({1, 1, "2026-11-21T10:40:00+01:00"});
-        taken.sheet->PutBack();
     }
     EXPECT_EQ(SheetFile(), before);
     EXPECT_EQ(sheets.StateOf("tssoc200").sign, sign);

@@ -208,6 +208,23 @@ TEST_F(AMachine, RefusesToReadFromAMomentInTheFuture) {
     EXPECT_EQ(Told(), 1);
 }
 
+// The service copied until then, or the books were lost.
+TEST_F(AMachine, LosesNothingWestOfGreenwichWithoutALedger) {
+    GivenMachineIn(kNewYork);
+    GivenTypes();
+    CopyInFull();
+    PassTo(10, 10);
+    Told();
+    fs::remove(State() / "ledger.json");
+    for (const auto& [minute, type] : {std::pair{15, "T15"}, {25, "T25"}}) {
+        PassTo(10, minute);
+        Enter(type);
+        PassTo(10, minute + 5);
+        Told();
+    }
+    EXPECT_THAT(Types(), ElementsAre("ADV", "INS", "T15", "T25"));
+}
+
 TEST_F(AMachine, PutsTheLastUpdateBackWhenARunWithAnotherBeginFails) {
     GivenTypes();
     CopyInFull();
