@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kKept = ".sql", kUndone = ".undone";
+constexpr std::string_view kKept = ".sql", kUndone = ".undone", kPart = ".part";
 
 // Items of a list in parentheses, which the text begins with; what stands in quotes or in further parentheses
 // belongs to its item. Nothing when the list has no end.
@@ -64,10 +64,11 @@ std::vector<RemovedRowsFile> RemovedRowsOf(const fs::path& directory, std::strin
          entry.increment(failure)) {
         const std::string extension = platform::Utf8(entry->path().extension());
         const std::string name = platform::Utf8(entry->path().stem());
-        if (!name.starts_with(begin) || (extension != kKept && extension != kUndone)) continue;
-        const std::string table = name.substr(begin.size());
+        if (!name.starts_with(begin) || (extension != kKept && extension != kUndone && extension != kPart))
+            continue;
+        const std::string table = name.substr(begin.size(), name.find('.', begin.size()) - begin.size());
         if (table.find('-') != std::string::npos) continue;  // of the run RUN-2
-        files.push_back({table, entry->path(), extension == kUndone});
+        files.push_back({table, entry->path(), extension == kUndone, extension == kPart});
     }
     if (failure && failure != std::errc::no_such_file_or_directory)
         throw platform::RuntimeError(
@@ -95,8 +96,9 @@ std::string RemovedRow::WhereKey(const std::vector<std::string>& key) const {
     return where;
 }
 
-RemovedRowsReader::RemovedRowsReader(const fs::path& file) : file_(file), stream_(file, std::ios::binary) {
-    if (!stream_) platform::RaiseRuntimeError(platform::kFileNotFound, platform::Shown(file));
+RemovedRowsReader::RemovedRowsReader(const RemovedRowsFile& file)
+    : file_(file), stream_(file.file, std::ios::binary) {
+    if (!stream_) platform::RaiseRuntimeError(platform::kFileNotFound, platform::Shown(file.file));
 }
 
 std::optional<std::string> RemovedRowsReader::Next() {
@@ -107,18 +109,20 @@ std::optional<std::string> RemovedRowsReader::Next() {
         statement += (statement.empty() ? "" : "\n") + line;
         if (std::ranges::count(statement, '\'') % 2 != 0) continue;  // a text goes on in the next line
         const auto row = ParseInsert(statement);
+        if (!row && file_.mayBeCut && stream_.peek() == std::ifstream::traits_type::eof())
+            return std::nullopt;
         if (!row) Fail();
         row_ = *row;
         return std::string(platform::Trim(statement, "; \r\n"));
     }
-    if (stream_.bad() || !statement.empty()) Fail();
+    if (stream_.bad() || (!statement.empty() && !file_.mayBeCut)) Fail();
     return std::nullopt;
 }
 
 void RemovedRowsReader::Fail() const {
-    throw platform::RuntimeError(
-        platform::kPathFileAccess, platform::kProgram,
-        platform::Shown(file_) + ", line " + std::to_string(line_) + ": this is no whole INSERT statement");
+    throw platform::RuntimeError(platform::kPathFileAccess, platform::kProgram,
+                                 platform::Shown(file_.file) + ", line " + std::to_string(line_) +
+                                     ": this is no whole INSERT statement");
 }
 
 }  // namespace iqrx::qrxctl

@@ -14,7 +14,8 @@ namespace iqrx::qrxctl {
 struct RemovedRowsFile {
     std::string table;
     std::filesystem::path file;
-    bool undone = false;  // its rows were brought back
+    bool undone = false;    // its rows were brought back
+    bool mayBeCut = false;  // its run was ended while it kept them, and may have removed them
 };
 // Of a run, by table. Raises RuntimeError when the directory cannot be looked at.
 std::vector<RemovedRowsFile> RemovedRowsOf(const std::filesystem::path& directory, std::string_view run);
@@ -31,17 +32,17 @@ struct RemovedRow {
 
 class RemovedRowsReader {
 public:
-    explicit RemovedRowsReader(const std::filesystem::path& file);  // raises RuntimeError
+    explicit RemovedRowsReader(const RemovedRowsFile& file);  // raises RuntimeError
 
     // The next statement, nothing at the end. A text in it may hold line breaks. Raises RuntimeError for a
-    // line that is no such statement, as one that a crash has cut.
+    // line that is no such statement; the last one of a file that may be cut is passed over.
     std::optional<std::string> Next();
     RemovedRow Row() const { return row_; }  // of the statement
 
 private:
     [[noreturn]] void Fail() const;
 
-    std::filesystem::path file_;
+    const RemovedRowsFile file_;
     std::ifstream stream_;
     std::int64_t line_ = 0;
     RemovedRow row_;

@@ -111,7 +111,7 @@ private:
 
     void BringBack(const RemovedRowsFile& file, Counts& counts) {
         const TableText* table = FindTable(schema_, file.table);
-        RemovedRowsReader rows(file.file);
+        RemovedRowsReader rows(file);
         while (const auto statement = rows.Next()) {
             const std::string where = table ? rows.Row().WhereKey(table->key) : "";
             const std::string count = "SELECT count(*) FROM " + file.table + " WHERE " + where;

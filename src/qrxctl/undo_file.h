@@ -9,8 +9,9 @@
 
 namespace iqrx::qrxctl {
 
-// undo/RUN-TABLE.sql in the state directory: a comment, then an INSERT statement a row. Raises nothing: a
-// copy does not suffer when they cannot be kept, and Problem() says why.
+// undo/RUN-TABLE.sql in the state directory, RUN-TABLE.2.sql of a run that was resumed: a comment, then an
+// INSERT statement a row. Until the rows are known to be gone its extension is .part. Raises nothing: a copy
+// does not suffer when they cannot be kept, and Problem() says why.
 class UndoFile final : public platform::watch::RemovedRows {
 public:
     UndoFile(journal::StateDirectory& directory, std::string run)
@@ -28,7 +29,7 @@ public:
     const std::string& Problem() const { return problem_; }
 
 private:
-    std::filesystem::path Part() const { return directory_.Undo() / (run_ + "-" + table_ + ".part"); }
+    std::filesystem::path FreeName() const;
     void Flush();
     template <class Act>
     void Try(Act act);
@@ -36,6 +37,7 @@ private:
     journal::StateDirectory& directory_;
     const std::string run_;
     std::string table_, text_, problem_;
+    std::filesystem::path part_;
     std::unique_ptr<platform::AppendingFile> file_;
 };
 

@@ -73,6 +73,29 @@ TEST_F(RemovedRows, AreBroughtBackAllOrNone) {
     EXPECT_TRUE(fs::exists(Kept("tsmdm030")));
 }
 
+// A process that was killed had no time to say that they are gone, nor to write the last one to its end.
+TEST_F(RemovedRows, OfACopyThatWasKilledAreBroughtBackToo) {
+    fs::remove(Kept("tsmdm030"));
+    for (const char* cut : {"", "INSERT INTO tsmdm030(cstp,upd_flag) VALUES(N'RE", "INSERT INTO tsm"}) {
+        SCOPED_TRACE(cut);
+        GivenFile(undo / "20261121-104032-tsmdm030.part",
+                  std::string("-- tsmdm030, run 20261121-104032\n"
+                              "INSERT INTO tsmdm030(cstp,upd_flag) VALUES(N'INS',0)\n") +
+                      cut);
+        Execute("DELETE FROM tsmdm030 WHERE cstp = 'INS'");
+        EXPECT_EQ(Undo().exitCode, 0);
+        EXPECT_THAT(ServiceTypes(), ElementsAre("ADV", "INS"));
+        EXPECT_FALSE(fs::exists(undo / "20261121-104032-tsmdm030.part"));
+        fs::remove(undo / "20261121-104032-tsmdm030.undone");
+    }
+}
+
+TEST_F(RemovedRows, OfARunThatWasResumedAreBroughtBackTogether) {
+    GivenFile(undo / "20261121-104032-tsmdm030.2.sql", "INSERT INTO tsmdm030(cstp,upd_flag) VALUES(N'WIN',0)");
+    EXPECT_EQ(Undo({"tsmdm030"}).exitCode, 0);
+    EXPECT_THAT(ServiceTypes(), ElementsAre("ADV", "INS", "REP", "WIN"));
+}
+
 TEST_F(RemovedRows, StayAwayWhileTheTableIsLocked) {
     Execute("UPDATE tstables SET in_use = 1 WHERE tablename = 'tsmdm030'");
     const Finished run = Undo();
