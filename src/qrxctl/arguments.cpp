@@ -44,7 +44,8 @@ std::string ReadText(const std::string& name) {
     std::error_code failure, unknown;
     std::ifstream stream(file);
     if (!stream) failure = {errno != 0 ? errno : EIO, std::generic_category()};
-    if (std::filesystem::is_directory(file, unknown)) failure = std::make_error_code(std::errc::is_a_directory);
+    if (std::filesystem::is_directory(file, unknown))
+        failure = std::make_error_code(std::errc::is_a_directory);
     if (failure) throw CLI::FileError(name + " cannot be read: " + failure.message());
     std::stringstream text;
     text << stream.rdbuf();

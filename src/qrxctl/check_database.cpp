@@ -206,7 +206,7 @@ bool CheckTables(Site& site) {
                 WrongTable(findings, table.name, wrong, "qrxctl init --show " + table.name);
         if (findings.Count(CheckedItem::Grade::Wrong) == before) findings.Ok("tables", KindsOf(expected));
     } catch (...) {
-        findings.Note("tables", "cannot be looked at: " + ErrorText());
+        findings.Wrong("tables", "cannot be looked at: " + ErrorText());
     }
     return true;
 }

@@ -114,7 +114,7 @@ private:
 
     void CopyTable(CopyJob& job, std::size_t place) {
         const bool leftBlank = CopyOnce(job, place, run_.copy.full);
-        if (leftBlank && !IsStopped()) CopyOnce(job, place, true);
+        if (leftBlank) CopyOnce(job, place, true);  // where somebody asked to stop, it says so
         const std::lock_guard lock(mutex_);
         --copying_;
         changed_.notify_all();

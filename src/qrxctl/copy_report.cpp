@@ -14,10 +14,13 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// A copy that the guard or a lock ended has done nothing that would last; of one that failed the rows before stand.
+// Of a copy that failed, the rows before stand, and so do the changes before the one that the guard refused;
+// the rows of a full copy that it refused are counted by the next.
 bool HasCounts(const TableResult& result) {
+    const bool stands = result.outcome == CopyOutcome::Failed ||
+                        (result.outcome == CopyOutcome::Guarded && result.method != "full");
     return result.outcome == CopyOutcome::Copied || result.outcome == CopyOutcome::Stopped ||
-           (result.outcome == CopyOutcome::Failed && result.copied + result.removed > 0);
+           (stands && result.copied + result.removed > 0);
 }
 
 const char* ClosingWord(CopyOutcome outcome) {
@@ -61,7 +64,9 @@ std::vector<Trouble> TroublesOf(const std::vector<TableResult>& results) {
 }
 
 std::string WhatStopped(const TableResult& result) {
-    if (result.outcome == CopyOutcome::Guarded) return InGroups(result.cause);
+    if (result.outcome == CopyOutcome::Guarded)
+        return InGroups(result.cause) +
+               (HasCounts(result) ? "; " + Counted(result.removed, "row") + " removed before" : "");
     if (result.outcome != CopyOutcome::Stopped) return result.cause;
     std::string text = result.cause + " after " + Counted(result.copied, "row") + "; released";
     if (result.waiting > 0)

@@ -63,7 +63,8 @@ std::int64_t RemoveFiles(const fs::path& directory, const std::string& before,
 
 Pruned Prune(Books& books, const journal::Timestamp& before, const fs::path& logDirectory) {
     const std::string day = platform::CompactDate(before.local);
-    Pruned pruned{.before = platform::IsoDate(before.local), .runs = books.history.Prune(before), .problems = {}};
+    Pruned pruned{
+        .before = platform::IsoDate(before.local), .runs = books.history.Prune(before), .problems = {}};
     pruned.logs = RemoveFiles(logDirectory, day, DayOfLog, pruned.problems);
     std::error_code unknown;
     if (fs::exists(books.directory.Undo(), unknown))

@@ -115,7 +115,8 @@ bool TakesSmallLettersForCapitals(runtime::DatabaseSession& session) {
 class InitCommand : public Command {
 public:
     void AddOptions(CLI::App& command) override {
-        show_ = command.add_option("--show", table_, "print the statement that creates this table, and do nothing");
+        show_ = command.add_option("--show", table_,
+                                   "print the statement that creates this table, and do nothing");
     }
     void Check(const Options& options) const override {
         if (!*show_) RequireConnection(options);

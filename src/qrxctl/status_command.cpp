@@ -34,8 +34,9 @@ public:
                      ->check(SpanText());
         command.add_option("--max-age", maxAge_, "a table that was copied longer ago is wrong: 30m, 8h, 2d")
             ->check(SpanText());
-        prometheus_ = command.add_option("--prometheus", metrics_, "write metrics to this file and show nothing")
-                          ->excludes(watch_);
+        prometheus_ =
+            command.add_option("--prometheus", metrics_, "write metrics to this file and show nothing")
+                ->excludes(watch_);
         command.add_flag("--read", read_, "which stretches of the trails were read, and the gaps");
         command.add_flag("--count", question_.countAll, "count the rows of large tables, too");
     }

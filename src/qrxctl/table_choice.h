@@ -9,7 +9,7 @@
 namespace iqrx::qrxctl {
 
 std::vector<std::string> TablesOf(const control::TableCatalog& catalog);  // in the order of their ids
-std::vector<std::string> TablesWithACopy();                                // whatever the catalog lists
+std::vector<std::string> TablesWithACopy();                               // whatever the catalog lists
 
 // The tables of `known` that the words name, in the order of `known`, each once: names ("tssoc200"), lists of
 // them with commas, patterns ("tssoc*", "ts?dm030") and groups ("master", "configuration", "orders",

@@ -107,8 +107,7 @@ TEST_F(TheTool, NamesTheLineOfAnIniFileThatIsWrong) {
     GivenFile(directory / "site.ini", "[copy]\nfull=maybe");
     ExpectUsageError({"--config", "site.ini", "status"}, "site.ini line 2: ");
     GivenFile(directory / "site.ini", "[copy]\njobs=2\njobs=3");
-    ExpectUsageError({"--config", "site.ini", "status"},
-                     "site.ini line 3: jobs stands in line 2 already");
+    ExpectUsageError({"--config", "site.ini", "status"}, "site.ini line 3: jobs stands in line 2 already");
     GivenFile(directory / "site.ini", "[copy\nfull=true");
     ExpectUsageError({"--config", "site.ini", "status"}, "site.ini: there is no option [copy");
 }

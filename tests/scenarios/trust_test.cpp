@@ -135,6 +135,8 @@ TEST_F(ABadExtract, IsGuardedPerTableByTheIniFileAndOnItsDeletionsToo) {
     const Finished run = Qrxctl({"copy", "tsmdm030", "-i", "--since", "2025-06-20", "--max-removed", "1"});
     EXPECT_EQ(run.exitCode, 4);
     EXPECT_THAT(run.out, HasSubstr("would remove 2 of 5 rows (40 %, limit 1 row"));
+    EXPECT_THAT(run.out, ContainsRegex("1\\s+row\\s+removed\\s+before"));
+    EXPECT_THAT(run.out, ContainsRegex("\ntsmdm030 +0 +1 "));
     EXPECT_EQ(Count("tsmdm030"), 4);
 }
 
@@ -207,6 +209,27 @@ TEST_F(ABadExtract, ThatWasAllowedToRemoveRowsIsUndone) {
     const Finished undo = Qrxctl({"undo", id});
     EXPECT_EQ(undo.exitCode, 0) << undo.err;
     EXPECT_THAT(undo.out, HasSubstr("37 rows brought back"));
+    EXPECT_EQ(Rows("SELECT * FROM tssoc200 ORDER BY orno"), before);
+}
+
+TEST_F(ABadExtract, ThatRemovedRowsBeforeItsRunFailedAndAfterItWasResumedIsUndoneWhole) {
+    const auto before = Rows("SELECT * FROM tssoc200 ORDER BY orno");
+    const auto copy = [&](const std::string& more) {
+        return Qrxctl({"copy", "tssoc200", "-f", "--max-removed", "any", more});
+    };
+    GivenCut("tssoc200.csv", 30);
+    Execute("ALTER TABLE tssoc200_audit RENAME TO away");
+    const Finished failed = copy("-q");
+    EXPECT_EQ(failed.exitCode, 1);
+    EXPECT_EQ(Count("tssoc200"), 30);
+    Execute("ALTER TABLE away RENAME TO tssoc200_audit");
+    GivenCut("tssoc200.csv", 3);
+    const Finished resumed = copy("--resume");
+    EXPECT_EQ(resumed.exitCode, 0);
+    EXPECT_EQ(Count("tssoc200"), 3);
+    std::string id = resumed.out.substr(resumed.out.find("   run ") + 7);
+    id.resize(id.find('\n'));
+    EXPECT_EQ(Qrxctl({"undo", id}).exitCode, 0);
     EXPECT_EQ(Rows("SELECT * FROM tssoc200 ORDER BY orno"), before);
 }
 

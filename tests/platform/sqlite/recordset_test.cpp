@@ -137,8 +137,7 @@ TEST_F(Recordsets, CountAndRewindLargeResults) {
 TEST_F(Recordsets, OfWhichARowCannotBeReadDoNotLookComplete) {
     static constexpr int kUnreadable = 400;  // not among those that are read at once
     Create("CREATE TABLE numbers(n INTEGER); CREATE VIEW distances AS SELECT abs(n) AS n FROM numbers;");
-    for (int i = 0; i < kManyRows; ++i)
-        Execute("INSERT INTO numbers(n) VALUES(" + std::to_string(i) + ")");
+    for (int i = 0; i < kManyRows; ++i) Execute("INSERT INTO numbers(n) VALUES(" + std::to_string(i) + ")");
     connection.reset();
     Create("UPDATE numbers SET n = -9223372036854775808 WHERE n = " + std::to_string(kUnreadable));
     auto rows = Select("SELECT * FROM distances");
