@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kKept = ".sql", kUndone = ".undone", kPart = ".part";
+constexpr std::string_view kKept = ".sql", kUndone = ".undone", kUnsettled = ".part";
 
 // Items of a list in parentheses, which the text begins with; what stands in quotes or in further parentheses
 // belongs to its item. Nothing when the list has no end.
@@ -64,11 +64,11 @@ std::vector<RemovedRowsFile> RemovedRowsOf(const fs::path& directory, std::strin
          entry.increment(failure)) {
         const std::string extension = platform::Utf8(entry->path().extension());
         const std::string name = platform::Utf8(entry->path().stem());
-        if (!name.starts_with(begin) || (extension != kKept && extension != kUndone && extension != kPart))
+        if (!name.starts_with(begin) || (extension != kKept && extension != kUndone && extension != kUnsettled))
             continue;
         const std::string table = name.substr(begin.size(), name.find('.', begin.size()) - begin.size());
         if (table.find('-') != std::string::npos) continue;  // of the run RUN-2
-        files.push_back({table, entry->path(), extension == kUndone, extension == kPart});
+        files.push_back({table, entry->path(), extension == kUndone, extension == kUnsettled});
     }
     if (failure && failure != std::errc::no_such_file_or_directory)
         throw platform::RuntimeError(
