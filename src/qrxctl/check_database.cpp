@@ -231,7 +231,7 @@ void CheckFilters(Site& site) {
     const std::vector<std::string> catalog = TablesOf(site.process.catalog);
     for (const engine::Table* table : tables::kTables) try {
             const engine::TableDef& def = table->def;
-            if (std::ranges::find(catalog, def.name) == catalog.end()) continue;
+            if (std::ranges::find(catalog, def.name, platform::Lower) == catalog.end()) continue;
             // The service objects' copy reads its flag, though none of its rows has a status.
             if (def.statusField.empty() && def.name != "tscfg200") continue;
             const std::string text = WhatIsWrongWithFilter(site, def);

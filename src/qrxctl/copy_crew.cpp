@@ -103,8 +103,8 @@ private:
     std::optional<std::size_t> Next() {
         std::unique_lock lock(mutex_);
         const auto mayBegin = [&] {
-            return next_ == tables_.size() || IsStopped() || GroupOf(tables_[next_]) != "calendars" ||
-                   copying_ == 0;
+            return next_ == tables_.size() || IsStopped() ||
+                   GroupOf(platform::Lower(tables_[next_])) != "calendars" || copying_ == 0;
         };
         while (!mayBegin()) changed_.wait_for(lock, kGlance);
         if (next_ == tables_.size() || IsStopped()) return std::nullopt;

@@ -21,7 +21,7 @@ namespace {
 using platform::Date;
 
 // Calendars are listed as they are: there is no trail of their changes.
-bool HasTrail(const std::string& table) { return table != "tcccp030"; }
+bool HasTrail(const std::string& table) { return platform::Lower(table) != "tcccp030"; }
 
 std::string Who(const platform::ProcessIdentity& by) {
     return by.terminal.empty() ? by.user : by.terminal + ", " + by.user;

@@ -64,7 +64,7 @@ private:
     void ReadBooks(const std::vector<std::string>& names, Overview& overview) {
         for (const std::string& name : names) known_[platform::Lower(name)].table = name;
         const auto take = [&](const journal::RunEntry& entry) {
-            const auto found = known_.find(entry.table);
+            const auto found = known_.find(platform::Lower(entry.table));
             if (found != known_.end()) TakeRun(found->second, entry);
             return true;
         };
@@ -75,7 +75,8 @@ private:
             books_.directory.Note(platform::OneLine(error.description));
         }
         for (const auto& [table, read] : books_.ledger.All())
-            if (const auto found = known_.find(table); found != known_.end()) found->second.read = read;
+            if (const auto found = known_.find(platform::Lower(table)); found != known_.end())
+                found->second.read = read;
     }
 
     TableStatus Look(runtime::DatabaseSession& session, const std::string& name) {
@@ -95,10 +96,9 @@ private:
     // that was left.
     void LookForLock(runtime::DatabaseSession& session, TableStatus& status) {
         constexpr int kMostLooks = 3;
-        const std::string table = platform::Lower(status.table);
         for (int look = 0; look < kMostLooks; ++look) {
             const bool locked = ReadControlRow(session, status);
-            const journal::SheetState sheet = books_.sheets.StateOf(table);
+            const journal::SheetState sheet = books_.sheets.StateOf(status.table);
             status.holder = sheet.sheet;
             status.sign = sheet.sign;
             status.lock = sheet.holder == journal::Holder::Living ? Lock::Copying

@@ -312,6 +312,14 @@ TEST_F(TheStatus, TakesNamesPatternsAndGroups) {  // B1
     EXPECT_THAT(unknown.err, IsOneLineWith("tssoc20"));
 }
 
+TEST_F(TheStatus, FindsTheBooksOfACatalogInCapitals) {
+    Execute("UPDATE tstables SET tablename = 'TSMDM030' WHERE tablename = 'tsmdm030'");
+    CopyServiceTypes();
+    EXPECT_THAT(LineOf(Qrxctl({"status"}), "TSMDM030"), Not(HasSubstr("?")));
+    EXPECT_THAT(Qrxctl({"status", "tsmdm030", "--read"}).out, HasSubstr("read  "));
+    EXPECT_EQ(FromJson(Qrxctl({"status", "--json"}), "last_run.outcome", "TSMDM030"), "ok");
+}
+
 TEST_F(TheStatus, AlarmsWhenALastUpdateLiesInTheFuture) {  // A2
     Execute("UPDATE tstables SET lutm = '2099-01-01 00:00:00' WHERE tablename = 'tsmdm030'");
     const Finished run = Qrxctl({"status", "tsmdm030"});

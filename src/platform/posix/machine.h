@@ -1,4 +1,5 @@
-// What a POSIX machine supplies. Nothing process-wide is changed but by who listens for signals and who takes the arguments.
+// What a POSIX machine supplies. Nothing process-wide is changed but by who listens for signals, takes the
+// arguments or fills the standard streams.
 #pragma once
 
 #include <vector>

@@ -175,8 +175,7 @@ private:
         chunk_.reserve(Columns().size());
         rowCount_ = row_ = 0;
         isDeleted_ = false;
-        std::size_t rows =
-            0;  // a chunk that could not be read to its end has none: it must not look like the last
+        std::size_t rows = 0;  // of a chunk that cannot be read to its end none count: it is not the last one
         for (; rows < kRowsPerChunk && statement.Step(); ++rows) {
             // A changed schema shows at the first step only.
             if (statement.ColumnCount() != Columns().size())
