@@ -214,8 +214,8 @@ TEST_F(TheHistory, IsPrunedInJsonToo) {
 
 TEST_F(TheHistory, ThatCannotBePrunedWholeFails) {
     GivenRuns({{.run = "1-1", .secondsAgo = kDay}});
-    fs::remove_all(logs);
-    const Finished run = Qrxctl({"history", "--prune", "400d", "-q"});
+    const Finished run = BareQrxctl({"--connection", Connection(), "--state-dir", State().string(), "--log-dir",
+                                     (directory / "nowhere").string(), "history", "--prune", "400d", "-q"});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_THAT(run.err, HasSubstr("failed   files     "));
     EXPECT_THAT(run.err, HasSubstr("cannot be looked through: "));

@@ -21,9 +21,20 @@ constexpr const char* kReady =
     " set_config('plan_cache_mode','force_generic_plan',false), set_config('jit','off',false),"
     " current_schema()::text AS first_schema";
 
+std::string WithState(const Said& said) {
+    return said.sqlState.empty() ? said.words : "[" + said.sqlState + "] " + said.words;
+}
+
+// To libpq it is a notice when no command is under way.
+void KeepFarewell(void* farewell, const PGresult* notice) {
+    const Said said = SaidOf(notice, nullptr);
+    if (said.endsSession) static_cast<std::string*>(farewell)->assign(WithState(said));
+}
+
 }  // namespace
 
 Session::Session(const Settings& settings) : link_(LogIn(settings)) {
+    PQsetNoticeReceiver(link_.get(), KeepFarewell, &farewell_);
     EnterPipeline();
     Queue(kReady);
     SendWithoutWait();
@@ -49,7 +60,7 @@ void Session::Fail(const PGresult* answer) {
     if (!isLost) Raise(said.sqlState.empty() ? "HY000" : said.sqlState, said.words);
     queued_ = left_ = 0;
     NoteChange();
-    lost_ = said.sqlState.empty() ? said.words : "[" + said.sqlState + "] " + said.words;
+    lost_ = said.sqlState.empty() && !farewell_.empty() ? farewell_ : WithState(said);
     RaiseLost(lost_);
 }
 

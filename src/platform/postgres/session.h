@@ -85,7 +85,8 @@ private:
     void EnterPipeline();
 
     Link link_;
-    std::string lost_;  // why, once it is
+    std::string lost_;      // why, once it is
+    std::string farewell_;  // what the server said when it ended the session between two commands
     std::size_t queued_ = 0, left_ = 0, waits_ = 0;
     Answer leftFailure_;
     std::optional<std::string> firstSchema_;

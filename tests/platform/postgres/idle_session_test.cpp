@@ -65,5 +65,19 @@ TEST_F(IdleSessions, AreNotWhatTheServerEnded) {
     EXPECT_NE(SessionOfTheNext(), session);
 }
 
+TEST_F(ServerTest, ASessionThatWasEndedBetweenTwoCommandsSaysWhy) {
+    postgres::Session session(postgres::SettingsOf("Host=" + Server().Host() +
+                                                       ";Port=" + std::to_string(Server().Port()) +
+                                                       ";Database=postgres;User=postgres",
+                                                   0));
+    const postgres::Answer answer = session.Ask("SELECT pg_backend_pid()::text");
+    const std::string pid = PQgetvalue(answer.get(), 0, 0);
+    Run("CREATE TABLE ended AS SELECT pg_terminate_backend(" + pid + ")");
+    const std::string error = Raised([&] {
+        for (;;) session.HasAnswer();
+    });
+    EXPECT_THAT(error, ::testing::HasSubstr("The connection to the database was lost: [57P01]"));
+}
+
 }  // namespace
 }  // namespace iqrx::testing
